@@ -1,0 +1,103 @@
+/* Lens shading correction: grids of 17 x 17 gains per illuminant, channel and vignetting level. */
+#ifndef AIQ_RK_AIQ_ALSC_H
+#define AIQ_RK_AIQ_ALSC_H
+
+#include "rk_aiq_types.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define RK_AIQ_LSC_NAME_SIZE 32
+#define RK_AIQ_LSC_SECTORS 16
+#define RK_AIQ_LSC_GRID_POINTS 289 /* 17 rows of 17 */
+#define RK_AIQ_LSC_RESOLUTIONS_MAX 4
+#define RK_AIQ_LSC_ILLUMINANTS_MAX 8
+#define RK_AIQ_LSC_TABLES_USED_MAX 4
+#define RK_AIQ_LSC_TABLES_MAX 16
+
+typedef enum rk_aiq_lsc_op_mode_e RK_ENUM_INT {
+    RK_AIQ_LSC_MODE_INVALID = 0,
+    RK_AIQ_LSC_MODE_MANUAL = 1,
+    RK_AIQ_LSC_MODE_AUTO = 2,
+} rk_aiq_lsc_op_mode_t;
+
+typedef struct lsc_matrix_s {
+    uint16_t uCoeff[RK_AIQ_LSC_GRID_POINTS];
+} lsc_matrix_t;
+
+typedef struct lsc_resolution_s {
+    char name[RK_AIQ_LSC_NAME_SIZE];
+    uint16_t lsc_sect_size_x[RK_AIQ_LSC_SECTORS];
+    uint16_t lsc_sect_size_y[RK_AIQ_LSC_SECTORS];
+} lsc_resolution_t;
+
+typedef struct lsc_common_s {
+    bool enable;
+    lsc_resolution_t resolutionAll[RK_AIQ_LSC_RESOLUTIONS_MAX];
+    int resolutionAll_len;
+} lsc_common_t;
+
+typedef struct lsc_illuminant_s {
+    int usedForCase;
+    char name[RK_AIQ_LSC_NAME_SIZE];
+    float wbGain[2]; /* red and blue reference gain */
+    char tableUsed[RK_AIQ_LSC_TABLES_USED_MAX][RK_AIQ_LSC_NAME_SIZE];
+    int tableUsed_len;
+    float gains[4]; /* sensor gains at which vig applies */
+    int gains_len;
+    float vig[4];
+    int vig_len;
+} lsc_illuminant_t;
+
+typedef struct lsc_coef_s {
+    bool damp_enable;
+    lsc_illuminant_t illAll[RK_AIQ_LSC_ILLUMINANTS_MAX];
+    int illAll_len;
+} lsc_coef_t;
+
+typedef struct lsc_table_s {
+    char name[RK_AIQ_LSC_NAME_SIZE];
+    char resolution[RK_AIQ_LSC_NAME_SIZE];
+    char illumination[RK_AIQ_LSC_NAME_SIZE];
+    float vignetting; /* per cent of full correction */
+    lsc_matrix_t lsc_samples_red;
+    lsc_matrix_t lsc_samples_greenR;
+    lsc_matrix_t lsc_samples_greenB;
+    lsc_matrix_t lsc_samples_blue;
+} lsc_table_t;
+
+typedef struct lsc_tables_s {
+    lsc_table_t tableAll[RK_AIQ_LSC_TABLES_MAX];
+    int tableAll_len;
+} lsc_tables_t;
+
+typedef struct lsc_auto_s {
+    lsc_common_t common;
+    lsc_coef_t alscCoef;
+    lsc_tables_t tbl;
+} lsc_auto_t;
+
+typedef struct lsc_manual_s {
+    lsc_matrix_t lsc_samples_red;
+    lsc_matrix_t lsc_samples_greenR;
+    lsc_matrix_t lsc_samples_greenB;
+    lsc_matrix_t lsc_samples_blue;
+} lsc_manual_t;
+
+typedef struct rk_aiq_lsc_attrib_s {
+    rk_aiq_uapi_sync_t sync;
+    bool byPass;
+    rk_aiq_lsc_op_mode_t mode;
+    lsc_manual_t stManual;
+    lsc_auto_t stAuto;
+} rk_aiq_lsc_attrib_t;
+
+XCamReturn rk_aiq_user_api2_alsc_GetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_lsc_attrib_t* attr);
+XCamReturn rk_aiq_user_api2_alsc_SetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_lsc_attrib_t attr);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

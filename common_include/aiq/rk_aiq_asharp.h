@@ -1,0 +1,43 @@
+/* Sharpening, version 4 of its interface. */
+#ifndef AIQ_RK_AIQ_ASHARP_H
+#define AIQ_RK_AIQ_ASHARP_H
+
+#include "rk_aiq_types.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define RK_AIQ_ISO_STEPS 13 /* sensitivity steps of the tuning arrays */
+
+typedef enum Asharp4_OPMode_e RK_ENUM_INT {
+    ASHARP4_OP_MODE_OFF = 0,
+    ASHARP4_OP_MODE_AUTO = 1,
+    ASHARP4_OP_MODE_MANUAL = 2,
+} Asharp4_OPMode_t;
+
+typedef struct RK_SHARP_Params_V4_s {
+    int enable;
+    int iso[RK_AIQ_ISO_STEPS];
+    float sharp_ratio[RK_AIQ_ISO_STEPS]; /* strength per sensitivity step */
+    float pbf_ratio[RK_AIQ_ISO_STEPS];
+} RK_SHARP_Params_V4_t;
+
+typedef struct Asharp_Auto_Attr_V4_s {
+    RK_SHARP_Params_V4_t stParams;
+} Asharp_Auto_Attr_V4_t;
+
+typedef struct rk_aiq_sharp_attrib_v4_s {
+    rk_aiq_uapi_sync_t sync;
+    Asharp4_OPMode_t eMode;
+    Asharp_Auto_Attr_V4_t stAuto;
+} rk_aiq_sharp_attrib_v4_t;
+
+XCamReturn rk_aiq_user_api2_asharpV4_GetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_sharp_attrib_v4_t* attr);
+XCamReturn rk_aiq_user_api2_asharpV4_SetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_sharp_attrib_v4_t* attr);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

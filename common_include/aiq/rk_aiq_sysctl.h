@@ -1,0 +1,40 @@
+/* System control: the life of one camera's engine. */
+#ifndef AIQ_RK_AIQ_SYSCTL_H
+#define AIQ_RK_AIQ_SYSCTL_H
+
+#include "rk_aiq_types.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef struct rk_aiq_sensor_info_s {
+    char sensor_name[32]; /* entity name, the engine's key to the sensor */
+    int phyId;            /* -1: no such sensor */
+} rk_aiq_sensor_info_t;
+
+typedef struct rk_aiq_static_info_s {
+    rk_aiq_sensor_info_t sensor_info;
+} rk_aiq_static_info_t;
+
+struct rk_aiq_err_msg_s;
+struct rk_aiq_metas_s;
+typedef XCamReturn (*rk_aiq_error_cb)(struct rk_aiq_err_msg_s* msg);
+typedef XCamReturn (*rk_aiq_metas_cb)(struct rk_aiq_metas_s* metas);
+
+XCamReturn rk_aiq_uapi2_sysctl_enumStaticMetas(int index, rk_aiq_static_info_t* info);
+XCamReturn rk_aiq_uapi2_sysctl_preInit_scene(const char* sensor, const char* main_scene, const char* sub_scene);
+rk_aiq_sys_ctx_t* rk_aiq_uapi2_sysctl_init(const char* sensor, const char* iq_dir, rk_aiq_error_cb error_cb,
+                                           rk_aiq_metas_cb metas_cb);
+XCamReturn rk_aiq_uapi2_sysctl_prepare(const rk_aiq_sys_ctx_t* ctx, uint32_t width, uint32_t height,
+                                       rk_aiq_working_mode_t mode);
+XCamReturn rk_aiq_uapi2_sysctl_start(const rk_aiq_sys_ctx_t* ctx);
+XCamReturn rk_aiq_uapi2_sysctl_stop(const rk_aiq_sys_ctx_t* ctx, bool keep_ext_hw_st);
+void rk_aiq_uapi2_sysctl_deinit(rk_aiq_sys_ctx_t* ctx);
+XCamReturn rk_aiq_uapi2_sysctl_updateIq(rk_aiq_sys_ctx_t* ctx, char* iq_dir);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,41 @@
+/* Logging of the host application. */
+#ifndef BASE_LIB_DBGOUT_H
+#define BASE_LIB_DBGOUT_H
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Levels of the host's logging, one per component. The library reads module_level alone. */
+typedef struct lib_dbgout_profile {
+    int lib_level;
+    int para_level;
+    int cc_level;
+    int visca_level;
+    int net_protocol_level;
+    int module_level; /* above 5: this library's trace lines are written */
+    int mpp_level;
+    int others;
+    int time_enable;
+    void (*log_cb)(int level, const char* text);
+} lib_dbgout_profile_s;
+
+extern lib_dbgout_profile_s dbgout_profile;
+
+/* printf-style; must be callable from any thread. */
+int kiv_traceout(int level, const char* format, ...)
+#if defined(__GNUC__)
+    __attribute__((format(printf, 2, 3)))
+#endif
+    ;
+int kiv_log_debug(const char* format, ...)
+#if defined(__GNUC__)
+    __attribute__((format(printf, 1, 2)))
+#endif
+    ;
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

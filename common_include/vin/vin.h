@@ -1,0 +1,16 @@
+/* Video input of the host application. */
+#ifndef VIN_VIN_H
+#define VIN_VIN_H
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Frame rate of a camera's video input, in frames per second. */
+int get_vin_fps(int cam_id);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
