@@ -1,0 +1,178 @@
+// The frame of every setter: bound the level, write it to the store, find the engine context, read the engine module's
+// block, change it, write it back. A setter is made of these steps and says only what is its own.
+//
+// Two styles. Failure-returning: a failed Get or Set is traced and ends the setter with -1 (`modify`).
+// Failure-ignoring: the Set is made even after a failed Get, and neither is reported (`modify_regardless`).
+#pragma once
+
+#include "isp_ctrl.h"
+#include "isp_ctrl/frame/context.h"
+#include "isp_ctrl/frame/trace.h"
+#include "platformpara/para_isp.h"
+
+#include <algorithm>
+#include <climits>
+#include <iterator>
+#include <type_traits>
+
+namespace isp
+{
+
+/// One call: the function whose text its traces carry, and the camera.
+struct Call {
+    const char* function;
+    int isp_id;
+};
+
+inline bool served(const Call& call)
+{
+    return id_served(call.function, call.isp_id);
+}
+
+// ---- Store --------------------------------------------------------------------------------------------------------
+
+inline int stored(const Call& call, int (*get)(int))
+{
+    return get(get_isp_switch(call.isp_id));
+}
+
+inline void store(const Call& call, int (*set)(int, int), int value)
+{
+    set(get_isp_switch(call.isp_id), value);
+}
+
+/// Last index of a level table.
+template <typename Table>
+constexpr int last_level(const Table& table)
+{
+    return static_cast<int>(std::size(table)) - 1;
+}
+
+/// Bounds a level by the store's maximum, compared as signed integers, then to 0..last. The maximum is read again for
+/// the assignment.
+inline int bounded(const Call& call, int level, int (*maximum)(int), int last = INT_MAX)
+{
+    if (level > stored(call, maximum)) {
+        level = stored(call, maximum);
+    }
+    return std::clamp(level, 0, last);
+}
+
+/// Bounds a level to 0..last as an unsigned integer: a negative one becomes the last.
+inline int bounded_unsigned(int level, int last)
+{
+    return static_cast<unsigned>(level) > static_cast<unsigned>(last) ? last : level;
+}
+
+/// The same against the store's maximum, then the table.
+inline int bounded_unsigned(const Call& call, int level, int (*maximum)(int), int last)
+{
+    if (static_cast<unsigned>(level) > static_cast<unsigned>(stored(call, maximum))) {
+        level = stored(call, maximum);
+    }
+    return bounded_unsigned(level, last);
+}
+
+inline int unfit(const Call& call)
+{
+    ISP_TRACE(call.function, "ISP unfit\n\n");
+    return ISP_UNFIT;
+}
+
+// ---- Engine ---------------------------------------------------------------------------------------------------------
+
+/// What became of one engine call. Without a context "aiq ctx error" was traced and nothing called.
+enum class Outcome { done, no_context, failed };
+
+/// The result of a setter that ends with this outcome.
+constexpr int result(Outcome outcome)
+{
+    return outcome == Outcome::failed ? -1 : 0;
+}
+
+/// Makes one engine call with the camera's context, which is looked up afresh. `failed` is the trace of a failure, with
+/// the engine's code (ISP_TRACE_FORMAT).
+template <typename Function>
+Outcome engine_call(const Call& call, const char* failed, Function function)
+{
+    const rk_aiq_sys_ctx_t* context = rkipc_aiq_get_ctx(call.isp_id);
+    if (context == nullptr) {
+        ISP_TRACE(call.function, "aiq ctx error\n\n");
+        return Outcome::no_context;
+    }
+    const XCamReturn code = function(context);
+    if (code == XCAM_RETURN_NO_ERROR) [[likely]] {
+        return Outcome::done;
+    }
+    if (failed != nullptr && trace_on()) {
+        kiv_traceout(kTraceLevel, failed, call.function, __LINE__, code);
+    }
+    return Outcome::failed;
+}
+
+/// An engine module: its Get and Set calls.
+template <auto GetCall, auto SetCall>
+struct Module;
+
+template <typename BlockType, XCamReturn (*GetCall)(const rk_aiq_sys_ctx_t*, BlockType*), auto SetCall>
+struct Module<GetCall, SetCall> {
+    using Block = BlockType;
+
+    static XCamReturn get(const rk_aiq_sys_ctx_t* context, Block& block)
+    {
+        return GetCall(context, &block);
+    }
+
+    static XCamReturn set(const rk_aiq_sys_ctx_t* context, Block& block)
+    {
+        if constexpr (std::is_invocable_v<decltype(SetCall), const rk_aiq_sys_ctx_t*, Block*>) {
+            return SetCall(context, &block);
+        } else {
+            return SetCall(context, block);
+        }
+    }
+};
+
+/// Traces of a module's failures (ISP_TRACE_FORMAT); null: not traced.
+struct FailureTexts {
+    const char* get = nullptr;
+    const char* set = nullptr;
+};
+
+template <typename Mod>
+Outcome fetch(const Call& call, typename Mod::Block& block, const char* failed)
+{
+    return engine_call(call, failed, [&](const rk_aiq_sys_ctx_t* context) { return Mod::get(context, block); });
+}
+
+template <typename Mod>
+Outcome apply(const Call& call, typename Mod::Block& block, const char* failed)
+{
+    return engine_call(call, failed, [&](const rk_aiq_sys_ctx_t* context) { return Mod::set(context, block); });
+}
+
+/// Read-modify-write of a module's block, failure-returning: the first call that is not done ends it.
+template <typename Mod, typename Change>
+Outcome modify(const Call& call, const FailureTexts& texts, Change change)
+{
+    typename Mod::Block block;
+    const Outcome outcome = fetch<Mod>(call, block, texts.get);
+    if (outcome != Outcome::done) {
+        return outcome;
+    }
+    change(block);
+    return apply<Mod>(call, block, texts.set);
+}
+
+/// Read-modify-write, failure-ignoring. The block starts zeroed, so that nothing undefined reaches the engine.
+template <typename Mod, typename Change>
+void modify_regardless(const Call& call, Change change)
+{
+    typename Mod::Block block{};
+    if (fetch<Mod>(call, block, nullptr) != Outcome::no_context) {
+        change(block);
+        apply<Mod>(call, block, nullptr);
+    }
+}
+
+} // namespace isp

@@ -1,0 +1,134 @@
+// Camera groups: several sensors that one engine tunes together. A group that starts becomes what settings reach.
+#include "isp_ctrl.h"
+#include "isp_ctrl/frame/atomic.h"
+#include "isp_ctrl/frame/context.h"
+#include "isp_ctrl/frame/lock.h"
+#include "isp_ctrl/frame/trace.h"
+
+#include <cstddef>
+
+// The failure line of this file: function name and source line stand in it twice.
+#define GROUP_FAILED(what) ISP_DEBUG(__func__, "!!!!!!![%s_%d] " what " failed\n\n", __func__, __LINE__)
+
+namespace
+{
+
+void destroy_group(int group_id, rk_aiq_camgroup_ctx_t* ctx)
+{
+    rk_aiq_uapi2_camgroup_stop(ctx);
+    rk_aiq_uapi2_camgroup_destroy(ctx);
+    isp::shared_set<rk_aiq_camgroup_ctx_t*>(g_camera_group_ctx[group_id], nullptr);
+}
+
+/// The group in a slot; null, with a trace, when there is none. Under the engine lock.
+rk_aiq_camgroup_ctx_t* existing_group(const char* function, int group_id)
+{
+    rk_aiq_camgroup_ctx_t* ctx = isp::shared_get(g_camera_group_ctx[group_id]);
+    if (ctx == nullptr) {
+        ISP_TRACE(function, "there is no group %d\n\n", group_id);
+    }
+    return ctx;
+}
+
+} // namespace
+
+int rk_isp_init_group(int group_id, int* sns_id, size_t n_sns, char* iqfile_path)
+{
+    if (!isp::id_served(__func__, group_id)) {
+        return -1;
+    }
+    const isp::EngineLock lock;
+    if (sns_id == nullptr || n_sns == 0 || n_sns >= RK_AIQ_CAM_GROUP_MAX_CAMS) {
+        ISP_TRACE(__func__, "group %d: a group has 1 to 7 sensors, not %zu\n\n", group_id,
+                  sns_id == nullptr ? std::size_t{0} : n_sns);
+        return -1;
+    }
+    rk_aiq_camgroup_ctx_t* old = isp::shared_get(g_camera_group_ctx[group_id]);
+    if (old != nullptr) {
+        destroy_group(group_id, old);
+    }
+
+    rk_aiq_static_info_t aiq_static_info[RK_AIQ_CAM_GROUP_MAX_CAMS] = {};
+    for (std::size_t i = 0; i < n_sns; ++i) {
+        rk_aiq_uapi2_sysctl_enumStaticMetas(sns_id[i], &aiq_static_info[i]);
+        if (aiq_static_info[i].sensor_info.phyId == -1) {
+            GROUP_FAILED("RK_MPI_CAL_TDE_GetPicBufferSize");
+            return -1;
+        }
+    }
+
+    rk_aiq_camgroup_instance_cfg_t cfg{};
+    cfg.sns_num = static_cast<int>(n_sns);
+    cfg.config_file_dir = iqfile_path != nullptr ? iqfile_path : "/etc/iqfiles";
+    for (std::size_t i = 0; i < n_sns; ++i) {
+        cfg.sns_ent_nm_array[i] = aiq_static_info[i].sensor_info.sensor_name;
+        ISP_DEBUG(__func__, "line %d name %s\n\n", __LINE__, cfg.sns_ent_nm_array[i]);
+    }
+
+    rk_aiq_camgroup_ctx_t* ctx = rk_aiq_uapi2_camgroup_create(&cfg);
+    if (ctx == nullptr) {
+        GROUP_FAILED("RK_MPI_CAL_TDE_GetPicBufferSize");
+        return -1;
+    }
+    if (rk_aiq_uapi2_camgroup_prepare(ctx, RK_AIQ_WORKING_MODE_NORMAL) != XCAM_RETURN_NO_ERROR) {
+        GROUP_FAILED("rk_aiq_uapi2_camgroup_prepare");
+        rk_aiq_uapi2_camgroup_destroy(ctx);
+        return -1;
+    }
+    if (rk_aiq_uapi2_camgroup_start(ctx) != XCAM_RETURN_NO_ERROR) {
+        GROUP_FAILED("rk_aiq_uapi2_camgroup_start");
+        rk_aiq_uapi2_camgroup_destroy(ctx);
+        return -1;
+    }
+    isp::shared_set(g_camera_group_ctx[group_id], ctx);
+    isp::shared_set(rkipc_aiq_use_group, 1);
+    return 0;
+}
+
+int rk_isp_init_group_start(int group_id)
+{
+    if (!isp::id_served(__func__, group_id)) {
+        return -1;
+    }
+    const isp::EngineLock lock;
+    rk_aiq_camgroup_ctx_t* ctx = existing_group(__func__, group_id);
+    if (ctx == nullptr) {
+        return -1;
+    }
+    if (rk_aiq_uapi2_camgroup_start(ctx) != XCAM_RETURN_NO_ERROR) {
+        GROUP_FAILED("rk_aiq_uapi2_camgroup_start");
+        return -1;
+    }
+    return 0;
+}
+
+int rk_isp_init_group_stop(int group_id)
+{
+    if (!isp::id_served(__func__, group_id)) {
+        return -1;
+    }
+    const isp::EngineLock lock;
+    rk_aiq_camgroup_ctx_t* ctx = existing_group(__func__, group_id);
+    if (ctx == nullptr) {
+        return -1;
+    }
+    if (rk_aiq_uapi2_camgroup_stop(ctx) != XCAM_RETURN_NO_ERROR) {
+        GROUP_FAILED("rk_aiq_uapi2_camgroup_stop");
+        return -1;
+    }
+    return 0;
+}
+
+int rk_isp_deinit_group(int group_id)
+{
+    if (!isp::id_served(__func__, group_id)) {
+        return -1;
+    }
+    const isp::EngineLock lock;
+    rk_aiq_camgroup_ctx_t* ctx = existing_group(__func__, group_id);
+    if (ctx == nullptr) {
+        return -1;
+    }
+    destroy_group(group_id, ctx);
+    return 0;
+}

@@ -1,0 +1,31 @@
+// The board's one-time-programmable flag, which tells the host which of two plans to follow.
+#include "isp_ctrl.h"
+#include "isp_ctrl/frame/seam.h"
+#include "isp_ctrl/frame/trace.h"
+
+#include <cstdio>
+#include <cstring>
+
+int getreadotp(void)
+{
+    std::FILE* file = std::fopen(isp::seam.otp_file, "r");
+    if (file == nullptr) {
+        ISP_TRACE(__func__, "erro dont open！\n\n");
+        return 1;
+    }
+    int flag = 0;
+    char line[100];
+    while (std::fgets(line, sizeof line, file) != nullptr) {
+        if (std::strstr(line, "flag") != nullptr &&
+            (std::sscanf(line, "flag = %d", &flag) == 1 || std::sscanf(line, "flag%d", &flag) == 1)) {
+            break;
+        }
+    }
+    std::fclose(file);
+    if (flag == 1) {
+        ISP_TRACE(__func__, "flag==1，planA\n\n");
+        return 1;
+    }
+    ISP_TRACE(__func__, "flag!=1，planB\n\n");
+    return 0;
+}

@@ -1,0 +1,30 @@
+#include "isp_ctrl/frame/record_file.h"
+
+#include "isp_ctrl/frame/trace.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
+
+ssize_t isp::load_record(const char* function, const char* path, void* buf, int size)
+{
+    ISP_TRACE(function, "Enter\n\n");
+    if (buf == nullptr || size < 0) {
+        ISP_TRACE(function, "no room for %d bytes\n\n", size);
+        return -1;
+    }
+    const int fd = open(path, O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        std::perror("open reg_file fail:");
+        return -1;
+    }
+    const ssize_t count = read(fd, buf, static_cast<std::size_t>(size));
+    if (count < 0) {
+        std::perror("open reg_file fail:");
+        close(fd);
+        return -1;
+    }
+    close(fd);
+    ISP_TRACE(function, "Leave %d %d\n\n", static_cast<int>(count), size);
+    return count;
+}

@@ -1,0 +1,17 @@
+#include "isp_ctrl/frame/seam.h"
+
+namespace isp
+{
+
+constinit Seam seam = {
+    .wb_calibration_file = "/data/wb.dat",
+    .shading_file = "/nvdata/shading.data",
+    .iris_device = "/dev/sm_af_iris_value",
+    .otp_file = "/proc/otp_eeprom-7-50",
+    .lens_command = "/usr/bin/vendor_storage -r VENDOR_CUSTOM_ID_1A -t string | grep \"VENDOR_CUSTOM_ID\" | "
+                    "sed 's/.*VENDOR_CUSTOM_ID://'",
+    .sleep = ::sleep,
+    .usleep = ::usleep,
+};
+
+} // namespace isp
