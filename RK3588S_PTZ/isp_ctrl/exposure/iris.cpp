@@ -1,0 +1,45 @@
+// Iris: a step moves the lens iris through the host's lens control. No engine is involved.
+#include "af/lens_ctrl.h"
+#include "isp_ctrl/exposure/ae_block.h"
+
+namespace
+{
+
+constexpr int kExpectedMaximum = 17; // VISCA_IRIS_F180
+constexpr int kLastNoStep = 5;       // 1 to 5 are no iris steps; VISCA_IRIS_CLOSE stands where step 5 would
+
+/// Position for a step: the store's maximum minus the step, 0 being the widest aperture.
+unsigned short iris_position(int maximum, int step)
+{
+    const long position = static_cast<long>(maximum) - std::max(step, kLastNoStep);
+    return static_cast<unsigned short>(std::max(position, 0L));
+}
+
+} // namespace
+
+int KIV_Set_iris(int isp_id, Iris_Level_E value)
+{
+    const isp::Call call{__func__, isp_id};
+    if (!isp::served(call)) {
+        return -1;
+    }
+    const int mode = isp::stored_exposure_mode(call);
+    const int maximum = isp::stored(call, para_get_isp_iris_max);
+    if (maximum != kExpectedMaximum) {
+        ISP_TRACE(__func__, "iris_max error\n");
+    }
+    if (value >= 1 && value <= kLastNoStep) {
+        ISP_TRACE(__func__, "iris error %d\n", static_cast<int>(value));
+        return ISP_UNFIT;
+    }
+    if (mode != MANUAL_EXPOSURE && mode != IRIS_PRIORITY && mode != SMART_EXPOSURE) {
+        return isp::unfit(call);
+    }
+    const int step = isp::bounded_unsigned(call, value, para_get_isp_iris_max, INT_MAX);
+    if (mode != SMART_EXPOSURE) {
+        isp::store(call, para_set_isp_iris_cur, step);
+    }
+    iris_to(iris_position(maximum, step));
+    ISP_TRACE(__func__, "Leave\n\n");
+    return 0;
+}

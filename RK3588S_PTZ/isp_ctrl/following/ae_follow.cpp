@@ -1,0 +1,179 @@
+// Exposure following: while camera 0 is in SMART_EXPOSURE, a thread copies the panorama camera's exposure time and
+// analogue gain to the feature camera, the gain raised with the zoom.
+#include "isp_ctrl/following/ae_follow.h"
+
+#include "af/lens_ctrl.h"
+#include "isp_ctrl/exposure/ae_block.h"
+#include "isp_ctrl/frame/atomic.h"
+#include "isp_ctrl/frame/lock.h"
+#include "isp_ctrl/frame/seam.h"
+
+#include <cmath>
+#include <sys/prctl.h>
+
+namespace
+{
+
+constexpr useconds_t kCycle = 34000; // microseconds, about one frame
+constexpr int kModeCamera = 0;       // the camera whose mode starts and ends the thread
+constexpr int kLensCalibrationEnds = 4;
+
+int gFollowPanoThreadExit = 1;
+int gFollowPanoThreadWorking = 0;
+pthread_t g_cam_ae_follow_pano_Pid = 0;
+
+// Start and end are decided under this lock: there is never a second thread, and a start that comes while the thread is
+// about to end is not lost.
+pthread_mutex_t follow_mtx = PTHREAD_MUTEX_INITIALIZER;
+bool thread_exists = false;
+bool start_wanted = false; // a start came during the thread's present cycle
+
+/// What was copied last. The initial values are never measured, so the first cycle always applies.
+struct Applied {
+    float PanoAgain = -1.0F;
+    float PanoTime = -1.0F;
+    int Position = 0;
+};
+
+/// The feature camera's gain: g x floor(1000 x (1 + (p + 1) x 0.4722 / 6624)) / 1000 + 0.25.
+float followed_gain(float again, int position)
+{
+    const double thousandths = std::floor((static_cast<double>(position + 1) * 0.4722 / 6624.0 + 1.0) * 1000.0);
+    return static_cast<float>(static_cast<double>(again) * thousandths / 1000.0 + 0.25);
+}
+
+/// Writes the panorama exposure to the feature camera. False when the engine failed.
+bool apply_exposure(const isp::Call& feature, const Applied& applied)
+{
+    return isp::modify<isp::ExpSwAttr>(feature, isp::kExposureAttrTexts, [&](Uapi_ExpSwAttrV2_t& attr) {
+               attr.AecOpType = RK_AIQ_OP_MODE_MANUAL;
+               attr.stManual.LinearAE.ManualGainEn = true;
+               attr.stManual.LinearAE.ManualTimeEn = true;
+               attr.stManual.LinearAE.TimeValue = applied.PanoTime;
+               attr.stManual.LinearAE.GainValue = followed_gain(applied.PanoAgain, applied.Position);
+           }) != isp::Outcome::failed;
+}
+
+/// The engine calls of one cycle. False when the engine failed.
+bool follow_once(const char* function, Applied& applied)
+{
+    const isp::EngineLock lock;
+    const isp::Call panorama{function, get_PanoramaIspId()};
+    Uapi_ExpQueryInfo_t info;
+    const isp::Outcome outcome =
+        isp::engine_call(panorama, ISP_TRACE_FORMAT("rk_aiq_user_api2_ae_queryExpResInfo failed with %#x!\n\n"),
+                         [&](const rk_aiq_sys_ctx_t* ctx) { return rk_aiq_user_api2_ae_queryExpResInfo(ctx, &info); });
+    if (outcome != isp::Outcome::done) {
+        return outcome == isp::Outcome::no_context; // nothing to copy; the next cycle looks again
+    }
+    const Uapi_LinearExp_t& measured = info.LinAeInfo.LinearExp;
+    if (measured.analog_gain == applied.PanoAgain && measured.integration_time == applied.PanoTime &&
+        Uvc_Query_Zoom_Position() == applied.Position) {
+        return true;
+    }
+    applied = {measured.analog_gain, measured.integration_time, Uvc_Query_Zoom_Position()};
+    return apply_exposure({function, get_FeaturesIspId()}, applied);
+}
+
+bool must_end()
+{
+    return isp::shared_get(gFollowPanoThreadExit) == 1 ||
+           para_get_isp_exposure_mode_cur(kModeCamera) != SMART_EXPOSURE ||
+           get_lens_calibration_flag() == kLensCalibrationEnds;
+}
+
+/// What the thread decides from here on answers every start so far.
+void begin_cycle()
+{
+    const isp::MutexLock lock(follow_mtx);
+    start_wanted = false;
+}
+
+/// The thread's decision to end; false when a start came during the cycle and it has to look again.
+bool end_thread()
+{
+    const isp::MutexLock lock(follow_mtx);
+    if (start_wanted) {
+        return false;
+    }
+    thread_exists = false;
+    isp::shared_set(gFollowPanoThreadWorking, 0);
+    return true;
+}
+
+/// Starts the thread unless there is one. Under follow_mtx.
+int start_thread(const char* function)
+{
+    if (thread_exists) {
+        start_wanted = true;
+        return 0;
+    }
+    pthread_t thread{};
+    const auto body = [](void*) -> void* {
+        cam_ae_follow_pano_function();
+        return nullptr;
+    };
+    if (pthread_create(&thread, nullptr, body, nullptr) != 0) {
+        ISP_TRACE(function, "create cam_ae_follow_pano_function thread failed!\n\n");
+        return -1;
+    }
+    thread_exists = true;
+    g_cam_ae_follow_pano_Pid = thread;
+    ISP_TRACE(function, "create cam_ae_follow_pano_function thread success!\n\n");
+    return 0;
+}
+
+} // namespace
+
+void isp::store_exposure_mode(const Call& call, int mode, bool stops)
+{
+    const MutexLock lock(follow_mtx);
+    store(call, para_set_isp_exposure_mode_cur, mode);
+    if (stops && call.isp_id == kModeCamera) {
+        shared_set(gFollowPanoThreadExit, 1);
+    }
+}
+
+void isp::start_ae_follow()
+{
+    {
+        const MutexLock lock(follow_mtx);
+        shared_set(gFollowPanoThreadExit, 0);
+        g_cam_ae_follow_pano_Pid = 0;
+    }
+    cam_ae_follow_pano_thread();
+}
+
+int cam_ae_follow_pano_thread(void)
+{
+    ISP_TRACE(__func__, "enter cam_ae_follow_pano_thread\n\n");
+    const isp::MutexLock lock(follow_mtx);
+    return start_thread(__func__);
+}
+
+void cam_ae_follow_pano_function(void)
+{
+    prctl(PR_SET_NAME, "cam_ae_follow_pano_function");
+    pthread_detach(pthread_self());
+    ISP_TRACE(__func__, "enter cam_ae_follow_pano_function\n\n");
+    Applied applied;
+    for (;;) {
+        begin_cycle();
+        if (must_end()) {
+            if (end_thread()) {
+                break;
+            }
+            continue;
+        }
+        if (!follow_once(__func__, applied)) {
+            if (end_thread()) {
+                return;
+            }
+            applied = {};
+        }
+        isp::shared_set(gFollowPanoThreadWorking, 1);
+        isp::seam.usleep(kCycle);
+    }
+    ISP_TRACE(__func__, "pthread_exit\n");
+    pthread_exit(nullptr);
+}
