@@ -1,0 +1,47 @@
+// Lens type: which lens is fitted, by the model name in the board's vendor storage, read afresh at every call.
+#include "isp_ctrl.h"
+#include "isp_ctrl/frame/lock.h"
+#include "isp_ctrl/frame/seam.h"
+#include "isp_ctrl/frame/trace.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+namespace
+{
+
+constexpr char kSR1053[] = "SR1053-50IRC-8M-F20";
+
+// Name of the last successful read, under its lock.
+char lens_type[126];
+pthread_mutex_t lens_type_mtx = PTHREAD_MUTEX_INITIALIZER;
+
+/// Keeps the name that a line begins with: up to the first blank or line feed, at most 125 characters.
+void keep_name(const char* line)
+{
+    const std::size_t length = std::min(std::strcspn(line, " \n"), sizeof lens_type - 1);
+    std::memcpy(lens_type, line, length);
+    lens_type[length] = '\0';
+}
+
+} // namespace
+
+int KIV_Get_Len_Types(void)
+{
+    std::FILE* pipe = popen(isp::seam.lens_command, "r");
+    char line[256] = {};
+    if (pipe == nullptr) {
+        ISP_TRACE(__func__, "Failed to run awk command.\n\n");
+    } else {
+        if (std::fgets(line, sizeof line, pipe) == nullptr) {
+            line[0] = '\0';
+        }
+        pclose(pipe);
+    }
+    const isp::MutexLock lock(lens_type_mtx);
+    if (pipe != nullptr) {
+        keep_name(line);
+    }
+    return std::strcmp(lens_type, kSR1053) == 0 ? KIV_LEN_SR1053 : KIV_LEN_IR0147;
+}

@@ -1,0 +1,89 @@
+// One-push white balance: the automatic balance runs for a fixed time, its gains are remembered, and the engine then
+// holds them with the user's tuning. A camera without an engine is walked through all the same, with nothing measured.
+#include "isp_ctrl/frame/seam.h"
+#include "isp_ctrl/white_balance/wb_blocks.h"
+
+namespace
+{
+
+constexpr unsigned kConverge = 3; // seconds that the automatic balance runs
+constexpr unsigned kSettle = 1;   // seconds before the gains are held
+
+/// A gain in thousandths, truncated toward zero.
+int thousandths(float gain)
+{
+    return static_cast<int>(gain * 1000.0F);
+}
+
+void remember(const isp::Call& call, const rk_aiq_wb_querry_info_t& wb_querry_info, int op_mode)
+{
+    const rk_aiq_wb_gain_t& gain = wb_querry_info.gain;
+    ISP_TRACE(call.function, "quenvar enter QueryWBInfo\n");
+    ISP_TRACE(call.function, "wb_querry_info.rgain.:%3f\n", static_cast<double>(gain.rgain));
+    ISP_TRACE(call.function, "wb_querry_info.grgain.:%3f\n", static_cast<double>(gain.grgain));
+    ISP_TRACE(call.function, "wb_querry_info.gbgain.:%3f\n", static_cast<double>(gain.gbgain));
+    ISP_TRACE(call.function, "wb_querry_info.bgain.:%3f\n", static_cast<double>(gain.bgain));
+    ISP_TRACE(call.function, "wbmode:%d\n\n", op_mode);
+
+    const int red = thousandths(gain.rgain);
+    const int green = thousandths(gain.grgain);
+    const int blue = thousandths(gain.bgain);
+    set_onepush_rgain(call.isp_id, red);
+    set_onepush_ggain(call.isp_id, green);
+    set_onepush_bgain(call.isp_id, blue);
+    ISP_TRACE(call.function, "set_onepush_rgain:%d\n", red);
+    ISP_TRACE(call.function, "set_onepush_ggain:%d\n", green);
+    ISP_TRACE(call.function, "set_onepush_bgain:%d\n", blue);
+}
+
+} // namespace
+
+int KIV_Set_wb_mode_onepush(int isp_id)
+{
+    const isp::Call call{__func__, isp_id};
+    if (!isp::served(call)) {
+        return -1;
+    }
+    const isp::TuningSteps steps = isp::stored_tuning(call);
+    if (isp::stored(call, para_get_isp_wb_mode_cur) != ONE_PUSH_WHITE_BALANCE) {
+        return 0;
+    }
+
+    isp::ManualBlocks blocks;
+    if (isp::fetch<isp::WpMode>(call, blocks.op_mode, isp::kWpModeTexts.get) == isp::Outcome::failed) {
+        return -1;
+    }
+    blocks.op_mode.mode = RK_AIQ_WB_MODE_AUTO;
+    if (isp::apply<isp::WpMode>(call, blocks.op_mode, isp::kWpModeTexts.set) == isp::Outcome::failed) {
+        return -1;
+    }
+    isp::seam.sleep(kConverge);
+    ISP_TRACE(__func__, "wait for AWB...\n\n");
+
+    rk_aiq_wb_querry_info_t wb_querry_info;
+    const isp::Outcome measured = isp::query_white_balance(call, wb_querry_info);
+    if (measured == isp::Outcome::failed) {
+        return -1;
+    }
+    if (measured == isp::Outcome::done) {
+        remember(call, wb_querry_info, blocks.op_mode.mode);
+    }
+
+    if (isp::fetch_manual(call, blocks) == isp::Outcome::failed) {
+        return -1;
+    }
+    isp::seam.sleep(kSettle);
+    ISP_TRACE(__func__, "get_onepush_rgain:%d\n", get_onepush_rgain(isp_id));
+    ISP_TRACE(__func__, "get_onepush_ggain:%d\n", get_onepush_ggain(isp_id));
+    ISP_TRACE(__func__, "get_onepush_bgain:%d\n", get_onepush_bgain(isp_id));
+    isp::hold_gains(blocks, isp::onepush_gains(call, steps));
+    const rk_aiq_wb_gain_t& gain = blocks.manual.para.gain;
+    ISP_TRACE(__func__, "rgain:%3f\n", static_cast<double>(gain.rgain));
+    ISP_TRACE(__func__, "grgain:%3f\n", static_cast<double>(gain.grgain));
+    ISP_TRACE(__func__, "bgain:%3f\n", static_cast<double>(gain.bgain));
+    if (isp::apply_manual(call, blocks) == isp::Outcome::failed) {
+        return -1;
+    }
+    ISP_TRACE(__func__, "leave...\n\n");
+    return 0;
+}
