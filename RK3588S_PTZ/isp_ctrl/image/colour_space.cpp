@@ -1,0 +1,67 @@
+// Colour-space matrix: RGB to YCbCr after ITU-R BT.601 or BT.709, each in a full-range and a limited-range form. The
+// mode is remembered here, not in the store. The limited range is expressed by luma offset and coefficients alone.
+#include "isp_ctrl/frame/atomic.h"
+#include "isp_ctrl/frame/call_frame.h"
+
+#include <cstring>
+
+namespace
+{
+
+using Acsm = isp::Module<rk_aiq_user_api2_acsm_GetAttrib, rk_aiq_user_api2_acsm_SetAttrib>;
+
+constexpr isp::FailureTexts kTexts = {
+    .get = ISP_TRACE_FORMAT("rk_aiq_user_api2_acsm_GetAttrib failed with %#x!\n\n"),
+    .set = ISP_TRACE_FORMAT("rk_aiq_user_api2_acsm_SetAttrib failed with %#x!\n\n"),
+};
+
+// Rows Y, Cb, Cr; columns R, G, B.
+constexpr float BT601_full_range[9] = {0.299F, 0.587F, 0.114F, -0.169F, -0.331F, 0.5F, 0.5F, -0.419F, -0.081F};
+constexpr float BT601_limit_range[9] = {0.257F, 0.504F, 0.098F, -0.148F, -0.291F, 0.439F, 0.439F, -0.368F, -0.071F};
+constexpr float BT709_full_range[9] = {0.2126F, 0.7152F, 0.0722F, -0.1146F, -0.3854F, 0.5F, 0.5F, -0.4542F, -0.0468F};
+constexpr float BT709_limit_range[9] = {0.1826F, 0.6142F, 0.062F,   -0.1006F, -0.3386F,
+                                        0.4392F, 0.4392F, -0.3989F, -0.0403F};
+
+constexpr int kChromaOffset = 128;
+
+struct Conversion {
+    int y_offset;
+    const float* coeff;
+};
+constexpr Conversion kConversions[] = {
+    // from CSC_BT601_full_range on
+    {0, BT601_full_range},
+    {16, BT601_limit_range},
+    {0, BT709_full_range},
+    {16, BT709_limit_range},
+};
+
+int g_csc_mode[isp::kCameras];
+
+} // namespace
+
+void KIV_Set_csc_mode(int isp_id, CSC_Mode_E value)
+{
+    const isp::Call call{__func__, isp_id};
+    if (!isp::served(call)) {
+        return;
+    }
+    ISP_TRACE(__func__, "csc_mode_val :%d\n\n", static_cast<int>(value));
+    isp::shared_set(g_csc_mode[isp_id], static_cast<int>(value));
+    isp::modify<Acsm>(call, kTexts, [&](rk_aiq_uapi_acsm_attrib_t& acsm) {
+        if (value < CSC_BT601_full_range || value > CSC_BT709_limit_range) {
+            return; // a mode without a name: the engine gets its own settings back
+        }
+        const Conversion& conversion = kConversions[value - CSC_BT601_full_range];
+        acsm.param.op_mode = RK_AIQ_OP_MODE_MANUAL;
+        acsm.param.full_range = true;
+        acsm.param.y_offset = conversion.y_offset;
+        acsm.param.c_offset = kChromaOffset;
+        std::memcpy(acsm.param.coeff, conversion.coeff, sizeof acsm.param.coeff);
+    });
+}
+
+int KIV_Get_csc_mode(int isp_id)
+{
+    return isp_id >= 0 && isp_id < isp::kCameras ? isp::shared_get(g_csc_mode[isp_id]) : -1;
+}

@@ -1,0 +1,7 @@
+// Hot-pixel correction: accepted, without effect.
+#include "isp_ctrl.h"
+
+int KIV_Set_hotpixel(int /*isp_id*/)
+{
+    return 0;
+}
