@@ -1,0 +1,158 @@
+// White-balance following: a thread that gives the close and the third camera the panorama camera's gains, mapped
+// through the calibration where there is one.
+#include "isp_ctrl/following/awb_calibration.h"
+#include "isp_ctrl/following/awb_lines.h"
+#include "isp_ctrl/frame/atomic.h"
+#include "isp_ctrl/frame/lock.h"
+#include "isp_ctrl/frame/seam.h"
+#include "isp_ctrl/white_balance/wb_blocks.h"
+
+#include <sys/prctl.h>
+
+namespace
+{
+
+constexpr useconds_t kPass = 34000; // microseconds
+constexpr useconds_t kAfterFailure = 100000;
+
+int gAWBFollowPanoThreadExit = 1;
+int gAWBFollowPanoThreadWorking = 0;
+pthread_t g_cam_awb_follow_pano_Pid = 0; // never reset: one thread per process
+pthread_mutex_t start_mtx = PTHREAD_MUTEX_INITIALIZER;
+
+/// One camera that follows: its blocks and the codes of the two calls of a step.
+struct Follower {
+    isp::Call call;
+    rk_aiq_uapiV2_wb_opMode_t op_mode{};
+    rk_aiq_wb_mwb_attrib_t manual{};
+    XCamReturn codes[2] = {};
+};
+
+/// One engine call for a follower. A camera without a context counts as failed, without a trace.
+template <typename Mod, typename Access>
+XCamReturn silent_call(const Follower& follower, typename Mod::Block& block, Access access)
+{
+    const rk_aiq_sys_ctx_t* context = rkipc_aiq_get_ctx(follower.call.isp_id);
+    return context == nullptr ? XCAM_RETURN_ERROR_FAILED : access(context, block);
+}
+
+void read_blocks(Follower& f)
+{
+    f.codes[0] = silent_call<isp::WpMode>(f, f.op_mode, isp::WpMode::get);
+    f.codes[1] = silent_call<isp::Mwb>(f, f.manual, isp::Mwb::get);
+}
+
+void write_blocks(Follower& f)
+{
+    f.codes[0] = silent_call<isp::WpMode>(f, f.op_mode, isp::WpMode::set);
+    f.codes[1] = silent_call<isp::Mwb>(f, f.manual, isp::Mwb::set);
+}
+
+/// A step has failed only when all four of its calls have.
+bool all_failed(const Follower& close, const Follower& third)
+{
+    return close.codes[0] != 0 && close.codes[1] != 0 && third.codes[0] != 0 && third.codes[1] != 0;
+}
+
+/// The followers' gains for the panorama camera's.
+void map_gains(const char* function, float red, float blue, Follower& close, Follower& third)
+{
+    awb_calibration_s lines;
+    if (access(isp::seam.wb_calibration_file, F_OK) == 0 && isp::load_complete_calibration(lines) &&
+        isp::has_lines(lines)) {
+        isp::hold_gains(close.op_mode, close.manual,
+                        {lines.rgain_k * red + lines.rgain_b, 1.0F, 1.0F, lines.bgain_k * blue + lines.bgain_b});
+        isp::hold_gains(third.op_mode, third.manual,
+                        {lines.rgain_k2 * red + lines.rgain_b2, 1.0F, 1.0F, lines.bgain_k2 * blue + lines.bgain_b2});
+        isp::trace_lines(function, lines);
+        return;
+    }
+    isp::hold_gains(close.op_mode, close.manual, {red, 1.0F, 1.0F, blue});
+    isp::hold_gains(third.op_mode, third.manual, {red, 1.0F, 1.0F, blue});
+}
+
+void trace_gains(const char* function, const rk_aiq_wb_gain_t& close, const rk_aiq_wb_gain_t& third, float red,
+                 float blue)
+{
+    ISP_TRACE(function, "quenvar00 rgain=%3f,bgain=%3f\n\n", static_cast<double>(close.rgain),
+              static_cast<double>(close.bgain));
+    ISP_TRACE(function, "quenvar22 rgain=%3f,bgain=%3f\n\n", static_cast<double>(third.rgain),
+              static_cast<double>(third.bgain));
+    ISP_TRACE(function, "quenvar33 pano rgain=%3f,bgain=%3f\n\n", static_cast<double>(red), static_cast<double>(blue));
+}
+
+/// One pass; how long to wait until the next.
+useconds_t follow_once(const char* function, float& AwbRgain, float& AwbBgain)
+{
+    rk_aiq_wb_querry_info_t info;
+    const isp::Outcome outcome = isp::query_white_balance({function, isp::kWbPanorama}, info);
+    if (outcome != isp::Outcome::done) {
+        return outcome == isp::Outcome::failed ? kAfterFailure : kPass;
+    }
+    if (info.gain.rgain == AwbRgain && info.gain.bgain == AwbBgain) {
+        return kPass;
+    }
+    // Remembered before anything is applied: a pass that fails below is repeated only when the gains change again.
+    AwbRgain = info.gain.rgain;
+    AwbBgain = info.gain.bgain;
+    if (rkipc_aiq_get_ctx(isp::kWbClose) == nullptr || rkipc_aiq_get_ctx(isp::kWbPanorama) == nullptr) {
+        ISP_TRACE(function, "aiq ctx error\n\n");
+        return kPass;
+    }
+    Follower close{.call = {function, isp::kWbClose}};
+    Follower third{.call = {function, isp::kWbThird}};
+    read_blocks(close);
+    read_blocks(third);
+    if (all_failed(close, third)) {
+        ISP_TRACE(function, "rk_aiq_user_api2_awb_GetWbGainCtrlAttrib failed with %#x!\n\n", close.codes[0]);
+        return kAfterFailure;
+    }
+    map_gains(function, AwbRgain, AwbBgain, close, third);
+    trace_gains(function, close.manual.para.gain, third.manual.para.gain, AwbRgain, AwbBgain);
+    write_blocks(close);
+    write_blocks(third);
+    if (all_failed(close, third)) {
+        ISP_TRACE(function, "rk_aiq_user_api2_awb_SetWbGainCtrlAttrib failed with %#x!\n\n", close.codes[0]);
+        return kAfterFailure;
+    }
+    return kPass;
+}
+
+void* cam_awb_follow_pano_function(void* /*unused*/)
+{
+    float AwbRgain = -1.0F; // never measured: the first reading always counts as a change
+    float AwbBgain = -1.0F;
+    isp::shared_set(gAWBFollowPanoThreadWorking, 1);
+    prctl(PR_SET_NAME, "awb_follow_pano");
+    ISP_TRACE(__func__, "quenvar  %s:%d \n", __func__, __LINE__);
+    while (isp::shared_get(gAWBFollowPanoThreadExit) == 0 && isp::shared_get(isp::awb_pano_flag) == 0) {
+        isp::seam.usleep(follow_once(__func__, AwbRgain, AwbBgain));
+    }
+    isp::shared_set(gAWBFollowPanoThreadWorking, 0);
+    pthread_exit(nullptr);
+}
+
+} // namespace
+
+int cam_awb_follow_pano_thread(void)
+{
+    ISP_TRACE(__func__, "enter cam_awb_follow_pano_thread\n\n");
+    const isp::MutexLock lock(start_mtx);
+    if (g_cam_awb_follow_pano_Pid != 0) {
+        return 0;
+    }
+    pthread_t thread{};
+    if (pthread_create(&thread, nullptr, cam_awb_follow_pano_function, nullptr) != 0) {
+        ISP_TRACE(__func__, "quenvar create cam_awb_follow_pano_function thread failed!\n\n");
+        return -1;
+    }
+    g_cam_awb_follow_pano_Pid = thread;
+    ISP_TRACE(__func__, "quenvar create cam_awb_follow_pano_function thread success!\n\n");
+    return 0;
+}
+
+int set_awb_follow_pano(int enable)
+{
+    isp::shared_set(gAWBFollowPanoThreadExit, enable != 0 ? 0 : 1);
+    return 0;
+}
