@@ -1,0 +1,99 @@
+// The channel of iris commands: the host's callback, the loop's start, and the sender to the lens service.
+#include "isp_auto_iris.h"
+#include "isp_ctrl/frame/atomic.h"
+#include "isp_ctrl/frame/lock.h"
+#include "isp_ctrl/frame/trace.h"
+
+#include <arpa/inet.h>
+#include <cstring>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+KIV_AUTO_IRIS_CONTROL_CALLBACK kiv_auto_iris_cb = nullptr;
+
+namespace
+{
+
+constexpr int port = 6789; // UDP port of the lens service
+
+// Datagram: two bytes of header, then the command's six bytes as they are.
+constexpr unsigned char kHeader[2] = {0x77, 0x17};
+constexpr std::size_t kDatagramSize = sizeof kHeader + sizeof(iris_ctrl_param_t);
+
+pthread_t g_auto_iris_ctrlProcPid = 0; // never cleared: one thread per process
+pthread_mutex_t start_mtx = PTHREAD_MUTEX_INITIALIZER;
+
+int flag_explock_mode = 0;
+int flag_iris_mode = 0;
+
+} // namespace
+
+int init_auto_iris_control(KIV_AUTO_IRIS_CONTROL_CALLBACK cb)
+{
+    ISP_TRACE(__func__, "enter\n");
+    if (cb == nullptr) {
+        ISP_TRACE(__func__, "mode == NULL\n");
+        return -1;
+    }
+    const isp::MutexLock lock(start_mtx);
+    isp::shared_set(kiv_auto_iris_cb, cb);
+    if (g_auto_iris_ctrlProcPid == 0) {
+        pthread_t thread{};
+        const auto body = [](void*) -> void* {
+            auto_iris_control_main();
+            return nullptr;
+        };
+        if (pthread_create(&thread, nullptr, body, nullptr) != 0) {
+            ISP_TRACE(__func__, "create auto_iris_control_main thread failed!\n\n");
+            return -1;
+        }
+        g_auto_iris_ctrlProcPid = thread;
+        ISP_TRACE(__func__, "create auto_iris_control_main thread OK!\n");
+    }
+    ISP_TRACE(__func__, "leave\n");
+    return 0;
+}
+
+int set_auto_iris(iris_ctrl_param_t* param)
+{
+    if (param == nullptr) {
+        ISP_TRACE(__func__, "param == NULL\n");
+        return -1;
+    }
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = inet_addr("127.0.0.1");
+    address.sin_port = htons(port);
+    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+    if (fd < 0) {
+        ISP_TRACE(__func__, "socket error\n\n");
+        return -1;
+    }
+    unsigned char datagram[kDatagramSize] = {};
+    std::memcpy(datagram, kHeader, sizeof kHeader);
+    std::memcpy(datagram + sizeof kHeader, param, sizeof *param);
+    sendto(fd, datagram, sizeof datagram, 0, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    close(fd);
+    return 0;
+}
+
+void set_flag_exp_lock(int flagexpLock)
+{
+    isp::shared_set(flag_explock_mode, flagexpLock);
+}
+
+int get_flag_exp_lock(void)
+{
+    return isp::shared_get(flag_explock_mode);
+}
+
+void set_iris_manu(int mode)
+{
+    isp::shared_set(flag_iris_mode, mode);
+}
+
+int get_iris_manu(void)
+{
+    return isp::shared_get(flag_iris_mode);
+}

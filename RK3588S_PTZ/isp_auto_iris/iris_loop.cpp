@@ -1,0 +1,87 @@
+// The automatic iris loop: sleeps, reads, decides, calls back. Modes and anti-flicker are those of camera 0.
+#include "af/lens_ctrl.h"
+#include "isp_auto_iris.h"
+#include "isp_auto_iris/iris_device.h"
+#include "isp_auto_iris/iris_rules.h"
+#include "isp_auto_iris/zoom_levels.h"
+#include "isp_ctrl.h"
+#include "isp_ctrl/frame/atomic.h"
+#include "isp_ctrl/frame/seam.h"
+#include "isp_ctrl/frame/trace.h"
+#include "platformpara/para_isp.h"
+
+#include <sys/prctl.h>
+
+namespace
+{
+
+constexpr unsigned kStartDelay = 9;  // seconds
+constexpr useconds_t kCycle = 32000; // microseconds
+constexpr int kStoreRecord = 0;
+constexpr int kLensCalibrationEnds = 4;
+
+/// The six figures of the AE query, which keep their values when a query fails.
+struct AeInfo {
+    float again = 0.0F;
+    float ispdgain = 0.0F;
+    float time = 0.0F;
+    float meanluma = 0.0F;
+    float gain_max = 0.0F;
+    float ret_dysetpoint = 0.0F;
+};
+
+isp::iris::AeFigures query_figures(const char* function, AeInfo& ae)
+{
+    const int ret =
+        kiv_rkisp_cl_getAeinfo(&ae.again, &ae.ispdgain, &ae.time, &ae.meanluma, &ae.gain_max, &ae.ret_dysetpoint);
+    if (ret != 0) {
+        ISP_TRACE(function, "kiv_rkisp_cl_QueryWBInfo err %d\n", ret);
+    }
+    return isp::iris::derive_figures(ae.again, ae.ispdgain, ae.time, ae.meanluma, ae.gain_max, ae.ret_dysetpoint);
+}
+
+void send(iris_ctrl_param_t& command)
+{
+    const KIV_AUTO_IRIS_CONTROL_CALLBACK callback = isp::shared_get(kiv_auto_iris_cb);
+    if (callback != nullptr) {
+        callback(&command);
+    }
+}
+
+} // namespace
+
+void auto_iris_control_main(void)
+{
+    isp::iris::Device device;
+    isp::iris::open_device(device);
+    prctl(PR_SET_NAME, "auto_iris_control_main");
+    pthread_detach(pthread_self());
+    ISP_TRACE(__func__, "enter\n\n");
+    isp::seam.sleep(kStartDelay);
+
+    isp::iris::LoopState state;
+    AeInfo ae;
+    for (;;) {
+        isp::seam.usleep(kCycle);
+        const int antiflicker = para_get_isp_antiflicker_cur(kStoreRecord);
+        const int mode = para_get_isp_exposure_mode_cur(kStoreRecord);
+        if (mode == MANUAL_EXPOSURE || mode == IRIS_PRIORITY) {
+            continue; // the iris is set by hand
+        }
+        if (get_lens_calibration_flag() == kLensCalibrationEnds) {
+            break;
+        }
+        const isp::iris::AeFigures figures = query_figures(__func__, ae);
+        Iris_Info_Param record;
+        if (!isp::iris::read_record(device, record)) {
+            isp::iris::advance_device(device);
+            continue;
+        }
+        if (isp::iris::decide(state, record, {.exposure_mode = mode, .antiflicker = antiflicker, .ae = figures})) {
+            send(state.command);
+        }
+        isp::iris::publish_widest(state.widest);
+    }
+    ISP_TRACE(__func__, "pthread_exit\n");
+    pthread_exit(nullptr);
+}
