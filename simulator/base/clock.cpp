@@ -1,0 +1,330 @@
+// Discrete-event time. Ticks and wake-ups are events in order of their time, a tick before a wake-up of the same
+// moment. In virtual time the next event happens as soon as all threads that take part wait, on one of them, and wakes
+// one thread at a time; in paced time a thread of the clock waits for the event's real time.
+#include "base/clock.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <thread>
+#include <vector>
+
+#include <unistd.h>
+
+namespace sim
+{
+namespace
+{
+
+using RealClock = std::chrono::steady_clock;
+using Lock = std::unique_lock<std::mutex>;
+
+// Paced time that lags further behind the real clock than this (an overloaded machine, a halted process) does not
+// try to catch up.
+constexpr std::chrono::milliseconds kMaxLag{20};
+
+struct Waiter {
+    Microseconds due;
+    std::uint64_t order; // of going to sleep, so that wake-ups of the same moment keep it
+    bool woken = false;
+    bool driver = false; // this thread makes the next events happen
+    std::condition_variable wake{};
+};
+
+struct Earlier {
+    bool operator()(const Waiter* a, const Waiter* b) const
+    {
+        return a->due != b->due ? a->due < b->due : a->order < b->order;
+    }
+};
+
+struct Tick {
+    int handle;
+    Microseconds period;
+    Microseconds next;
+    std::shared_ptr<std::function<void()>> run;
+};
+
+struct Clock {
+    std::mutex mutex;
+    Microseconds time = 0; // of the last event; in paced time, never ahead of an event that has not happened yet
+    int taking_part = 0;
+    std::uint64_t orders = 0;
+    std::set<Waiter*, Earlier> waiters;
+    std::condition_variable waiters_changed;
+
+    std::vector<Tick> ticks; // in order of registration
+    int handles = 0;
+    int running_tick = 0; // handle, 0: none
+    std::thread::id ticking_thread;
+    std::condition_variable tick_done;
+
+    bool paced = false;
+    bool pacer_exists = false;
+    double speed = 1.0;
+    Microseconds paced_time = 0; // simulated time at `paced_since`
+    RealClock::time_point paced_since;
+    std::condition_variable pacer_wake;
+
+    std::vector<Tick>::iterator next_tick()
+    {
+        return std::min_element(ticks.begin(), ticks.end(),
+                                [](const Tick& a, const Tick& b) { return a.next < b.next; });
+    }
+
+    std::optional<Microseconds> next_event()
+    {
+        const auto tick = next_tick();
+        if (waiters.empty()) {
+            return tick == ticks.end() ? std::nullopt : std::optional(tick->next);
+        }
+        const Microseconds due = (*waiters.begin())->due;
+        return tick == ticks.end() ? due : std::min(tick->next, due);
+    }
+
+    Microseconds now()
+    {
+        if (!paced) {
+            return time;
+        }
+        const std::chrono::duration<double, std::micro> real = RealClock::now() - paced_since;
+        Microseconds t = paced_time + static_cast<Microseconds>(real.count() * speed);
+        if (running_tick != 0) {
+            t = std::min(t, time);
+        } else if (const auto next = next_event()) {
+            t = std::min(t, *next);
+        }
+        return time = std::max(t, time);
+    }
+
+    void rebase()
+    {
+        paced_time = time;
+        paced_since = RealClock::now();
+    }
+
+    // Makes the next event happen. The lock is released while a tick runs.
+    void run_event(Lock& lock)
+    {
+        const auto tick = next_tick();
+        const bool wakes = !waiters.empty() && (tick == ticks.end() || (*waiters.begin())->due < tick->next);
+        if (wakes) {
+            Waiter* const waiter = *waiters.begin();
+            time = std::max(time, waiter->due);
+            waiters.erase(waiters.begin());
+            waiter->woken = true;
+            waiter->wake.notify_one();
+            return;
+        }
+        time = std::max(time, tick->next);
+        tick->next += tick->period;
+        const auto run = tick->run; // keeps it alive should the tick be cancelled meanwhile
+        running_tick = tick->handle;
+        ticking_thread = std::this_thread::get_id();
+        lock.unlock();
+        (*run)();
+        lock.lock();
+        running_tick = 0;
+        tick_done.notify_all();
+    }
+
+    bool all_wait() const
+    {
+        return !waiters.empty() && static_cast<int>(waiters.size()) == taking_part;
+    }
+
+    // To be called whenever fewer threads than before are at work. One of the waiting threads drives.
+    void appoint_driver()
+    {
+        if (!paced && all_wait() && running_tick == 0) {
+            Waiter* const waiter = *waiters.begin();
+            waiter->driver = true;
+            waiter->wake.notify_one();
+        }
+    }
+
+    void pace()
+    {
+        Lock lock(mutex);
+        for (;;) {
+            const auto next = paced ? next_event() : std::nullopt;
+            if (!next) {
+                pacer_wake.wait(lock);
+                continue;
+            }
+            if (running_tick != 0) { // of a driver that virtual time left behind
+                tick_done.wait(lock);
+                continue;
+            }
+            const std::chrono::duration<double, std::micro> ahead(static_cast<double>(*next - paced_time) / speed);
+            const auto at = paced_since + std::chrono::duration_cast<RealClock::duration>(ahead);
+            const auto real = RealClock::now();
+            if (real < at) {
+                pacer_wake.wait_until(lock, at);
+                continue;
+            }
+            if (real - at > kMaxLag) {
+                paced_time = *next;
+                paced_since = real;
+            }
+            run_event(lock);
+            appoint_driver(); // the tick may have returned to virtual time
+        }
+    }
+};
+
+// Never destroyed: threads may still wait here while the process ends.
+Clock& clock()
+{
+    static Clock& instance = *new Clock;
+    return instance;
+}
+
+// A thread's part in virtual time.
+struct Part {
+    bool taken = false;
+
+    void take(Clock& c)
+    {
+        if (!taken) {
+            taken = true;
+            ++c.taking_part;
+        }
+    }
+
+    void leave(Clock& c)
+    {
+        if (taken) {
+            taken = false;
+            --c.taking_part;
+            c.appoint_driver();
+        }
+    }
+
+    ~Part()
+    {
+        // When the process ends, time stands still.
+        if (taken && gettid() != getpid()) {
+            Clock& c = clock();
+            const Lock lock(c.mutex);
+            leave(c);
+        }
+    }
+};
+thread_local Part part;
+
+} // namespace
+
+void use_paced_time(double speed)
+{
+    Clock& c = clock();
+    const Lock lock(c.mutex);
+    c.time = c.now();
+    c.paced = true;
+    c.speed = std::max(speed, 1e-6);
+    c.rebase();
+    if (!c.pacer_exists) {
+        c.pacer_exists = true;
+        std::thread(&Clock::pace, &c).detach();
+    }
+    c.pacer_wake.notify_one();
+}
+
+void use_virtual_time()
+{
+    Clock& c = clock();
+    Lock lock(c.mutex);
+    c.time = c.now();
+    c.paced = false;
+    c.tick_done.wait(lock,
+                     [&] { return c.running_tick == 0 || c.ticking_thread == std::this_thread::get_id() || c.paced; });
+    c.appoint_driver();
+}
+
+Microseconds now()
+{
+    Clock& c = clock();
+    const Lock lock(c.mutex);
+    return c.now();
+}
+
+void wait(Microseconds duration)
+{
+    Clock& c = clock();
+    Lock lock(c.mutex);
+    part.take(c);
+    Waiter self{.due = c.now() + std::max<Microseconds>(duration, 0), .order = ++c.orders};
+    c.waiters.insert(&self);
+    c.waiters_changed.notify_all();
+    if (c.paced) {
+        c.pacer_wake.notify_one();
+    } else {
+        self.driver = c.all_wait() && c.running_tick == 0;
+    }
+    while (!self.woken) {
+        if (!self.driver) {
+            self.wake.wait(lock);
+            continue;
+        }
+        while (!c.paced && c.all_wait() && c.running_tick == 0) {
+            c.run_event(lock);
+        }
+        self.driver = false;
+        if (c.paced) {
+            c.pacer_wake.notify_one();
+        }
+    }
+}
+
+void step_aside()
+{
+    Clock& c = clock();
+    const Lock lock(c.mutex);
+    part.leave(c);
+}
+
+void await_waiting(int threads)
+{
+    Clock& c = clock();
+    Lock lock(c.mutex);
+    c.waiters_changed.wait(lock, [&] { return static_cast<int>(c.waiters.size()) >= threads; });
+}
+
+int waiting_threads()
+{
+    Clock& c = clock();
+    const Lock lock(c.mutex);
+    return static_cast<int>(c.waiters.size());
+}
+
+int taking_part()
+{
+    Clock& c = clock();
+    const Lock lock(c.mutex);
+    return c.taking_part;
+}
+
+int every(Microseconds period, std::function<void()> tick)
+{
+    Clock& c = clock();
+    const Lock lock(c.mutex);
+    period = std::max<Microseconds>(period, 1);
+    c.ticks.push_back(
+        {++c.handles, period, c.now() + period, std::make_shared<std::function<void()>>(std::move(tick))});
+    c.pacer_wake.notify_one();
+    return c.handles;
+}
+
+void cancel(int handle)
+{
+    Clock& c = clock();
+    Lock lock(c.mutex);
+    std::erase_if(c.ticks, [&](const Tick& tick) { return tick.handle == handle; });
+    c.tick_done.wait(lock, [&] { return c.running_tick != handle || c.ticking_thread == std::this_thread::get_id(); });
+}
+
+} // namespace sim

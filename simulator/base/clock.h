@@ -1,0 +1,48 @@
+// Simulated time. The library's waits go through here without the library knowing, so that hours pass in seconds.
+//
+// Virtual time stands still while any thread that has ever waited here is at work; when all of them wait, it jumps to
+// the earliest wake-up, running the frame ticks in between in order, and wakes one thread; threads that are due at the
+// same moment follow one another in the order in which they went to sleep. What happens is therefore the same at every
+// run.
+// Paced time follows the real clock, times a speed.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+namespace sim
+{
+
+using Microseconds = std::int64_t;
+
+/// Points the library's waits here and starts virtual time at 0. Once, before the library is used.
+void install_clock();
+
+/// Follows the real clock `speed` times as fast, or returns to virtual time.
+void use_paced_time(double speed);
+void use_virtual_time();
+
+Microseconds now();
+
+/// Waits in simulated time on the calling thread. In virtual time a thread takes part from its first wait until it
+/// ends; a test's main thread drives time simply by waiting.
+void wait(Microseconds duration);
+
+/// The calling thread takes no part any more until its next wait. For a thread about to block on something else that
+/// needs time to pass, such as joining a thread that waits here.
+void step_aside();
+
+/// Blocks, in real time, until `threads` threads are waiting here: for a thread that was just created and has not
+/// waited yet.
+void await_waiting(int threads);
+
+/// How many threads are waiting here, and how many take part at all.
+int waiting_threads();
+int taking_part();
+
+/// Runs `tick` every `period` of simulated time, before threads that wake at the same moment. Returns a handle. A tick
+/// never waits here. After cancel() it is not running any more (unless it cancels itself).
+int every(Microseconds period, std::function<void()> tick);
+void cancel(int handle);
+
+} // namespace sim

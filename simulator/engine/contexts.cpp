@@ -1,0 +1,342 @@
+// Giving out, judging and releasing contexts, and the list of misuses.
+#include "engine/contexts.h"
+
+#include "engine/scene.h"
+
+#include <algorithm>
+
+namespace sim::engine
+{
+
+constinit std::array<Context, kContexts> contexts{};
+
+namespace
+{
+
+constexpr std::size_t kMisusesKept = 256;
+
+struct Misuse {
+    std::string line;
+    int times;
+};
+
+struct SceneNames {
+    std::string main;
+    std::string sub;
+};
+
+// Everything about contexts that is not on the path of an attribute call. Never destroyed: threads may still call
+// while the process ends.
+struct Registry {
+    std::mutex mutex; // taken before a context's lock
+    std::array<Configuration, kContexts> configurations;
+    std::array<std::uint64_t, kContexts> released_at{}; // order of releases
+    std::array<SceneNames, kSensors> scenes;
+    std::uint64_t releases = 0;
+    std::uint64_t starts = 0;
+
+    std::mutex misuse_mutex; // taken last
+    std::vector<Misuse> misuses;
+};
+
+Registry& registry()
+{
+    static Registry& instance = *new Registry;
+    return instance;
+}
+
+std::size_t index_of(const Context& context)
+{
+    return static_cast<std::size_t>(&context - contexts.data());
+}
+
+Life life_of(Context& context)
+{
+    const std::lock_guard lock(context.lock);
+    return context.life;
+}
+
+// An unused slot, else the one released longest ago.
+Context* free_context(const Registry& r)
+{
+    Context* best = nullptr;
+    for (Context& context : contexts) {
+        const Life life = life_of(context);
+        if (life == Life::unknown) {
+            return &context;
+        }
+        if (life == Life::released && (!best || r.released_at[index_of(context)] < r.released_at[index_of(*best)])) {
+            best = &context;
+        }
+    }
+    return best;
+}
+
+const char* name_of(Life life)
+{
+    switch (life) {
+    case Life::unknown:
+        return "unknown";
+    case Life::initialised:
+        return "initialised";
+    case Life::prepared:
+        return "prepared";
+    case Life::running:
+        return "running";
+    case Life::stopped:
+        return "stopped";
+    case Life::released:
+        return "released";
+    }
+    return "";
+}
+
+// Under the context's or the registry's lock.
+std::string describe_context(const Context& context)
+{
+    std::string text = context.group ? "the group of sensor " : "sensor ";
+    return text.append(std::to_string(recorded_id(&context)));
+}
+
+} // namespace
+
+void note_misuse(const char* function, const std::string& what)
+{
+    Registry& r = registry();
+    std::string line = std::string(function) + ": " + what;
+    const std::lock_guard lock(r.misuse_mutex);
+    const auto known =
+        std::find_if(r.misuses.begin(), r.misuses.end(), [&](const Misuse& m) { return m.line == line; });
+    if (known != r.misuses.end()) {
+        ++known->times;
+    } else if (r.misuses.size() < kMisusesKept) {
+        r.misuses.push_back({std::move(line), 1});
+    }
+}
+
+std::vector<std::string> misuses()
+{
+    Registry& r = registry();
+    const std::lock_guard lock(r.misuse_mutex);
+    std::vector<std::string> lines;
+    for (const Misuse& misuse : r.misuses) {
+        lines.push_back(misuse.times == 1 ? misuse.line
+                                          : misuse.line + " (" + std::to_string(misuse.times) + " times)");
+    }
+    return lines;
+}
+
+XCamReturn refuse_context(const char* function, const void* pointer)
+{
+    std::string what = pointer ? "unknown context" : "null context";
+    if (Context* const context = find(pointer)) {
+        const std::lock_guard lock(context->lock);
+        if (context->life == Life::released) {
+            what = "use after release, " + describe_context(*context);
+        }
+    }
+    note_misuse(function, what);
+    return XCAM_RETURN_ERROR_PARAM;
+}
+
+Context* create_context(const char* function, std::span<const int> sensors, bool group, const char* iq_directory)
+{
+    Registry& r = registry();
+    const std::lock_guard registry_lock(r.mutex);
+    for (Context& other : contexts) {
+        const std::lock_guard lock(other.lock);
+        if (live(other.life) && other.group == group && other.sensors[0] == sensors.front()) {
+            note_misuse(function, describe_context(other) + " has a context already");
+            break;
+        }
+    }
+    Context* const context = free_context(r);
+    if (!context) {
+        note_misuse(function, "all contexts are in use");
+        return nullptr;
+    }
+    r.configurations[index_of(*context)] = {.sensors{sensors.begin(), sensors.end()},
+                                            .iq_directory = iq_directory ? iq_directory : "",
+                                            .main_scene = r.scenes[static_cast<std::size_t>(sensors.front())].main,
+                                            .sub_scene = r.scenes[static_cast<std::size_t>(sensors.front())].sub};
+
+    const std::lock_guard lock(context->lock);
+    context->life = Life::initialised;
+    context->group = group;
+    context->sensor.store(sensors.front(), std::memory_order_relaxed);
+    std::copy(sensors.begin(), sensors.end(), context->sensors.begin());
+    context->sensor_count = static_cast<int>(sensors.size());
+    context->started = 0;
+    context->blocks = initial_blocks();
+    context->blocks.lin_ae.Params.DySetpoint.DySetpoint = context->blocks.setpoints;
+    return context;
+}
+
+XCamReturn change_life(const char* function, const void* pointer, bool group, Request request)
+{
+    Context* const context = find(pointer);
+    if (!context) {
+        return refuse_context(function, pointer);
+    }
+    Registry& r = registry();
+    const std::lock_guard registry_lock(r.mutex);
+    Life before{};
+    bool same_kind = true;
+    bool in_order = true;
+    {
+        const std::lock_guard lock(context->lock);
+        before = context->life;
+        same_kind = context->group == group;
+        if (live(before) && same_kind) {
+            switch (request) {
+            case Request::prepare:
+                in_order = before != Life::running;
+                context->life = in_order ? Life::prepared : before;
+                break;
+            case Request::start:
+                in_order = before == Life::prepared || before == Life::stopped;
+                if (in_order) {
+                    context->life = Life::running;
+                    context->started = ++r.starts;
+                }
+                break;
+            case Request::stop: // of an engine that does not run: nothing to do
+                context->life = before == Life::running ? Life::stopped : before;
+                break;
+            case Request::release:
+                in_order = before != Life::running;
+                context->life = Life::released;
+                r.released_at[index_of(*context)] = ++r.releases;
+                break;
+            }
+        }
+    }
+    if (!live(before)) {
+        if (before == Life::released && request == Request::release) {
+            note_misuse(function, "released twice, " + describe_context(*context));
+            return XCAM_RETURN_ERROR_PARAM;
+        }
+        return refuse_context(function, pointer);
+    }
+    if (!same_kind) {
+        note_misuse(function, group ? "a camera's context, not a group's" : "a group's context, not a camera's");
+        return XCAM_RETURN_ERROR_PARAM;
+    }
+    if (!in_order) {
+        note_misuse(function, "out of order, " + describe_context(*context) + " is " + name_of(before));
+        return XCAM_RETURN_ERROR_ORDER;
+    }
+    return XCAM_RETURN_NO_ERROR;
+}
+
+void set_iq_directory(const Context& context, const char* directory)
+{
+    Registry& r = registry();
+    const std::lock_guard lock(r.mutex);
+    r.configurations[index_of(context)].iq_directory = directory;
+}
+
+void set_working_mode(const Context& context, rk_aiq_working_mode_t mode)
+{
+    Registry& r = registry();
+    const std::lock_guard lock(r.mutex);
+    r.configurations[index_of(context)].mode = mode;
+}
+
+void set_scene_names(int sensor, const char* main_scene, const char* sub_scene)
+{
+    Registry& r = registry();
+    const std::lock_guard lock(r.mutex);
+    r.scenes[static_cast<std::size_t>(sensor)] = {main_scene, sub_scene};
+}
+
+void reset()
+{
+    Registry& r = registry();
+    const std::lock_guard registry_lock(r.mutex);
+    for (Context& context : contexts) {
+        const std::lock_guard lock(context.lock);
+        context.life = Life::unknown;
+    }
+    r.configurations = {};
+    r.scenes = {};
+    r.released_at = {};
+    {
+        const std::lock_guard lock(r.misuse_mutex);
+        r.misuses.clear();
+    }
+    reset_scenes();
+}
+
+Life life(const void* pointer)
+{
+    Context* const context = find(pointer);
+    return context ? life_of(*context) : Life::unknown;
+}
+
+int live_contexts()
+{
+    return static_cast<int>(
+        std::count_if(contexts.begin(), contexts.end(), [](Context& context) { return live(life_of(context)); }));
+}
+
+Configuration configuration(const void* pointer)
+{
+    const Context* const context = find(pointer);
+    if (!context) {
+        return {};
+    }
+    Registry& r = registry();
+    const std::lock_guard lock(r.mutex);
+    return r.configurations[index_of(*context)];
+}
+
+template <typename Block>
+Block peek(const void* pointer)
+{
+    Context* const context = find(pointer);
+    if (!context) {
+        return {};
+    }
+    const std::lock_guard lock(context->lock);
+    return context->blocks.*member_of<Block>;
+}
+
+template <typename Block>
+void poke(const void* pointer, const Block& block)
+{
+    if (Context* const context = find(pointer)) {
+        const std::lock_guard lock(context->lock);
+        store(context->blocks, block);
+    }
+}
+
+template <typename Block>
+Block initial()
+{
+    return initial_blocks().*member_of<Block>;
+}
+
+#define INSTANTIATE(Block)                                                                                             \
+    template Block peek<Block>(const void*);                                                                           \
+    template void poke<Block>(const void*, const Block&);                                                              \
+    template Block initial<Block>();
+
+INSTANTIATE(Uapi_ExpSwAttrV2_t)
+INSTANTIATE(Uapi_LinExpAttrV2_t)
+INSTANTIATE(Uapi_ExpQueryInfo_t)
+INSTANTIATE(paRange_t)
+INSTANTIATE(rk_aiq_uapiV2_wb_opMode_t)
+INSTANTIATE(rk_aiq_wb_mwb_attrib_t)
+INSTANTIATE(rk_aiq_uapiV2_wb_awb_wbGainOffset_t)
+INSTANTIATE(rk_aiq_wb_querry_info_t)
+INSTANTIATE(acp_attrib_t)
+INSTANTIATE(rk_aiq_sharp_attrib_v4_t)
+INSTANTIATE(rk_aiq_gamma_attrib_V2_t)
+INSTANTIATE(drc_attrib_t)
+INSTANTIATE(rk_aiq_lsc_attrib_t)
+INSTANTIATE(rk_aiq_bayer2dnr_attrib_v2_t)
+INSTANTIATE(rk_aiq_bayertnr_attrib_v2_t)
+INSTANTIATE(rk_aiq_uapi_acsm_attrib_t)
+
+} // namespace sim::engine

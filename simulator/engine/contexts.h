@@ -1,0 +1,93 @@
+// The contexts: one static array of slots, so that any pointer can be judged and a released context stays
+// recognisable until its slot, the longest released one first, is used again.
+#pragma once
+
+#include "engine/blocks.h"
+#include "engine/engine.h"
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <span>
+#include <thread>
+
+namespace sim::engine
+{
+
+class SpinLock
+{
+public:
+    void lock()
+    {
+        while (held_.exchange(true, std::memory_order_acquire)) {
+            while (held_.load(std::memory_order_relaxed)) {
+                std::this_thread::yield();
+            }
+        }
+    }
+    void unlock()
+    {
+        held_.store(false, std::memory_order_release);
+    }
+
+private:
+    std::atomic<bool> held_{false};
+};
+
+inline constexpr int kContexts = 64;
+
+struct alignas(64) Context {
+    SpinLock lock; // guards what follows, but for `sensor`
+    Life life{};
+    bool group = false;
+    std::atomic<int> sensor{0}; // the first of `sensors`
+    std::array<int, RK_AIQ_CAM_GROUP_MAX_CAMS> sensors{};
+    int sensor_count = 0;
+    std::uint64_t started = 0; // order of starts, 0: never
+    Blocks blocks{};
+};
+
+extern std::array<Context, kContexts> contexts;
+
+/// The slot that a pointer of the engine's interface stands for, null for a pointer that was never given out.
+inline Context* find(const void* pointer)
+{
+    const std::uintptr_t offset =
+        reinterpret_cast<std::uintptr_t>(pointer) - reinterpret_cast<std::uintptr_t>(contexts.data());
+    if (offset >= sizeof(contexts) || offset % sizeof(Context) != 0) [[unlikely]] {
+        return nullptr;
+    }
+    return &contexts[offset / sizeof(Context)];
+}
+
+/// Id under which a call is recorded.
+inline int recorded_id(const Context* context)
+{
+    return context ? context->sensor.load(std::memory_order_relaxed) : -1;
+}
+
+inline bool live(Life life)
+{
+    return life != Life::unknown && life != Life::released;
+}
+
+/// A new context for the sensors, or null when all slots are in use.
+Context* create_context(const char* function, std::span<const int> sensors, bool group, const char* iq_directory);
+
+enum class Request { prepare, start, stop, release };
+
+/// Takes a context a step further in its life.
+XCamReturn change_life(const char* function, const void* pointer, bool group, Request request);
+
+void set_iq_directory(const Context& context, const char* directory);
+void set_working_mode(const Context& context, rk_aiq_working_mode_t mode);
+void set_scene_names(int sensor, const char* main_scene, const char* sub_scene);
+
+void note_misuse(const char* function, const std::string& what);
+
+/// Notes the use of a pointer that is not a live context; returns the code to answer with.
+XCamReturn refuse_context(const char* function, const void* pointer);
+
+} // namespace sim::engine

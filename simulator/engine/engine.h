@@ -1,0 +1,120 @@
+// The simulated engine as tests and the host program see it: what each context holds, what was misused, the scene in
+// front of each sensor. Apart from the engine's own interface, which the library calls.
+#pragma once
+
+#include "aiq/rk_aiq.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sim::engine
+{
+
+inline constexpr int kSensors = 8; // engine indices 0 to 7, entity names "sim_sensor_0" to "sim_sensor_7"
+
+/// Forgets all contexts, misuses and scenes.
+void reset();
+
+// ---- Contexts -----------------------------------------------------------------------------------------------------
+
+enum class Life { unknown, initialised, prepared, running, stopped, released };
+
+/// Where a context is in its life; `unknown` for a pointer that never was one. Takes group contexts too.
+Life life(const void* context);
+
+/// How many contexts, of cameras and of groups, are not released.
+int live_contexts();
+
+/// How a context was set up.
+struct Configuration {
+    std::vector<int> sensors; // one for a camera, the members in order for a group
+    std::string iq_directory;
+    std::string main_scene; // names given before the context was made, empty for a group
+    std::string sub_scene;
+    rk_aiq_working_mode_t mode = RK_AIQ_WORKING_MODE_NORMAL; // of the last prepare
+};
+
+/// Empty for a pointer that never was a context.
+Configuration configuration(const void* context);
+
+/// Wrong uses so far, oldest first, one line each ("FUNCTION: use after release, sensor 0"), followed by " (N times)"
+/// when it happened again: use after release, double release, unknown context, a call out of order, a null block, a
+/// second context of a sensor. At most 256 different lines are kept.
+std::vector<std::string> misuses();
+
+/// Whether the engine finds a sensor (phyId is -1 when it does not). All are there at first.
+void set_sensor_present(int index, bool present);
+
+// ---- Attribute blocks ---------------------------------------------------------------------------------------------
+
+/// What a context holds, without a call of the engine's interface. One specialisation per block type:
+/// Uapi_ExpSwAttrV2_t, Uapi_LinExpAttrV2_t, paRange_t, rk_aiq_uapiV2_wb_opMode_t, rk_aiq_wb_mwb_attrib_t,
+/// rk_aiq_uapiV2_wb_awb_wbGainOffset_t, acp_attrib_t, rk_aiq_sharp_attrib_v4_t, rk_aiq_gamma_attrib_V2_t, drc_attrib_t,
+/// rk_aiq_lsc_attrib_t, rk_aiq_bayer2dnr_attrib_v2_t, rk_aiq_bayertnr_attrib_v2_t, rk_aiq_uapi_acsm_attrib_t. The live
+/// results Uapi_ExpQueryInfo_t and rk_aiq_wb_querry_info_t too: a poked result is what the engine reports until the
+/// next frame.
+template <typename Block>
+Block peek(const void* context);
+template <typename Block>
+void poke(const void* context, const Block& block);
+
+/// What every new context's block holds at first: each field a value of its own, so that an untouched one shows.
+template <typename Block>
+Block initial();
+
+/// Names of the blocks ("ae", "lin_ae", "gain_range", "wb_mode", "wb_manual", "wb_offset", "acp", "sharp", "gamma",
+/// "drc", "lsc", "nr2d", "nr3d", "csm").
+std::vector<std::string> block_names();
+
+/// One field, or one element of an array, as text ("stManual.LinearAE.TimeValue", "0.0333333").
+struct FieldText {
+    std::string name;
+    std::string value;
+};
+
+/// All fields of a block as text; arrays whose elements are all equal are one entry ("sharp_ratio[0..12]"). Empty for
+/// an unknown block or context.
+std::vector<FieldText> describe(const void* context, std::string_view block);
+
+/// The blocks of a context at one moment, and the fields in which a later moment differs, named "block.field", with the
+/// later values. Empty for an unknown context.
+using Snapshot = std::vector<unsigned char>;
+Snapshot snapshot(const void* context);
+std::vector<FieldText> changes(const Snapshot& before, const Snapshot& after);
+
+// ---- Scene and live results ---------------------------------------------------------------------------------------
+
+/// Scene luminance in front of a sensor, in cd/m2. Moves there evenly over `seconds` of simulated time.
+void set_scene(int sensor, double luminance, double seconds = 0.0);
+
+/// Illuminant in front of a sensor: correlated colour temperature in kelvin, or a named one ("A", "TL84", "D50",
+/// "D65"); false for an unknown name.
+void set_illuminant(int sensor, double kelvin);
+bool set_illuminant(int sensor, std::string_view name);
+
+/// A sensor's red and blue response relative to the reference sensor (1.0 each at first).
+void set_response(int sensor, double red, double blue);
+
+/// Relative light through the lens onto a sensor, 1.0 fully open; read at every frame. All open at first.
+void set_aperture(int sensor, double transmission);
+
+/// What a sensor's exposure and white balance have reached.
+struct Live {
+    bool automatic = true; // exposure
+    double time = 0.0;     // seconds
+    double analog_gain = 1.0;
+    double isp_dgain = 1.0;
+    double mean_luma = 0.0; // 0 to 255
+    double target_luma = 0.0;
+    bool converged = false;
+    rk_aiq_wb_gain_t wb_gain{};
+    double kelvin = 0.0; // the illuminant's
+    bool wb_converged = false;
+};
+Live live(int sensor);
+
+/// Runs one frame of `seconds` in every running context. Called by the clock's frame tick.
+void run_frame(double seconds);
+
+} // namespace sim::engine

@@ -1,0 +1,164 @@
+// The exposure model; exposure_model.h states its formula.
+#include "engine/exposure_model.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace sim::engine
+{
+namespace
+{
+
+constexpr double kSensitivity = 30.0; // luma per cd/m2 and second
+constexpr double kAnalogGainMax = 16.0;
+constexpr double kDeadBand = 0.005; // of the target
+constexpr double kStepMax = 8.0;    // of exposure, per frame before damping
+constexpr std::size_t kSide = 15;
+
+// The scene: a bright window in the upper right, the rest falling off from top to bottom; on average 1.
+constexpr std::array<double, RK_AIQ_AE_GRID_CELLS> kScene = [] {
+    std::array<double, RK_AIQ_AE_GRID_CELLS> cells{};
+    double sum = 0.0;
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        const std::size_t row = i / kSide;
+        const std::size_t column = i % kSide;
+        const bool window = row >= 2 && row <= 5 && column >= 9 && column <= 12;
+        cells[i] = window ? 4.0 : 1.1 - 0.04 * static_cast<double>(row);
+        sum += cells[i];
+    }
+    for (double& cell : cells) {
+        cell *= RK_AIQ_AE_GRID_CELLS / sum;
+    }
+    return cells;
+}();
+
+// Longest and shortest time that automatic operation may use, in seconds, and the step that it keeps to (0: none).
+struct TimeRange {
+    double min;
+    double max;
+    double step;
+};
+
+// Half a mains period, in which lamps flicker; 0 when the time need not keep to it.
+double flicker_period(const Uapi_AntiFlicker_t& flicker)
+{
+    if (!flicker.enable || flicker.Frequency == AECV2_FLICKER_FREQUENCY_OFF) {
+        return 0.0;
+    }
+    return flicker.Frequency == AECV2_FLICKER_FREQUENCY_60HZ ? 1.0 / 120.0 : 1.0 / 100.0;
+}
+
+TimeRange time_range(const Uapi_ExpSwAttrV2_t& ae)
+{
+    const Uapi_AeRange_t& range =
+        ae.stAdvanced.SetAeRangeEn ? ae.stAdvanced.SetLinAeRange.stExpTimeRange : ae.stAuto.LinAeRange.stExpTimeRange;
+    double max = std::max<double>(range.Max, 1e-6);
+    if (ae.stAuto.stFrmRate.FpsValue > 0.0F) {
+        max = std::min(max, 1.0 / ae.stAuto.stFrmRate.FpsValue);
+    }
+    // A range below one period leaves no choice.
+    const double period = flicker_period(ae.stAuto.stAntiFlicker);
+    const double step = max >= period ? period : 0.0;
+    return {.min = std::clamp<double>(range.Min, 1e-6, max), .max = max, .step = step};
+}
+
+// The time for a wanted exposure at the lowest gain.
+double choose_time(const TimeRange& range, double wanted)
+{
+    const double time = std::clamp(wanted, range.min, range.max);
+    if (range.step <= 0.0) {
+        return time;
+    }
+    // The tolerance keeps a time that is a whole number of periods, rounded to float, at that number.
+    return std::max(std::floor(time / range.step * (1.0 + 1e-6)), 1.0) * range.step;
+}
+
+void expose_automatically(const Blocks& blocks, Uapi_ExpQueryInfo_t& result)
+{
+    Uapi_LinearExp_t& exposure = result.LinAeInfo.LinearExp;
+    const double target = target_luma(blocks);
+    const double luma = result.LinAeInfo.MeanLuma;
+    double wanted = static_cast<double>(exposure.integration_time) * exposure.analog_gain * exposure.digital_gain *
+                    exposure.isp_dgain;
+    if (std::abs(luma - target) > kDeadBand * target) {
+        const double ratio = std::clamp(target / std::max(luma, 1e-6), 1.0 / kStepMax, kStepMax);
+        wanted *= std::pow(ratio, std::clamp<double>(blocks.ae.stAuto.AeSpeed, 0.05, 1.0));
+    }
+
+    const TimeRange range = time_range(blocks.ae);
+    const double gain_min = std::max<double>(blocks.gain_range.min, 1.0);
+    const double gain_max = std::max<double>(blocks.gain_range.max, gain_min);
+    const double time = choose_time(range, wanted / gain_min);
+    const double gain = std::clamp(wanted / time, gain_min, gain_max);
+    const double analog = std::min(gain, kAnalogGainMax);
+    exposure = {.integration_time = static_cast<float>(time),
+                .analog_gain = static_cast<float>(analog),
+                .digital_gain = 1.0F,
+                .isp_dgain = static_cast<float>(gain / analog)};
+    result.IsExpMax = gain >= gain_max && time >= choose_time(range, range.max);
+}
+
+void expose_by_hand(const Uapi_LinearManual_t& manual, Uapi_ExpQueryInfo_t& result)
+{
+    Uapi_LinearExp_t& exposure = result.LinAeInfo.LinearExp;
+    if (manual.ManualTimeEn) {
+        exposure.integration_time = manual.TimeValue;
+    }
+    if (manual.ManualGainEn) {
+        exposure.analog_gain = manual.GainValue;
+        exposure.isp_dgain = 1.0F;
+    }
+    if (manual.ManualIspDgainEn) {
+        exposure.isp_dgain = manual.IspDGainValue;
+    }
+    exposure.digital_gain = 1.0F;
+    result.IsExpMax = false;
+}
+
+} // namespace
+
+double target_luma(const Blocks& blocks)
+{
+    return std::clamp(blocks.setpoints[0] * std::exp2(blocks.lin_ae.Params.Evbias / 100.0), 1.0, 250.0);
+}
+
+double mean_luma(const Cam15x15UCharMatrix_t& weights, double light, double exposure)
+{
+    double sum = 0.0;
+    double weighted = 0.0;
+    double weight_sum = 0.0;
+    for (std::size_t i = 0; i < kScene.size(); ++i) {
+        const double luma = std::clamp(kSensitivity * light * kScene[i] * exposure, 0.0, 255.0);
+        sum += luma;
+        weighted += weights.uCoeff[i] * luma;
+        weight_sum += weights.uCoeff[i];
+    }
+    return weight_sum > 0.0 ? weighted / weight_sum : sum / RK_AIQ_AE_GRID_CELLS;
+}
+
+void run_exposure(Blocks& blocks, double light)
+{
+    Uapi_ExpQueryInfo_t& result = blocks.exposure_result;
+    const bool automatic = blocks.ae.AecOpType != RK_AIQ_OP_MODE_MANUAL;
+    const Uapi_LinearExp_t before = result.LinAeInfo.LinearExp;
+    if (automatic) {
+        expose_automatically(blocks, result);
+    } else {
+        expose_by_hand(blocks.ae.stManual.LinearAE, result);
+    }
+
+    const Uapi_LinearExp_t& now = result.LinAeInfo.LinearExp;
+    const double luma =
+        mean_luma(blocks.ae.GridWeights, light,
+                  static_cast<double>(now.integration_time) * now.analog_gain * now.digital_gain * now.isp_dgain);
+    const double target = target_luma(blocks);
+    result.LinAeInfo.MeanLuma = static_cast<float>(luma);
+    result.LinAeInfo.LumaDeviation = static_cast<float>(luma - target);
+    // Converged: on the target, or at a limit that keeps it from there.
+    const bool still = before.integration_time == now.integration_time && before.analog_gain == now.analog_gain &&
+                       before.isp_dgain == now.isp_dgain;
+    result.IsConverged = still || std::abs(luma - target) <= target * blocks.lin_ae.Params.ToleranceIn / 100.0;
+}
+
+} // namespace sim::engine
