@@ -1,0 +1,40 @@
+// The host's log: where the library's trace and debug lines go. A line that nobody wants is dropped before it is
+// formatted.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace sim::host
+{
+
+inline constexpr int kDebugLevel = 0; // the level under which lines of kiv_log_debug are kept
+
+struct LogLine {
+    int level;
+    std::string text; // as written, prefix and line feeds included, cut at 1023 bytes
+
+    bool operator==(const LogLine&) const = default;
+};
+
+/// Sets dbgout_profile.module_level, 0 at first: trace lines are written above 5. Any thread.
+void set_module_level(int level);
+
+/// Sets dbgout_profile.log_cb, which receives every line; null for none. Any thread.
+void set_log_callback(void (*callback)(int level, const char* text));
+
+/// Writes every line to standard error; off at first. Any thread.
+void set_log_to_stderr(bool on);
+
+/// Starts to keep the last `lines` lines, with none kept yet. With `note_calls`, each line is noted as a call too, so
+/// that a record of calls shows where it was written. Any thread.
+void start_log_capture(std::size_t lines = 10000, bool note_calls = false);
+
+/// Stops and keeps what was captured.
+void stop_log_capture();
+
+/// The lines kept since start_log_capture(), oldest first. Any thread.
+std::vector<LogLine> captured_log();
+
+} // namespace sim::host

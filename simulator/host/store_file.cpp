@@ -1,0 +1,223 @@
+// The text file of the parameter store: a section "[camera N]" per camera, in it "setting = value" with values by name
+// where they have one; "#" starts a comment.
+#include "host/durable_file.h"
+#include "host/store.h"
+
+#include <array>
+#include <bitset>
+#include <cerrno>
+#include <filesystem>
+#include <mutex>
+#include <set>
+#include <system_error>
+
+namespace sim::host
+{
+
+namespace
+{
+
+using Status = FileResult::Status;
+using Records = std::array<kiv_isp_param_s, kCameras>;
+
+constexpr std::size_t kLongestLine = 200;
+constexpr std::size_t kLargestFile = 1 << 20;
+
+// Files that could not be loaded, by their canonical path: what a user wrote there must not be lost.
+std::mutex g_refused_mutex;
+std::set<std::string> g_refused;
+
+std::string canonical(const std::string& path)
+{
+    std::error_code error;
+    const std::filesystem::path resolved = std::filesystem::weakly_canonical(path, error);
+    return error ? path : resolved.string();
+}
+
+std::string format(const Records& records)
+{
+    std::string text = "# Image settings of each camera. Settings that are not mentioned have their initial value.\n";
+    for (std::size_t camera = 0; camera < records.size(); ++camera) {
+        text += "\n[camera " + std::to_string(camera) + "]\n";
+        for (const Setting& setting : kSettings) {
+            text.append(setting.name).append(" = ");
+            text += name_of(setting, records[camera].*setting.member) + '\n';
+        }
+    }
+    return text;
+}
+
+std::string_view trimmed(std::string_view text)
+{
+    constexpr std::string_view kBlanks = " \t\r";
+    const std::size_t first = text.find_first_not_of(kBlanks);
+    return first == text.npos ? std::string_view{} : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+// Text of the file as a message shows it: short, and harmless on a terminal.
+std::string quoted(std::string_view text)
+{
+    std::string shown = "'";
+    for (const char c : text.substr(0, 40)) {
+        shown += c >= ' ' && c <= '~' ? c : '?';
+    }
+    return shown + (text.size() > 40 ? "...'" : "'");
+}
+
+// Reads line by line; what is wrong with a line is the text that take() returns.
+struct Parser {
+    Records records;
+    int camera = -1;
+    std::bitset<kCameras> cameras_seen;
+    std::bitset<kFields> fields_seen;
+
+    std::string take_section(std::string_view line)
+    {
+        constexpr std::string_view kOpening = "[camera ";
+        if (line.back() != ']') {
+            return "']' is missing at the end of " + quoted(line);
+        }
+        if (!line.starts_with(kOpening) || line.size() != kOpening.size() + 2) {
+            return "expected [camera 0] to [camera 7], not " + quoted(line);
+        }
+        camera = line[kOpening.size()] - '0';
+        if (camera < 0 || camera >= kCameras) {
+            return "expected [camera 0] to [camera 7], not " + quoted(line);
+        }
+        if (cameras_seen.test(static_cast<std::size_t>(camera))) {
+            return "camera " + std::to_string(camera) + " has a section already";
+        }
+        cameras_seen.set(static_cast<std::size_t>(camera));
+        fields_seen.reset();
+        return {};
+    }
+
+    std::string take_value(std::string_view line)
+    {
+        const std::size_t equals = line.find('=');
+        if (equals == line.npos) {
+            return "expected SETTING = VALUE, not " + quoted(line);
+        }
+        if (camera < 0) {
+            return "a setting before the first [camera N]";
+        }
+        const std::string_view name = trimmed(line.substr(0, equals));
+        const std::string_view text = trimmed(line.substr(equals + 1));
+        const Setting* setting = find_setting(name);
+        if (setting == nullptr || setting->member == nullptr) {
+            return "unknown setting " + quoted(name);
+        }
+        const auto field = static_cast<std::size_t>(setting - kSettings.data());
+        if (fields_seen.test(field)) {
+            return std::string(name) + " is there twice";
+        }
+        fields_seen.set(field);
+        const std::optional<int> value = value_of(*setting, text);
+        if (!value) {
+            return std::string(name) + " has no value " + quoted(text);
+        }
+        if (!setting->storable(*value)) {
+            return std::string(name) + " is " + std::to_string(setting->lowest) + " to " +
+                   std::to_string(setting->highest) + ", not " + std::to_string(*value);
+        }
+        records[static_cast<std::size_t>(camera)].*setting->member = *value;
+        return {};
+    }
+
+    std::string take(std::string_view line)
+    {
+        if (line.size() > kLongestLine) {
+            return "line longer than " + std::to_string(kLongestLine) + " bytes";
+        }
+        if (line.find('\0') != line.npos) {
+            return "a NUL byte";
+        }
+        line = trimmed(line.substr(0, line.find('#')));
+        if (line.empty()) {
+            return {};
+        }
+        return line.front() == '[' ? take_section(line) : take_value(line);
+    }
+};
+
+// Fills `records`, or returns "LINE: what is wrong".
+std::string parse(std::string_view text, Records& records)
+{
+    Parser parser;
+    parser.records.fill(initial_record());
+    for (int number = 1; !text.empty(); ++number) {
+        const std::size_t end = text.find('\n');
+        std::string wrong = parser.take(text.substr(0, end));
+        if (wrong.empty() && end == text.npos) {
+            wrong = "the file ends in the middle of a line"; // cut off, perhaps in the middle of a number
+        }
+        if (!wrong.empty()) {
+            return std::to_string(number) + ": " + wrong;
+        }
+        text.remove_prefix(end + 1);
+    }
+    records = parser.records;
+    return {};
+}
+
+} // namespace
+
+void forget_refused_files()
+{
+    const std::lock_guard lock(g_refused_mutex);
+    g_refused.clear();
+}
+
+FileResult save_store(const std::string& path)
+{
+    const std::string file = canonical(path);
+    {
+        const std::lock_guard lock(g_refused_mutex);
+        std::error_code error;
+        if (g_refused.contains(file) && std::filesystem::exists(file, error)) {
+            return {Status::failed, path + ": could not be loaded, so it is not replaced"};
+        }
+    }
+    Records records;
+    for (std::size_t camera = 0; camera < records.size(); ++camera) {
+        records[camera] = stored_record(static_cast<int>(camera));
+        for (const Setting& setting : kSettings) {
+            const int value = records[camera].*setting.member;
+            if (!setting.storable(value)) {
+                return {Status::failed, path + ": not written, camera " + std::to_string(camera) + " has " +
+                                            std::string(setting.name) + " = " + std::to_string(value)};
+            }
+        }
+    }
+    const std::string wrong = write_durably(file, format(records));
+    return wrong.empty() ? FileResult{} : FileResult{Status::failed, wrong};
+}
+
+FileResult load_store(const std::string& path)
+{
+    std::string text;
+    const int error = read_file(path, kLargestFile, text);
+    if (error == ENOENT) {
+        return {Status::missing, path + ": no such file"};
+    }
+    FileResult result;
+    Records records;
+    if (error != 0) {
+        result = {Status::failed, path + ": " + std::generic_category().message(error)};
+    } else if (const std::string wrong = parse(text, records); !wrong.empty()) {
+        result = {Status::damaged, path + ":" + wrong};
+    } else {
+        for (std::size_t camera = 0; camera < records.size(); ++camera) {
+            store_record(static_cast<int>(camera), records[camera]);
+        }
+    }
+    const std::lock_guard lock(g_refused_mutex);
+    if (result) {
+        g_refused.erase(canonical(path));
+    } else {
+        g_refused.insert(canonical(path));
+    }
+    return result;
+}
+
+} // namespace sim::host

@@ -1,0 +1,53 @@
+// The stand-in is a script that prints the item's file. The model stands in that file alone, never in a command, so
+// that no character of it means anything to the shell.
+#include "host/vendor_storage.h"
+
+#include "host/durable_file.h"
+
+#include <filesystem>
+#include <system_error>
+
+namespace sim::host
+{
+
+namespace
+{
+
+std::string single_quoted(const std::string& text)
+{
+    std::string quoted = "'";
+    for (const char c : text) {
+        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    }
+    return quoted + '\'';
+}
+
+// How the board's command reads the item: of the tool's output, what follows the item's name in its line. Every byte
+// counts as a character.
+std::string command_with(const std::string& tool)
+{
+    return "export LC_ALL=C; /bin/sh " + single_quoted(tool) + " -r VENDOR_CUSTOM_ID_1A -t string 2>/dev/null" +
+           " | grep \"VENDOR_CUSTOM_ID\" | sed 's/.*VENDOR_CUSTOM_ID://'";
+}
+
+} // namespace
+
+std::string lens_command_for(const std::string& model, const std::string& directory)
+{
+    std::error_code error;
+    const std::filesystem::path folder = std::filesystem::absolute(directory, error);
+    const std::string tool = (folder / "vendor_storage").string();
+    const std::string item = model.empty() ? std::string() : "VENDOR_CUSTOM_ID:" + model + '\n';
+    if (error || !write_durably(tool + ".item", item).empty() ||
+        !write_durably(tool, "exec cat \"$0.item\"\n").empty()) {
+        return {};
+    }
+    return command_with(tool);
+}
+
+std::string lens_command_without_tool()
+{
+    return command_with("/nonexistent/vendor_storage");
+}
+
+} // namespace sim::host
