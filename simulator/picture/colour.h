@@ -1,0 +1,73 @@
+// Arithmetic on colours, and luma and colour difference as a BT.709 display reads them.
+#pragma once
+
+#include "picture/picture.h"
+
+namespace sim::picture
+{
+
+inline Colour operator+(Colour a, Colour b)
+{
+    return {a.red + b.red, a.green + b.green, a.blue + b.blue};
+}
+
+inline Colour operator-(Colour a, Colour b)
+{
+    return {a.red - b.red, a.green - b.green, a.blue - b.blue};
+}
+
+inline Colour operator*(Colour a, Colour b)
+{
+    return {a.red * b.red, a.green * b.green, a.blue * b.blue};
+}
+
+inline Colour operator/(Colour a, Colour b)
+{
+    return {a.red / b.red, a.green / b.green, a.blue / b.blue};
+}
+
+inline Colour operator*(Colour a, float factor)
+{
+    return {a.red * factor, a.green * factor, a.blue * factor};
+}
+
+inline Colour grey(float level)
+{
+    return {level, level, level};
+}
+
+/// Where a pixel stands in rows of `width`.
+inline std::size_t index_of(int x, int y, int width)
+{
+    return static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x);
+}
+
+/// Bounded to 0 to 1; what is not a number becomes 0.
+inline float unit(float x)
+{
+    return x > 0.0F ? (x < 1.0F ? x : 1.0F) : 0.0F;
+}
+
+inline float luma(Colour c)
+{
+    return 0.2126F * c.red + 0.7152F * c.green + 0.0722F * c.blue;
+}
+
+struct LumaChroma {
+    float y = 0.0F;
+    float cb = 0.0F; // -0.5 to 0.5
+    float cr = 0.0F;
+};
+
+inline LumaChroma to_luma_chroma(Colour c)
+{
+    const float y = luma(c);
+    return {y, (c.blue - y) / 1.8556F, (c.red - y) / 1.5748F};
+}
+
+inline Colour to_rgb(LumaChroma c)
+{
+    return {c.y + 1.5748F * c.cr, c.y - 0.187324F * c.cb - 0.468124F * c.cr, c.y + 1.8556F * c.cb};
+}
+
+} // namespace sim::picture

@@ -1,0 +1,102 @@
+// The picture that a simulated camera would show of a colour chart, so that a setting can be looked at and measured.
+// The engine's blocks and live values go in, an image comes out; nothing here calls the engine.
+#pragma once
+
+#include "aiq/rk_aiq.h"
+#include "picture/light.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace sim::picture
+{
+
+/// One value per colour channel.
+struct Colour {
+    float red = 0.0F;
+    float green = 0.0F;
+    float blue = 0.0F;
+};
+
+/// Everything that shapes the picture. The members' own defaults are no neutral picture: start from neutral_look().
+struct Look {
+    // As the engine holds them.
+    acp_attrib_t acp{};
+    rk_aiq_gamma_attrib_V2_t gamma{};
+    drc_attrib_t drc{};
+    rk_aiq_sharp_attrib_v4_t sharp{};
+    rk_aiq_lsc_attrib_t lsc{};
+    rk_aiq_bayer2dnr_attrib_v2_t nr2d{};
+    rk_aiq_bayertnr_attrib_v2_t nr3d{};
+    rk_aiq_uapi_acsm_attrib_t csm{};
+
+    // Live values.
+    rk_aiq_wb_gain_t wb_gain{1.0F, 1.0F, 1.0F, 1.0F}; // in force
+    double kelvin = 5000.0;                           // the illuminant's correlated colour temperature
+    double red_response = 1.0;                        // the sensor's, relative to the reference sensor
+    double blue_response = 1.0;
+    double exposure = 1.0;    // light on the sensor, relative to what metering asks for: mean luma / target luma
+    double sensor_gain = 1.0; // analogue times digital, sets the noise
+    Colour fall_off{};        // of the lens, per channel: tan^2 of the corner's field angle, 0 for none
+};
+
+/// Every block at rest, a D50 light that is balanced, no fall-off: a grey patch comes out grey.
+Look neutral_look();
+
+/// Rows from the top, 0.0 (black) to 1.0 (white) as a display gets them. No pixels when there is no picture.
+struct Image {
+    int width = 0;
+    int height = 0;
+    std::vector<Colour> pixels;
+};
+
+inline constexpr int kMaxSide = 8192; // pixels, of any image
+
+/// The chart: 24 colour patches in 4 rows of 6, the last row greys from white to black; below them a grey ramp and
+/// regions for detail and noise. The same look gives the same image. Empty unless both sides are 1 to kMaxSide.
+Image render(const Look& look, int width, int height);
+
+// ---- Measuring ----------------------------------------------------------------------------------------------------
+
+/// Patches count from 0, row by row from the top left.
+inline constexpr int kPatches = 24;
+inline constexpr int kWhitePatch = 18;
+inline constexpr int kMidGreyPatch = 21;
+inline constexpr int kBlackPatch = 23;
+const char* patch_name(int patch);
+
+enum class Region { ramp, star, edge, flat };
+
+/// Pixels [x0, x1) by [y0, y1).
+struct Area {
+    int x0 = 0;
+    int y0 = 0;
+    int x1 = 0;
+    int y1 = 0;
+};
+
+/// Where a patch or region lies in an image of the chart, its border left out. A wrong patch number gives no pixels.
+Area patch_area(const Image& image, int patch);
+Area region_area(const Image& image, Region region);
+
+/// All 0 for an area without pixels. Luma is BT.709's.
+Colour mean_colour(const Image& image, Area area);
+double mean_luma(const Image& image, Area area);
+double luma_deviation(const Image& image, Area area); // standard deviation: noise, on a flat area
+double steepest_edge(const Image& image, Area area);  // greatest luma step between horizontal neighbours
+
+// ---- Showing ------------------------------------------------------------------------------------------------------
+
+using Labelled = std::pair<std::string, Image>;
+
+/// The images with their labels above them, `columns` beside each other. Empty when there is no image, or the sheet
+/// would exceed kMaxSide.
+Image contact_sheet(const std::vector<Labelled>& images, int columns);
+Image side_by_side(const std::vector<Labelled>& images);
+
+/// Writes an 8-bit PNG. The file appears whole or not at all; one that was there stays when writing fails. Returns
+/// what went wrong, empty when nothing did.
+std::string write_png(const std::string& path, const Image& image);
+
+} // namespace sim::picture
