@@ -1,0 +1,17 @@
+// What a camera's picture would look like at the moment.
+#pragma once
+
+#include "picture/picture.h"
+
+namespace app
+{
+
+inline constexpr int kPictureWidth = 640;
+inline constexpr int kPictureHeight = 480;
+
+/// The camera's engine blocks and live values. It needs an engine.
+sim::picture::Look look_of(int camera);
+
+sim::picture::Image picture_of(int camera);
+
+} // namespace app

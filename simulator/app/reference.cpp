@@ -1,0 +1,66 @@
+#include "app/reference.h"
+
+#include "app/commands.h"
+#include "host/settings.h"
+
+namespace app
+{
+
+namespace
+{
+
+std::string cell(std::string_view text)
+{
+    std::string result;
+    for (const char c : text) {
+        if (c == '|') {
+            result += '\\';
+        }
+        result += c;
+    }
+    return result;
+}
+
+std::string values(const sim::host::Setting& setting)
+{
+    if (setting.setter == sim::host::Setter::action) {
+        return "";
+    }
+    std::string text = std::to_string(setting.lowest) + " to " + std::to_string(setting.highest);
+    const auto names = sim::host::names_of(setting);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        text += (i == 0 ? ": " : ", ") + std::string(names[i].name) + " " + std::to_string(names[i].value);
+    }
+    return text;
+}
+
+void add_table(std::string& text, std::span<const sim::host::Setting> settings)
+{
+    text += "| Setting | Values | Initially | Effect | Applies in | Results beside 0 and -1 |\n"
+            "|---|---|---|---|---|---|\n";
+    for (const sim::host::Setting& setting : settings) {
+        const bool action = setting.setter == sim::host::Setter::action;
+        text += "| `" + std::string(setting.name) + "` | " + cell(values(setting)) + " | " +
+                (action ? "" : cell(sim::host::name_of(setting, setting.initial))) + " | " + cell(setting.effect) +
+                " | " + cell(setting.modes) + " | " + cell(setting.results) + " |\n";
+    }
+}
+
+} // namespace
+
+std::string settings_reference()
+{
+    std::string text =
+        "# Settings\n\n"
+        "Every setting of a camera, from the list that store and program are made of. "
+        "`isp-sim --reference` prints this page.\n\n"
+        "A setting `name` is set with `KIV_Set_name()` and kept in the host's parameter store. Result 0 "
+        "means applied, or stored for a camera without an engine; -1 a refused id or an engine failure.\n\n";
+    add_table(text, sim::host::kSettings);
+    text += "\n# Further operations on a camera\n\n";
+    add_table(text, sim::host::kCommands);
+    text += "\n# Commands of isp-sim\n\n" + command_reference();
+    return text;
+}
+
+} // namespace app

@@ -1,0 +1,248 @@
+#include "app/session.h"
+
+#include "af/lens_ctrl.h"
+#include "app/bad_input.h"
+#include "engine/engine.h"
+#include "host/lens.h"
+#include "host/lens_service.h"
+#include "host/shading_file.h"
+#include "host/store.h"
+#include "host/vendor_storage.h"
+#include "isp_auto_iris.h"
+#include "isp_ctrl.h"
+#include "isp_ctrl/frame/context.h"
+#include "isp_ctrl/frame/seam.h"
+
+#include <array>
+#include <charconv>
+#include <filesystem>
+
+namespace app
+{
+
+namespace
+{
+
+constexpr int kZoomCamera = 0; // the feature camera's lens is the one with motors
+
+// The library keeps pointers into these.
+std::string folder, calibration_file, shading_file, iris_file, otp_file, lens_command;
+
+std::array<View, kCameras> views;
+std::function<void()> frame_callback;
+sim::host::LensService lens_service;
+bool iris_loop_started = false;
+bool iris_on = false;
+
+std::string saved_store; // as last loaded or saved, to write only what changed
+
+void run_frame()
+{
+    constexpr double kSeconds = kFramePeriod / 1e6;
+    if (iris_loop_started) {
+        lens_service.poll();
+    }
+    sim::host::step_lens(kSeconds);
+    if (iris_loop_started) {
+        lens_service.publish();
+    }
+    sim::engine::set_aperture(kZoomCamera, sim::host::lens_transmission());
+    sim::engine::run_frame(kSeconds);
+    if (frame_callback) {
+        frame_callback();
+    }
+}
+
+std::string store_as_text()
+{
+    std::string text;
+    for (int camera = 0; camera < kCameras; ++camera) {
+        for (const sim::host::Setting& setting : sim::host::kSettings) {
+            text += std::to_string(sim::host::stored(camera, setting)) + ' ';
+        }
+    }
+    return text;
+}
+
+/// Takes file names apart from the library's fixed ones.
+void point_library_at_folder()
+{
+    calibration_file = folder + "/wb.dat";
+    shading_file = folder + "/shading.data";
+    iris_file = folder + "/sm_af_iris_value";
+    otp_file = folder + "/otp_eeprom";
+    isp::seam.wb_calibration_file = calibration_file.c_str();
+    isp::seam.shading_file = shading_file.c_str();
+    isp::seam.iris_device = iris_file.c_str();
+    isp::seam.otp_file = otp_file.c_str();
+    fit_lens("none");
+}
+
+} // namespace
+
+void open_session(const std::string& path)
+{
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    folder = std::filesystem::absolute(path, error).string();
+    if (error || !std::filesystem::is_directory(folder)) {
+        throw BadInput("cannot use the folder " + path + ": " + error.message());
+    }
+    sim::install_clock();
+    sim::engine::reset();
+    sim::host::reset_store();
+    point_library_at_folder();
+    const sim::host::FileResult loaded = sim::host::load_store(store_path());
+    if (!loaded && loaded.status != sim::host::FileResult::Status::missing) {
+        throw BadInput(loaded.message);
+    }
+    saved_store = loaded ? store_as_text() : std::string();
+    if (!std::filesystem::exists(shading_file)) {
+        const std::string failed = sim::host::write_shading_file(shading_file);
+        if (!failed.empty()) {
+            throw BadInput(failed);
+        }
+    }
+    for (int camera = 0; camera < kCameras; ++camera) {
+        set_luminance(camera, views[0].luminance, 0.0);
+        set_light(camera, "D50");
+    }
+    sim::every(kFramePeriod, run_frame);
+    sim::wait(1); // from here on simulated time waits for this thread
+}
+
+void save_session()
+{
+    std::string text = store_as_text();
+    if (text == saved_store) {
+        return;
+    }
+    const sim::host::FileResult saved = sim::host::save_store(store_path());
+    if (!saved) {
+        throw BadInput(saved.message);
+    }
+    saved_store = std::move(text);
+}
+
+std::string store_path()
+{
+    return folder + "/settings.ini";
+}
+
+std::string shading_path()
+{
+    return shading_file;
+}
+
+std::string calibration_path()
+{
+    return calibration_file;
+}
+
+bool start_camera(int camera)
+{
+    if (rk_isp_init(camera, folder.data()) != 0) {
+        return false;
+    }
+    KIV_load_isp_para(camera);
+    return true;
+}
+
+const void* engine_of(int camera)
+{
+    return rkipc_aiq_get_ctx(camera);
+}
+
+bool has_engine(int camera)
+{
+    return engine_of(camera) != nullptr;
+}
+
+std::vector<int> cameras_with_engine()
+{
+    std::vector<int> cameras;
+    for (int camera = 0; camera < kCameras; ++camera) {
+        if (has_engine(camera)) {
+            cameras.push_back(camera);
+        }
+    }
+    return cameras;
+}
+
+void fit_lens(const std::string& model)
+{
+    lens_command = sim::host::lens_command_for(model == "none" ? std::string() : model, folder);
+    if (lens_command.empty()) {
+        throw BadInput("cannot write the lens model into " + folder);
+    }
+    isp::seam.lens_command = lens_command.c_str();
+}
+
+void set_auto_iris_on(bool on)
+{
+    if (on && !iris_loop_started) {
+        const std::string failed = lens_service.open(iris_file);
+        if (!failed.empty()) {
+            throw BadInput(failed);
+        }
+        lens_service.publish();
+        if (init_auto_iris_control(set_auto_iris) != 0) {
+            throw BadInput("the iris loop does not start");
+        }
+        iris_loop_started = true;
+        sim::await_waiting(1);
+    }
+    iris_on = on;
+    iris_mode(on ? 1 : 0);
+}
+
+bool auto_iris_on()
+{
+    return iris_on;
+}
+
+const View& view(int camera)
+{
+    return views.at(static_cast<std::size_t>(camera));
+}
+
+void set_luminance(int camera, double luminance, double seconds)
+{
+    views.at(static_cast<std::size_t>(camera)).luminance = luminance;
+    sim::engine::set_scene(camera, luminance, seconds);
+}
+
+void set_light(int camera, const std::string& light)
+{
+    double kelvin = 0.0;
+    const auto [end, error] = std::from_chars(light.data(), light.data() + light.size(), kelvin);
+    if (error == std::errc{} && end == light.data() + light.size()) {
+        if (kelvin < 1500.0 || kelvin > 12000.0) {
+            throw BadInput("a light has 1500 to 12000 K or a name: A, TL84, D50, D65");
+        }
+        sim::engine::set_illuminant(camera, kelvin);
+    } else if (!sim::engine::set_illuminant(camera, light)) {
+        throw BadInput("there is no light " + light + "; name a colour temperature in kelvin or A, TL84, D50, D65");
+    }
+    views.at(static_cast<std::size_t>(camera)).kelvin = sim::engine::live(camera).kelvin;
+}
+
+void set_response(int camera, double red, double blue)
+{
+    View& seen = views.at(static_cast<std::size_t>(camera));
+    seen.red_response = red;
+    seen.blue_response = blue;
+    sim::engine::set_response(camera, red, blue);
+}
+
+void on_frame(std::function<void()> callback)
+{
+    frame_callback = std::move(callback);
+}
+
+double seconds_now()
+{
+    return static_cast<double>(sim::now()) / 1e6;
+}
+
+} // namespace app

@@ -1,0 +1,60 @@
+// The simulated camera at work: its files, the frame clock that drives engine and lens, and the lens service.
+#pragma once
+
+#include "base/clock.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace app
+{
+
+inline constexpr int kCameras = 8;
+inline constexpr sim::Microseconds kFramePeriod = 33333;
+
+/// Sets everything up in a folder, which is made if it is not there, and loads the parameter store from it. Throws
+/// BadInput when the folder cannot be used or the store is damaged.
+void open_session(const std::string& folder);
+
+/// Writes the store if it changed. Throws BadInput when it cannot be written.
+void save_session();
+
+std::string store_path();
+std::string shading_path();
+std::string calibration_path();
+
+/// Starts a camera's engine and restores its settings from the store; false when the engine did not start.
+bool start_camera(int camera);
+
+/// Whether settings of a camera reach an engine, and what that engine is; the lowest sensor of a group stands for it.
+bool has_engine(int camera);
+const void* engine_of(int camera);
+std::vector<int> cameras_with_engine();
+
+/// Chooses the lens that vendor storage names; "none" for no entry.
+void fit_lens(const std::string& model);
+
+/// Starts automatic iris (once per program): the lens service and the library's loop; or switches it off and on.
+void set_auto_iris_on(bool on);
+bool auto_iris_on();
+
+/// What illuminates a camera, and its sensor's response, as last set here.
+struct View {
+    double luminance = 100.0; // cd/m2
+    double kelvin = 5003.0;   // D50
+    double red_response = 1.0;
+    double blue_response = 1.0;
+};
+const View& view(int camera);
+void set_luminance(int camera, double luminance, double seconds);
+void set_light(int camera, const std::string& light);
+void set_response(int camera, double red, double blue);
+
+/// Is called after every frame.
+void on_frame(std::function<void()> callback);
+
+/// Simulated seconds since the session was opened.
+double seconds_now();
+
+} // namespace app
