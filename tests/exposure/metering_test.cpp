@@ -1,0 +1,72 @@
+// Metering weights.
+#include "exposure_bench.h"
+
+using namespace bench;
+
+namespace
+{
+
+using Metering = ExposureBench;
+using Grid = uint8_t[225];
+
+int at(const Grid& grid, int row, int column)
+{
+    return grid[15 * row + column];
+}
+
+} // namespace
+
+TEST_F(Metering, StoredGridsHaveTheirShape)
+{
+    const Grid& average = AE_average_Weight_GridWeights;
+    const Grid& center = AE_center_Weight_GridWeights;
+    const Grid& bottom = AE_bottom_Weight_GridWeights;
+    for (int row = 0; row < 15; ++row) {
+        for (int column = 0; column < 15; ++column) {
+            SCOPED_TRACE("row " + std::to_string(row) + ", column " + std::to_string(column));
+            EXPECT_EQ(at(average, row, column), row == 0 ? 0 : 1);
+            EXPECT_EQ(at(center, row, column), at(center, row, 14 - column));
+            EXPECT_EQ(at(center, row, column), at(center, 14 - row, column));
+            const int margin = std::min({row, column, 14 - row, 14 - column});
+            if (margin <= 3) { // border, first and second ring of the pyramid
+                EXPECT_EQ(at(center, row, column), margin < 2 ? 0 : margin - 1);
+            }
+            const int above = row == 0 ? 0 : at(bottom, row - 1, column);
+            EXPECT_GE(at(bottom, row, column), above); // heavier towards the bottom
+            EXPECT_LE(at(bottom, row, column) - above, 1);
+        }
+    }
+    EXPECT_EQ(at(center, 7, 7), 8);
+    EXPECT_EQ(std::count(std::begin(center), std::end(center), 8), 1);
+    EXPECT_EQ(std::count(std::begin(center), std::end(center), 4), 28);
+    EXPECT_EQ(std::count(std::begin(bottom), std::end(bottom), 0), 2 * 15);
+    EXPECT_EQ(at(bottom, 11, 7), 4);
+    EXPECT_EQ(at(bottom, 14, 0), 1);
+}
+
+TEST_F(Metering, ModesLoadTheirGrid)
+{
+    const auto weights = [](int meter) {
+        begin(AUTO_EXPOSURE);
+        EXPECT_EQ(KIV_Set_meter(kCamera, Meter_Mode_E{meter}), 0);
+        EXPECT_EQ(stored(kCamera, "meter"), meter);
+        return ae().GridWeights;
+    };
+    const auto average = weights(Meter_Mode_Average);
+    const auto center = weights(Meter_Mode_Centor);
+    EXPECT_TRUE(std::equal(std::begin(average.uCoeff), std::end(average.uCoeff), AE_average_Weight_GridWeights));
+    EXPECT_TRUE(std::equal(std::begin(center.uCoeff), std::end(center.uCoeff), AE_center_Weight_GridWeights));
+    for (const auto& [meter, first_row] : {std::pair{Meter_Mode_Smart, 9}, {Meter_Mode_Top, 0}}) {
+        const auto zone = weights(meter);
+        EXPECT_EQ(std::count(std::begin(zone.uCoeff), std::end(zone.uCoeff), 3), 54);
+        EXPECT_EQ(std::count(std::begin(zone.uCoeff), std::end(zone.uCoeff), 0), 171);
+        for (const auto& [row, column] : {std::pair{first_row, 3}, {first_row + 5, 11}}) { // opposite corners
+            EXPECT_EQ(at(zone.uCoeff, row, column), 3);
+        }
+    }
+    const auto before = sim::engine::initial<Uapi_ExpSwAttrV2_t>().GridWeights;
+    for (const int meter : {7, -1}) {
+        const auto kept = weights(meter);
+        EXPECT_TRUE(std::equal(std::begin(kept.uCoeff), std::end(kept.uCoeff), before.uCoeff)) << meter;
+    }
+}

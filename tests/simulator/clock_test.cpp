@@ -1,0 +1,271 @@
+// Simulated time: order and determinism of virtual time, threads coming and going, paced time, switching.
+#include "base/clock.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <pthread.h>
+
+namespace
+{
+
+// What happened, in order; "NAME@MILLISECONDS".
+class Log
+{
+public:
+    explicit Log(sim::Microseconds start) : start_(start) {}
+    void add(const std::string& name)
+    {
+        const std::lock_guard lock(mutex_);
+        const sim::Microseconds at = (sim::now() - start_) / 1000;
+        lines_.push_back(name + "@" + std::to_string(at));
+    }
+    std::vector<std::string> lines()
+    {
+        const std::lock_guard lock(mutex_);
+        return lines_;
+    }
+
+private:
+    sim::Microseconds start_;
+    std::mutex mutex_;
+    std::vector<std::string> lines_;
+};
+
+class ClockTest : public testing::Test
+{
+protected:
+    ClockTest()
+    {
+        sim::use_virtual_time();
+        sim::wait(0); // this thread takes part: time stands still while it works
+    }
+    ~ClockTest() override
+    {
+        sim::use_virtual_time();
+        // Threads that ended have left by now or are about to.
+        while (sim::taking_part() > 1) {
+            std::this_thread::yield();
+        }
+    }
+};
+
+void ms(int milliseconds)
+{
+    sim::wait(sim::Microseconds{milliseconds} * 1000);
+}
+
+// Lets time pass until a thread has ended.
+void join(std::thread& thread)
+{
+    sim::step_aside();
+    thread.join();
+    sim::wait(0);
+}
+
+TEST_F(ClockTest, OneThreadDrivesTimeByWaiting)
+{
+    const sim::Microseconds start = sim::now();
+    sim::wait(24LL * 3600 * 1'000'000);
+    EXPECT_EQ(sim::now() - start, 24LL * 3600 * 1'000'000);
+    sim::wait(-5);
+    EXPECT_EQ(sim::now() - start, 24LL * 3600 * 1'000'000);
+}
+
+TEST_F(ClockTest, EventsHappenInOrderAtEveryRun)
+{
+    const auto run = [] {
+        Log log(sim::now());
+        const int tick = sim::every(10'000, [&] { log.add("tick"); });
+        std::thread a([&] {
+            for (int i = 0; i < 3; ++i) {
+                ms(10);
+                log.add("a");
+            }
+        });
+        sim::await_waiting(1);
+        std::thread b([&] {
+            ms(15);
+            log.add("b");
+            ms(15);
+            log.add("b");
+        });
+        sim::await_waiting(2);
+        ms(35);
+        log.add("main");
+        sim::cancel(tick);
+        join(a);
+        join(b);
+        return log.lines();
+    };
+    const std::vector<std::string> expected{"tick@10", "a@10", "b@15", "tick@20", "a@20",
+                                            "tick@30", "b@30", "a@30", "main@35"};
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(run(), expected);
+    }
+}
+
+TEST_F(ClockTest, StandsStillWhileAThreadWorks)
+{
+    std::atomic<bool> woke{false};
+    std::thread sleeper([&] {
+        ms(1);
+        woke = true;
+    });
+    sim::await_waiting(1);
+    const sim::Microseconds before = sim::now();
+    for (int i = 0; i < 1000; ++i) {
+        std::this_thread::yield();
+    }
+    EXPECT_FALSE(woke);
+    EXPECT_EQ(sim::now(), before);
+    EXPECT_EQ(sim::waiting_threads(), 1);
+    EXPECT_EQ(sim::taking_part(), 2);
+    ms(1);
+    join(sleeper);
+    EXPECT_TRUE(woke);
+}
+
+TEST_F(ClockTest, ThreadsLeaveHoweverTheyEnd)
+{
+    static std::atomic<int> ended;
+    ended = 0;
+    const auto body = [](void* detached) -> void* {
+        if (detached) {
+            pthread_detach(pthread_self());
+        }
+        for (int i = 0; i < 5; ++i) {
+            ms(10);
+        }
+        ++ended;
+        pthread_exit(nullptr);
+    };
+    pthread_t joined{};
+    pthread_t detached{};
+    bool detach = true;
+    ASSERT_EQ(pthread_create(&joined, nullptr, body, nullptr), 0);
+    ASSERT_EQ(pthread_create(&detached, nullptr, body, &detach), 0);
+    sim::await_waiting(2);
+    ms(1000); // hangs here if an ended thread is still waited for
+    ms(1000);
+    EXPECT_EQ(ended, 2);
+    pthread_join(joined, nullptr);
+}
+
+TEST_F(ClockTest, TicksMayChangeTicks)
+{
+    Log log(sim::now());
+    int second = 0;
+    int first = 0;
+    first = sim::every(10'000, [&] {
+        log.add("first");
+        if (second == 0) {
+            second = sim::every(5'000, [&] { log.add("second"); });
+        } else {
+            sim::cancel(first);
+        }
+    });
+    ms(32);
+    sim::cancel(second);
+    ms(100);
+    EXPECT_EQ(log.lines(),
+              (std::vector<std::string>{"first@10", "second@15", "first@20", "second@20", "second@25", "second@30"}));
+}
+
+TEST_F(ClockTest, ManyThreadsWaitWithoutLosingAWakeUp)
+{
+    constexpr int kThreads = 6;
+    constexpr int kWaits = 200;
+    std::vector<std::thread> threads;
+    std::atomic<int> waits{0};
+    const sim::Microseconds start = sim::now();
+    threads.reserve(kThreads);
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < kWaits; ++i) {
+                sim::wait(100 + 10 * t);
+                ++waits;
+            }
+        });
+    }
+    sim::await_waiting(kThreads);
+    for (std::thread& thread : threads) {
+        join(thread);
+    }
+    EXPECT_EQ(waits, kThreads * kWaits);
+    EXPECT_EQ(sim::now() - start, kWaits * (100 + 10 * (kThreads - 1)));
+}
+
+TEST_F(ClockTest, PacedTimeRunsTicksAndWakesInOrder)
+{
+    Log log(sim::now());
+    sim::use_paced_time(50.0);
+    std::vector<sim::Microseconds> at;
+    const sim::Microseconds start = sim::now();
+    const int tick = sim::every(100'000, [&] { at.push_back(sim::now() - start); });
+    sim::wait(1'000'000);
+    const sim::Microseconds slept = sim::now() - start;
+    sim::use_virtual_time();
+    sim::cancel(tick);
+    EXPECT_GE(slept, 1'000'000);
+    ASSERT_GE(at.size(), 9U);
+    for (std::size_t i = 1; i < at.size(); ++i) {
+        EXPECT_EQ(at[i] - at[i - 1], 100'000) << "a tick sees its own time, none is left out";
+    }
+}
+
+// Threads wait throughout while the way time passes changes under them.
+TEST_F(ClockTest, SwitchingLosesNoWakeUp)
+{
+    constexpr int kThreads = 4;
+    std::atomic<bool> stop{false};
+    std::atomic<int> waits{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            while (!stop) {
+                sim::wait(1000 + 77 * t);
+                ++waits;
+            }
+        });
+    }
+    std::atomic<int> ticks{0};
+    const int tick = sim::every(3000, [&] { ++ticks; });
+    sim::await_waiting(kThreads);
+    sim::Microseconds last = sim::now();
+    for (int i = 0; i < 40; ++i) {
+        const int before = waits;
+        if (i % 2 == 0) {
+            sim::use_paced_time(1000.0);
+        } else {
+            sim::use_virtual_time();
+        }
+        sim::wait(5000);
+        EXPECT_GE(sim::now(), last) << "time never goes back";
+        last = sim::now();
+        while (waits == before) { // hangs here if a wake-up was lost
+            sim::wait(1000);
+        }
+    }
+    // A tick may switch too.
+    for (const bool paced : {true, false, true, false}) {
+        const int once = sim::every(1000, [=] { paced ? sim::use_paced_time(1000.0) : sim::use_virtual_time(); });
+        sim::wait(2500);
+        sim::cancel(once);
+        sim::wait(2500);
+    }
+    sim::use_virtual_time();
+    sim::cancel(tick);
+    EXPECT_GT(ticks, 20);
+    stop = true;
+    for (std::thread& thread : threads) {
+        join(thread);
+    }
+}
+
+} // namespace

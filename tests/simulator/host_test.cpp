@@ -1,0 +1,711 @@
+// The simulated host: parameter store and its file, presets, log, lens and lens service, vendor storage, shading file.
+#include "base/calls.h"
+#include "host/lens.h"
+#include "host/lens_service.h"
+#include "host/log.h"
+#include "host/shading_file.h"
+#include "host/store.h"
+#include "host/styles.h"
+#include "host/vendor_storage.h"
+#include "host/vin.h"
+
+#include "af/lens_ctrl.h"
+#include "base/lib_dbgout.h"
+#include "isp_auto_iris.h"
+#include "vin/vin.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <netinet/in.h>
+#include <sstream>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace
+{
+
+using namespace sim::host;
+using Status = FileResult::Status;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class HostTest : public testing::Test
+{
+protected:
+    HostTest()
+    {
+        std::string name = (std::filesystem::temp_directory_path() / "host_test.XXXXXX").string();
+        folder = mkdtemp(name.data());
+        reset_store();
+        reset_lens();
+        reset_vin();
+    }
+    ~HostTest() override
+    {
+        sim::stop_recording();
+        sim::clear_faults();
+        std::filesystem::remove_all(folder);
+    }
+    std::string file(const std::string& name) const
+    {
+        return (folder / name).string();
+    }
+    std::size_t files_in_folder() const
+    {
+        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+    }
+
+    std::filesystem::path folder;
+};
+
+void write_text(const std::string& path, const std::string& text)
+{
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+std::string read_text(const std::string& path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+// ---- Settings and store
+
+struct Accessors {
+    const char* name;
+    int (*current)(int);
+    int (*maximum)(int);
+    int (*set)(int, int);
+};
+
+#define ACCESSORS_none(name)                                                                                           \
+    {                                                                                                                  \
+#name, nullptr, nullptr, nullptr                                                                               \
+    }
+#define ACCESSORS_set(name)                                                                                            \
+    {                                                                                                                  \
+#name, nullptr, nullptr, para_set_isp_##name##_cur                                                             \
+    }
+#define ACCESSORS_bound(name)                                                                                          \
+    {                                                                                                                  \
+#name, nullptr, para_get_isp_##name##_max, para_set_isp_##name##_cur                                           \
+    }
+#define ACCESSORS_cur(name)                                                                                            \
+    {                                                                                                                  \
+#name, para_get_isp_##name##_cur, nullptr, para_set_isp_##name##_cur                                           \
+    }
+#define ACCESSORS_all(name)                                                                                            \
+    {                                                                                                                  \
+#name, para_get_isp_##name##_cur, para_get_isp_##name##_max, para_set_isp_##name##_cur                         \
+    }
+const Accessors kAccessors[] = {
+#define ISP_SETTING(name, type, access, ...) ACCESSORS_##access(name),
+#include "host/settings.def"
+};
+
+TEST_F(HostTest, TheListIsConsistent)
+{
+    for (const Setting& setting : kSettingsAndCommands) {
+        EXPECT_EQ(find_setting(setting.name), &setting) << setting.name << " is there twice";
+        EXPECT_TRUE(setting.in_range(setting.initial) || setting.member == nullptr) << setting.name;
+        for (const ValueName& known : names_of(setting)) {
+            EXPECT_TRUE(setting.in_range(known.value)) << setting.name << ' ' << known.name;
+            EXPECT_EQ(name_of(setting, known.value), known.name) << "a second name for one value";
+        }
+    }
+    for (std::size_t i = 1; i < std::size(kValueNames); ++i) {
+        const auto group = names_of(*find_setting(kValueNames[i].setting));
+        EXPECT_TRUE(group.data() <= &kValueNames[i] && &kValueNames[i] < group.data() + group.size())
+            << kValueNames[i].setting << " is not in one group";
+    }
+}
+
+TEST_F(HostTest, ValuesReadAsNameOrNumber)
+{
+    const struct {
+        const char* setting;
+        const char* text;
+        std::optional<int> value;
+    } kTexts[] = {
+        {"exposure_mode", "wide_dynamic_range", 33},
+        {"exposure_mode", "35", 35},
+        {"style", "5S", 6},
+        {"style", "5s", std::nullopt},
+        {"shutter", "1/10000", 16},
+        {"gamma", "0.42", 5},
+        {"saturation", "-1", -1},
+        {"hue", "", std::nullopt},
+        {"hue", "7 ", std::nullopt},
+        {"hue", "99999999999", std::nullopt},
+        {"hue", "auto", std::nullopt},
+        {"csc_mode", "bt709_limited", 4},
+    };
+    for (const auto& [setting, text, value] : kTexts) {
+        EXPECT_EQ(value_of(*find_setting(setting), text), value) << setting << ' ' << text;
+    }
+}
+
+TEST_F(HostTest, EveryAccessorReachesItsOwnFieldAndCamera)
+{
+    for (std::size_t field = 0; field < kFields; ++field) {
+        const Setting& setting = kSettings[field];
+        const Accessors& use = kAccessors[field];
+        ASSERT_EQ(setting.name, use.name);
+        if (use.maximum != nullptr) {
+            EXPECT_EQ(use.maximum(7), setting.highest);
+            set_maximum(setting, setting.highest + 3);
+            EXPECT_EQ(use.maximum(7), setting.highest + 3);
+        }
+        if (use.set == nullptr) {
+            continue;
+        }
+        sim::start_recording();
+        const int value = setting.initial == setting.highest ? setting.lowest : setting.highest;
+        EXPECT_EQ(use.set(7, value), 0);
+        EXPECT_EQ(stored(7, setting), value) << setting.name;
+        std::vector<sim::Call> expected = {{"para_set_isp_" + std::string(use.name) + "_cur", 7, value}};
+        if (use.current != nullptr) {
+            EXPECT_EQ(use.current(7), value);
+            expected.push_back({"para_get_isp_" + std::string(use.name) + "_cur", 7, value});
+        }
+        EXPECT_EQ(sim::recorded_calls(), expected);
+        store(7, setting, setting.initial);
+        const kiv_isp_param_s record = stored_record(7);
+        const kiv_isp_param_s initial = initial_record();
+        EXPECT_EQ(std::memcmp(&record, &initial, sizeof record), 0) << setting.name << " changed another field";
+    }
+    EXPECT_THAT(misuses(), IsEmpty());
+}
+
+TEST_F(HostTest, MisuseIsNotedAndFaultsStrike)
+{
+    EXPECT_EQ(para_get_isp_hue_cur(8), 0);
+    EXPECT_EQ(para_set_isp_hue_cur(-1, 3), -1);
+    EXPECT_EQ(para_get_isp_style_param(9, 0), nullptr);
+    EXPECT_EQ(get_vin_fps(8), 0);
+    para_set_isp_hue_cur(0, 15);
+    para_set_isp_hue_cur(0, -1);
+    para_set_isp_temperature_cur(0, -29); // stored as passed, so no misuse
+    EXPECT_THAT(misuses(),
+                ElementsAre("para_get_isp_hue_cur: no record 8", "para_set_isp_hue_cur: no record -1",
+                            "para_get_isp_style_param: no record 9", "get_vin_fps: no camera 8",
+                            "para_set_isp_hue_cur: record 0, level 15", "para_set_isp_hue_cur: record 0, level -1"));
+    EXPECT_EQ(para_get_isp_temperature_cur(0), -29);
+
+    sim::inject_fault("para_set_isp_hue_cur", 1, -7);
+    sim::inject_fault("para_get_isp_hue_max", 1, 3);
+    sim::inject_fault("para_get_isp_style_param", 1, -1);
+    EXPECT_EQ(para_set_isp_hue_cur(1, 9), -7);
+    EXPECT_EQ(para_get_isp_hue_cur(1), 7);
+    EXPECT_EQ(para_get_isp_hue_max(1), 3);
+    EXPECT_EQ(para_get_isp_hue_max(1), 14);
+    EXPECT_EQ(para_get_isp_style_param(0, style_food), nullptr);
+    EXPECT_NE(para_get_isp_style_param(0, style_food), nullptr);
+}
+
+// ---- The store's file
+
+TEST_F(HostTest, FileKeepsEverySetting)
+{
+    for (int camera = 0; camera < kCameras; ++camera) {
+        for (const Setting& setting : kSettings) {
+            const int span = setting.highest - setting.lowest + 1;
+            store(camera, setting, setting.lowest + (camera * 5 + 3) % span);
+        }
+    }
+    store(2, *find_setting("wb_mode"), 4); // no name
+    store(2, *find_setting("temperature"), -29);
+    std::array<kiv_isp_param_s, kCameras> before;
+    for (int camera = 0; camera < kCameras; ++camera) {
+        before[static_cast<std::size_t>(camera)] = stored_record(camera);
+    }
+    ASSERT_TRUE(save_store(file("store")));
+    reset_store();
+    const FileResult loaded = load_store(file("store"));
+    ASSERT_TRUE(loaded) << loaded.message;
+    for (int camera = 0; camera < kCameras; ++camera) {
+        const kiv_isp_param_s after = stored_record(camera);
+        EXPECT_EQ(std::memcmp(&after, &before[static_cast<std::size_t>(camera)], sizeof after), 0) << camera;
+    }
+}
+
+TEST_F(HostTest, FileOfAUser)
+{
+    store(1, *find_setting("hue"), 2);
+    write_text(file("store"),
+               "# mine\r\n\r\n  [camera 3]  # the wide one\r\n\thue=12\nexposure_mode = 3\n[camera 0]\n");
+    ASSERT_TRUE(load_store(file("store")));
+    EXPECT_EQ(stored(3, *find_setting("hue")), 12);
+    EXPECT_EQ(stored(3, *find_setting("exposure_mode")), MANUAL_EXPOSURE);
+    EXPECT_EQ(stored(1, *find_setting("hue")), 7) << "what is not mentioned has its initial value";
+    EXPECT_EQ(load_store(file("none")).status, Status::missing);
+    EXPECT_TRUE(save_store(file("none")));
+}
+
+TEST_F(HostTest, DamagedFileIsNamedLeftAloneAndNotAppliedInPart)
+{
+    const struct {
+        std::string text;
+        const char* wrong;
+    } kDamaged[] = {
+        {"[camera 0]\nhue = 3\nhhue = 4\n", ":3: unknown setting 'hhue'"},
+        {"[camera 0]\nhue = 3\ncsc_mode = 1\n", ":3: unknown setting 'csc_mode'"},
+        {"[camera 0]\nhue = 3\nwb_mode = warm\n", ":3: wb_mode has no value 'warm'"},
+        {"[camera 0]\nhue = 3 4\n", ":2: hue has no value '3 4'"},
+        {"[camera 0]\nhue =\n", ":2: hue has no value ''"},
+        {"[camera 0]\nhue = 3\nsaturation = 15\n", ":3: saturation is 0 to 14, not 15"},
+        {"[camera 0]\nhue = -1\n", ":2: hue is 0 to 14, not -1"},
+        {"[camera 0]\nhue = 3\n[camera 1]\nhue = 3\nhue = 3\n", ":5: hue is there twice"},
+        {"[camera 0]\nhue = 3\n[camera 0]\n", ":3: camera 0 has a section already"},
+        {"[camera 0]\nhue = 3\n[camera 1\n", ":3: ']' is missing at the end of '[camera 1'"},
+        {"[camera 8]\n", ":1: expected [camera 0] to [camera 7], not '[camera 8]'"},
+        {"[camera 00]\n", ":1: expected [camera 0] to [camera 7], not '[camera 00]'"},
+        {"[]\n", ":1: expected [camera 0] to [camera 7], not '[]'"},
+        {"hue = 3\n", ":1: a setting before the first [camera N]"},
+        {"[camera 0]\nhue = 3\nhue\n", ":3: expected SETTING = VALUE, not 'hue'"},
+        {"[camera 0]\nhue = 3\n\x1b[2Jxyz\n", ":3: expected SETTING = VALUE, not '?[2Jxyz'"},
+        {std::string("[camera 0]\nhue = 3\n\0\n", 21), ":3: a NUL byte"},
+        {"[camera 0]\nhue = 3\n#" + std::string(200, 'x') + "\n", ":3: line longer than 200 bytes"},
+        {"[camera 0]\nhue = 3\nsaturation = 1", ":3: the file ends in the middle of a line"},
+    };
+    const std::string path = file("store");
+    for (const auto& [text, wrong] : kDamaged) {
+        write_text(path, text);
+        const FileResult result = load_store(path);
+        EXPECT_EQ(result.status, Status::damaged);
+        EXPECT_EQ(result.message, path + wrong);
+        EXPECT_EQ(stored(0, *find_setting("hue")), 7);
+        EXPECT_EQ(save_store((folder / "." / "store").string()).status, Status::failed) << "by whatever name";
+        EXPECT_EQ(read_text(path), text);
+    }
+    EXPECT_EQ(load_store(folder.string()).status, Status::failed) << "a directory";
+
+    write_text(path, "[camera 0]\n");
+    EXPECT_TRUE(load_store(path)) << "repaired";
+    EXPECT_TRUE(save_store(path));
+}
+
+TEST_F(HostTest, WhatCouldNotBeLoadedAgainIsNotSaved)
+{
+    set_maximum(*find_setting("hue"), 17);
+    para_set_isp_hue_cur(4, 17);
+    const FileResult result = save_store(file("store"));
+    EXPECT_EQ(result.status, Status::failed);
+    EXPECT_THAT(result.message, HasSubstr("camera 4 has hue = 17"));
+    EXPECT_EQ(files_in_folder(), 0u);
+}
+
+TEST_F(HostTest, FailedSaveLeavesNothingBehind)
+{
+    std::filesystem::create_directory(file("folder"));
+    std::filesystem::create_symlink("/dev/null", file("device"));
+    EXPECT_THAT(save_store(file("folder")).message, HasSubstr("folder: not a regular file"));
+    EXPECT_THAT(save_store(file("device")).message, HasSubstr("/dev/null: not a regular file"));
+    EXPECT_THAT(save_store(file("missing/store")).message, HasSubstr("No such file or directory"));
+    EXPECT_EQ(files_in_folder(), 2u);
+}
+
+// A child is killed by the system in the middle of the write, or is told that there is no more room.
+TEST_F(HostTest, InterruptedSaveKeepsTheOldFile)
+{
+    const std::string path = file("store");
+    ASSERT_TRUE(save_store(path));
+    const std::string before = read_text(path);
+    for (const bool killed : {true, false}) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            const rlimit no_core{0, 0};
+            setrlimit(RLIMIT_CORE, &no_core);
+            const rlimit small{100, 100};
+            setrlimit(RLIMIT_FSIZE, &small);
+            std::signal(SIGXFSZ, killed ? SIG_DFL : SIG_IGN);
+            store(0, *find_setting("hue"), 1);
+            _exit(save_store(path).status == Status::failed ? 0 : 1);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(WIFSIGNALED(status), killed);
+        EXPECT_TRUE(killed || WEXITSTATUS(status) == 0);
+        EXPECT_EQ(read_text(path), before);
+        EXPECT_EQ(files_in_folder(), 2u) << "the store and the killed child's temporary";
+    }
+}
+
+TEST_F(HostTest, StoreIsReadAndWrittenFromManyThreads)
+{
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([i, this] {
+            for (int n = 0; n < 500; ++n) {
+                para_set_isp_hue_cur(n % kCameras, (n + i) % 15);
+                EXPECT_LE(para_get_isp_hue_cur(n % kCameras), para_get_isp_hue_max(0));
+                if (n % 100 == 0) {
+                    EXPECT_TRUE(save_store(file("store")));
+                }
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_TRUE(load_store(file("store")));
+    EXPECT_EQ(files_in_folder(), 1u);
+}
+
+// ---- Presets
+
+TEST_F(HostTest, PresetsAreWithinRangeAndDifferFromEachOther)
+{
+    for (int style = 0; style < kStyles; ++style) {
+        const kiv_isp_param_s& preset = delivered_preset(style);
+        EXPECT_EQ(preset.style, style);
+        for (const Setting& setting : kSettings) {
+            EXPECT_TRUE(setting.in_range(preset.*setting.member)) << style << ' ' << setting.name;
+        }
+        for (int other = 0; other < style; ++other) {
+            kiv_isp_param_s compared = delivered_preset(other);
+            compared.style = style;
+            EXPECT_NE(std::memcmp(&compared, &preset, sizeof preset), 0) << style << " looks like " << other;
+        }
+        const kiv_isp_param_s* handed_out = para_get_isp_style_param(3, style);
+        ASSERT_NE(handed_out, nullptr);
+        EXPECT_EQ(std::memcmp(handed_out, &preset, sizeof preset), 0);
+    }
+    EXPECT_EQ(para_get_isp_style_param(0, -1), nullptr);
+    EXPECT_EQ(para_get_isp_style_param(0, kStyles), nullptr);
+    remove_preset(style_food);
+    EXPECT_EQ(para_get_isp_style_param(0, style_food), nullptr);
+    set_host_applies_styles(true);
+    EXPECT_EQ(para_isp_style_excute_by_arm(), 1);
+    reset_store();
+    EXPECT_NE(para_get_isp_style_param(0, style_food), nullptr);
+    EXPECT_EQ(para_isp_style_excute_by_arm(), 0);
+}
+
+// ---- Log
+
+std::vector<LogLine> g_called_back;
+
+TEST_F(HostTest, LogKeepsTheLastLines)
+{
+    EXPECT_EQ(kiv_traceout(6, "nobody %s\n", "listens"), 0);
+    start_log_capture(2, true);
+    sim::start_recording();
+    set_log_callback([](int level, const char* text) { g_called_back.push_back({level, text}); });
+    kiv_traceout(6, "one\n");
+    kiv_log_debug("%-4d %s two\n", 12, "f");
+    kiv_traceout(6, "%s", std::string(3000, 'x').c_str());
+    set_log_callback(nullptr);
+    stop_log_capture();
+    kiv_traceout(6, "late");
+    EXPECT_THAT(captured_log(), ElementsAre(LogLine{kDebugLevel, "12   f two\n"}, LogLine{6, std::string(1023, 'x')}));
+    EXPECT_EQ(g_called_back.size(), 3u);
+    EXPECT_THAT(sim::recorded_calls(),
+                ElementsAre(sim::Call{"kiv_traceout", -1, 6}, sim::Call{"kiv_log_debug", -1, kDebugLevel},
+                            sim::Call{"kiv_traceout", -1, 6}));
+    EXPECT_EQ(dbgout_profile.module_level, 0);
+}
+
+// ---- Lens and video input
+
+TEST_F(HostTest, LensMovesWithItsSpeedBetweenItsStops)
+{
+    const struct {
+        void (*move)(int);
+        int argument;
+        double seconds;
+        double iris;
+    } kMoves[] = {
+        {move_iris_to, 400, 0.5, 600.0},  {move_iris_to, 400, 0.5, 400.0}, {move_iris_by, 12, 1.0, 412.0},
+        {move_iris_by, -12, 0.01, 408.0}, {move_iris_by, 0, 1.0, 408.0},   {move_iris_by, 9999, 9.0, kIrisWidest},
+        {move_iris_to, -5, 9.0, 0.0},
+    };
+    for (const auto& [move, argument, seconds, iris] : kMoves) {
+        move(argument);
+        step_lens(seconds);
+        EXPECT_DOUBLE_EQ(lens_state().iris, iris) << argument;
+    }
+    move_zoom_to(9999);
+    step_lens(1.0);
+    EXPECT_EQ(Uvc_Query_Zoom_Position(), 1400);
+    step_lens(60.0);
+    EXPECT_EQ(Uvc_Query_Zoom_Position(), kZoomLongest);
+
+    iris_mode(0);
+    EXPECT_FALSE(lens_state().iris_automatic);
+    for (const auto& [position, motor] : {std::pair(0, 800), {5, 360}, {11, 131}, {12, 0}, {65535, 0}}) {
+        iris_to(static_cast<unsigned short>(position));
+        EXPECT_DOUBLE_EQ(lens_state().iris_target, motor);
+    }
+    sim::inject_fault("get_lens_calibration_flag", 2, 4);
+    EXPECT_EQ(get_lens_calibration_flag(), 0);
+    EXPECT_EQ(get_lens_calibration_flag(), 4);
+    set_vin_fps(3, 25);
+    EXPECT_EQ(get_vin_fps(3), 25);
+    EXPECT_EQ(get_vin_fps(2), kDefaultFps);
+}
+
+TEST_F(HostTest, TransmissionFollowsIrisAndZoom)
+{
+    // The steps of the iris scale are about half a stop apart: light by F-number, relative to F1.8.
+    constexpr double kFNumbers[] = {1.8, 2.0, 2.4, 2.8, 3.4, 4.0, 4.8, 5.6, 6.8, 8.0, 9.6, 11.0};
+    for (std::size_t i = 0; i < std::size(kFNumbers); ++i) {
+        iris_to(static_cast<unsigned short>(i));
+        step_lens(9.0);
+        const double expected = 1.8 * 1.8 / (kFNumbers[i] * kFNumbers[i]);
+        EXPECT_NEAR(lens_transmission() / expected, 1.0, 0.07) << kFNumbers[i];
+    }
+    move_iris_to(kIrisWidest);
+    step_lens(9.0);
+    double before = 1.0;
+    EXPECT_DOUBLE_EQ(lens_transmission(), 1.0);
+    for (const auto& [zoom, widest] : {std::pair(1278, 761.5), {2556, 723.0}, {3746, 638.0}, {7000, 638.0}}) {
+        put_zoom(zoom);
+        EXPECT_DOUBLE_EQ(widest_iris(zoom), widest);
+        EXPECT_LE(lens_transmission(), before);
+        before = lens_transmission();
+        EXPECT_DOUBLE_EQ(before, widest / 800.0 * widest / 800.0);
+    }
+}
+
+// ---- Lens service
+
+struct Sender {
+    int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in to{};
+
+    explicit Sender(int port)
+    {
+        to.sin_family = AF_INET;
+        to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        to.sin_port = htons(static_cast<std::uint16_t>(port));
+    }
+    ~Sender()
+    {
+        close(fd);
+    }
+    void send(const std::string& bytes) const
+    {
+        sendto(fd, bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&to), sizeof to);
+    }
+};
+
+constexpr char kTo690[] = "\x77\x17\x01\x00\xB2\x02\x00\x00";
+constexpr char kCloseBy3[] = "\x77\x17\x00\x00\x20\x03\xFD\xFF";
+
+TEST_F(HostTest, LensServiceTakesCommandsAndDropsTheRest)
+{
+    LensService service;
+    ASSERT_EQ(service.open(file("iris"), 0), "");
+    const Sender sender(service.port());
+    const struct {
+        std::string bytes;
+        double target;
+        bool good;
+    } kDatagrams[] = {
+        {std::string(kTo690, 8), 690.0, true},
+        {std::string(kCloseBy3, 8), 797.0, true},
+        {std::string(kTo690, 7), 797.0, false},
+        {std::string(kTo690, 9), 797.0, false},
+        {std::string(), 797.0, false},
+        {"w\x18" + std::string(kTo690 + 2, 6), 797.0, false},
+        {"x\x17" + std::string(kTo690 + 2, 6), 797.0, false},
+        {"w\x17\x02" + std::string(kTo690 + 3, 5), 797.0, false},
+        {std::string("w\x17\x01\x01", 4) + std::string(kTo690 + 4, 4), 797.0, false},
+        {std::string(2000, 'w'), 797.0, false},
+        {std::string("w\x17\x01\0\xff\x7f\0\0", 8), 800.0, true}, // beyond the stop
+        {std::string("w\x17\x01\0\0\x80\0\0", 8), 0.0, true},
+    };
+    long moved = 0;
+    long malformed = 0;
+    for (const auto& [bytes, target, good] : kDatagrams) {
+        sender.send(bytes);
+        EXPECT_EQ(service.poll(), 1);
+        (good ? moved : malformed) += 1;
+        EXPECT_DOUBLE_EQ(lens_state().iris_target, target) << bytes.size();
+        EXPECT_EQ(service.counts().moved, moved);
+        EXPECT_EQ(service.counts().malformed, malformed);
+    }
+    iris_mode(0);
+    sender.send(std::string(kTo690, 8));
+    EXPECT_EQ(service.poll(), 1);
+    EXPECT_EQ(service.counts().held, 1);
+    EXPECT_DOUBLE_EQ(lens_state().iris_target, 0.0);
+    EXPECT_EQ(service.poll(), 0);
+
+    LensService second;
+    EXPECT_THAT(second.open(file("iris2"), service.port()), HasSubstr("Address already in use"));
+    EXPECT_EQ(second.port(), 0);
+}
+
+TEST_F(HostTest, IrisRecordIsWhereAReaderMapsIt)
+{
+    LensService service;
+    ASSERT_EQ(service.open(file("iris"), 0), "");
+    const int fd = open(file("iris").c_str(), O_RDONLY);
+    ASSERT_GE(fd, 0);
+    EXPECT_EQ(lseek(fd, 36, SEEK_SET), 36);
+    void* mapped = mmap(nullptr, 36, PROT_READ, MAP_SHARED, fd, 0);
+    ASSERT_NE(mapped, MAP_FAILED);
+    close(fd);
+    const auto* words = static_cast<const std::int16_t*>(mapped);
+
+    iris_mode(1);
+    put_zoom(2556);
+    move_iris_to(700);
+    step_lens(0.125);
+    service.publish();
+    EXPECT_EQ(std::vector(words, words + 18), (std::vector<std::int16_t>{1, 750, 800, 0, 2556, 800, 723, 620, 514, 424,
+                                                                         360, 300, 257, 212, 180, 150, 131, 0}));
+    iris_mode(0);
+    service.publish();
+    EXPECT_EQ(words[0], 0);
+    munmap(mapped, 36);
+    service.close();
+    EXPECT_EQ(files_in_folder(), 0u);
+
+    write_text(file("precious"), "not a record");
+    EXPECT_THAT(service.open(file("precious"), 0), HasSubstr("is something else"));
+    EXPECT_EQ(read_text(file("precious")), "not a record");
+    EXPECT_NE(service.open(file("no/such/folder"), 0), "");
+}
+
+TEST_F(HostTest, LensServiceWorksByItself)
+{
+    LensService service;
+    ASSERT_EQ(service.open(file("iris"), 0), "");
+    service.start();
+    service.start();
+    const Sender sender(service.port());
+    sender.send(std::string(kTo690, 8));
+    for (int i = 0; i < 2000 && service.counts().moved == 0; ++i) {
+        step_lens(0.001);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    service.stop();
+    EXPECT_EQ(service.counts().moved, 1);
+    EXPECT_DOUBLE_EQ(lens_state().iris_target, 690.0);
+    service.start();
+}
+
+// ---- Vendor storage
+
+std::string output_of(const std::string& command)
+{
+    std::string output;
+    FILE* pipe = popen(command.c_str(), "r");
+    for (int c = 0; (c = std::fgetc(pipe)) != EOF;) {
+        output += static_cast<char>(c);
+    }
+    pclose(pipe);
+    return output;
+}
+
+TEST_F(HostTest, VendorStoragePrintsAnyModel)
+{
+    const std::string odd = file("it's a \"$HOME\" `id`; #");
+    std::filesystem::create_directory(odd);
+    for (const std::string& model :
+         {std::string("SR1053-50IRC-8M-F20"), std::string("SR1053-50IRC-8M-F20 rev 2"), std::string(" "),
+          std::string("a'b\"c$(id)`id`\\;|&<>*?[]{}~!#%\t\\n"), std::string("\xff\xfe\x80"), std::string(400, 'x')}) {
+        EXPECT_EQ(output_of(lens_command_for(model, odd)), model + "\n");
+    }
+    EXPECT_EQ(output_of(lens_command_for("one\ntwo", odd)), "one\n");
+    const std::string command = lens_command_for("", odd);
+    EXPECT_EQ(output_of(command), "");
+    lens_command_for("IR0147", odd);
+    EXPECT_EQ(output_of(command), "IR0147\n") << "the lens is changed under a command";
+    EXPECT_EQ(output_of(lens_command_without_tool()), "");
+    EXPECT_EQ(lens_command_for("IR0147", file("none")), "");
+}
+
+// ---- Shading file
+
+TEST_F(HostTest, ModelShadingFollowsTheFormula)
+{
+    const ShadingFile model = model_shading();
+    for (std::size_t grid = 0; grid < std::size(kShadingGrids); ++grid) {
+        const auto& gain = model.gain[grid];
+        const double corner = 1.0 + kShadingGrids[grid].k;
+        const double right = 1.0 + kShadingGrids[grid].k * 256.0 / 337.0;
+        EXPECT_EQ(gain[8 * 17 + 8], 1024);
+        EXPECT_NEAR(gain[0], 1024.0 * corner * corner, 0.5);
+        EXPECT_NEAR(gain[8 * 17 + 16], 1024.0 * right * right, 0.5);
+        EXPECT_EQ(gain[0], gain[288]);
+    }
+    ASSERT_EQ(write_shading_file(file("shading")), "");
+    const std::string bytes = read_text(file("shading"));
+    ASSERT_EQ(bytes.size(), 6936u);
+    EXPECT_EQ(bytes[2 * (8 * 17 + 8)], '\0'); // 1024, low byte first
+    EXPECT_EQ(bytes[2 * (8 * 17 + 8) + 1], '\4');
+    EXPECT_EQ(check_shading_file(file("shading")), "");
+}
+
+TEST_F(HostTest, ShadingFileIsJudged)
+{
+    const struct {
+        std::size_t grid;
+        int row;
+        int column;
+        std::uint16_t gain;
+        const char* wrong;
+    } kChanges[] = {
+        {0, 8, 9, 1030, ""},
+        {0, 0, 0, 1023, "D65 red, row 0, column 0: 1023 is outside 1024 to 16383"},
+        {11, 16, 16, 16384, "A blue, row 16, column 16: 16384 is outside 1024 to 16383"},
+        {5, 0, 8, 1024, "CWF green on red rows, row 0, column 8: falls from "},
+        {7, 6, 8, 1100, "CWF blue, row 5, column 8: falls from 1100 to "},
+        {3, 4, 3, 1024, ""}, // equal to the middle, on no way out that is looked at
+    };
+    for (const auto& [grid, row, column, gain, wrong] : kChanges) {
+        ShadingFile changed = model_shading();
+        changed.gain[grid][row * kShadingSide + column] = gain;
+        ASSERT_EQ(write_shading_file(file("shading"), changed), "");
+        const std::string answer = check_shading_file(file("shading"));
+        if (*wrong == '\0') {
+            EXPECT_EQ(answer, "");
+        } else {
+            EXPECT_THAT(answer, HasSubstr(file("shading") + ": " + wrong));
+        }
+    }
+    // A lens that sits off the sensor's middle.
+    for (const auto& [offset, wrong] : {std::pair(2, ""), {3, "the lowest gain is not in the middle"}}) {
+        const ShadingFile model = model_shading();
+        ShadingFile changed = model;
+        for (int row = 0; row < kShadingSide; ++row) {
+            for (int column = 0; column < kShadingSide; ++column) {
+                changed.gain[2][row * kShadingSide + column] =
+                    model.gain[2][row * kShadingSide + std::max(column - offset, 0)];
+            }
+        }
+        ASSERT_EQ(write_shading_file(file("shading"), changed), "");
+        EXPECT_THAT(check_shading_file(file("shading")), testing::EndsWith(wrong));
+        EXPECT_EQ(check_shading_file(file("shading")).empty(), offset == 2);
+    }
+    for (const auto& [size, wrong] : {std::pair(0, "0 instead of 6936 bytes"),
+                                      {6935, "6935 instead of 6936 bytes"},
+                                      {6937, "more than 6936 bytes"}}) {
+        write_text(file("shading"), std::string(static_cast<std::size_t>(size), '\4'));
+        EXPECT_THAT(check_shading_file(file("shading")), HasSubstr(wrong));
+    }
+    EXPECT_THAT(check_shading_file(file("none")), HasSubstr("No such file"));
+}
+
+} // namespace

@@ -1,0 +1,493 @@
+// The picture model: what each block and live value does to the chart, measured in the rendered image.
+#include "picture/picture.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <numbers>
+#include <string>
+#include <utility>
+
+// Fontconfig, which finds the labels' font, keeps some memory for the life of the process.
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions()
+{
+    return "leak:libfontconfig";
+}
+
+namespace
+{
+
+using namespace sim::picture;
+using testing::HasSubstr;
+
+constexpr int kWidth = 320;
+constexpr int kHeight = 240;
+
+Image shown(const Look& look)
+{
+    return render(look, kWidth, kHeight);
+}
+
+Colour patch(const Image& image, int number)
+{
+    return mean_colour(image, patch_area(image, number));
+}
+
+/// Distance of a colour from grey: its largest channel less its smallest.
+float cast(const Colour& c)
+{
+    return std::max({c.red, c.green, c.blue}) - std::min({c.red, c.green, c.blue});
+}
+
+/// Direction of the colour difference, in degrees from blue towards red.
+double hue_angle(const Colour& c)
+{
+    const double luma = 0.2126 * c.red + 0.7152 * c.green + 0.0722 * c.blue;
+    return std::atan2((c.red - luma) / 1.5748, (c.blue - luma) / 1.8556) * 180.0 / std::numbers::pi;
+}
+
+double noise(const Look& look)
+{
+    const Image image = shown(look);
+    return luma_deviation(image, region_area(image, Region::flat));
+}
+
+void set_nr2d(Look& look, float strength)
+{
+    look.nr2d.eMode = ABAYER2DNR_OP_MODE_AUTO;
+    look.nr2d.stAuto.st2DParams.enable = 1;
+    std::ranges::fill(look.nr2d.stAuto.st2DParams.filter_strength, strength);
+    std::ranges::fill(look.nr2d.stAuto.st2DParams.edgesofts, strength);
+}
+
+void set_nr3d(Look& look, float strength)
+{
+    look.nr3d.eMode = ABAYERTNRV2_OP_MODE_AUTO;
+    look.nr3d.stAuto.st3DParams.enable = 1;
+    std::ranges::fill(look.nr3d.stAuto.st3DParams.lo_filter_strength, strength);
+    std::ranges::fill(look.nr3d.stAuto.st3DParams.hi_filter_strength, strength);
+}
+
+void set_sharp(Look& look, float ratio)
+{
+    look.sharp.eMode = ASHARP4_OP_MODE_AUTO;
+    look.sharp.stAuto.stParams.enable = 1;
+    std::ranges::fill(look.sharp.stAuto.stParams.sharp_ratio, ratio);
+}
+
+/// A manual tone curve with output = 4095 * (input / 4096) ^ exponent, through knots worked out from the octaves.
+void set_gamma(Look& look, double exponent)
+{
+    look.gamma.atrrV30.mode = GAMMA_MODE_MANUAL;
+    look.gamma.atrrV30.stManual.Gamma_en = true;
+    int x = 0;
+    for (int point = 0; point < RK_AIQ_GAMMA_POINTS; ++point) {
+        const double level = 4095.0 * std::pow(x / 4096.0, exponent);
+        look.gamma.atrrV30.stManual.Gamma_curve[point] = static_cast<uint16_t>(std::lround(level));
+        x += x < 8 ? 1 : std::min(1 << (static_cast<int>(std::log2(x)) - 2), 256);
+    }
+}
+
+void set_matrix(Look& look, int y_offset, std::initializer_list<float> coeff)
+{
+    look.csm.param.op_mode = RK_AIQ_OP_MODE_MANUAL;
+    look.csm.param.full_range = true;
+    look.csm.param.y_offset = y_offset;
+    look.csm.param.c_offset = 128;
+    std::ranges::copy(coeff, look.csm.param.coeff);
+}
+
+void set_grid(lsc_matrix_t& grid, double k)
+{
+    for (int i = 0; i < RK_AIQ_LSC_GRID_POINTS; ++i) {
+        const double x = i % 17 / 8.0 - 1.0;
+        const double y = i / 17 / 8.0 - 1.0;
+        const double root = 1.0 + k * (x * x + y * y) / 2.0;
+        grid.uCoeff[i] = static_cast<uint16_t>(std::lround(1024.0 * root * root));
+    }
+}
+
+TEST(Picture, GreysAreGreyAndInOrderInANeutralLook)
+{
+    const Image image = shown(neutral_look());
+    for (int i = kWhitePatch; i <= kBlackPatch; ++i) {
+        EXPECT_LT(cast(patch(image, i)), 0.002F) << patch_name(i);
+        EXPECT_TRUE(i == kWhitePatch || patch(image, i).green < patch(image, i - 1).green - 0.05F) << patch_name(i);
+    }
+    EXPECT_GT(cast(patch(image, 0)), 0.1F) << "a colour is not grey";
+    EXPECT_NEAR(patch(image, kMidGreyPatch).green, 0.473, 0.003) << "19 % through the sRGB curve";
+}
+
+TEST(Picture, TheRightGainsBalanceEveryLightOnEverySensor)
+{
+    for (const double kelvin : {2000.0, 2856.0, 3500.0, 5000.0, 6500.0, 9000.0}) {
+        for (const auto& [red, blue] : {std::pair(1.0, 1.0), std::pair(0.8, 1.25)}) {
+            Look look = neutral_look();
+            look.kelvin = kelvin;
+            look.red_response = red;
+            look.blue_response = blue;
+            const NeutralGains gains = neutral_gains(kelvin, red, blue);
+            look.wb_gain = {static_cast<float>(gains.red), 1.0F, 1.0F, static_cast<float>(gains.blue)};
+            EXPECT_LT(cast(patch(shown(look), kMidGreyPatch)), 0.003F) << kelvin << " K, red " << red;
+        }
+    }
+}
+
+TEST(Picture, AWrongBalanceShowsItsCast)
+{
+    const auto grey_in = [](auto change) {
+        Look look = neutral_look();
+        change(look);
+        return patch(shown(look), kMidGreyPatch);
+    };
+    const Colour warm = grey_in([](Look& look) { look.kelvin = 2856.0; });
+    EXPECT_GT(warm.red, warm.green + 0.05F);
+    EXPECT_LT(warm.blue, warm.green - 0.05F);
+    const Colour cold = grey_in([](Look& look) { look.kelvin = 7500.0; });
+    EXPECT_LT(cold.red, cold.green - 0.02F);
+    EXPECT_GT(cold.blue, cold.green + 0.02F);
+    const Colour reddish = grey_in([](Look& look) { look.red_response = 1.3; });
+    EXPECT_GT(reddish.red, reddish.green + 0.03F);
+    EXPECT_NEAR(reddish.blue, reddish.green, 0.003F);
+    const Colour bluish = grey_in([](Look& look) { look.blue_response = 1.3; });
+    EXPECT_GT(bluish.blue, bluish.green + 0.03F);
+    EXPECT_NEAR(bluish.red, bluish.green, 0.003F);
+    for (float rk_aiq_wb_gain_t::*const green : {&rk_aiq_wb_gain_t::grgain, &rk_aiq_wb_gain_t::gbgain}) {
+        const Colour greenish = grey_in([green](Look& look) { look.wb_gain.*green = 1.6F; });
+        EXPECT_GT(greenish.green, greenish.red + 0.03F);
+    }
+}
+
+TEST(Picture, ColourProcessing)
+{
+    const Image plain = shown(neutral_look());
+    const auto processed = [](uint8_t brightness, uint8_t contrast, uint8_t saturation, uint8_t hue) {
+        Look look = neutral_look();
+        look.acp = {{}, brightness, contrast, saturation, hue};
+        return shown(look);
+    };
+    const Image colourless = processed(128, 128, 0, 128);
+    const Image vivid = processed(128, 128, 160, 128);
+    const Image turned = processed(128, 128, 128, 156);
+    for (int i = 0; i < kPatches; ++i) {
+        EXPECT_LT(cast(patch(colourless, i)), 0.001F) << patch_name(i);
+        EXPECT_NEAR(mean_luma(colourless, patch_area(plain, i)), mean_luma(plain, patch_area(plain, i)), 0.01);
+    }
+    for (const int skin_and_sky : {0, 1, 2}) {
+        EXPECT_NEAR(cast(patch(vivid, skin_and_sky)) / cast(patch(plain, skin_and_sky)), 160.0 / 128.0, 0.01);
+    }
+    EXPECT_LT(cast(patch(turned, kMidGreyPatch)), 0.002F) << "hue leaves greys alone";
+    for (const int skin_and_sky : {0, 1, 2}) {
+        const double turn = hue_angle(patch(turned, skin_and_sky)) - hue_angle(patch(plain, skin_and_sky));
+        EXPECT_NEAR(std::remainder(turn, 360.0), 90.0 * 28.0 / 128.0, 0.5);
+    }
+
+    const auto grey_level = [](const Image& image, int i) { return patch(image, i).green; };
+    const Image bright = processed(170, 128, 128, 128);
+    EXPECT_NEAR(grey_level(bright, kMidGreyPatch) - grey_level(plain, kMidGreyPatch), 42.0 / 255.0, 0.002);
+    const Image hard = processed(128, 170, 128, 128);
+    EXPECT_NEAR((grey_level(hard, 20) - grey_level(hard, 22)) / (grey_level(plain, 20) - grey_level(plain, 22)),
+                170.0 / 128.0, 0.01);
+}
+
+TEST(Picture, AManualToneCurveReplacesTheDefault)
+{
+    for (const double exponent : {0.40, 0.50, 0.63}) {
+        Look look = neutral_look();
+        set_gamma(look, exponent);
+        const Image image = shown(look);
+        EXPECT_NEAR(patch(image, kMidGreyPatch).green, std::pow(0.19, exponent), 0.004) << exponent;
+        EXPECT_NEAR(patch(image, kBlackPatch).green, std::pow(0.03, exponent), 0.004) << exponent;
+    }
+    Look look = neutral_look();
+    set_gamma(look, 0.5);
+    look.gamma.atrrV30.mode = GAMMA_MODE_AUTO;
+    EXPECT_NEAR(patch(shown(look), kMidGreyPatch).green, 0.473, 0.003);
+}
+
+TEST(Picture, RangeCompressionLiftsShadowsMoreThanWhite)
+{
+    Look look = neutral_look();
+    look.drc.stAutoV30.DrcTuningPara.Enable = true;
+    const Image plain = shown(look);
+    std::ranges::fill(look.drc.stAutoV30.DrcTuningPara.DrcGain.DrcGain, 2.2F);
+    const Image lifted = shown(look);
+    const auto ratio = [&](int i) { return patch(lifted, i).green / patch(plain, i).green; };
+    EXPECT_GT(ratio(kBlackPatch), 1.3F);
+    EXPECT_GT(ratio(kBlackPatch), ratio(kMidGreyPatch));
+    EXPECT_NEAR(ratio(kWhitePatch), 1.0F, 0.02F);
+    for (int i = kWhitePatch + 1; i < kPatches; ++i) {
+        EXPECT_LT(patch(lifted, i).green, patch(lifted, i - 1).green) << "the order of the greys";
+    }
+}
+
+TEST(Picture, ExposureScalesTheLight)
+{
+    Look look = neutral_look();
+    set_gamma(look, 1.0);
+    look.exposure = 0.5;
+    EXPECT_NEAR(patch(shown(look), kWhitePatch).green, 0.45, 0.003);
+}
+
+TEST(Picture, NoiseGrowsWithGainAndShrinksWithEitherFilter)
+{
+    Look look = neutral_look();
+    double before = 0.0;
+    for (const double gain : {1.0, 4.0, 16.0, 64.0}) {
+        look.sensor_gain = gain;
+        EXPECT_GT(noise(look), 1.5 * before) << gain;
+        before = noise(look);
+    }
+
+    Look linear = neutral_look();
+    set_gamma(linear, 1.0);
+    const Image image = shown(linear);
+    EXPECT_GT(luma_deviation(image, patch_area(image, kWhitePatch)),
+              2.0 * luma_deviation(image, patch_area(image, kBlackPatch)))
+        << "light itself is noisy";
+
+    look.sensor_gain = 16.0;
+    const double unfiltered = noise(look);
+    before = unfiltered;
+    for (const float strength : {0.5F, 1.5F, 3.0F, 7.0F}) {
+        set_nr2d(look, strength);
+        EXPECT_LT(noise(look), 0.97 * before) << "2D " << strength;
+        before = noise(look);
+    }
+    look.nr2d.stAuto.st2DParams.enable = 0;
+    EXPECT_EQ(noise(look), unfiltered);
+    for (const float strength : {0.0F, 0.6F, 3.0F, 6.0F}) {
+        set_nr3d(look, strength);
+        EXPECT_NEAR(noise(look), unfiltered / std::sqrt(1.0 + strength), 0.03 * unfiltered) << "3D " << strength;
+    }
+}
+
+TEST(Picture, FiltersTakeTheStrengthOfTheGainsIsoStep)
+{
+    Look look = neutral_look();
+    set_nr3d(look, 0.0F);
+    look.nr3d.stAuto.st3DParams.lo_filter_strength[4] = 8.0F; // ISO 800: gain 16 up to below 32
+    look.nr3d.stAuto.st3DParams.hi_filter_strength[4] = 8.0F;
+    const auto reduction = [&](double gain) {
+        look.sensor_gain = gain;
+        Look unfiltered = look;
+        unfiltered.nr3d.stAuto.st3DParams.enable = 0;
+        return noise(look) / noise(unfiltered);
+    };
+    EXPECT_LT(reduction(16.0), 0.5);
+    EXPECT_LT(reduction(31.0), 0.5);
+    EXPECT_GT(reduction(15.0), 0.99);
+    EXPECT_GT(reduction(32.0), 0.99);
+}
+
+TEST(Picture, SharpeningSteepensEdgesAndSpatialFilteringSoftensThem)
+{
+    const auto edge = [](const Look& look) {
+        const Image image = shown(look);
+        return steepest_edge(image, region_area(image, Region::star));
+    };
+    Look look = neutral_look();
+    double before = edge(look);
+    for (const float ratio : {1.0F, 3.5F, 6.5F}) {
+        set_sharp(look, ratio);
+        EXPECT_GT(edge(look), 1.02 * before) << ratio;
+        before = edge(look);
+    }
+    look.sharp.eMode = ASHARP4_OP_MODE_OFF;
+    EXPECT_EQ(edge(look), edge(neutral_look()));
+
+    const auto detail = [](const Look& l) {
+        const Image image = shown(l);
+        return luma_deviation(image, region_area(image, Region::star));
+    };
+    Look smooth = neutral_look();
+    smooth.sensor_gain = 16.0;
+    const double unfiltered = detail(smooth);
+    set_nr2d(smooth, 7.0F);
+    EXPECT_LT(detail(smooth), 0.9 * unfiltered);
+}
+
+TEST(Picture, ShadingCorrectionFlattensTheFallOff)
+{
+    Look look = neutral_look();
+    set_gamma(look, 1.0);
+    look.fall_off = {0.66F, 0.54F, 0.50F};
+    // The frame around the patches: mid-left against the top left corner.
+    const auto corner_to_side = [](const Image& image) {
+        const Colour corner = mean_colour(image, {0, 0, 8, 8});
+        const Colour side = mean_colour(image, {0, 114, 8, 126});
+        return Colour{corner.red / side.red, corner.green / side.green, corner.blue / side.blue};
+    };
+    const auto expect_flat = [&](const Look& corrected) {
+        const Image image = shown(corrected);
+        const Colour ratio = corner_to_side(image);
+        EXPECT_NEAR(ratio.red, 1.0F, 0.03F);
+        EXPECT_NEAR(ratio.green, 1.0F, 0.03F);
+        EXPECT_NEAR(ratio.blue, 1.0F, 0.03F);
+        EXPECT_NEAR(patch(image, kWhitePatch).green, 0.9F, 0.01F) << "the gain belongs to its place";
+    };
+    const Colour raw = corner_to_side(shown(look));
+    EXPECT_LT(raw.green, 0.75F);
+    EXPECT_LT(raw.red, raw.blue);
+
+    // Automatic: the tungsten light's table is useless, the daylight one right, and the gains are those of daylight.
+    rk_aiq_lsc_attrib_t& lsc = look.lsc;
+    lsc.mode = RK_AIQ_LSC_MODE_AUTO;
+    lsc.stAuto.common.enable = true;
+    lsc.stAuto.alscCoef.illAll_len = 2;
+    lsc.stAuto.tbl.tableAll_len = 2;
+    for (int i = 0; i < 2; ++i) {
+        const NeutralGains gains = neutral_gains(i == 0 ? 2856.0 : 5000.0);
+        lsc_illuminant_t& illuminant = lsc.stAuto.alscCoef.illAll[i];
+        lsc_table_t& table = lsc.stAuto.tbl.tableAll[i];
+        std::strcpy(illuminant.name, i == 0 ? "A" : "D50");
+        std::strcpy(table.illumination, illuminant.name);
+        illuminant.wbGain[0] = static_cast<float>(gains.red);
+        illuminant.wbGain[1] = static_cast<float>(gains.blue);
+        set_grid(table.lsc_samples_red, i * 0.66);
+        set_grid(table.lsc_samples_greenR, i * 0.54);
+        set_grid(table.lsc_samples_greenB, i * 0.54);
+        set_grid(table.lsc_samples_blue, i * 0.50);
+    }
+    const auto untouched = [&] { return std::abs(corner_to_side(shown(look)).green - raw.green) < 1.0e-4F; };
+    EXPECT_TRUE(untouched()) << "bypassed";
+    lsc.byPass = false;
+    expect_flat(look);
+    lsc.stAuto.common.enable = false;
+    EXPECT_TRUE(untouched()) << "disabled";
+    lsc.stAuto.common.enable = true;
+    look.wb_gain.rgain = 1.0F;
+    look.wb_gain.bgain = 2.9F;
+    EXPECT_TRUE(untouched()) << "the tungsten table";
+
+    lsc.mode = RK_AIQ_LSC_MODE_MANUAL;
+    look.wb_gain = neutral_look().wb_gain;
+    set_grid(lsc.stManual.lsc_samples_red, 0.66);
+    set_grid(lsc.stManual.lsc_samples_greenR, 0.54);
+    set_grid(lsc.stManual.lsc_samples_greenB, 0.54);
+    set_grid(lsc.stManual.lsc_samples_blue, 0.50);
+    expect_flat(look);
+}
+
+TEST(Picture, OnlyFullRangeBt709SuitsTheDisplay)
+{
+    const Image plain = shown(neutral_look());
+    Look look = neutral_look();
+    set_matrix(look, 0, {0.2126F, 0.7152F, 0.0722F, -0.1146F, -0.3854F, 0.5F, 0.5F, -0.4542F, -0.0458F});
+    const Image matching = shown(look);
+    for (int i = 0; i < kPatches; ++i) {
+        EXPECT_NEAR(patch(matching, i).red, patch(plain, i).red, 0.003) << patch_name(i);
+        EXPECT_NEAR(patch(matching, i).blue, patch(plain, i).blue, 0.003) << patch_name(i);
+    }
+    set_matrix(look, 16, {0.1826F, 0.6142F, 0.062F, -0.1006F, -0.3386F, 0.4392F, 0.4392F, -0.3989F, -0.0403F});
+    const Image limited = shown(look);
+    for (const int i : {kWhitePatch, kMidGreyPatch, kBlackPatch}) {
+        EXPECT_NEAR(patch(limited, i).green, 16.0 / 255.0 + 219.0 / 255.0 * patch(plain, i).green, 0.004);
+    }
+    set_matrix(look, 0, {0.299F, 0.587F, 0.114F, -0.169F, -0.331F, 0.5F, 0.5F, -0.419F, -0.081F});
+    const Image other = shown(look);
+    EXPECT_LT(cast(patch(other, kMidGreyPatch)), 0.003F);
+    EXPECT_GT(std::abs(patch(other, 13).green - patch(plain, 13).green), 0.02F) << "greens differ";
+}
+
+TEST(Picture, AnyBlockContentGivesAPicture)
+{
+    const auto in_range = [](const Image& image) {
+        return image.pixels.size() == 64U * 48U && std::ranges::all_of(image.pixels, [](const Colour& c) {
+                   const auto shows = [](float level) { return level >= 0.0F && level <= 1.0F; };
+                   return shows(c.red) && shows(c.green) && shows(c.blue);
+               });
+    };
+    for (const float bad : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(), -1.0F}) {
+        Look look = neutral_look();
+        std::memset(&look.lsc, 0x7F, sizeof look.lsc); // endless names and lengths
+        look.lsc.byPass = false;
+        look.lsc.stAuto.common.enable = true;
+        look.lsc.mode = RK_AIQ_LSC_MODE_AUTO;
+        look.lsc.stAuto.alscCoef.illAll_len = look.lsc.stAuto.tbl.tableAll_len = 1000;
+        set_nr2d(look, bad);
+        set_nr3d(look, bad);
+        set_sharp(look, bad);
+        std::ranges::fill(look.drc.stAutoV30.DrcTuningPara.DrcGain.DrcGain, bad);
+        look.drc.stAutoV30.DrcTuningPara.Enable = true;
+        set_matrix(look, -1000, {bad, bad, bad, bad, bad, bad, bad, bad, bad});
+        look.wb_gain = {bad, bad, bad, bad};
+        look.kelvin = look.red_response = look.exposure = look.sensor_gain = static_cast<double>(bad);
+        EXPECT_TRUE(in_range(render(look, 64, 48))) << bad;
+    }
+    EXPECT_TRUE(in_range(render(Look{}, 64, 48)));
+}
+
+TEST(Picture, SizesWithoutAPictureGiveNone)
+{
+    const Look look = neutral_look();
+    for (const auto& [width, height] : {std::pair(0, 10), std::pair(10, -1), std::pair(kMaxSide + 1, 10)}) {
+        EXPECT_TRUE(render(look, width, height).pixels.empty());
+    }
+    for (const int side : {1, 2, 7}) {
+        const Image tiny = render(look, side, side);
+        EXPECT_EQ(tiny.pixels.size(), static_cast<std::size_t>(side * side));
+        EXPECT_GE(luma_deviation(tiny, region_area(tiny, Region::flat)), 0.0);
+    }
+    EXPECT_TRUE(contact_sheet({}, 3).pixels.empty());
+    EXPECT_TRUE(side_by_side({{"none", Image{}}}).pixels.empty());
+    EXPECT_TRUE(
+        side_by_side({{"wide", render(look, kMaxSide, 1)}, {"wide", render(look, kMaxSide, 1)}}).pixels.empty());
+}
+
+TEST(Picture, SheetsHoldTheImagesUnderTheirLabels)
+{
+    const Image small = render(neutral_look(), 160, 120);
+    const Image pair = side_by_side({{"", small}, {"plain", small}});
+    const Image sheet = contact_sheet({{"a", small}, {"b", small}, {"c", small}}, 2);
+    EXPECT_EQ(sheet.width, pair.width);
+    EXPECT_EQ(sheet.height, 2 * pair.height);
+    const auto contains = [&](int x0, int y0) { // to eight bits
+        double worst = 0.0;
+        for (int y = 0; y < small.height; ++y) {
+            for (int x = 0; x < small.width; ++x) {
+                const auto at = [](const Image& image, int px, int py) {
+                    return static_cast<double>(image.pixels[static_cast<std::size_t>(py * image.width + px)].green);
+                };
+                worst = std::max(worst, std::abs(at(pair, x0 + x, y0 + y) - at(small, x, y)));
+            }
+        }
+        return worst < 0.003;
+    };
+    const int gap = (pair.width - 2 * small.width) / 3;
+    const int top = pair.height - small.height - gap;
+    EXPECT_TRUE(contains(gap, top));
+    EXPECT_TRUE(contains(2 * gap + small.width, top));
+    EXPECT_EQ(luma_deviation(pair, {0, 0, gap + small.width, top}), 0.0) << "no label";
+    EXPECT_GT(luma_deviation(pair, {gap + small.width, 0, pair.width, top}), 0.01) << "the label's ink";
+}
+
+TEST(Picture, FilesAppearWholeOrNotAtAll)
+{
+    namespace fs = std::filesystem;
+    const fs::path folder = fs::path(testing::TempDir()) / "picture_test";
+    fs::remove_all(folder);
+    fs::create_directories(folder / "taken.png" / "inner");
+    const Image image = render(neutral_look(), 64, 48);
+
+    const std::string good = folder / "chart.png";
+    EXPECT_EQ(write_png(good, image), "");
+    std::ifstream file(good, std::ios::binary);
+    std::string head(24, '\0');
+    file.read(head.data(), 24);
+    EXPECT_EQ(head, std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\0\x40\0\0\0\x30", 24));
+
+    EXPECT_THAT(write_png(folder / "missing" / "chart.png", image), HasSubstr("No such file"));
+    EXPECT_THAT(write_png(folder / "taken.png", image), HasSubstr("directory")); // fails at the very end
+    EXPECT_THAT(write_png(good, Image{}), HasSubstr("no picture"));
+    EXPECT_TRUE(fs::file_size(good) > 100) << "the file from before stays";
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 2) << "nothing partial is left";
+}
+
+} // namespace

@@ -1,0 +1,182 @@
+// The test bench: the library on the simulated camera, everything at its initial value, time simulated.
+#pragma once
+
+#include "base/calls.h"
+#include "base/clock.h"
+#include "engine/engine.h"
+#include "host/lens.h"
+#include "host/log.h"
+#include "host/settings.h"
+#include "host/store.h"
+#include "host/styles.h"
+#include "host/vin.h"
+#include "isp_auto_iris.h"
+#include "isp_ctrl.h"
+#include "isp_ctrl/frame/context.h"
+#include "isp_ctrl/frame/seam.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace bench
+{
+
+/// Puts everything back and installs simulated time; files of the library point into a new folder.
+class Bench : public ::testing::Test
+{
+protected:
+    Bench()
+    {
+        static const bool clock_installed = (sim::install_clock(), true);
+        static_cast<void>(clock_installed);
+        sim::engine::reset();
+        sim::host::reset_store();
+        sim::host::reset_lens();
+        sim::host::reset_vin();
+        std::string pattern = (std::filesystem::temp_directory_path() / "isp_test_XXXXXX").string();
+        folder = mkdtemp(pattern.data());
+        wb_file = folder + "/wb.dat";
+        shading_file = folder + "/shading.data";
+        iris_device = folder + "/iris";
+        otp_file = folder + "/otp";
+        isp::seam.wb_calibration_file = wb_file.c_str();
+        isp::seam.shading_file = shading_file.c_str();
+        isp::seam.iris_device = iris_device.c_str();
+        isp::seam.otp_file = otp_file.c_str();
+        isp::seam.lens_command = "true"; // no lens model stored
+    }
+
+    ~Bench() override
+    {
+        sim::clear_faults();
+        sim::stop_recording();
+        std::filesystem::remove_all(folder);
+    }
+
+    std::string folder, wb_file, shading_file, iris_device, otp_file;
+};
+
+/// Starts a camera's engine; fails the test if it does not start.
+inline void start_camera(int camera)
+{
+    ASSERT_EQ(rk_isp_init(camera, nullptr), 0);
+}
+
+/// What a camera's engine holds.
+template <typename Block>
+Block held(int camera)
+{
+    return sim::engine::peek<Block>(rkipc_aiq_get_ctx(camera));
+}
+
+inline const sim::host::Setting& setting(std::string_view name)
+{
+    const sim::host::Setting* found = sim::host::find_setting(name);
+    if (found == nullptr) {
+        std::abort();
+    }
+    return *found;
+}
+
+/// The store, without a call of its interface.
+inline int stored(int camera, std::string_view name)
+{
+    return sim::host::stored(camera, setting(name));
+}
+
+inline void store(int camera, std::string_view name, int value)
+{
+    sim::host::store(camera, setting(name), value);
+}
+
+/// A call as text, "function(id, value)".
+inline std::string text(const sim::Call& call)
+{
+    return call.function + "(" + std::to_string(call.id) + ", " + std::to_string(call.value) + ")";
+}
+
+/// The calls that the library makes while `action` runs, in order: all of them, or those whose names begin with
+/// `prefix`.
+template <typename Action>
+std::vector<sim::Call> calls_of(Action action, std::string_view prefix = {})
+{
+    sim::start_recording();
+    action();
+    sim::stop_recording();
+    std::vector<sim::Call> calls;
+    for (sim::Call& call : sim::recorded_calls()) {
+        if (call.function.starts_with(prefix)) {
+            calls.push_back(std::move(call));
+        }
+    }
+    return calls;
+}
+
+/// The same as names only.
+template <typename Action>
+std::vector<std::string> names_of_calls(Action action, std::string_view prefix = {})
+{
+    std::vector<std::string> names;
+    for (const sim::Call& call : calls_of(action, prefix)) {
+        names.push_back(call.function);
+    }
+    return names;
+}
+
+/// The messages traced while `action` runs, as "function: message" without the prefix.
+template <typename Action>
+std::vector<std::string> traces_of(Action action)
+{
+    sim::host::set_module_level(6);
+    sim::host::start_log_capture();
+    action();
+    sim::host::stop_log_capture();
+    sim::host::set_module_level(0);
+    std::vector<std::string> traces;
+    for (const sim::host::LogLine& line : sim::host::captured_log()) {
+        // "[module NAME +LINE]MESSAGE"
+        const std::size_t name = std::string_view("[module ").size();
+        const std::size_t name_end = line.text.find(" +");
+        const std::size_t prefix_end = line.text.find(']');
+        if (line.level == 6 && name_end != std::string::npos && prefix_end != std::string::npos) {
+            traces.push_back(line.text.substr(name, name_end - name) + ": " + line.text.substr(prefix_end + 1));
+        }
+    }
+    return traces;
+}
+
+/// The fields in which a camera's engine differs from another's, "block.field is VALUE".
+inline std::vector<std::string> differences(int camera, int reference)
+{
+    const sim::engine::Snapshot held = sim::engine::snapshot(rkipc_aiq_get_ctx(camera));
+    const sim::engine::Snapshot wanted = sim::engine::snapshot(rkipc_aiq_get_ctx(reference));
+    EXPECT_FALSE(held.empty() || wanted.empty()) << "camera " << camera << " or " << reference << " has no engine";
+    std::vector<std::string> found;
+    for (const sim::engine::FieldText& field : sim::engine::changes(wanted, held)) {
+        found.push_back(field.name + " is " + field.value);
+    }
+    return found;
+}
+
+/// Checks everything that a camera's engine holds: these blocks, and initial values in all others. Uses camera 7.
+template <typename... Blocks>
+void expect_engine(int camera, const Blocks&... blocks)
+{
+    start_camera(7);
+    (sim::engine::poke(rkipc_aiq_get_ctx(7), blocks), ...);
+    EXPECT_THAT(differences(camera, 7), ::testing::IsEmpty());
+}
+
+/// Writes a file of exactly these bytes.
+inline void write_bytes(const std::string& path, std::string_view bytes)
+{
+    std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+} // namespace bench

@@ -1,0 +1,182 @@
+// One-push white balance: a measurement of four seconds, what it remembers and what the engine then holds.
+#include "white_balance/wb_bench.h"
+
+#include <map>
+
+using namespace bench;
+using ::testing::ElementsAre;
+
+namespace
+{
+
+constexpr const char* kSequence =
+    "GetMode1 SetMode1 wait3000000 Query1 GetMode1 GetGains1 wait1000000 SetMode1 SetGains1";
+
+class OnePush : public WhiteBalance
+{
+protected:
+    void SetUp() override
+    {
+        WhiteBalance::SetUp();
+        store(kCamera, "wb_mode", ONE_PUSH_WHITE_BALANCE);
+        put_balance(kCamera, kHeld);
+    }
+
+    static constexpr Balance kHeld = {
+        RK_AIQ_WB_MODE_MANUAL, RK_AIQ_MWB_MODE_CCT, {1.1F, 1.2F, 1.3F, 1.4F}, true, {0.0F, 0.12F, 0.13F, 0.0F}};
+
+    static Balance now_holding(float red, float blue)
+    {
+        Balance b = kHeld;
+        b.manual_mode = RK_AIQ_MWB_MODE_WBGAIN;
+        b.gains = {red, 1.0F, 1.0F, blue};
+        return b;
+    }
+};
+
+TEST_F(OnePush, MeasuresRemembersAndHolds)
+{
+    const struct {
+        float red, blue, green;
+        int red_kept, blue_kept, green_kept; // thousandths, the product taken in single precision, truncated
+    } rows[] = {
+        {1.9576F, 2.0F, 1.0F, 1957, 2000, 1000},
+        {1.999F, 2.3F, 1.002F, 1999, 2300, 1002}, // in double precision 1998, 2299 and 1001
+        {0.0009F, 3.9999F, 0.9999F, 0, 3999, 999},
+    };
+    for (const auto& row : rows) {
+        for (int level = 0; level <= 20; ++level) {
+            SCOPED_TRACE(::testing::Message() << row.red << ", red tuning " << level);
+            tuning(level, 20 - level);
+            put_balance(kCamera, kHeld);
+            put_measured(kCamera, row.red, row.blue, row.green);
+            const sim::Microseconds start = sim::now();
+            EXPECT_EQ(line_of([] { EXPECT_EQ(KIV_Set_wb_mode_onepush(kCamera), 0); }), kSequence);
+            EXPECT_EQ(sim::now() - start, 4'000'000);
+            EXPECT_EQ(get_onepush_rgain(kCamera), row.red_kept);
+            EXPECT_EQ(get_onepush_bgain(kCamera), row.blue_kept);
+            EXPECT_EQ(get_onepush_ggain(kCamera), row.green_kept);
+            EXPECT_EQ(balance(kCamera),
+                      now_holding(tuned(row.red_kept / 1000.0L, level), tuned(row.blue_kept / 1000.0L, 20 - level)));
+        }
+    }
+}
+
+TEST_F(OnePush, OtherModesDoNothing)
+{
+    for (const int mode : {0, 1, 2, 4, 5, 32}) {
+        store(kCamera, "wb_mode", mode);
+        const sim::Microseconds start = sim::now();
+        EXPECT_EQ(line_of([] { EXPECT_EQ(KIV_Set_wb_mode_onepush(kCamera), 0); }), "") << mode;
+        EXPECT_EQ(sim::now(), start);
+    }
+    EXPECT_EQ(stored(kCamera, "rgain_onepush"), setting("rgain_onepush").initial);
+    EXPECT_EQ(balance(kCamera), kHeld);
+}
+
+TEST_F(OnePush, FailuresLeaveWhatWasReached)
+{
+    const Balance running = [] {
+        Balance b = kHeld;
+        b.mode = RK_AIQ_WB_MODE_AUTO;
+        return b;
+    }();
+    const struct {
+        std::size_t word; // of the sequence
+        bool remembered;
+        sim::Microseconds passed;
+        Balance left;
+    } rows[] = {
+        {0, false, 0, kHeld},          {1, false, 0, kHeld},          {3, false, 3'000'000, running},
+        {4, true, 3'000'000, running}, {5, true, 3'000'000, running}, {7, true, 4'000'000, running},
+        {8, true, 4'000'000, kHeld}, // manual again, with the previous gains
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.word);
+        put_balance(kCamera, kHeld);
+        put_measured(kCamera, 1.5F, 2.5F);
+        store(kCamera, "rgain_onepush", 7);
+        store(kCamera, "bgain_onepush", 8);
+        set_onepush_ggain(kCamera, 9);
+        const std::string function = fail_word(kSequence, row.word, XCAM_RETURN_ERROR_PARAM);
+        const sim::Microseconds start = sim::now();
+        const std::vector<std::string> traces = traces_of([] { EXPECT_EQ(KIV_Set_wb_mode_onepush(kCamera), -1); });
+        EXPECT_EQ(sim::now() - start, row.passed);
+        EXPECT_EQ(traces.back(), "KIV_Set_wb_mode_onepush: " + function + " failed with 0xfffffffe!\n\n");
+        EXPECT_EQ(balance(kCamera), row.left);
+        EXPECT_THAT((std::vector{get_onepush_rgain(kCamera), get_onepush_bgain(kCamera), get_onepush_ggain(kCamera)}),
+                    row.remembered ? ElementsAre(1500, 2500, 1000) : ElementsAre(7, 8, 9));
+    }
+}
+
+TEST_F(OnePush, WithoutAnEngineNothingIsRemembered)
+{
+    const int camera = 4;
+    store(camera, "wb_mode", ONE_PUSH_WHITE_BALANCE);
+    store(camera, "rgain_onepush", 7);
+    store(camera, "bgain_onepush", 8);
+    EXPECT_EQ(get_onepush_ggain(camera), 1);
+    const sim::Microseconds start = sim::now();
+    const std::string error = "KIV_Set_wb_mode_onepush: aiq ctx error\n\n";
+    const std::string who = "KIV_Set_wb_mode_onepush: ";
+    EXPECT_THAT(traces_of([&] { EXPECT_EQ(KIV_Set_wb_mode_onepush(camera), 0); }),
+                ElementsAre(error, error, who + "wait for AWB...\n\n", error, error, who + "get_onepush_rgain:7\n",
+                            who + "get_onepush_ggain:1\n", who + "get_onepush_bgain:8\n", who + "rgain:0.007000\n",
+                            who + "grgain:1.000000\n", who + "bgain:0.008000\n", error, who + "leave...\n\n"));
+    EXPECT_EQ(sim::now() - start, 4'000'000);
+    EXPECT_EQ(stored(camera, "rgain_onepush"), 7);
+    EXPECT_EQ(stored(camera, "bgain_onepush"), 8);
+    EXPECT_EQ(get_onepush_ggain(camera), 1);
+}
+
+TEST_F(OnePush, Traces)
+{
+    put_measured(kCamera, 1.9576F, 2.0F);
+    const std::string who = "KIV_Set_wb_mode_onepush: ";
+    EXPECT_THAT(traces_of([] { KIV_Set_wb_mode_onepush(kCamera); }),
+                ElementsAre(who + "wait for AWB...\n\n", who + "quenvar enter QueryWBInfo\n",
+                            who + "wb_querry_info.rgain.:1.957600\n", who + "wb_querry_info.grgain.:1.000000\n",
+                            who + "wb_querry_info.gbgain.:1.000000\n", who + "wb_querry_info.bgain.:2.000000\n",
+                            who + "wbmode:1\n\n", who + "set_onepush_rgain:1957\n", who + "set_onepush_ggain:1000\n",
+                            who + "set_onepush_bgain:2000\n", who + "get_onepush_rgain:1957\n",
+                            who + "get_onepush_ggain:1000\n", who + "get_onepush_bgain:2000\n",
+                            who + "rgain:1.957000\n", who + "grgain:1.000000\n", who + "bgain:2.000000\n",
+                            who + "leave...\n\n"));
+}
+
+TEST_F(OnePush, RememberedGainsBelongToTheirCamera)
+{
+    set_onepush_rgain(2, 1234);
+    set_onepush_bgain(3, 4321);
+    set_onepush_ggain(-7, 1001); // one for all cameras: the id is not used
+    EXPECT_EQ(stored(2, "rgain_onepush"), 1234);
+    EXPECT_EQ(get_onepush_rgain(2), 1234);
+    EXPECT_EQ(get_onepush_bgain(3), 4321);
+    EXPECT_NE(get_onepush_rgain(3), 1234);
+    EXPECT_EQ(get_onepush_ggain(99), 1001);
+    for (const int camera : {-1, 8}) {
+        set_onepush_rgain(camera, 5);
+        EXPECT_EQ(get_onepush_rgain(camera), -1);
+        EXPECT_EQ(get_onepush_bgain(camera), -1);
+    }
+    EXPECT_THAT(sim::host::misuses(), ::testing::IsEmpty());
+}
+
+TEST_F(OnePush, FindsTheGainsOfTheLight)
+{
+    // No offset remains from the automatic mode: the engine would add it.
+    KIV_Set_wb_mode(kCamera, ONE_PUSH_WHITE_BALANCE);
+    const Frames frames;
+    std::map<std::string, std::array<float, 4>> found;
+    for (const char* light : {"A", "D65"}) {
+        sim::engine::set_illuminant(kCamera, light);
+        EXPECT_EQ(KIV_Set_wb_mode_onepush(kCamera), 0);
+        found[light] = balance(kCamera).gains;
+        sim::wait(100'000);
+        EXPECT_EQ(sim::engine::live(kCamera).wb_gain.rgain, found[light][0]) << "obeyed by the engine";
+    }
+    EXPECT_LT(found["A"][0], found["D65"][0]); // incandescent light is red and lacks blue
+    EXPECT_GT(found["A"][3], found["D65"][3]);
+}
+
+} // namespace

@@ -1,0 +1,192 @@
+// White-balance mode: what each mode writes, what survives a change of mode; manual gains and sensitivity.
+#include "white_balance/wb_bench.h"
+
+using namespace bench;
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+
+namespace
+{
+
+constexpr float kLowest = 0.0035F; // of the manual gains, level 0
+
+class WbMode : public WhiteBalance
+{
+protected:
+    void SetUp() override
+    {
+        WhiteBalance::SetUp();
+        tuning(12, 7);
+        store(kCamera, "rgain", 128);
+        store(kCamera, "bgain", 64);
+        store(kCamera, "rgain_onepush", 1957);
+        store(kCamera, "bgain_onepush", 2000);
+        store(kCamera, "temperature", 25);
+        isp::seam.lens_command = kOtherLens;
+    }
+};
+
+TEST_F(WbMode, WhatEachModeWrites)
+{
+    const std::string all = "GetMode1 GetGains1 GetOffset1 SetOffset1 SetMode1 SetGains1";
+    Balance automatic = kBefore;
+    automatic.mode = RK_AIQ_WB_MODE_AUTO;
+    const struct {
+        int mode;
+        const char* lens;
+        Balance expected;
+    } rows[] = {
+        {AUTO_WHITE_BALANCE, kOtherLens, with_offset(automatic, 0.05F, -0.09F)},
+        {AUTO_WHITE_BALANCE, kSr1053, with_offset(automatic, 0.025F, -0.12F)},
+        {IN_DOOR, kOtherLens, with_offset(holding(2.0F, 1.0F, 3.0F), 0.0F, 0.0F)},
+        {OUT_DOOR, kSr1053, with_offset(holding(2.23F, 1.0F, 2.0F), 0.0F, 0.0F)},
+        {ONE_PUSH_WHITE_BALANCE, kSr1053, with_offset(holding(tuned(1.957L, 12), 1.0F, tuned(2.0L, 7)), 0.0F, 0.0F)},
+        {MANUAL_WHITE_BALANCE, kOtherLens, with_offset(holding(2.0035F, 1.0F, 1.0035F), 0.0F, 0.0F)},
+        {TEMPERATURE, kSr1053, holding(tuned(1.477F, 12), 1.0F, tuned(1.799F, 7))},
+    };
+    for (const auto& [mode, lens, expected] : rows) {
+        SCOPED_TRACE(mode);
+        isp::seam.lens_command = lens;
+        for (const int before : {RK_AIQ_WB_MODE_MANUAL, RK_AIQ_WB_MODE_AUTO}) {
+            Balance engine = kBefore;
+            engine.mode = before;
+            put_balance(kCamera, engine);
+            const auto sync = held<rk_aiq_uapiV2_wb_opMode_t>(kCamera).sync;
+            const auto para = held<rk_aiq_wb_mwb_attrib_t>(kCamera).para;
+            EXPECT_EQ(line_of([&] { EXPECT_EQ(KIV_Set_wb_mode(kCamera, WB_Mode_E{mode}), 0); }),
+                      mode == TEMPERATURE ? "GetMode1 GetGains1 GetMode1 SetMode1 wait1000 GetGains1 SetGains1" : all);
+            EXPECT_EQ(stored(kCamera, "wb_mode"), mode);
+            EXPECT_EQ(balance(kCamera), expected);
+            EXPECT_EQ(held<rk_aiq_uapiV2_wb_opMode_t>(kCamera).sync.sync_mode, sync.sync_mode);
+            EXPECT_EQ(held<rk_aiq_wb_mwb_attrib_t>(kCamera).para.scene, para.scene);
+            EXPECT_EQ(held<rk_aiq_wb_mwb_attrib_t>(kCamera).para.cct.CCT, para.cct.CCT);
+        }
+    }
+}
+
+TEST_F(WbMode, AModeWithoutANameKeepsModeAndGains)
+{
+    for (const int mode : {4, -1, 6, 31, 33}) {
+        for (const int before : {RK_AIQ_WB_MODE_MANUAL, RK_AIQ_WB_MODE_AUTO}) {
+            Balance engine = kBefore;
+            engine.mode = before;
+            put_balance(kCamera, engine);
+            EXPECT_EQ(KIV_Set_wb_mode(kCamera, WB_Mode_E{mode}), 0);
+            EXPECT_EQ(stored(kCamera, "wb_mode"), mode);
+            EXPECT_EQ(balance(kCamera), with_offset(engine, 0.0F, 0.0F)) << mode;
+        }
+    }
+}
+
+TEST_F(WbMode, WhatSurvivesAChangeOfMode)
+{
+    KIV_Set_wb_mode(kCamera, AUTO_WHITE_BALANCE);
+    KIV_Set_wb_mode(kCamera, TEMPERATURE);
+    const Balance temperature = balance(kCamera);
+    EXPECT_EQ(temperature.offset[0], 0.05F) << "the offset stays as the automatic mode set it";
+    EXPECT_TRUE(temperature.offset_on);
+
+    store(kCamera, "temperature", 5); // by the host, without the setter
+    KIV_Set_wb_mode(kCamera, IN_DOOR);
+    EXPECT_EQ(get_colortemp_rgain(kCamera), 1.477F) << "of the level last applied";
+    KIV_Set_wb_mode(kCamera, TEMPERATURE);
+    EXPECT_EQ(get_colortemp_rgain(kCamera), 1.043F);
+    EXPECT_EQ(balance(kCamera).offset[0], 0.0F) << "the offset stays as the indoor mode set it";
+
+    for (const int mode : {0, 1, 2, 5, 4, 32}) {
+        KIV_Set_wb_mode(kCamera, WB_Mode_E{mode});
+        EXPECT_EQ(stored(kCamera, "rgain_onepush"), 1957);
+        EXPECT_EQ(stored(kCamera, "bgain_onepush"), 2000);
+        KIV_Set_wb_mode(kCamera, ONE_PUSH_WHITE_BALANCE);
+        EXPECT_EQ(balance(kCamera).gains[0], tuned(1.957L, 12)) << mode;
+    }
+}
+
+TEST_F(WbMode, ManualGains)
+{
+    const struct {
+        int level;
+        int maximum;
+        int stored;
+        float gain;
+    } rows[] = {
+        {0, 255, 0, kLowest},       {64, 255, 64, 1.0035F},  {128, 255, 128, 2.0035F},
+        {1, 255, 1, 0.019125F},     {-5, 255, 0, kLowest},   {255, 255, 255, 3.987875F},
+        {300, 255, 255, 3.987875F}, {300, 400, 300, 4.691F}, {254, 100, 100, 1.566F},
+    };
+    store(kCamera, "wb_mode", MANUAL_WHITE_BALANCE);
+    for (const auto& [level, maximum, kept, gain] : rows) {
+        SCOPED_TRACE(level);
+        sim::host::set_maximum(setting("rgain"), maximum);
+        sim::host::set_maximum(setting("bgain"), maximum);
+        put_balance(kCamera, kBefore);
+        Balance expected = kBefore;
+        expected.manual_mode = RK_AIQ_MWB_MODE_WBGAIN;
+        expected.gains = {gain, 1.0F, 1.0F, kBefore.gains[3]};
+        EXPECT_EQ(line_of([&] { EXPECT_EQ(KIV_Set_rgain(kCamera, RGain_E{level}), 0); }), "GetGains1 SetGains1");
+        EXPECT_EQ(balance(kCamera), expected);
+        EXPECT_EQ(stored(kCamera, "rgain"), kept);
+        expected.gains[3] = gain;
+        EXPECT_EQ(KIV_Set_bgain(kCamera, BGain_E{level}), 0);
+        EXPECT_EQ(balance(kCamera), expected);
+        EXPECT_EQ(stored(kCamera, "bgain"), kept);
+    }
+}
+
+TEST_F(WbMode, ManualGainsAreRefusedInOtherModes)
+{
+    for (const int mode : {0, 1, 2, 3, 4, 6, 32}) {
+        SCOPED_TRACE(mode);
+        store(kCamera, "wb_mode", mode);
+        EXPECT_EQ(line_of([] {
+                      EXPECT_EQ(KIV_Set_rgain(kCamera, RGain_E{99}), ISP_UNFIT);
+                      EXPECT_EQ(KIV_Set_bgain(kCamera, BGain_E{99}), ISP_UNFIT);
+                  }),
+                  "");
+        EXPECT_EQ(stored(kCamera, "rgain"), 128);
+        EXPECT_EQ(stored(kCamera, "bgain"), 64);
+    }
+    EXPECT_THAT(traces_of([] { KIV_Set_bgain(kCamera, BGain_E{99}); }), ElementsAre("KIV_Set_bgain: ISP unfit\n\n"));
+}
+
+TEST_F(WbMode, SensitivityIsStoredOnly)
+{
+    for (const auto& [level, kept] : {std::pair{2, 2}, {0, 0}, {3, 2}, {-1, 0}}) {
+        EXPECT_THAT(names_of_calls([&] { EXPECT_EQ(KIV_Set_awb_sens(kCamera, AWB_SENS_E{level}), 0); }, "rk_"),
+                    ::testing::IsEmpty());
+        EXPECT_EQ(stored(kCamera, "awb_sens"), kept);
+    }
+}
+
+TEST_F(WbMode, SettingsAreReadBeforeTheModeIsStored)
+{
+    EXPECT_THAT(names_of_calls([] { KIV_Set_wb_mode(kCamera, MANUAL_WHITE_BALANCE); }, "para_"),
+                ElementsAre("para_get_isp_rgain_tuning_cur", "para_get_isp_bgain_tuning_cur", "para_get_isp_bgain_cur",
+                            "para_get_isp_rgain_cur", "para_set_isp_wb_mode_cur"));
+}
+
+TEST_F(WbMode, TracesCarryTheTuningStep)
+{
+    const struct {
+        int mode;
+        std::vector<std::string> messages; // between the first and the last
+    } rows[] = {
+        {AUTO_WHITE_BALANCE,
+         {"KIV_Set_wb_mode: 00000cam_rgaintuning :2,cam_bgaintuning :-3\n",
+          "KIV_Set_wb_mode: wbGainOffset_Rgain :0.050000,wbGainOffset_Bgain :-0.090000\n", "KIV_Set_wb_mode: leave\n"}},
+        {ONE_PUSH_WHITE_BALANCE,
+         {"KIV_Set_wb_mode: get_onepush_rgain():1957\n", "KIV_Set_wb_mode: get_onepush_bgain():2000\n",
+          "KIV_Set_wb_mode: cur_rgaintuning:2\n", "KIV_Set_wb_mode: cur_bgaintuning:-3\n", "KIV_Set_wb_mode: leave\n"}},
+        {TEMPERATURE,
+         {"KIV_Set_wb_mode: TEMPERATURE\n", "KIV_Set_wb_mode: enter WBmode_TEMPERATURE_isp_wbmode_val is :32\n",
+          "KIV_Set_temperature: value:25\n", "KIV_Set_wb_mode: 111111TEMPERATURE_cur_wb_temperature is :25\n"}},
+        {IN_DOOR, {"KIV_Set_wb_mode: leave\n"}},
+    };
+    for (auto [mode, messages] : rows) {
+        messages.insert(messages.begin(),
+                        "KIV_Set_wb_mode: isp_wbmode called: isp_wbmode_val = " + std::to_string(mode) + " \n\n");
+        EXPECT_THAT(traces_of([&] { KIV_Set_wb_mode(kCamera, WB_Mode_E{mode}); }), ElementsAreArray(messages));
+    }
+}
+
+} // namespace
