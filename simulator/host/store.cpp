@@ -17,19 +17,25 @@ namespace
 
 constexpr std::size_t kMostMisuses = 1000;
 
-template <int Setting::*Column>
-struct Fields {
-    std::atomic<int> at[kFields];
+// A column of the list, `Times` over, as atomics. Not an array of such: g++ 12 leaves its elements zero.
+template <int Setting::*Column, std::size_t Times>
+struct Levels {
+    std::atomic<int> at[Times * kFields];
 
-    constexpr Fields() : Fields(std::make_index_sequence<kFields>{}) {}
+    constexpr Levels() : Levels(std::make_index_sequence<Times * kFields>{}) {}
     template <std::size_t... Index>
-    constexpr explicit Fields(std::index_sequence<Index...>) : at{kSettings[Index].*Column...}
+    constexpr explicit Levels(std::index_sequence<Index...>) : at{kSettings[Index % kFields].*Column...}
     {
     }
 };
 
-constinit Fields<&Setting::initial> g_records[kCameras];
-constinit Fields<&Setting::highest> g_maxima;
+constinit Levels<&Setting::initial, kCameras> g_levels;
+constinit Levels<&Setting::highest, 1> g_maxima;
+
+std::atomic<int>& level(int camera, std::size_t field)
+{
+    return g_levels.at[static_cast<std::size_t>(camera) * kFields + field];
+}
 
 // Never destroyed: threads may still call while the process ends.
 std::mutex g_misuses_mutex;
@@ -51,7 +57,7 @@ bool known(const char* function, int id)
 
 int get_current(const char* function, int id, std::size_t field)
 {
-    const int value = known(function, id) ? g_records[id].at[field].load(std::memory_order_relaxed) : 0;
+    const int value = known(function, id) ? level(id, field).load(std::memory_order_relaxed) : 0;
     const int fault = note_call(function, id, value);
     return fault != 0 ? fault : value;
 }
@@ -75,7 +81,7 @@ int set_current(const char* function, int id, std::size_t field, int value)
         note_misuse(std::string(function) + ": record " + std::to_string(id) + ", level " + std::to_string(value));
     }
     if (fault == 0) {
-        g_records[id].at[field].store(value, std::memory_order_relaxed);
+        level(id, field).store(value, std::memory_order_relaxed);
     }
     return fault;
 }
@@ -98,19 +104,19 @@ void reset_store()
 
 int stored(int camera, const Setting& setting)
 {
-    return g_records[camera].at[index_of(setting)].load(std::memory_order_relaxed);
+    return level(camera, index_of(setting)).load(std::memory_order_relaxed);
 }
 
 void store(int camera, const Setting& setting, int value)
 {
-    g_records[camera].at[index_of(setting)].store(value, std::memory_order_relaxed);
+    level(camera, index_of(setting)).store(value, std::memory_order_relaxed);
 }
 
 kiv_isp_param_s stored_record(int camera)
 {
     kiv_isp_param_s record{};
     for (std::size_t field = 0; field < kFields; ++field) {
-        record.*kSettings[field].member = g_records[camera].at[field].load(std::memory_order_relaxed);
+        record.*kSettings[field].member = level(camera, field).load(std::memory_order_relaxed);
     }
     return record;
 }
@@ -118,7 +124,7 @@ kiv_isp_param_s stored_record(int camera)
 void store_record(int camera, const kiv_isp_param_s& record)
 {
     for (std::size_t field = 0; field < kFields; ++field) {
-        g_records[camera].at[field].store(record.*kSettings[field].member, std::memory_order_relaxed);
+        level(camera, field).store(record.*kSettings[field].member, std::memory_order_relaxed);
     }
 }
 

@@ -87,6 +87,19 @@ std::string read_text(const std::string& path)
 
 // ---- Settings and store
 
+// Before any reset, so it stands first.
+TEST(StoreTest, StartsWithTheInitialValues)
+{
+    const kiv_isp_param_s initial = initial_record();
+    for (int camera = 0; camera < kCameras; ++camera) {
+        const kiv_isp_param_s record = stored_record(camera);
+        EXPECT_EQ(std::memcmp(&record, &initial, sizeof record), 0) << camera;
+        EXPECT_EQ(get_vin_fps(camera), kDefaultFps);
+    }
+    EXPECT_EQ(maximum(*find_setting("hue")), 14);
+    EXPECT_DOUBLE_EQ(lens_transmission(), 1.0);
+}
+
 struct Accessors {
     const char* name;
     int (*current)(int);
