@@ -352,7 +352,8 @@ void fault(const Words& words)
 void scene(const Words& words)
 {
     const double seconds = words.size() > 2 ? static_cast<double>(duration(words[2])) / 1e6 : 0.0;
-    set_luminance(camera_id(words[0]), number<double>(words[1], 0.0, 200000.0, "a luminance in cd/m2"), seconds);
+    sim::engine::set_scene(camera_id(words[0]), number<double>(words[1], 0.0, 200000.0, "a luminance in cd/m2"),
+                           seconds);
 }
 
 void light(const Words& words)
@@ -362,8 +363,8 @@ void light(const Words& words)
 
 void sensor(const Words& words)
 {
-    set_response(camera_id(words[0]), number<double>(words[1], 0.2, 5.0, "a red response"),
-                 number<double>(words[2], 0.2, 5.0, "a blue response"));
+    sim::engine::set_response(camera_id(words[0]), number<double>(words[1], 0.2, 5.0, "a red response"),
+                              number<double>(words[2], 0.2, 5.0, "a blue response"));
 }
 
 void lens(const Words& words)
@@ -440,11 +441,9 @@ void calibrate(const Words& words)
 /// How far the gains in force are from those that make a grey neutral, in per cent: the greater of red and blue.
 double gain_error(int camera)
 {
-    const View& seen = view(camera);
     const sim::engine::Live live = sim::engine::live(camera);
-    const auto neutral = sim::picture::neutral_gains(live.kelvin, seen.red_response, seen.blue_response);
-    return 100.0 * std::max(std::abs(static_cast<double>(live.wb_gain.rgain) / neutral.red - 1.0),
-                            std::abs(static_cast<double>(live.wb_gain.bgain) / neutral.blue - 1.0));
+    return 100.0 * static_cast<double>(std::max(std::abs(live.wb_gain.rgain / live.neutral_gain.rgain - 1.0F),
+                                                std::abs(live.wb_gain.bgain / live.neutral_gain.bgain - 1.0F)));
 }
 
 void follow(const Words& words)

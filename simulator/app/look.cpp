@@ -23,9 +23,8 @@ sim::picture::Look look_of(int camera)
     look.nr3d = sim::engine::peek<rk_aiq_bayertnr_attrib_v2_t>(engine);
     look.csm = sim::engine::peek<rk_aiq_uapi_acsm_attrib_t>(engine);
     look.wb_gain = live.wb_gain;
-    look.kelvin = live.kelvin;
-    look.red_response = view(camera).red_response;
-    look.blue_response = view(camera).blue_response;
+    look.neutral_red = live.neutral_gain.rgain;
+    look.neutral_blue = live.neutral_gain.bgain;
     look.exposure = live.target_luma > 0.0 ? std::clamp(live.mean_luma / live.target_luma, 0.01, 4.0) : 1.0;
     look.sensor_gain = std::max(1.0, live.analog_gain * live.isp_dgain);
     const auto& grids = sim::host::kShadingGrids; // the lens that the shading file was made for

@@ -122,7 +122,8 @@ void plot_run(const std::string& csv, const std::string& picture)
     std::string script =
         std::string("set terminal ") + (svg ? "svg" : "pngcairo") + " size 1000,1000 noenhanced\n" + "set output " +
         gnuplot_text(picture) + "\nset datafile separator ','\nset key outside right\n" +
-        "set grid\nset lmargin 12\nset rmargin 28\nset multiplot layout 6,1 title " + gnuplot_text(csv) + "\n";
+        "set grid\nset offsets 0, 0, 0.05, 0.05\nset lmargin 12\nset rmargin 28\nset multiplot layout 6,1 title " +
+        gnuplot_text(csv) + "\n";
     const auto panel = [&](const std::string& title, const std::vector<std::string>& endings) {
         std::string curves;
         for (std::size_t i = 0; i < columns.size(); ++i) {

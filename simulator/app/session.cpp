@@ -13,7 +13,6 @@
 #include "isp_ctrl/frame/context.h"
 #include "isp_ctrl/frame/seam.h"
 
-#include <array>
 #include <charconv>
 #include <filesystem>
 
@@ -28,7 +27,6 @@ constexpr int kZoomCamera = 0; // the feature camera's lens is the one with moto
 // The library keeps pointers into these.
 std::string folder, calibration_file, shading_file, iris_file, otp_file, lens_command;
 
-std::array<View, kCameras> views;
 std::function<void()> frame_callback;
 sim::host::LensService lens_service;
 bool iris_loop_started = false;
@@ -104,7 +102,6 @@ void open_session(const std::string& path)
         }
     }
     for (int camera = 0; camera < kCameras; ++camera) {
-        set_luminance(camera, views[0].luminance, 0.0);
         set_light(camera, "D50");
     }
     sim::every(kFramePeriod, run_frame);
@@ -201,17 +198,6 @@ bool auto_iris_on()
     return iris_on;
 }
 
-const View& view(int camera)
-{
-    return views.at(static_cast<std::size_t>(camera));
-}
-
-void set_luminance(int camera, double luminance, double seconds)
-{
-    views.at(static_cast<std::size_t>(camera)).luminance = luminance;
-    sim::engine::set_scene(camera, luminance, seconds);
-}
-
 void set_light(int camera, const std::string& light)
 {
     double kelvin = 0.0;
@@ -224,15 +210,6 @@ void set_light(int camera, const std::string& light)
     } else if (!sim::engine::set_illuminant(camera, light)) {
         throw BadInput("there is no light " + light + "; name a colour temperature in kelvin or A, TL84, D50, D65");
     }
-    views.at(static_cast<std::size_t>(camera)).kelvin = sim::engine::live(camera).kelvin;
-}
-
-void set_response(int camera, double red, double blue)
-{
-    View& seen = views.at(static_cast<std::size_t>(camera));
-    seen.red_response = red;
-    seen.blue_response = blue;
-    sim::engine::set_response(camera, red, blue);
 }
 
 void on_frame(std::function<void()> callback)

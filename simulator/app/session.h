@@ -39,17 +39,8 @@ void fit_lens(const std::string& model);
 void set_auto_iris_on(bool on);
 bool auto_iris_on();
 
-/// What illuminates a camera, and its sensor's response, as last set here.
-struct View {
-    double luminance = 100.0; // cd/m2
-    double kelvin = 5003.0;   // D50
-    double red_response = 1.0;
-    double blue_response = 1.0;
-};
-const View& view(int camera);
-void set_luminance(int camera, double luminance, double seconds);
+/// Changes the light on a camera: a colour temperature in kelvin or a named lamp. Throws BadInput for any other.
 void set_light(int camera, const std::string& light);
-void set_response(int camera, double red, double blue);
 
 /// Is called after every frame.
 void on_frame(std::function<void()> callback);

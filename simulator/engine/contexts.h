@@ -59,7 +59,7 @@ inline Context* find(const void* pointer)
     if (offset >= sizeof(contexts) || offset % sizeof(Context) != 0) [[unlikely]] {
         return nullptr;
     }
-    return &contexts[offset / sizeof(Context)];
+    return static_cast<Context*>(const_cast<void*>(pointer));
 }
 
 /// Id under which a call is recorded.

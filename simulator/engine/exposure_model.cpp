@@ -74,7 +74,12 @@ double choose_time(const TimeRange& range, double wanted)
     return std::max(std::floor(time / range.step * (1.0 + 1e-6)), 1.0) * range.step;
 }
 
-void expose_automatically(const Blocks& blocks, Uapi_ExpQueryInfo_t& result)
+struct AtLimit {
+    bool shortest;
+    bool longest;
+};
+
+AtLimit expose_automatically(const Blocks& blocks, Uapi_ExpQueryInfo_t& result)
 {
     Uapi_LinearExp_t& exposure = result.LinAeInfo.LinearExp;
     const double target = target_luma(blocks);
@@ -96,7 +101,8 @@ void expose_automatically(const Blocks& blocks, Uapi_ExpQueryInfo_t& result)
                 .analog_gain = static_cast<float>(analog),
                 .digital_gain = 1.0F,
                 .isp_dgain = static_cast<float>(gain / analog)};
-    result.IsExpMax = gain >= gain_max && time >= choose_time(range, range.max);
+    return {.shortest = gain <= gain_min && time <= choose_time(range, range.min),
+            .longest = gain >= gain_max && time >= choose_time(range, range.max)};
 }
 
 void expose_by_hand(const Uapi_LinearManual_t& manual, Uapi_ExpQueryInfo_t& result)
@@ -113,7 +119,6 @@ void expose_by_hand(const Uapi_LinearManual_t& manual, Uapi_ExpQueryInfo_t& resu
         exposure.isp_dgain = manual.IspDGainValue;
     }
     exposure.digital_gain = 1.0F;
-    result.IsExpMax = false;
 }
 
 } // namespace
@@ -141,9 +146,9 @@ void run_exposure(Blocks& blocks, double light)
 {
     Uapi_ExpQueryInfo_t& result = blocks.exposure_result;
     const bool automatic = blocks.ae.AecOpType != RK_AIQ_OP_MODE_MANUAL;
-    const Uapi_LinearExp_t before = result.LinAeInfo.LinearExp;
+    AtLimit limit{};
     if (automatic) {
-        expose_automatically(blocks, result);
+        limit = expose_automatically(blocks, result);
     } else {
         expose_by_hand(blocks.ae.stManual.LinearAE, result);
     }
@@ -155,10 +160,10 @@ void run_exposure(Blocks& blocks, double light)
     const double target = target_luma(blocks);
     result.LinAeInfo.MeanLuma = static_cast<float>(luma);
     result.LinAeInfo.LumaDeviation = static_cast<float>(luma - target);
-    // Converged: on the target, or at a limit that keeps it from there.
-    const bool still = before.integration_time == now.integration_time && before.analog_gain == now.analog_gain &&
-                       before.isp_dgain == now.isp_dgain;
-    result.IsConverged = still || std::abs(luma - target) <= target * blocks.lin_ae.Params.ToleranceIn / 100.0;
+    result.IsExpMax = limit.longest;
+    // Converged: on the target, or at the limit that keeps it from there.
+    const bool on_target = std::abs(luma - target) <= target * blocks.lin_ae.Params.ToleranceIn / 100.0;
+    result.IsConverged = !automatic || on_target || (luma > target ? limit.shortest : limit.longest);
 }
 
 } // namespace sim::engine

@@ -131,7 +131,10 @@ void run_frame(double seconds)
 Live live(int index)
 {
     Live result;
-    with_sensor(index, [&](const Sensor& sensor) { result.kelvin = sensor.light.kelvin; });
+    with_sensor(index, [&](const Sensor& sensor) {
+        result.kelvin = sensor.light.kelvin;
+        result.neutral_gain = ideal_gains(sensor.light, sensor.response);
+    });
     std::pair<bool, std::uint64_t> best{false, 0};
     bool found = false;
     for (Context& context : contexts) {

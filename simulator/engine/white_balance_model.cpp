@@ -24,14 +24,6 @@ constexpr NamedIlluminant kIlluminants[] = {
     {"D65", {6504.0, 1.0, 1.0}},
 };
 
-rk_aiq_wb_gain_t ideal_gains(const Illuminant& light, const Response& response)
-{
-    const double kelvin = std::clamp(light.kelvin, 1500.0, 20000.0);
-    const double red = std::max(2.128 - 3255.0 / kelvin, 0.1) * light.red / response.red;
-    const double blue = (0.018 + 9736.0 / kelvin) * light.blue / response.blue;
-    return {.rgain = static_cast<float>(red), .grgain = 1.0F, .gbgain = 1.0F, .bgain = static_cast<float>(blue)};
-}
-
 float approach(float from, float goal)
 {
     const double distance = static_cast<double>(goal) - from;
@@ -45,6 +37,14 @@ const Illuminant* find_illuminant(std::string_view name)
     const auto* const found = std::find_if(std::begin(kIlluminants), std::end(kIlluminants),
                                            [&](const NamedIlluminant& named) { return named.name == name; });
     return found == std::end(kIlluminants) ? nullptr : &found->light;
+}
+
+rk_aiq_wb_gain_t ideal_gains(const Illuminant& light, const Response& response)
+{
+    const double kelvin = std::clamp(light.kelvin, 1500.0, 20000.0);
+    const double red = std::max(2.128 - 3255.0 / kelvin, 0.1) * light.red / response.red;
+    const double blue = (0.018 + 9736.0 / kelvin) * light.blue / response.blue;
+    return {.rgain = static_cast<float>(red), .grgain = 1.0F, .gbgain = 1.0F, .bgain = static_cast<float>(blue)};
 }
 
 void run_white_balance(Blocks& blocks, const Illuminant& light, const Response& response)

@@ -29,6 +29,9 @@ struct Response {
     double blue = 1.0;
 };
 
+/// The gains that make a grey neutral under a light on a sensor.
+rk_aiq_wb_gain_t ideal_gains(const Illuminant& light, const Response& response);
+
 /// One frame; leaves the gains in the blocks' result.
 void run_white_balance(Blocks& blocks, const Illuminant& light, const Response& response);
 

@@ -3,7 +3,6 @@
 #pragma once
 
 #include "aiq/rk_aiq.h"
-#include "picture/light.h"
 
 #include <string>
 #include <utility>
@@ -33,15 +32,14 @@ struct Look {
 
     // Live values.
     rk_aiq_wb_gain_t wb_gain{1.0F, 1.0F, 1.0F, 1.0F}; // in force
-    double kelvin = 5000.0;                           // the illuminant's correlated colour temperature
-    double red_response = 1.0;                        // the sensor's, relative to the reference sensor
-    double blue_response = 1.0;
+    double neutral_red = 1.0;                         // the gains that would make a grey neutral: what the light and
+    double neutral_blue = 1.0;                        // the sensor ask of the white balance
     double exposure = 1.0;    // light on the sensor, relative to what metering asks for: mean luma / target luma
     double sensor_gain = 1.0; // analogue times digital, sets the noise
     Colour fall_off{};        // of the lens, per channel: tan^2 of the corner's field angle, 0 for none
 };
 
-/// Every block at rest, a D50 light that is balanced, no fall-off: a grey patch comes out grey.
+/// Every block at rest, a light that is balanced, no fall-off: a grey patch comes out grey.
 Look neutral_look();
 
 /// Rows from the top, 0.0 (black) to 1.0 (white) as a display gets them. No pixels when there is no picture.

@@ -158,9 +158,10 @@ std::string write_png(const std::string& path, const Image& image)
     }
     const Surface surface = to_surface(image);
     const cairo_status_t status = cairo_surface_write_to_png_stream(surface.get(), append_to_file, file);
+    const std::string why = status == CAIRO_STATUS_WRITE_ERROR ? system_error() : cairo_status_to_string(status);
     const bool closed = std::fclose(file) == 0;
     if (status != CAIRO_STATUS_SUCCESS) {
-        return failed(cairo_status_to_string(status));
+        return failed(why);
     }
     if (!closed || std::rename(part.c_str(), path.c_str()) != 0) {
         return failed(system_error());

@@ -76,8 +76,8 @@ std::vector<T> box_mean(std::vector<T> pixels, int width, int height, int radius
 /// cosine of the field angle.
 void light_and_lens(const Look& look, Image& image)
 {
-    const NeutralGains gains = neutral_gains(look.kelvin, look.red_response, look.blue_response);
-    const Colour response{static_cast<float>(1.0 / gains.red), 1.0F, static_cast<float>(1.0 / gains.blue)};
+    const Colour response{static_cast<float>(1.0 / look.neutral_red), 1.0F,
+                          static_cast<float>(1.0 / look.neutral_blue)};
     auto pixel = image.pixels.begin();
     for (int y = 0; y < image.height; ++y) {
         const float v = (2.0F * static_cast<float>(y) + 1.0F) / static_cast<float>(image.height) - 1.0F;
@@ -318,8 +318,6 @@ Look neutral_look()
         look.nr3d.stAuto.st3DParams.iso[i] = iso;
         look.drc.stAutoV30.DrcTuningPara.DrcGain.DrcGain[i] = 1.0F;
     }
-    const NeutralGains gains = neutral_gains(look.kelvin);
-    look.wb_gain = {static_cast<float>(gains.red), 1.0F, 1.0F, static_cast<float>(gains.blue)};
     return look;
 }
 

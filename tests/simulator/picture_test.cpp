@@ -1,7 +1,7 @@
 // The picture model: what each block and live value does to the chart, measured in the rendered image.
 #include "picture/picture.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
@@ -24,7 +24,6 @@ namespace
 {
 
 using namespace sim::picture;
-using testing::HasSubstr;
 
 constexpr int kWidth = 320;
 constexpr int kHeight = 240;
@@ -124,18 +123,14 @@ TEST(Picture, GreysAreGreyAndInOrderInANeutralLook)
     EXPECT_NEAR(patch(image, kMidGreyPatch).green, 0.473, 0.003) << "19 % through the sRGB curve";
 }
 
-TEST(Picture, TheRightGainsBalanceEveryLightOnEverySensor)
+TEST(Picture, TheRightGainsBalanceEveryLight)
 {
-    for (const double kelvin : {2000.0, 2856.0, 3500.0, 5000.0, 6500.0, 9000.0}) {
-        for (const auto& [red, blue] : {std::pair(1.0, 1.0), std::pair(0.8, 1.25)}) {
-            Look look = neutral_look();
-            look.kelvin = kelvin;
-            look.red_response = red;
-            look.blue_response = blue;
-            const NeutralGains gains = neutral_gains(kelvin, red, blue);
-            look.wb_gain = {static_cast<float>(gains.red), 1.0F, 1.0F, static_cast<float>(gains.blue)};
-            EXPECT_LT(cast(patch(shown(look), kMidGreyPatch)), 0.003F) << kelvin << " K, red " << red;
-        }
+    for (const auto& [red, blue] : {std::pair(0.9, 3.7), std::pair(1.5, 1.9), std::pair(1.8, 1.2)}) {
+        Look look = neutral_look();
+        look.neutral_red = red;
+        look.neutral_blue = blue;
+        look.wb_gain = {static_cast<float>(red), 1.0F, 1.0F, static_cast<float>(blue)};
+        EXPECT_LT(cast(patch(shown(look), kMidGreyPatch)), 0.003F) << "red " << red;
     }
 }
 
@@ -146,16 +141,10 @@ TEST(Picture, AWrongBalanceShowsItsCast)
         change(look);
         return patch(shown(look), kMidGreyPatch);
     };
-    const Colour warm = grey_in([](Look& look) { look.kelvin = 2856.0; });
-    EXPECT_GT(warm.red, warm.green + 0.05F);
-    EXPECT_LT(warm.blue, warm.green - 0.05F);
-    const Colour cold = grey_in([](Look& look) { look.kelvin = 7500.0; });
-    EXPECT_LT(cold.red, cold.green - 0.02F);
-    EXPECT_GT(cold.blue, cold.green + 0.02F);
-    const Colour reddish = grey_in([](Look& look) { look.red_response = 1.3; });
+    const Colour reddish = grey_in([](Look& look) { look.neutral_red = 1.0 / 1.3; });
     EXPECT_GT(reddish.red, reddish.green + 0.03F);
     EXPECT_NEAR(reddish.blue, reddish.green, 0.003F);
-    const Colour bluish = grey_in([](Look& look) { look.blue_response = 1.3; });
+    const Colour bluish = grey_in([](Look& look) { look.neutral_blue = 1.0 / 1.3; });
     EXPECT_GT(bluish.blue, bluish.green + 0.03F);
     EXPECT_NEAR(bluish.red, bluish.green, 0.003F);
     for (float rk_aiq_wb_gain_t::*const green : {&rk_aiq_wb_gain_t::grgain, &rk_aiq_wb_gain_t::gbgain}) {
@@ -343,13 +332,12 @@ TEST(Picture, ShadingCorrectionFlattensTheFallOff)
     lsc.stAuto.alscCoef.illAll_len = 2;
     lsc.stAuto.tbl.tableAll_len = 2;
     for (int i = 0; i < 2; ++i) {
-        const NeutralGains gains = neutral_gains(i == 0 ? 2856.0 : 5000.0);
         lsc_illuminant_t& illuminant = lsc.stAuto.alscCoef.illAll[i];
         lsc_table_t& table = lsc.stAuto.tbl.tableAll[i];
         std::strcpy(illuminant.name, i == 0 ? "A" : "D50");
         std::strcpy(table.illumination, illuminant.name);
-        illuminant.wbGain[0] = static_cast<float>(gains.red);
-        illuminant.wbGain[1] = static_cast<float>(gains.blue);
+        illuminant.wbGain[0] = i == 0 ? 0.6F : 1.0F; // the look's own gains are 1
+        illuminant.wbGain[1] = i == 0 ? 1.8F : 1.0F;
         set_grid(table.lsc_samples_red, i * 0.66);
         set_grid(table.lsc_samples_greenR, i * 0.54);
         set_grid(table.lsc_samples_greenB, i * 0.54);
@@ -418,7 +406,7 @@ TEST(Picture, AnyBlockContentGivesAPicture)
         look.drc.stAutoV30.DrcTuningPara.Enable = true;
         set_matrix(look, -1000, {bad, bad, bad, bad, bad, bad, bad, bad, bad});
         look.wb_gain = {bad, bad, bad, bad};
-        look.kelvin = look.red_response = look.exposure = look.sensor_gain = static_cast<double>(bad);
+        look.neutral_red = look.neutral_blue = look.exposure = look.sensor_gain = static_cast<double>(bad);
         EXPECT_TRUE(in_range(render(look, 64, 48))) << bad;
     }
     EXPECT_TRUE(in_range(render(Look{}, 64, 48)));
@@ -483,9 +471,13 @@ TEST(Picture, FilesAppearWholeOrNotAtAll)
     file.read(head.data(), 24);
     EXPECT_EQ(head, std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\0\x40\0\0\0\x30", 24));
 
-    EXPECT_THAT(write_png(folder / "missing" / "chart.png", image), HasSubstr("No such file"));
-    EXPECT_THAT(write_png(folder / "taken.png", image), HasSubstr("directory")); // fails at the very end
-    EXPECT_THAT(write_png(good, Image{}), HasSubstr("no picture"));
+    const auto complaint = [](const fs::path& path, const Image& picture, const char* reason) {
+        const std::string text = write_png(path, picture);
+        return text.starts_with(path.string()) && text.find(reason) != std::string::npos;
+    };
+    EXPECT_TRUE(complaint(folder / "missing" / "chart.png", image, "No such file"));
+    EXPECT_TRUE(complaint(folder / "taken.png", image, "directory")) << "fails at the very end";
+    EXPECT_TRUE(complaint(good, Image{}, "no picture"));
     EXPECT_TRUE(fs::file_size(good) > 100) << "the file from before stays";
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 2) << "nothing partial is left";
 }
