@@ -8,7 +8,7 @@
 #include <cstddef>
 
 // The failure line of this file: function name and source line stand in it twice.
-#define GROUP_FAILED(what) ISP_DEBUG(__func__, "!!!!!!![%s_%d] " what " failed\n\n", __func__, __LINE__)
+#define GROUP_FAILED(function, what) ISP_DEBUG(function, "!!!!!!![%s_%d] " what " failed\n\n", function, __LINE__)
 
 namespace
 {
@@ -20,14 +20,20 @@ void destroy_group(int group_id, rk_aiq_camgroup_ctx_t* ctx)
     isp::shared_set<rk_aiq_camgroup_ctx_t*>(g_camera_group_ctx[group_id], nullptr);
 }
 
-/// The group in a slot; null, with a trace, when there is none. Under the engine lock.
-rk_aiq_camgroup_ctx_t* existing_group(const char* function, int group_id)
+/// Does something with an existing group, under the engine lock. An id that names none is refused.
+template <typename Action>
+int on_group(const char* function, int group_id, Action action)
 {
+    if (!isp::id_served(function, group_id)) {
+        return -1;
+    }
+    const isp::EngineLock lock;
     rk_aiq_camgroup_ctx_t* ctx = isp::shared_get(g_camera_group_ctx[group_id]);
     if (ctx == nullptr) {
         ISP_TRACE(function, "there is no group %d\n\n", group_id);
+        return -1;
     }
-    return ctx;
+    return action(ctx);
 }
 
 } // namespace
@@ -52,7 +58,7 @@ int rk_isp_init_group(int group_id, int* sns_id, size_t n_sns, char* iqfile_path
     for (std::size_t i = 0; i < n_sns; ++i) {
         rk_aiq_uapi2_sysctl_enumStaticMetas(sns_id[i], &aiq_static_info[i]);
         if (aiq_static_info[i].sensor_info.phyId == -1) {
-            GROUP_FAILED("RK_MPI_CAL_TDE_GetPicBufferSize");
+            GROUP_FAILED(__func__, "RK_MPI_CAL_TDE_GetPicBufferSize");
             return -1;
         }
     }
@@ -67,16 +73,16 @@ int rk_isp_init_group(int group_id, int* sns_id, size_t n_sns, char* iqfile_path
 
     rk_aiq_camgroup_ctx_t* ctx = rk_aiq_uapi2_camgroup_create(&cfg);
     if (ctx == nullptr) {
-        GROUP_FAILED("RK_MPI_CAL_TDE_GetPicBufferSize");
+        GROUP_FAILED(__func__, "RK_MPI_CAL_TDE_GetPicBufferSize");
         return -1;
     }
     if (rk_aiq_uapi2_camgroup_prepare(ctx, RK_AIQ_WORKING_MODE_NORMAL) != XCAM_RETURN_NO_ERROR) {
-        GROUP_FAILED("rk_aiq_uapi2_camgroup_prepare");
+        GROUP_FAILED(__func__, "rk_aiq_uapi2_camgroup_prepare");
         rk_aiq_uapi2_camgroup_destroy(ctx);
         return -1;
     }
     if (rk_aiq_uapi2_camgroup_start(ctx) != XCAM_RETURN_NO_ERROR) {
-        GROUP_FAILED("rk_aiq_uapi2_camgroup_start");
+        GROUP_FAILED(__func__, "rk_aiq_uapi2_camgroup_start");
         rk_aiq_uapi2_camgroup_destroy(ctx);
         return -1;
     }
@@ -87,48 +93,30 @@ int rk_isp_init_group(int group_id, int* sns_id, size_t n_sns, char* iqfile_path
 
 int rk_isp_init_group_start(int group_id)
 {
-    if (!isp::id_served(__func__, group_id)) {
-        return -1;
-    }
-    const isp::EngineLock lock;
-    rk_aiq_camgroup_ctx_t* ctx = existing_group(__func__, group_id);
-    if (ctx == nullptr) {
-        return -1;
-    }
-    if (rk_aiq_uapi2_camgroup_start(ctx) != XCAM_RETURN_NO_ERROR) {
-        GROUP_FAILED("rk_aiq_uapi2_camgroup_start");
-        return -1;
-    }
-    return 0;
+    return on_group(__func__, group_id, [function = __func__](rk_aiq_camgroup_ctx_t* ctx) {
+        if (rk_aiq_uapi2_camgroup_start(ctx) != XCAM_RETURN_NO_ERROR) {
+            GROUP_FAILED(function, "rk_aiq_uapi2_camgroup_start");
+            return -1;
+        }
+        return 0;
+    });
 }
 
 int rk_isp_init_group_stop(int group_id)
 {
-    if (!isp::id_served(__func__, group_id)) {
-        return -1;
-    }
-    const isp::EngineLock lock;
-    rk_aiq_camgroup_ctx_t* ctx = existing_group(__func__, group_id);
-    if (ctx == nullptr) {
-        return -1;
-    }
-    if (rk_aiq_uapi2_camgroup_stop(ctx) != XCAM_RETURN_NO_ERROR) {
-        GROUP_FAILED("rk_aiq_uapi2_camgroup_stop");
-        return -1;
-    }
-    return 0;
+    return on_group(__func__, group_id, [function = __func__](rk_aiq_camgroup_ctx_t* ctx) {
+        if (rk_aiq_uapi2_camgroup_stop(ctx) != XCAM_RETURN_NO_ERROR) {
+            GROUP_FAILED(function, "rk_aiq_uapi2_camgroup_stop");
+            return -1;
+        }
+        return 0;
+    });
 }
 
 int rk_isp_deinit_group(int group_id)
 {
-    if (!isp::id_served(__func__, group_id)) {
-        return -1;
-    }
-    const isp::EngineLock lock;
-    rk_aiq_camgroup_ctx_t* ctx = existing_group(__func__, group_id);
-    if (ctx == nullptr) {
-        return -1;
-    }
-    destroy_group(group_id, ctx);
-    return 0;
+    return on_group(__func__, group_id, [group_id](rk_aiq_camgroup_ctx_t* ctx) {
+        destroy_group(group_id, ctx);
+        return 0;
+    });
 }
