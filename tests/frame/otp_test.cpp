@@ -30,19 +30,15 @@ TEST_F(Otp, TheFlagDecidesThePlan)
         {"flag = one\nflag = 1\n", 1}, // a line without a number does not
         {"the flag = 1\n", 0},         // the line has to begin with it
     };
+    int plan = -1;
     for (const auto& c : kCases) {
         write_bytes(otp_file, c.file);
-        int plan = -1;
-        EXPECT_THAT(traces_of([&] { plan = getreadotp(); }),
-                    testing::ElementsAre(c.plan == 1 ? "getreadotp: flag==1，planA\n\n"
-                                                     : "getreadotp: flag!=1，planB\n\n"));
+        EXPECT_THAT(
+            traces_of([&] { plan = getreadotp(); }),
+            testing::ElementsAre(c.plan == 1 ? "getreadotp: flag==1，planA\n\n" : "getreadotp: flag!=1，planB\n\n"));
         EXPECT_EQ(plan, c.plan) << c.file;
     }
-}
-
-TEST_F(Otp, AMissingFileMeansPlanA)
-{
-    int plan = -1;
+    std::filesystem::remove(otp_file); // no file: plan A
     EXPECT_THAT(traces_of([&] { plan = getreadotp(); }), testing::ElementsAre("getreadotp: erro dont open！\n\n"));
     EXPECT_EQ(plan, 1);
 }

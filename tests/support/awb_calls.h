@@ -5,6 +5,7 @@
 #include "support/bench.h"
 
 #include <array>
+#include <iterator>
 #include <sstream>
 
 namespace bench
@@ -86,8 +87,7 @@ inline std::string first_words(const std::string& line, std::size_t count)
     return result;
 }
 
-/// Makes the call that is word `index` of a line fail with `code`, and every later one of its function too if
-/// `from_then_on`. Returns its function; empty and no fault for a wait.
+/// Makes the call that is word `index` of a line fail with `code`. Returns its function; empty and no fault for a wait.
 inline std::string fail_word(const std::string& line, std::size_t index, int code)
 {
     const std::vector<std::string> all = words(line);
@@ -159,21 +159,5 @@ inline void put_measured(int camera, float red, float blue, float green = 1.0F)
     info.gain = {red, green, green, blue};
     sim::engine::poke(context, info);
 }
-
-/// Delivers frames at 30 Hz of simulated time while it lives.
-class Frames
-{
-public:
-    Frames() : handle_(sim::every(33'333, [] { sim::engine::run_frame(1.0 / 30.0); })) {}
-    ~Frames()
-    {
-        sim::cancel(handle_);
-    }
-    Frames(const Frames&) = delete;
-    Frames& operator=(const Frames&) = delete;
-
-private:
-    int handle_;
-};
 
 } // namespace bench

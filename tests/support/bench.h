@@ -15,6 +15,7 @@
 #include "isp_ctrl/frame/context.h"
 #include "isp_ctrl/frame/seam.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -36,6 +37,9 @@ protected:
         static const bool clock_installed = (sim::install_clock(), true);
         static_cast<void>(clock_installed);
         sim::engine::reset();
+        std::ranges::fill(g_aiq_ctx, nullptr);
+        std::ranges::fill(g_camera_group_ctx, nullptr);
+        rkipc_aiq_use_group = 0;
         sim::host::reset_store();
         sim::host::reset_lens();
         sim::host::reset_vin();

@@ -2,8 +2,6 @@
 #include "white_balance/wb_bench.h"
 
 using namespace bench;
-using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
 
 namespace
 {
@@ -53,7 +51,7 @@ TEST_F(WbMode, WhatEachModeWrites)
             put_balance(kCamera, engine);
             const auto sync = held<rk_aiq_uapiV2_wb_opMode_t>(kCamera).sync;
             const auto para = held<rk_aiq_wb_mwb_attrib_t>(kCamera).para;
-            EXPECT_EQ(line_of([&] { EXPECT_EQ(KIV_Set_wb_mode(kCamera, WB_Mode_E{mode}), 0); }),
+            EXPECT_EQ(line_of([mode = mode] { EXPECT_EQ(KIV_Set_wb_mode(kCamera, WB_Mode_E{mode}), 0); }),
                       mode == TEMPERATURE ? "GetMode1 GetGains1 GetMode1 SetMode1 wait1000 GetGains1 SetGains1" : all);
             EXPECT_EQ(stored(kCamera, "wb_mode"), mode);
             EXPECT_EQ(balance(kCamera), expected);
@@ -67,9 +65,7 @@ TEST_F(WbMode, WhatEachModeWrites)
 TEST_F(WbMode, AModeWithoutANameKeepsModeAndGains)
 {
     for (const int mode : {4, -1, 6, 31, 33}) {
-        for (const int before : {RK_AIQ_WB_MODE_MANUAL, RK_AIQ_WB_MODE_AUTO}) {
-            Balance engine = kBefore;
-            engine.mode = before;
+        for (Balance engine : {kBefore, holding(1.1F, 1.2F, 1.3F)}) {
             put_balance(kCamera, engine);
             EXPECT_EQ(KIV_Set_wb_mode(kCamera, WB_Mode_E{mode}), 0);
             EXPECT_EQ(stored(kCamera, "wb_mode"), mode);
@@ -123,7 +119,8 @@ TEST_F(WbMode, ManualGains)
         Balance expected = kBefore;
         expected.manual_mode = RK_AIQ_MWB_MODE_WBGAIN;
         expected.gains = {gain, 1.0F, 1.0F, kBefore.gains[3]};
-        EXPECT_EQ(line_of([&] { EXPECT_EQ(KIV_Set_rgain(kCamera, RGain_E{level}), 0); }), "GetGains1 SetGains1");
+        EXPECT_EQ(line_of([level = level] { EXPECT_EQ(KIV_Set_rgain(kCamera, RGain_E{level}), 0); }),
+                  "GetGains1 SetGains1");
         EXPECT_EQ(balance(kCamera), expected);
         EXPECT_EQ(stored(kCamera, "rgain"), kept);
         expected.gains[3] = gain;
@@ -146,46 +143,13 @@ TEST_F(WbMode, ManualGainsAreRefusedInOtherModes)
         EXPECT_EQ(stored(kCamera, "rgain"), 128);
         EXPECT_EQ(stored(kCamera, "bgain"), 64);
     }
-    EXPECT_THAT(traces_of([] { KIV_Set_bgain(kCamera, BGain_E{99}); }), ElementsAre("KIV_Set_bgain: ISP unfit\n\n"));
 }
 
 TEST_F(WbMode, SensitivityIsStoredOnly)
 {
     for (const auto& [level, kept] : {std::pair{2, 2}, {0, 0}, {3, 2}, {-1, 0}}) {
-        EXPECT_THAT(names_of_calls([&] { EXPECT_EQ(KIV_Set_awb_sens(kCamera, AWB_SENS_E{level}), 0); }, "rk_"),
-                    ::testing::IsEmpty());
+        EXPECT_EQ(line_of([level = level] { EXPECT_EQ(KIV_Set_awb_sens(kCamera, AWB_SENS_E{level}), 0); }), "");
         EXPECT_EQ(stored(kCamera, "awb_sens"), kept);
-    }
-}
-
-TEST_F(WbMode, SettingsAreReadBeforeTheModeIsStored)
-{
-    EXPECT_THAT(names_of_calls([] { KIV_Set_wb_mode(kCamera, MANUAL_WHITE_BALANCE); }, "para_"),
-                ElementsAre("para_get_isp_rgain_tuning_cur", "para_get_isp_bgain_tuning_cur", "para_get_isp_bgain_cur",
-                            "para_get_isp_rgain_cur", "para_set_isp_wb_mode_cur"));
-}
-
-TEST_F(WbMode, TracesCarryTheTuningStep)
-{
-    const struct {
-        int mode;
-        std::vector<std::string> messages; // between the first and the last
-    } rows[] = {
-        {AUTO_WHITE_BALANCE,
-         {"KIV_Set_wb_mode: 00000cam_rgaintuning :2,cam_bgaintuning :-3\n",
-          "KIV_Set_wb_mode: wbGainOffset_Rgain :0.050000,wbGainOffset_Bgain :-0.090000\n", "KIV_Set_wb_mode: leave\n"}},
-        {ONE_PUSH_WHITE_BALANCE,
-         {"KIV_Set_wb_mode: get_onepush_rgain():1957\n", "KIV_Set_wb_mode: get_onepush_bgain():2000\n",
-          "KIV_Set_wb_mode: cur_rgaintuning:2\n", "KIV_Set_wb_mode: cur_bgaintuning:-3\n", "KIV_Set_wb_mode: leave\n"}},
-        {TEMPERATURE,
-         {"KIV_Set_wb_mode: TEMPERATURE\n", "KIV_Set_wb_mode: enter WBmode_TEMPERATURE_isp_wbmode_val is :32\n",
-          "KIV_Set_temperature: value:25\n", "KIV_Set_wb_mode: 111111TEMPERATURE_cur_wb_temperature is :25\n"}},
-        {IN_DOOR, {"KIV_Set_wb_mode: leave\n"}},
-    };
-    for (auto [mode, messages] : rows) {
-        messages.insert(messages.begin(),
-                        "KIV_Set_wb_mode: isp_wbmode called: isp_wbmode_val = " + std::to_string(mode) + " \n\n");
-        EXPECT_THAT(traces_of([&] { KIV_Set_wb_mode(kCamera, WB_Mode_E{mode}); }), ElementsAreArray(messages));
     }
 }
 

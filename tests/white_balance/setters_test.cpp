@@ -1,4 +1,4 @@
-// Every engine call of every white-balance setter failing once, and the setters without an engine.
+// All white-balance setters: every engine call failing once, no engine, and what they trace.
 #include "white_balance/wb_bench.h"
 
 using namespace bench;
@@ -38,11 +38,9 @@ constexpr Setter kSetters[] = {
      false, "bgain", 15},
 };
 
-class Failures : public WhiteBalance
-{
-};
+using WhiteBalanceSetters = WhiteBalance;
 
-TEST_F(Failures, EveryEngineCallOnce)
+TEST_F(WhiteBalanceSetters, EveryEngineCallOnce)
 {
     for (const Setter& setter : kSetters) {
         const std::vector<std::string> sequence = words(setter.sequence);
@@ -71,14 +69,11 @@ TEST_F(Failures, EveryEngineCallOnce)
                                  std::string(setter.name) + ": " + function + " failed with 0xffffffff!\n\n"),
                       result == 0 ? 0 : 1);
             EXPECT_EQ(stored(kCamera, setter.setting), setter.level);
-            if (sequence[i].starts_with("Get") && result != 0 && setter.sequence != kTemperature) {
-                EXPECT_EQ(balance(kCamera), kBefore);
-            }
         }
     }
 }
 
-TEST_F(Failures, TheModeTemperatureHidesAFailureOfTheTemperature)
+TEST_F(WhiteBalanceSetters, TheModeTemperatureHidesAFailureOfTheTemperature)
 {
     store(kCamera, "temperature", 25);
     const char* sequence = "GetMode1 GetGains1 GetMode1 SetMode1 wait1000 GetGains1 SetGains1";
@@ -90,7 +85,7 @@ TEST_F(Failures, TheModeTemperatureHidesAFailureOfTheTemperature)
     }
 }
 
-TEST_F(Failures, WithoutAnEngineTheSettingIsStored)
+TEST_F(WhiteBalanceSetters, WithoutAnEngineTheSettingIsStored)
 {
     const int camera = 5;
     for (const Setter& setter : kSetters) {
@@ -103,6 +98,61 @@ TEST_F(Failures, WithoutAnEngineTheSettingIsStored)
                           : std::string_view(setter.name) == "KIV_Set_temperature" ? 3
                                                                                    : 1);
         EXPECT_EQ(stored(camera, setter.setting), setter.level);
+    }
+}
+
+// Red tuning 12 and blue tuning 7: the traces show the steps, 2 and -3.
+TEST_F(WhiteBalanceSetters, TracesShowTuningSteps)
+{
+    const struct {
+        int (*set)(int camera);
+        int mode;
+        std::vector<std::string> messages; // the last ones
+    } rows[] = {
+        {[](int c) { return KIV_Set_wb_mode(c, AUTO_WHITE_BALANCE); },
+         0,
+         {"isp_wbmode called: isp_wbmode_val = 0 \n\n", "00000cam_rgaintuning :2,cam_bgaintuning :-3\n",
+          "wbGainOffset_Rgain :0.050000,wbGainOffset_Bgain :-0.090000\n", "leave\n"}},
+        {[](int c) { return KIV_Set_wb_mode(c, ONE_PUSH_WHITE_BALANCE); },
+         0,
+         {"get_onepush_rgain():1000\n", "get_onepush_bgain():2000\n", "cur_rgaintuning:2\n", "cur_bgaintuning:-3\n",
+          "leave\n"}},
+        {[](int c) { return KIV_Set_wb_mode(c, TEMPERATURE); },
+         0,
+         {"TEMPERATURE\n", "enter WBmode_TEMPERATURE_isp_wbmode_val is :32\n", "value:25\n",
+          "111111TEMPERATURE_cur_wb_temperature is :25\n"}},
+        {[](int c) { return KIV_Set_rgain_tuning(c, RGain_Tuning_E{12}); },
+         AUTO_WHITE_BALANCE,
+         {"osd_rgaintuning_val :0xc\n\n", "00000cam_rgaintuning :2,cam_bgaintuning :-3\n",
+          "wbGainOffset_Rgain :0.050000,wbGainOffset_Bgain :-0.090000\n"}},
+        {[](int c) { return KIV_Set_bgain_tuning(c, BGain_Tuning_E{7}); },
+         AUTO_WHITE_BALANCE,
+         {"osd_bgaintuning_val :0x7\n\n", "11111cam_rgaintuning :2,cam_bgaintuning :-3\n",
+          "isp_id :1,wbGainOffset_Rgain :0.060000,wbGainOffset_Bgain :-0.090000\n", "cam_wb_mode: 0 \n"}},
+        {[](int c) { return KIV_Set_rgain_tuning(c, RGain_Tuning_E{12}); },
+         TEMPERATURE,
+         {"rgain = 1.500622,ggain = 1.000000, bgain = 1.763567\n"}},
+        {[](int c) { return KIV_Set_bgain_tuning(c, BGain_Tuning_E{7}); },
+         TEMPERATURE,
+         {"rgain = 1.500622, bgain = 1.763567\n", "cam_wb_mode: 32 \n"}},
+        {[](int c) { return KIV_Set_ggain_tuning(c, GGain_Tuning_E{12}); },
+         TEMPERATURE,
+         {"isp_wbmode called: isp_wbmode_val = 32 \n\n", "osd_ggaintuning_val :0xc\n\n"}},
+        {[](int c) { return KIV_Set_rgain(c, RGain_E{64}); }, MANUAL_WHITE_BALANCE, {"u16Rgain:1.003500\n\n"}},
+    };
+    store(kCamera, "rgain_onepush", 1000);
+    store(kCamera, "bgain_onepush", 2000);
+    store(kCamera, "temperature", 25);
+    tuning(12, 7);
+    for (const auto& [set, mode, messages] : rows) {
+        store(kCamera, "wb_mode", mode);
+        std::vector<std::string> traces = traces_of([set = set] { EXPECT_EQ(set(kCamera), 0); });
+        for (std::string& trace : traces) {
+            trace.erase(0, trace.find(": ") + 2); // the function
+        }
+        ASSERT_GE(traces.size(), messages.size());
+        traces.erase(traces.begin(), traces.end() - static_cast<std::ptrdiff_t>(messages.size()));
+        EXPECT_EQ(traces, messages);
     }
 }
 

@@ -1,0 +1,162 @@
+// Sharpness, dynamic range compression and noise reduction: strengths by rule, and failures that are reported.
+#include "support/setters.h"
+
+#include <algorithm>
+
+using namespace bench;
+using testing::ElementsAre;
+
+namespace
+{
+
+constexpr int kCamera = 3;
+
+class Modules : public Bench
+{
+protected:
+    Modules()
+    {
+        start_camera(kCamera);
+    }
+};
+
+template <std::size_t Size>
+void fill(float (&steps)[Size], double value)
+{
+    std::fill(std::begin(steps), std::end(steps), static_cast<float>(value));
+}
+
+/// The first values given, the last one up to the end.
+template <std::size_t Size>
+void fill(float (&steps)[Size], std::initializer_list<float> values)
+{
+    fill(steps, double{values.begin()[values.size() - 1]});
+    std::copy(values.begin(), values.end(), steps);
+}
+
+TEST_F(Modules, SharpnessIsOnePerLevelWithTwoWiderSteps)
+{
+    rk_aiq_sharp_attrib_v4_t expected = sim::engine::initial<rk_aiq_sharp_attrib_v4_t>();
+    expected.eMode = ASHARP4_OP_MODE_OFF; // and stays so
+    sim::engine::poke(rkipc_aiq_get_ctx(kCamera), expected);
+    for (int level = 0; level <= Sharpness_MAX; ++level) {
+        SCOPED_TRACE(level);
+        EXPECT_THAT(traces_of([&] { EXPECT_EQ(KIV_Set_sharpness(kCamera, Sharpness_E{level}), 0); }),
+                    ElementsAre("KIV_Set_sharpness: isp_sharpness_val :" + std::to_string(level) + "\n\n"));
+        fill(expected.stAuto.stParams.sharp_ratio, level + (level >= 3 ? 0.5 : 0.0) + (level == 15 ? 0.5 : 0.0));
+        expect_engine(kCamera, expected);
+    }
+    KIV_Set_sharpness(kCamera, Sharpness_Auto);
+    fill(expected.stAuto.stParams.sharp_ratio, {6.5F, 6.5F, 6.35F, 6.2F, 3.75F});
+    expect_engine(kCamera, expected);
+}
+
+TEST_F(Modules, CompressionIsAFlatGain)
+{
+    drc_attrib_t expected = sim::engine::initial<drc_attrib_t>();
+    expected.Version = ADRC_VERSION_3588;
+    expected.opMode = DRC_OPMODE_AUTO;
+    for (const int asked : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, -1}) {
+        SCOPED_TRACE(asked);
+        EXPECT_THAT(traces_of([&] { EXPECT_EQ(KIV_Set_drc(kCamera, DRC_E{asked}), 0); }),
+                    ElementsAre("KIV_Set_drc: isp_drcstrenth_val:" + std::to_string(asked) + "\n\n"));
+        const int level = asked < 0 || asked > 8 ? 8 : asked;
+        EXPECT_EQ(stored(kCamera, "drc"), level);
+        fill(expected.stAutoV30.DrcTuningPara.DrcGain.DrcGain, 1.0 + 0.15 * level);
+        expect_engine(kCamera, expected);
+    }
+}
+
+TEST_F(Modules, SpatialNoiseReduction)
+{
+    sim::host::set_maximum(setting("nr2d"), 9); // with the levels that have no name
+    rk_aiq_bayer2dnr_attrib_v2_t expected = sim::engine::initial<rk_aiq_bayer2dnr_attrib_v2_t>();
+    expected.eMode = ABAYER2DNR_OP_MODE_AUTO;
+    RK_Bayer2dnr_Params_V2_t& params = expected.stAuto.st2DParams;
+    params.enable = 1; // "off" is strength 0
+    for (int level = 0; level <= 9; ++level) {
+        SCOPED_TRACE(level);
+        EXPECT_EQ(KIV_Set_nr2d(kCamera, NR2D_E{level}), 0);
+        if (level == NR2D_AUTO) { // doubles with each sensitivity step
+            fill(params.filter_strength, {1.0F, 2.0F, 4.0F, 8.0F, 16.0F});
+            fill(params.edgesofts, {1.0F, 2.0F, 4.0F, 8.0F, 16.0F});
+        } else { // half a triangular number up to level 3, then 2 per level; edges 2 per level within 0 to 16
+            fill(params.filter_strength, level <= 3 ? level * (level + 1) / 4.0 : 2.0 * level - 3.0);
+            fill(params.edgesofts, std::clamp(2 * level - 1, 0, 16));
+        }
+        expect_engine(kCamera, expected);
+    }
+    EXPECT_THAT(traces_of([] { KIV_Set_nr2d(kCamera, NR2D_AUTO); }),
+                ElementsAre("KIV_Set_shading: KIV_Set_shading()\n\n", "KIV_Set_nr2d: isp_nr2dlevel_val :0x6\n\n",
+                            "KIV_Set_nr2d: "
+                            "filter_strength[0]=1.000000,filter_strength[1]=2.000000,filter_strength[2]=4.000000\n\n",
+                            "KIV_Set_nr2d: edgesofts[0]=1.000000,edgesofts[1]=2.000000,edgesofts[2]=4.000000\n\n"));
+}
+
+TEST_F(Modules, TemporalNoiseReduction)
+{
+    sim::host::set_maximum(setting("nr3d"), 11);
+    rk_aiq_bayertnr_attrib_v2_t expected = sim::engine::initial<rk_aiq_bayertnr_attrib_v2_t>();
+    expected.stAuto.st3DParams.enable = 0; // and stays so
+    sim::engine::poke(rkipc_aiq_get_ctx(kCamera), expected);
+    expected.eMode = ABAYERTNRV2_OP_MODE_AUTO;
+    for (int level = 0; level <= 11; ++level) {
+        SCOPED_TRACE(level);
+        EXPECT_EQ(KIV_Set_nr3d(kCamera, NR3D_E{level}), 0);
+        for (float(*band)[RK_AIQ_ISO_STEPS] :
+             {&expected.stAuto.st3DParams.lo_filter_strength, &expected.stAuto.st3DParams.hi_filter_strength}) {
+            if (level == NR3D_AUTO) {
+                fill(*band, {1.8F, 1.95F, 2.1F, 2.3F, 2.6F, 2.8F});
+            } else {
+                fill(*band, level <= 5 ? 0.6 * level : level - 2.0);
+            }
+        }
+        expect_engine(kCamera, expected);
+    }
+}
+
+// The temporal level is traced at the end: after a successful write and without an engine, not after a failure.
+TEST_F(Modules, TemporalNoiseReductionTracesItsLevelLast)
+{
+    const std::string level = "KIV_Set_nr3d: isp_nr3dlevel_val :0x2\n\n";
+    const auto trace = [](int camera) { return traces_of([=] { KIV_Set_nr3d(camera, NR3D_2); }); };
+    EXPECT_THAT(trace(kCamera), ElementsAre("KIV_Set_nr3d: lo_filter_strength[0]=1.200000,lo_filter_strength[1]="
+                                            "1.200000,lo_filter_strength[2]=1.200000\n\n",
+                                            level));
+    EXPECT_THAT(trace(kCamera + 1), ElementsAre("KIV_Set_nr3d: aiq ctx error\n\n", level));
+}
+
+// The setters that report both failures.
+TEST_F(Modules, AFailedCallIsTracedAndEndsTheSetter)
+{
+    constexpr struct {
+        std::string_view setting;
+        const char* module;
+        const char* named; // in the trace, if not the function
+    } kCases[] = {
+        {"sharpness", "rk_aiq_user_api2_asharpV4", nullptr},
+        {"gamma", "rk_aiq_user_api2_agamma", nullptr},
+        {"drc", "rk_aiq_user_api2_adrc", "RK_MPI_ISP_GetExposureAttr"},
+        {"nr2d", "rk_aiq_user_api2_abayer2dnrV2", nullptr},
+        {"nr3d", "rk_aiq_user_api2_abayertnrV2", nullptr},
+    };
+    int level = 3;
+    for (const auto& c : kCases) {
+        for (const std::string_view call : {"_GetAttrib", "_SetAttrib"}) {
+            const std::string function = std::string(c.module) += call;
+            SCOPED_TRACE(function);
+            level = level == 3 ? 2 : 3;
+            sim::inject_fault(function, 1, -2);
+            std::vector<std::string> made;
+            const std::vector<std::string> traces = traces_of(
+                [&] { made = names_of_calls([&] { EXPECT_EQ(set(kCamera, c.setting, level), -1); }, "rk_"); });
+            EXPECT_EQ(made.back(), function);
+            EXPECT_EQ(traces.back(), "KIV_Set_" + std::string(c.setting) + ": " +
+                                         (c.named != nullptr ? c.named : function) + " failed with 0xfffffffe!\n\n");
+            EXPECT_EQ(stored(kCamera, c.setting), level);
+            expect_engine(kCamera);
+        }
+    }
+}
+
+} // namespace

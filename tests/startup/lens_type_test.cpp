@@ -1,0 +1,126 @@
+// Lens type: what the vendor storage's output means, and what happens when it cannot be asked.
+#include "host/vendor_storage.h"
+#include "support/bench.h"
+
+#include <sys/resource.h>
+#include <thread>
+
+using namespace bench;
+
+namespace
+{
+
+#define NAME "SR1053-50IRC-8M-F20"
+
+const isp::Seam as_delivered = isp::seam; // before the bench redirects it
+
+class LensType : public Bench
+{
+protected:
+    static int type_with(const std::string& command)
+    {
+        isp::seam.lens_command = command.c_str();
+        return KIV_Get_Len_Types();
+    }
+};
+
+/// Leaves the process no file to open, so that no pipe can be made.
+class NoFiles
+{
+public:
+    NoFiles()
+    {
+        getrlimit(RLIMIT_NOFILE, &before_);
+        const rlimit none = {0, before_.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &none);
+    }
+    ~NoFiles()
+    {
+        setrlimit(RLIMIT_NOFILE, &before_);
+    }
+
+private:
+    rlimit before_{};
+};
+
+TEST_F(LensType, TheOutputUpToTheFirstBlankIsTheName)
+{
+    const std::string filler(150, 'x');
+    const struct {
+        std::string output; // of printf
+        int type;
+    } kCases[] = {
+        {NAME "\\n", KIV_LEN_SR1053},
+        {NAME, KIV_LEN_SR1053},
+        {NAME " second batch\\n", KIV_LEN_SR1053},
+        {NAME " " + filler + filler, KIV_LEN_SR1053},
+        {NAME "\\nmore\\n", KIV_LEN_SR1053},
+        {"IR0147\\n", KIV_LEN_IR0147},
+        {"sr1053-50irc-8m-f20\\n", KIV_LEN_IR0147},
+        {"SR1053-50IRC-8M-F2\\n", KIV_LEN_IR0147},
+        {NAME "A\\n", KIV_LEN_IR0147},
+        {NAME "\\t\\n", KIV_LEN_IR0147}, // a blank is a space
+        {" " NAME "\\n", KIV_LEN_IR0147},
+        {"\\n" NAME "\\n", KIV_LEN_IR0147},
+        {"", KIV_LEN_IR0147},
+        {NAME + filler + "\\n", KIV_LEN_IR0147},          // cut at 125 characters
+        {NAME + filler + filler + "\\n", KIV_LEN_IR0147}, // longer than a line
+    };
+    for (const auto& c : kCases) {
+        type_with("echo " NAME);
+        EXPECT_EQ(type_with("printf '" + c.output + "'"), c.type) << c.output;
+    }
+    EXPECT_EQ(type_with("/nonexistent/tool 2>/dev/null"), KIV_LEN_IR0147);
+    EXPECT_EQ(type_with("echo " NAME "; exit 3"), KIV_LEN_SR1053); // the status does not matter
+    EXPECT_EQ(type_with(sim::host::lens_command_for(NAME, folder)), KIV_LEN_SR1053);
+    EXPECT_EQ(type_with(sim::host::lens_command_for("", folder)), KIV_LEN_IR0147);
+}
+
+// The delivered command, with a tool that answers as the board's does.
+TEST_F(LensType, TheDeliveredCommandFindsTheName)
+{
+    const std::string tool = folder + "/tool";
+    write_bytes(tool, "#!/bin/sh\n"
+                      "[ \"$*\" = '-r VENDOR_CUSTOM_ID_1A -t string' ] || exit 1\n"
+                      "echo 'vendor read ok'\n"
+                      "echo 'tag VENDOR_CUSTOM_ID:" NAME " 2021'\n"
+                      "echo 'done'\n");
+    std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
+    std::string command = as_delivered.lens_command;
+    const std::string board_tool = "/usr/bin/vendor_storage ";
+    ASSERT_TRUE(command.starts_with(board_tool));
+    EXPECT_EQ(type_with(command.replace(0, board_tool.size() - 1, tool)), KIV_LEN_SR1053);
+    EXPECT_STREQ(as_delivered.shading_file, "/nvdata/shading.data");
+    EXPECT_STREQ(as_delivered.otp_file, "/proc/otp_eeprom-7-50");
+}
+
+TEST_F(LensType, WithoutAShellTheLastNameAnswers)
+{
+    for (const auto& [command, type] : {std::pair{"echo " NAME, KIV_LEN_SR1053}, {"true", KIV_LEN_IR0147}}) {
+        ASSERT_EQ(type_with(command), type);
+        int answer = -1;
+        const std::vector<std::string> traces = traces_of([&] {
+            const NoFiles no_files;
+            answer = type_with("echo");
+        });
+        EXPECT_EQ(answer, type);
+        EXPECT_THAT(traces, testing::ElementsAre("KIV_Get_Len_Types: Failed to run awk command.\n\n"));
+    }
+}
+
+TEST_F(LensType, ThreadsAskAtOnce)
+{
+    isp::seam.lens_command = "echo " NAME;
+    std::atomic<int> wrong{0};
+    const auto ask = [&wrong] {
+        for (int i = 0; i < 30; ++i) {
+            wrong += KIV_Get_Len_Types() == KIV_LEN_SR1053 ? 0 : 1;
+        }
+    };
+    std::thread other(ask);
+    ask();
+    other.join();
+    EXPECT_EQ(wrong, 0);
+}
+
+} // namespace
