@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, and plays the bundled scenarios on the simulated cameras. Settings, recordings and
+# pictures go to build/demo.
+#   scripts/demo.sh [SCENARIO...]      all scenarios without arguments
+set -euo pipefail
+cd "$(dirname "$0")/.."
+root=$PWD
+if (($# > 0)); then
+    mapfile -t scenarios < <(realpath -- "$@")
+else
+    scenarios=("$root"/simulator/app/scenarios/*.isp)
+fi
+
+scripts/install-packages.sh
+log=build/demo-build.log
+mkdir -p build
+echo "Building (log: $log)"
+if ! { cmake --preset release -DISP_CTRL_TESTS=OFF && cmake --build --preset release --target isp-sim; } >"$log" 2>&1; then
+    tail -n 30 "$log" >&2
+    exit 1
+fi
+
+rm -rf build/demo
+mkdir -p build/demo
+cd build/demo
+for scenario in "${scenarios[@]}"; do
+    echo
+    echo "=== ${scenario##*/}"
+    "$root/build/release/isp-sim" --state state "$scenario"
+done
+echo
+echo "Files: build/demo"

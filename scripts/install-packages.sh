@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# Installs the Debian packages this project needs and the machine lacks.
+#   scripts/install-packages.sh        to build and run the library and isp-sim
+#   scripts/install-packages.sh --ci   also what all checks need: sanitizers, target processor, ABI, documents
+set -euo pipefail
+
+packages=(
+    cmake fonts-dejavu-core g++ gnuplot-nox libcairo2-dev libcli11-dev libedit-dev ninja-build pkg-config
+)
+ci_packages=(
+    libbenchmark-dev libgmock-dev libgtest-dev                       # tests and benchmarks
+    clang clang-format clang-tidy gcovr python3 valgrind             # checks
+    binutils-aarch64-linux-gnu g++-aarch64-linux-gnu googletest qemu-user # the target's processor
+    abigail-tools binutils                                           # symbols and ABI
+    doxygen graphviz                                                 # documents
+)
+case "${1-}" in
+"") ;;
+--ci) packages+=("${ci_packages[@]}") ;;
+*)
+    echo "usage: ${0##*/} [--ci]" >&2
+    exit 2
+    ;;
+esac
+
+missing=()
+for package in "${packages[@]}"; do
+    if [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null) != installed ]]; then
+        missing+=("$package")
+    fi
+done
+if ((${#missing[@]} == 0)); then
+    exit 0
+fi
+
+echo "Installing: ${missing[*]}"
+as_root=()
+if ((EUID != 0)); then
+    as_root=(sudo)
+fi
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"

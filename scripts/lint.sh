@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Checks how the code is written: clang-format everywhere, clang-tidy on the library and the simulator.
+#   scripts/lint.sh [BUILD]      BUILD holds compile_commands.json; build/release without it
+set -euo pipefail
+cd "$(dirname "$0")/.."
+build=${1:-build/release}
+
+mapfile -t sources < <(
+    find RK3588S_PTZ common_include simulator tests benchmarks fuzz -name '*.cpp' -o -name '*.c' -o -name '*.h' | sort
+)
+clang-format --dry-run --Werror "${sources[@]}"
+echo "clang-format: ${#sources[@]} files"
+
+# Each file once, although the library is compiled twice.
+database=$(mktemp -d)
+trap 'rm -rf "$database"' EXIT
+python3 - "$build/compile_commands.json" "$database/compile_commands.json" <<'PYTHON'
+import json, os, sys
+commands = {os.path.relpath(entry["file"]): entry for entry in json.load(open(sys.argv[1]))}
+checked = [entry for file, entry in sorted(commands.items()) if file.startswith(("RK3588S_PTZ/", "simulator/"))]
+json.dump(checked, open(sys.argv[2], "w"))
+print("clang-tidy:", len(checked), "files", flush=True)
+PYTHON
+if ! run-clang-tidy -j 2 -quiet -p "$database" >"$build/clang-tidy.log" 2>&1; then
+    grep -E '(error|warning): ' "$build/clang-tidy.log" | sort -u
+    exit 1
+fi

@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# Writes tests/library/abi/isp_ctrl.abi anew from the release build, after a wanted change of the interface. Run it on
+# x86-64.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+file=tests/library/abi/isp_ctrl.abi
+if [[ $(uname -m) != x86_64 ]]; then
+    echo "${0##*/}: the description is made on x86-64" >&2
+    exit 1
+fi
+scripts/install-packages.sh --ci
+cmake --preset release >/dev/null
+cmake --build --preset release --target isp_ctrl
+abidw --exported-interfaces-only --drop-undefined-syms --type-id-style hash \
+    --no-show-locs --no-corpus-path --no-comp-dir-path build/release/libisp_ctrl.so |
+    sed "s|path='$PWD/|path='|" >"$file"
+git diff --stat -- "$file"

@@ -1,0 +1,144 @@
+// The shared library in a process that was not linked with it: it loads with every symbol bound at once, works on the
+// program's engine and store, and reaches for the camera's own files and waits.
+#include "engine/engine.h"
+#include "host/settings.h"
+#include "host/store.h"
+#include "isp_auto_iris.h"
+#include "isp_ctrl.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <cstdarg>
+#include <cstdio>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <mutex>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+
+std::mutex mutex;
+std::condition_variable noted;
+std::vector<std::string> notes; // what the process asked of the system, oldest first
+
+void note(const std::string& text)
+{
+    const std::lock_guard lock(mutex);
+    notes.push_back(text);
+    noted.notify_all();
+}
+
+/// Whether the process asks for this, now or within some seconds.
+bool asked_for(const std::string& text)
+{
+    std::unique_lock lock(mutex);
+    return noted.wait_for(lock, std::chrono::seconds(10),
+                          [&] { return std::find(notes.begin(), notes.end(), text) != notes.end(); });
+}
+
+template <typename Function>
+Function* next_definition(const char* name)
+{
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+} // namespace
+
+// The program's own definitions come before the C library's. Nothing is opened or run, and waits are over at once.
+extern "C" {
+int open(const char* path, int flags, ...)
+{
+    note(path);
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = va_arg(arguments, mode_t);
+    va_end(arguments);
+    return next_definition<int(const char*, int, ...)>("open")(path, flags, mode);
+}
+
+FILE* fopen(const char* path, const char* mode)
+{
+    note(path);
+    return next_definition<FILE*(const char*, const char*)>("fopen")(path, mode);
+}
+
+FILE* popen(const char* command, const char* /*mode*/)
+{
+    note(command);
+    errno = ENOENT;
+    return nullptr;
+}
+
+unsigned sleep(unsigned seconds)
+{
+    note("sleep " + std::to_string(seconds));
+    return 0;
+}
+}
+
+namespace
+{
+
+class LoadedLibrary : public ::testing::Test
+{
+protected:
+    LoadedLibrary() : library(dlopen(LIBRARY_FILE, RTLD_NOW | RTLD_LOCAL))
+    {
+        sim::engine::reset();
+        sim::host::reset_store();
+    }
+
+    void SetUp() override
+    {
+        ASSERT_NE(library, nullptr) << dlerror();
+    }
+
+    /// The library's function or variable of this name; its type is that of the declaration.
+    template <typename Type>
+    Type& loaded(const char* name)
+    {
+        return *reinterpret_cast<Type*>(dlsym(library, name));
+    }
+
+    void* library; // never unloaded: its threads run on
+};
+
+#define LOADED(name) (loaded<decltype(name)>(#name))
+
+} // namespace
+
+TEST_F(LoadedLibrary, AppliesASettingToTheProgramsEngineAndStore)
+{
+    ASSERT_EQ(LOADED(rk_isp_init)(0, nullptr), 0);
+    ASSERT_EQ(LOADED(KIV_Set_saturation)(0, static_cast<Saturation_E>(14)), 0);
+
+    EXPECT_EQ(sim::engine::peek<acp_attrib_t>(LOADED(g_aiq_ctx)[0]).saturation, 223);
+    EXPECT_EQ(sim::host::stored(0, *sim::host::find_setting("saturation")), 14);
+
+    EXPECT_EQ(LOADED(rk_isp_deinit)(0), 0);
+    EXPECT_EQ(sim::engine::live_contexts(), 0);
+}
+
+TEST_F(LoadedLibrary, ReachesForTheCamerasOwnPlaces)
+{
+    awb_calibration_s record{};
+    char byte = 0;
+    LOADED(user_load_wb_calibration_file)(&record, static_cast<int>(sizeof record));
+    LOADED(user_load_shading_file)(&byte, 1);
+    LOADED(getreadotp)();
+    LOADED(KIV_Get_Len_Types)();
+    ASSERT_EQ(LOADED(init_auto_iris_control)(LOADED(set_auto_iris)), 0);
+
+    for (const char* place : {"/data/wb.dat", "/nvdata/shading.data", "/proc/otp_eeprom-7-50",
+                              "/usr/bin/vendor_storage -r VENDOR_CUSTOM_ID_1A -t string | grep \"VENDOR_CUSTOM_ID\" | "
+                              "sed 's/.*VENDOR_CUSTOM_ID://'",
+                              "sleep 9", "/dev/sm_af_iris_value"}) {
+        EXPECT_TRUE(asked_for(place)) << place;
+    }
+}
