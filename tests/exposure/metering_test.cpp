@@ -46,27 +46,25 @@ TEST_F(Metering, StoredGridsHaveTheirShape)
 
 TEST_F(Metering, ModesLoadTheirGrid)
 {
-    const auto weights = [](int meter) {
+    static Grid weights; // as the engine holds them
+    const auto set_meter = [](int meter) {
         begin(AUTO_EXPOSURE);
-        EXPECT_EQ(KIV_Set_meter(kCamera, Meter_Mode_E{meter}), 0);
-        EXPECT_EQ(stored(kCamera, "meter"), meter);
-        return ae().GridWeights;
+        EXPECT_EQ(set(kCamera, "meter", meter), 0);
+        std::ranges::copy(ae().GridWeights.uCoeff, weights);
     };
-    const auto average = weights(Meter_Mode_Average);
-    const auto center = weights(Meter_Mode_Centor);
-    EXPECT_TRUE(std::equal(std::begin(average.uCoeff), std::end(average.uCoeff), AE_average_Weight_GridWeights));
-    EXPECT_TRUE(std::equal(std::begin(center.uCoeff), std::end(center.uCoeff), AE_center_Weight_GridWeights));
+    set_meter(Meter_Mode_Average);
+    EXPECT_TRUE(std::ranges::equal(weights, AE_average_Weight_GridWeights));
+    set_meter(Meter_Mode_Centor);
+    EXPECT_TRUE(std::ranges::equal(weights, AE_center_Weight_GridWeights));
     for (const auto& [meter, first_row] : {std::pair{Meter_Mode_Smart, 9}, {Meter_Mode_Top, 0}}) {
-        const auto zone = weights(meter);
-        EXPECT_EQ(std::count(std::begin(zone.uCoeff), std::end(zone.uCoeff), 3), 54);
-        EXPECT_EQ(std::count(std::begin(zone.uCoeff), std::end(zone.uCoeff), 0), 171);
-        for (const auto& [row, column] : {std::pair{first_row, 3}, {first_row + 5, 11}}) { // opposite corners
-            EXPECT_EQ(at(zone.uCoeff, row, column), 3);
-        }
+        set_meter(meter);
+        EXPECT_EQ(std::ranges::count(weights, 3), 54);
+        EXPECT_EQ(std::ranges::count(weights, 0), 171);
+        EXPECT_EQ(at(weights, first_row, 3), 3); // opposite corners
+        EXPECT_EQ(at(weights, first_row + 5, 11), 3);
     }
-    const auto before = sim::engine::initial<Uapi_ExpSwAttrV2_t>().GridWeights;
     for (const int meter : {7, -1}) {
-        const auto kept = weights(meter);
-        EXPECT_TRUE(std::equal(std::begin(kept.uCoeff), std::end(kept.uCoeff), before.uCoeff)) << meter;
+        set_meter(meter);
+        EXPECT_TRUE(std::ranges::equal(weights, sim::engine::initial<Uapi_ExpSwAttrV2_t>().GridWeights.uCoeff));
     }
 }

@@ -1,0 +1,93 @@
+// The channel to the lens service, received by a real socket; and the two flags.
+#include "isp_auto_iris.h"
+#include "support/threads.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+
+using Bytes = std::vector<unsigned char>;
+
+/// A socket in the lens service's place.
+int listen_as_lens_service()
+{
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(6789);
+    const timeval timeout{5, 0};
+    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+    EXPECT_EQ(bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0) << "port 6789 is taken";
+    return fd;
+}
+
+} // namespace
+
+TEST(IrisChannel, SendsTheRecordBehindTwoBytes)
+{
+    const int service = listen_as_lens_service();
+    const struct {
+        unsigned char padding;
+        char toDst;
+        short dstIris, steps;
+        Bytes bytes;
+    } rows[] = {
+        {0, 0, 800, -3, {0x77, 0x17, 0x00, 0x00, 0x20, 0x03, 0xFD, 0xFF}},
+        {0, 1, 690, 0, {0x77, 0x17, 0x01, 0x00, 0xB2, 0x02, 0x00, 0x00}},
+        {0xA5, 1, INT16_MIN, INT16_MAX, {0x77, 0x17, 0x01, 0xA5, 0x00, 0x80, 0xFF, 0x7F}},
+    };
+    for (const auto& row : rows) {
+        iris_ctrl_param_t command;
+        std::memset(&command, row.padding, sizeof command);
+        command.toDst = row.toDst;
+        command.dstIris = row.dstIris;
+        command.steps = row.steps;
+        EXPECT_EQ(set_auto_iris(&command), 0);
+        Bytes received(64);
+        received.resize(static_cast<std::size_t>(std::max<ssize_t>(recv(service, received.data(), 64, 0), 0)));
+        EXPECT_EQ(received, row.bytes);
+    }
+    close(service);
+}
+
+TEST(IrisChannel, LeaksNothingWhateverFails)
+{
+    iris_ctrl_param_t some{};
+    const long open_files = bench::entries("/proc/self/fd");
+    for (int i = 0; i < 200; ++i) {
+        EXPECT_EQ(set_auto_iris(&some), 0); // nobody listens
+        EXPECT_EQ(set_auto_iris(nullptr), -1);
+    }
+    EXPECT_EQ(bench::entries("/proc/self/fd"), open_files);
+
+    rlimit limit{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+    rlimit none = limit;
+    none.rlim_cur = 0;
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    const int without_socket = set_auto_iris(&some);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    EXPECT_EQ(without_socket, -1);
+    EXPECT_EQ(bench::entries("/proc/self/fd"), open_files);
+    EXPECT_EQ(set_auto_iris(&some), 0);
+}
+
+TEST(IrisChannel, KeepsTwoFlagsForTheHost)
+{
+    EXPECT_EQ(get_flag_exp_lock(), 0);
+    EXPECT_EQ(get_iris_manu(), 0);
+    set_flag_exp_lock(1);
+    EXPECT_EQ(get_iris_manu(), 0);
+    set_iris_manu(-7);
+    EXPECT_EQ(get_flag_exp_lock(), 1);
+    EXPECT_EQ(get_iris_manu(), -7);
+}

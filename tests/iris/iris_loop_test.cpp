@@ -1,0 +1,255 @@
+// The automatic iris's thread: when it starts and ends, when it commands, and what it makes of the shared record's
+// file. Each test runs in a process of its own: the thread is started once.
+#include "support/bench.h"
+#include "support/threads.h"
+
+#include <cerrno>
+#include <fstream>
+
+using namespace bench;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+namespace
+{
+
+constexpr sim::Microseconds kStart = 9'000'000;
+constexpr sim::Microseconds kCycle = 32'000;
+
+std::vector<iris_ctrl_param_t> first_received, second_received;
+
+int receive_first(iris_ctrl_param_t* command)
+{
+    first_received.push_back(*command);
+    EXPECT_EQ(reinterpret_cast<const char*>(command)[1], 0); // padding, sent too
+    return -1;                                               // not looked at
+}
+
+int receive_second(iris_ctrl_param_t* command)
+{
+    second_received.push_back(*command);
+    return 0;
+}
+
+// Camera 0 with its engine. Without anti-flicker, so that every cycle that sees a record sends a command.
+class IrisLoop : public Bench
+{
+protected:
+    const long threads_before = threads();
+
+    IrisLoop()
+    {
+        start_camera(0);
+        store(0, "antiflicker", FLICKER_OFF);
+        sim::wait(0); // from here on time stands still while this thread works
+    }
+
+    /// Starts the loop and lets its first nine seconds pass.
+    static void start()
+    {
+        ASSERT_EQ(init_auto_iris_control(receive_first), 0);
+        sim::await_waiting(1);
+        sim::wait(kStart);
+        ASSERT_THAT(first_received, IsEmpty());
+    }
+
+    /// The commands of the next cycles.
+    static std::vector<iris_ctrl_param_t> commands(int cycles)
+    {
+        first_received.clear();
+        for (int i = 0; i < cycles; ++i) {
+            sim::wait(kCycle);
+        }
+        return first_received;
+    }
+
+    static void write(const std::string& path, int iris, int automatic = 1, std::size_t size = sizeof(Iris_Info_Param))
+    {
+        Iris_Info_Param record{};
+        record.autoFlag = static_cast<int16_t>(automatic);
+        record.curIris = static_cast<int16_t>(iris);
+        std::copy(std::begin(sim::host::kIrisCalibration), std::end(sim::host::kIrisCalibration), record.irisStep);
+        // In place, as a file that is mapped elsewhere.
+        std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+        if (!file.is_open()) {
+            file.open(path, std::ios::out | std::ios::binary);
+        }
+        file.write(reinterpret_cast<const char*>(&record), static_cast<std::streamsize>(size));
+    }
+    void publish(int iris, int automatic = 1) const
+    {
+        write(iris_device, iris, automatic);
+    }
+
+    bool mapped() const
+    {
+        std::ifstream maps("/proc/self/maps");
+        return std::string(std::istreambuf_iterator<char>(maps), {}).find(iris_device) != std::string::npos;
+    }
+};
+
+} // namespace
+
+TEST_F(IrisLoop, RestsWhileTheIrisIsSetByHandAndEndsForGood)
+{
+    publish(500);
+    for (const int mode : {MANUAL_EXPOSURE, IRIS_PRIORITY}) {
+        store(0, "exposure_mode", mode);
+        sim::host::set_lens_calibration_flag(4);
+        if (mode == MANUAL_EXPOSURE) {
+            start();
+        }
+        EXPECT_THAT(commands(20), IsEmpty());
+        EXPECT_FALSE(mapped());
+        EXPECT_EQ(threads(), threads_before + 1);
+    }
+    sim::host::set_lens_calibration_flag(3);
+    store(0, "exposure_mode", AUTO_EXPOSURE);
+    EXPECT_THAT(commands(1), IsEmpty()); // maps
+    EXPECT_TRUE(mapped());
+    const auto sent = commands(4);
+    ASSERT_THAT(sent, SizeIs(4));
+    EXPECT_EQ(sent[0].steps, 6); // three times the step above the threshold
+    EXPECT_EQ(get_max_iris(2), 638);
+
+    sim::host::set_lens_calibration_flag(4);
+    EXPECT_THAT(commands(1), IsEmpty());
+    EXPECT_TRUE(eventually([&] { return threads() == threads_before; }));
+    EXPECT_EQ(init_auto_iris_control(receive_second), 0); // registers, and starts no other
+    EXPECT_EQ(kiv_auto_iris_cb, receive_second);
+    EXPECT_EQ(threads(), threads_before);
+}
+
+TEST_F(IrisLoop, StartsOneThreadWhateverIsRegistered)
+{
+    EXPECT_EQ(init_auto_iris_control(nullptr), -1);
+    sim::inject_fault("pthread_create", 1, EAGAIN);
+    EXPECT_EQ(init_auto_iris_control(receive_second), -1);
+    EXPECT_EQ(kiv_auto_iris_cb, receive_second);
+    EXPECT_EQ(threads(), threads_before);
+    publish(500);
+    std::vector<std::thread> hosts;
+    for (int i = 0; i < 4; ++i) {
+        hosts.emplace_back([] { EXPECT_EQ(init_auto_iris_control(receive_first), 0); });
+    }
+    for (std::thread& host : hosts) {
+        host.join();
+    }
+    start();
+    EXPECT_TRUE(eventually([&] { return threads() == threads_before + 1; }));
+    EXPECT_THAT(commands(3), SizeIs(2));
+
+    EXPECT_EQ(init_auto_iris_control(receive_second), 0);
+    EXPECT_EQ(init_auto_iris_control(nullptr), -1); // changes nothing
+    EXPECT_THAT(commands(5), IsEmpty());
+    EXPECT_THAT(second_received, SizeIs(5));
+    EXPECT_EQ(threads(), threads_before + 1);
+}
+
+// The callback changes while the loop runs as fast as it can; both receivers get commands.
+TEST_F(IrisLoop, CallbackMayChangeAtAnyMoment)
+{
+    static std::atomic<int> received[2];
+    publish(500);
+    start();
+    const KIV_AUTO_IRIS_CONTROL_CALLBACK first = [](iris_ctrl_param_t*) { return ++received[0]; };
+    const KIV_AUTO_IRIS_CONTROL_CALLBACK second = [](iris_ctrl_param_t*) { return ++received[1]; };
+    sim::step_aside();
+    int turn = 0;
+    EXPECT_TRUE(eventually([&] {
+        init_auto_iris_control(turn++ % 2 == 0 ? first : second);
+        return received[0] > 100 && received[1] > 100;
+    }));
+    sim::wait(0);
+}
+
+TEST_F(IrisLoop, SmartExposureGoesToItsPosition)
+{
+    publish(500, 0);
+    store(0, "exposure_mode", SMART_EXPOSURE);
+    start();
+    const auto sent = commands(4);
+    ASSERT_THAT(sent, SizeIs(3));
+    for (const auto& command : sent) {
+        EXPECT_EQ(command.toDst, 1);
+        EXPECT_EQ(command.dstIris, 690);
+    }
+    publish(690, 0);
+    EXPECT_THAT(commands(5), IsEmpty());
+    store(0, "exposure_mode", AUTO_EXPOSURE);
+    publish(500, 0);
+    EXPECT_THAT(commands(5), IsEmpty()); // the automatic iris is off
+    publish(500, 1);
+    EXPECT_THAT(commands(5), SizeIs(5));
+}
+
+TEST_F(IrisLoop, ReadsARecordOnlyWhileThereIsOne)
+{
+    start();
+    EXPECT_THAT(commands(5), IsEmpty());
+    publish(500);
+    sim::inject_fault("mmap", 1, ENOMEM, true);
+    EXPECT_THAT(commands(6), IsEmpty()); // opens, and fails to map
+    EXPECT_EQ(sim::faults_struck(), 5);
+    sim::clear_faults();
+    EXPECT_THAT(commands(1), IsEmpty()); // maps
+    EXPECT_THAT(commands(5), SizeIs(5));
+
+    std::filesystem::resize_file(iris_device, 20); // reading through the mapping would end the process
+    EXPECT_THAT(commands(5), IsEmpty());
+    EXPECT_FALSE(mapped());
+    std::filesystem::resize_file(iris_device, 35);
+    EXPECT_THAT(commands(5), IsEmpty());
+    publish(500);
+    commands(2);
+    EXPECT_THAT(commands(3), SizeIs(3));
+
+    std::filesystem::remove(iris_device);
+    EXPECT_THAT(commands(5), IsEmpty());
+    EXPECT_FALSE(mapped());
+    publish(500);
+    commands(2);
+    EXPECT_THAT(commands(1), SizeIs(1));
+
+    const std::string other = folder + "/other"; // replaced at a stroke
+    write(other, 799);
+    std::filesystem::rename(other, iris_device);
+    const auto sent = commands(5);
+    ASSERT_FALSE(sent.empty());
+    for (const auto& command : sent) {
+        EXPECT_EQ(command.steps, 1); // what is left to the widest position
+    }
+
+    write(other, 500, 1, 10);
+    std::filesystem::rename(other, iris_device);
+    EXPECT_THAT(commands(5), IsEmpty());
+    const long open_files = entries("/proc/self/fd");
+    commands(51); // whatever is tried leaves nothing open
+    EXPECT_NEAR(static_cast<double>(entries("/proc/self/fd")), static_cast<double>(open_files), 1.0);
+}
+
+TEST_F(IrisLoop, DecidesWithTheFiguresAsTheyStand)
+{
+    const void* context = rkipc_aiq_get_ctx(0);
+    const float target = held<Uapi_LinExpAttrV2_t>(0).Params.DySetpoint.DySetpoint[0];
+    auto info = held<Uapi_ExpQueryInfo_t>(0);
+    info.LinAeInfo.LinearExp = {
+        .integration_time = 0.01F, .analog_gain = 1.0F, .digital_gain = 1.0F, .isp_dgain = 1.0F};
+    info.LinAeInfo.MeanLuma = 1.5F * target;
+    sim::engine::poke(context, info);
+    store(0, "antiflicker", FLICKER_50HZ);
+    publish(400);
+    start();
+    sim::inject_fault("rk_aiq_user_api2_ae_queryExpResInfo", 1, -7, true);
+    EXPECT_THAT(commands(5), IsEmpty()); // all figures are 0
+    sim::clear_faults();
+    EXPECT_THAT(commands(10), SizeIs(10)); // too bright at the shortest exposure
+    sim::inject_fault("rk_aiq_user_api2_ae_queryExpResInfo", 1, -7, true);
+    std::vector<iris_ctrl_param_t> sent;
+    const auto traces = traces_of([&] { sent = commands(20); });
+    ASSERT_THAT(sent, SizeIs(20)); // and still
+    EXPECT_EQ(sent[18].steps, 0);
+    EXPECT_EQ(sent[19].steps, -1); // in the thirtieth cycle
+    EXPECT_EQ(std::count(traces.begin(), traces.end(), "auto_iris_control_main: kiv_rkisp_cl_QueryWBInfo err -7\n"),
+              20);
+}
