@@ -1,0 +1,165 @@
+// By hand: white balance. Modes and tuning are those of the automatic mode, the only one measured.
+#include "hand/straight.h"
+#include "isp_ctrl/frame/seam.h"
+
+namespace hand
+{
+
+namespace
+{
+
+STRAIGHT float tuned(double gain, int step)
+{
+    return static_cast<float>(gain + step * 3.0 / 254.0);
+}
+
+/// Gain offset of the automatic white balance.
+STRAIGHT void set_offset(int id, int red, int blue, double correction)
+{
+    rk_aiq_uapiV2_wb_awb_wbGainOffset_t block;
+    const rk_aiq_sys_ctx_t* ctx = engine(id);
+    const bool read = rk_aiq_uapi2_getAwbGainOffsetAttrib(ctx, &block) == 0;
+    const bool sr = lens_is_SR1053();
+    if (read) {
+        block.gainOffset.enable = true;
+        block.gainOffset.offset[0] = static_cast<float>(red * 0.03 - (sr ? 0.035 : correction));
+        block.gainOffset.offset[3] = static_cast<float>(blue * 0.03 - (sr ? 0.03 : 0.0));
+        rk_aiq_uapi2_setAwbGainOffsetAttrib(ctx, block);
+    }
+}
+
+STRAIGHT int tune(int id, int red, int blue, double correction)
+{
+    const rk_aiq_sys_ctx_t* ctx = engine(id);
+    rk_aiq_uapiV2_wb_opMode_t mode;
+    rk_aiq_wb_mwb_attrib_t manual;
+    if (rk_aiq_user_api2_awb_GetWpModeAttrib(ctx, &mode) != 0 || rk_aiq_user_api2_awb_GetMwbAttrib(ctx, &manual) != 0) {
+        return -1;
+    }
+    set_offset(id, red, blue, correction);
+    mode.mode = RK_AIQ_WB_MODE_AUTO;
+    return rk_aiq_user_api2_awb_SetWpModeAttrib(ctx, mode) == 0 && rk_aiq_user_api2_awb_SetMwbAttrib(ctx, manual) == 0
+               ? 0
+               : -1;
+}
+
+STRAIGHT int set_manual_gain(int id, int value, int (*maximum)(int), int (*set)(int, int),
+                             float rk_aiq_wb_gain_t::*gain)
+{
+    CHECK_ID(id)
+    const int mode = para_get_isp_wb_mode_cur(id);
+    const int level = bound(id, value, maximum, 100000);
+    if (mode != MANUAL_WHITE_BALANCE) {
+        return ISP_UNFIT;
+    }
+    set(id, level);
+    return change_wb_manual(id, [&](auto& b) {
+        b.mode = RK_AIQ_MWB_MODE_WBGAIN;
+        b.para.gain.*gain = static_cast<float>(level / 64.0 + 0.0035);
+        b.para.gain.grgain = b.para.gain.gbgain = 1.0F;
+    });
+}
+
+} // namespace
+
+int wb_mode(int id, int value)
+{
+    CHECK_ID(id)
+    const int red = para_get_isp_rgain_tuning_cur(id) - 10;
+    const int blue = para_get_isp_bgain_tuning_cur(id) - 10;
+    para_get_isp_bgain_cur(id);
+    para_get_isp_rgain_cur(id);
+    para_set_isp_wb_mode_cur(id, value); // AUTO_WHITE_BALANCE
+    return tune(id, red, blue, 0.01);
+}
+
+int awb_sens(int id, int value)
+{
+    CHECK_ID(id)
+    para_set_isp_awb_sens_cur(id, bound(id, value, para_get_isp_awb_sens_max, 1000));
+    return 0;
+}
+
+int rgain(int id, int value)
+{
+    return set_manual_gain(id, value, para_get_isp_rgain_max, para_set_isp_rgain_cur, &rk_aiq_wb_gain_t::rgain);
+}
+
+int bgain(int id, int value)
+{
+    return set_manual_gain(id, value, para_get_isp_bgain_max, para_set_isp_bgain_cur, &rk_aiq_wb_gain_t::bgain);
+}
+
+int rgain_tuning(int id, int value) // AUTO_WHITE_BALANCE
+{
+    CHECK_ID(id)
+    const int blue = para_get_isp_bgain_tuning_cur(id) - 10;
+    para_get_isp_wb_mode_cur(id);
+    const int red = bound(id, value, para_get_isp_rgain_tuning_max, 1000);
+    para_set_isp_rgain_tuning_cur(id, red);
+    return tune(id, red - 10, blue, 0.01);
+}
+
+int bgain_tuning(int id, int value) // AUTO_WHITE_BALANCE
+{
+    CHECK_ID(id)
+    const int red = para_get_isp_rgain_tuning_cur(id) - 10;
+    para_get_isp_wb_mode_cur(id);
+    const int blue = bound(id, value, para_get_isp_bgain_tuning_max, 1000);
+    para_set_isp_bgain_tuning_cur(id, blue);
+    return tune(id, red, blue - 10, 0.0);
+}
+
+int temperature(int id, int value) // 5000 K or more
+{
+    CHECK_ID(id)
+    para_get_isp_wb_mode_cur(id);
+    para_set_isp_temperature_cur(id, value);
+    const int red = para_get_isp_rgain_tuning_cur(id) - 10;
+    const int blue = para_get_isp_bgain_tuning_cur(id) - 10;
+    change_wb_op_mode(id, [&](auto& b) { b.mode = RK_AIQ_WB_MODE_MANUAL; });
+    isp::seam.usleep(1000);
+    return change_wb_manual(id, [&](auto& b) {
+        const int k = value - 25;
+        const auto r = static_cast<float>(1.477 + k * 0.0092);
+        const auto l = static_cast<float>(1.799 - k * 0.0188);
+        set_colortemp_rgain(id, r);
+        set_colortemp_ggain(id, 1.0F);
+        set_colortemp_bgain(id, l);
+        b.mode = RK_AIQ_MWB_MODE_WBGAIN;
+        b.para.gain =
+            rk_aiq_wb_gain_t({tuned(static_cast<double>(r), red), 1.0F, 1.0F, tuned(static_cast<double>(l), blue)});
+    });
+}
+
+int wb_mode_onepush(int id, int)
+{
+    CHECK_ID(id)
+    const int red = para_get_isp_rgain_tuning_cur(id) - 10;
+    const int blue = para_get_isp_bgain_tuning_cur(id) - 10;
+    para_get_isp_wb_mode_cur(id);
+    const rk_aiq_sys_ctx_t* ctx = engine(id);
+    change_wb_op_mode(id, [&](auto& b) { b.mode = RK_AIQ_WB_MODE_AUTO; });
+    isp::seam.sleep(3);
+    rk_aiq_wb_querry_info_t info;
+    rk_aiq_user_api2_awb_QueryWBInfo(ctx, &info);
+    const int r = static_cast<int>(info.gain.rgain * 1000.0F);
+    const int l = static_cast<int>(info.gain.bgain * 1000.0F);
+    para_set_isp_rgain_onepush_cur(id, r);
+    set_onepush_ggain(id, static_cast<int>(info.gain.grgain * 1000.0F));
+    para_set_isp_bgain_onepush_cur(id, l);
+    rk_aiq_uapiV2_wb_opMode_t mode;
+    rk_aiq_wb_mwb_attrib_t manual;
+    rk_aiq_user_api2_awb_GetWpModeAttrib(ctx, &mode);
+    rk_aiq_user_api2_awb_GetMwbAttrib(ctx, &manual);
+    isp::seam.sleep(1);
+    mode.mode = RK_AIQ_WB_MODE_MANUAL;
+    manual.mode = RK_AIQ_MWB_MODE_WBGAIN;
+    manual.para.gain.rgain = tuned(para_get_isp_rgain_onepush_cur(id) / 1000.0, red);
+    manual.para.gain.grgain = manual.para.gain.gbgain = 1.0F;
+    manual.para.gain.bgain = tuned(para_get_isp_bgain_onepush_cur(id) / 1000.0, blue);
+    rk_aiq_user_api2_awb_SetWpModeAttrib(ctx, mode);
+    return rk_aiq_user_api2_awb_SetMwbAttrib(ctx, manual) == 0 ? 0 : -1;
+}
+
+} // namespace hand

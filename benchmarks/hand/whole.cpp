@@ -1,0 +1,206 @@
+// By hand: lens type, restore, style and one cycle of each loop.
+#include "af/lens_ctrl.h"
+#include "hand/straight.h"
+#include "isp_ctrl/frame/lock.h"
+#include "isp_ctrl/frame/seam.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace hand
+{
+
+bool lens_is_SR1053()
+{
+    static char model[126]; // of the last successful read
+    static pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+    char line[256] = {};
+    std::FILE* pipe = popen(isp::seam.lens_command, "r");
+    if (pipe != nullptr) {
+        if (std::fgets(line, sizeof line, pipe) == nullptr) {
+            line[0] = '\0';
+        }
+        pclose(pipe);
+    }
+    pthread_mutex_lock(&mutex);
+    if (pipe != nullptr) {
+        const std::size_t length = std::min(std::strcspn(line, " \n"), sizeof model - 1);
+        std::memcpy(model, line, length);
+        model[length] = '\0';
+    }
+    const bool found = std::strcmp(model, "SR1053-50IRC-8M-F20") == 0;
+    pthread_mutex_unlock(&mutex);
+    return found;
+}
+
+#define READ(name) const int name##_ = para_get_isp_##name##_cur(id);
+#define APPLY(name) name(id, name##_);
+#define APPLY_PRESET(name) name(id, preset->name);
+
+int restore(int id, int)
+{
+    CHECK_ID(id)
+    // clang-format off
+    READ(exposure_mode) READ(expcomp_mode) READ(expcomp_level) READ(backlight) READ(antiflicker) READ(gain_limit)
+    READ(drc) READ(wdr_strength) READ(meter) READ(luminance) READ(saturation) READ(contrast) READ(sharpness)
+    READ(gamma) READ(blackwhite_mode) READ(wb_mode) READ(awb_sens) READ(hue) READ(rgain_tuning) READ(bgain_tuning)
+    READ(nr2d) READ(nr3d)
+    APPLY(exposure_mode) APPLY(expcomp_mode) APPLY(expcomp_level) APPLY(backlight) APPLY(gain_limit) APPLY(antiflicker)
+    APPLY(drc) APPLY(wdr_strength) APPLY(meter) APPLY(wb_mode) APPLY(awb_sens) APPLY(saturation) APPLY(hue)
+    APPLY(rgain_tuning) APPLY(bgain_tuning) APPLY(luminance) APPLY(contrast) APPLY(sharpness) APPLY(gamma)
+    APPLY(blackwhite_mode) APPLY(nr2d) APPLY(nr3d)
+        // clang-format on
+        return 0;
+}
+
+int style(int id, int value)
+{
+    CHECK_ID(id)
+    const kiv_isp_param_s* preset = para_get_isp_style_param(id, value);
+    para_set_isp_style_cur(id, value);
+    if (para_isp_style_excute_by_arm() == 1) {
+        return ISP_EXCUTE_BYARM;
+    }
+    para_set_isp_shutter_cur(id, preset->shutter);
+    para_set_isp_iris_cur(id, preset->iris);
+    para_set_isp_bright_cur(id, preset->bright);
+    para_set_isp_manual_gain_cur(id, preset->manual_gain);
+    para_set_isp_rgain_cur(id, preset->rgain);
+    para_set_isp_bgain_cur(id, preset->bgain);
+    para_set_isp_temperature_cur(id, preset->temperature);
+    // clang-format off
+    APPLY_PRESET(exposure_mode) APPLY_PRESET(backlight) APPLY_PRESET(wb_mode) APPLY_PRESET(expcomp_mode)
+    APPLY_PRESET(expcomp_level) APPLY_PRESET(gain_limit) APPLY_PRESET(meter) APPLY_PRESET(drc) APPLY_PRESET(awb_sens)
+    APPLY_PRESET(rgain_tuning) APPLY_PRESET(bgain_tuning) APPLY_PRESET(saturation) APPLY_PRESET(hue)
+    APPLY_PRESET(luminance) APPLY_PRESET(contrast) APPLY_PRESET(sharpness) APPLY_PRESET(gamma)
+    APPLY_PRESET(blackwhite_mode) APPLY_PRESET(nr2d) APPLY_PRESET(nr3d)
+        // clang-format on
+        return 0;
+}
+
+// ---- Loops: panorama camera 1 and feature camera 0 of exposure, 3, 0 and 2 of white balance -------------------------
+
+void exposure_cycle()
+{
+    static float again = -1.0F;
+    static float time = -1.0F;
+    static int position = 0;
+    if (para_get_isp_exposure_mode_cur(0) != SMART_EXPOSURE || get_lens_calibration_flag() == 4) {
+        return;
+    }
+    const isp::EngineLock lock;
+    Uapi_ExpQueryInfo_t info;
+    rk_aiq_user_api2_ae_queryExpResInfo(engine(1), &info);
+    const Uapi_LinearExp_t& measured = info.LinAeInfo.LinearExp;
+    if (measured.analog_gain == again && measured.integration_time == time && Uvc_Query_Zoom_Position() == position) {
+        return;
+    }
+    again = measured.analog_gain;
+    time = measured.integration_time;
+    position = Uvc_Query_Zoom_Position();
+    change_ae(0, [&](auto& b) {
+        b.AecOpType = RK_AIQ_OP_MODE_MANUAL;
+        Uapi_LinearManual_t& manual = b.stManual.LinearAE;
+        manual.ManualGainEn = manual.ManualTimeEn = true;
+        manual.TimeValue = time;
+        manual.GainValue = static_cast<float>(
+            static_cast<double>(again) * std::floor(((position + 1) * 0.4722 / 6624.0 + 1.0) * 1000.0) / 1000.0 + 0.25);
+    });
+}
+
+void balance_cycle()
+{
+    static float red = -1.0F;
+    static float blue = -1.0F;
+    rk_aiq_wb_querry_info_t info;
+    rk_aiq_user_api2_awb_QueryWBInfo(engine(3), &info);
+    if (info.gain.rgain == red && info.gain.bgain == blue) {
+        return;
+    }
+    red = info.gain.rgain;
+    blue = info.gain.bgain;
+    rk_aiq_uapiV2_wb_opMode_t mode[2];
+    rk_aiq_wb_mwb_attrib_t manual[2];
+    rk_aiq_user_api2_awb_GetWpModeAttrib(engine(0), &mode[0]);
+    rk_aiq_user_api2_awb_GetMwbAttrib(engine(0), &manual[0]);
+    rk_aiq_user_api2_awb_GetWpModeAttrib(engine(2), &mode[1]);
+    rk_aiq_user_api2_awb_GetMwbAttrib(engine(2), &manual[1]);
+    awb_calibration_s r{};
+    if (access(isp::seam.wb_calibration_file, F_OK) == 0) {
+        const int fd = open(isp::seam.wb_calibration_file, O_RDONLY | O_CLOEXEC);
+        if (read(fd, &r, sizeof r) != ssize_t{sizeof r}) {
+            r = {};
+        }
+        close(fd);
+    }
+    mode[0].mode = mode[1].mode = RK_AIQ_WB_MODE_MANUAL;
+    manual[0].mode = manual[1].mode = RK_AIQ_MWB_MODE_WBGAIN;
+    manual[0].para.gain = {r.rgain_k * red + r.rgain_b, 1.0F, 1.0F, r.bgain_k * blue + r.bgain_b};
+    manual[1].para.gain = {r.rgain_k2 * red + r.rgain_b2, 1.0F, 1.0F, r.bgain_k2 * blue + r.bgain_b2};
+    rk_aiq_user_api2_awb_SetWpModeAttrib(engine(0), mode[0]);
+    rk_aiq_user_api2_awb_SetMwbAttrib(engine(0), manual[0]);
+    rk_aiq_user_api2_awb_SetWpModeAttrib(engine(2), mode[1]);
+    rk_aiq_user_api2_awb_SetMwbAttrib(engine(2), manual[1]);
+}
+
+// AUTO_EXPOSURE with anti-flicker at 50 Hz, a lens at rest and brightness on target: nothing is sent.
+void iris_cycle(int fd, const Iris_Info_Param* record)
+{
+    static int last_zoom = 0;
+    static int widest[12];
+    static int published[12];
+    const int flicker = para_get_isp_antiflicker_cur(0);
+    const int mode = para_get_isp_exposure_mode_cur(0);
+    if (mode == MANUAL_EXPOSURE || mode == IRIS_PRIORITY || get_lens_calibration_flag() == 4) {
+        return;
+    }
+    const rk_aiq_sys_ctx_t* ctx = engine(0);
+    Uapi_ExpQueryInfo_t info;
+    paRange_t range;
+    Uapi_LinExpAttrV2_t linear;
+    rk_aiq_user_api2_ae_queryExpResInfo(ctx, &info);
+    rk_aiq_uapi2_getExpGainRange(ctx, &range);
+    rk_aiq_user_api2_ae_getLinExpAttr(ctx, &linear);
+    const Uapi_LinearExp_t& exposure = info.LinAeInfo.LinearExp;
+    const int iso = static_cast<int>((exposure.analog_gain * 10.0F) * (exposure.isp_dgain * 10.0F));
+    const int lux = static_cast<int>(exposure.integration_time * 1000000.0F) * iso / 1000;
+    const int ceiling = static_cast<int>(range.max * 100.0F);
+    const int luma = static_cast<int>(info.LinAeInfo.MeanLuma);
+    const int target = static_cast<int>(linear.Params.DySetpoint.DySetpoint[0]);
+
+    struct stat open_file;
+    struct stat at_path;
+    if (fstat(fd, &open_file) != 0 || stat(isp::seam.iris_device, &at_path) != 0 ||
+        open_file.st_ino != at_path.st_ino || open_file.st_dev != at_path.st_dev || open_file.st_size < 36) {
+        return;
+    }
+    Iris_Info_Param r;
+    for (int i = 0; i < 18; ++i) {
+        reinterpret_cast<int16_t*>(&r)[i] =
+            __atomic_load_n(&reinterpret_cast<const int16_t*>(record)[i], __ATOMIC_RELAXED);
+    }
+    std::fill(widest, widest + 12, r.irisStep[1] - 5 * (r.irisStep[1] - r.irisStep[2]) / 6);
+    widest[0] = r.irisStep[0];
+    widest[1] = r.irisStep[1];
+    const int step = luma >= 2 * target ? 4 : r.curIris > r.irisStep[4] ? 2 : 1;
+    const int level = get_cur_zoom_array(r.curZoom);
+    const int narrowest = r.irisStep[7];
+    const int most = std::max(widest[level], narrowest);
+    const bool at_rest = r.autoFlag != 0 && r.curZoom == last_zoom && r.curIris <= most - step &&
+                         r.curIris >= narrowest + step && mode != SHUTTER_PRIORITY && flicker == FLICKER_50HZ;
+    const bool dark = luma < target * 90 / 100;
+    const bool closes = luma > target * 115 / 100 && lux > 994 && lux <= 1005;
+    const bool opens = lux > 2500 || (ceiling <= 249 && iso == ceiling && dark);
+    if (!at_rest || closes || opens) {
+        std::abort(); // the bench is to be at rest
+    }
+    for (int i = 0; i < 12; ++i) {
+        __atomic_store_n(&published[i], widest[i], __ATOMIC_RELEASE);
+    }
+}
+
+} // namespace hand

@@ -1,0 +1,66 @@
+// Fuzzes the program's commands: any text is obeyed or refused as bad input. Commands that write where they are told,
+// open sockets or follow the real clock are left out; durations are cut.
+#include "app/commands.h"
+#include "app/bad_input.h"
+#include "app/session.h"
+#include "base/calls.h"
+#include "base/clock.h"
+#include "host/store.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <sstream>
+#include <string>
+
+namespace
+{
+
+constexpr std::string_view kLeftOut[] = {"record", "plot",  "render", "compare", "styles", "balance", "shading",
+                                         "iris",   "speed", "watch",  "trace",   "lens",   "follow",  "quit"};
+
+bool obey(const std::string& line)
+{
+    try {
+        return app::run_line(line);
+    } catch (const app::BadInput&) {
+        return true;
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***)
+{
+    std::string folder = (std::filesystem::temp_directory_path() / "isp_fuzz_XXXXXX").string();
+    if (mkdtemp(folder.data()) == nullptr || std::freopen("/dev/null", "w", stdout) == nullptr) {
+        return 1;
+    }
+    sim::install_clock();
+    app::open_session(folder);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    sim::clear_faults();
+    obey("release 0 1 2 3 4 5 6 7");
+    for (const char* group : {"0", "1", "2", "3", "4", "5", "6", "7"}) {
+        obey(std::string("group release ") + group);
+    }
+    sim::host::reset_store();
+    std::istringstream text(std::string(reinterpret_cast<const char*>(data), size));
+    for (std::string line; std::getline(text, line);) {
+        std::string command;
+        std::istringstream(line) >> command;
+        app::completions(line);
+        if (command == "run") {
+            line = "run 200ms";
+        }
+        if (std::ranges::find(kLeftOut, command) == std::end(kLeftOut)) {
+            obey(line);
+        }
+    }
+    return 0;
+}

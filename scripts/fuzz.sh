@@ -1,0 +1,25 @@
+#!/bin/sh
+# Builds the fuzzers with clang and runs each for SECONDS (default 60); what they found and how they got there is kept in
+# build/fuzz. Exit status 1 when one of them found something.
+set -eu
+cd "$(dirname "$0")/.."
+seconds=${1:-60}
+
+cmake -G Ninja -S . -B build/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
+    -DCMAKE_CXX_COMPILER=clang++ -DISP_CTRL_FUZZERS=ON -DISP_CTRL_TESTS=OFF \
+    -DISP_CTRL_SANITIZE=address,undefined,fuzzer-no-link > /dev/null
+cmake --build build/fuzz --target fuzz_setters fuzz_files fuzz_commands
+
+status=0
+for name in setters files commands; do
+    mkdir -p "build/fuzz/corpus/$name" "build/fuzz/found/$name"
+    seeds=
+    [ $name != commands ] || seeds=simulator/app/scenarios
+    echo "fuzz_$name, $seconds s"
+    # shellcheck disable=SC2086 # no seeds: no argument
+    build/fuzz/fuzz/fuzz_$name -max_total_time="$seconds" -timeout=20 -max_len=8192 -print_final_stats=1 \
+        -artifact_prefix="build/fuzz/found/$name/" "build/fuzz/corpus/$name" $seeds \
+        > "build/fuzz/$name.log" 2>&1 || { status=1; tail -n 40 "build/fuzz/$name.log"; }
+    grep -E 'stat::(number_of_executed_units|new_units_added)|cov:' "build/fuzz/$name.log" | tail -n 3
+done
+exit $status

@@ -1,0 +1,273 @@
+// Every exported function under faults: each fallible call that it makes fails once, and then from that call on.
+// Whatever fails, the library answers with a documented result and leaves nothing behind.
+#include "torture/operations.h"
+
+#include "support/threads.h"
+
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <set>
+#include <sstream>
+#include <sys/wait.h>
+
+namespace
+{
+
+using torture::Operation;
+
+constexpr int kVariants = 8; // exposure modes stored; the white-balance modes follow them
+constexpr int kCycles = 6;   // of a thread's loop, then it is asked to end
+
+/// Fault codes of a call: what the store's getters answer with, an errno and a short transfer, an engine's code. The
+/// lens calibration flag asks threads to end.
+std::vector<int> codes_of(const std::string& function)
+{
+    if (function.starts_with("para_")) {
+        return {INT_MIN, INT_MAX};
+    }
+    if (function == "open" || function == "read" || function == "write" || function == "unlink") {
+        return {EIO, -3};
+    }
+    return {function == "get_lens_calibration_flag" ? 4 : -1};
+}
+
+std::atomic<int> cycles;
+
+/// The cameras at work: 0 to 3 run, camera 0 in the modes of a variant; files are there; waits take no time.
+class World : public bench::Bench
+{
+public:
+    explicit World(int variant)
+    {
+        bench::write_bytes(wb_file, std::string(80, 1));
+        bench::write_bytes(shading_file, std::string(6936, 1));
+        bench::write_bytes(iris_device, std::string(36, 1));
+        bench::write_bytes(otp_file, "flag = 1\n");
+        cycles = 0;
+        set_awb_follow_pano(1);
+        isp::seam.sleep = [](unsigned) { return 0U; };
+        isp::seam.usleep = [](useconds_t period) {
+            sim::engine::run_frame(0.034);
+            if (period >= 32000 && ++cycles == kCycles) {
+                bench::store(0, "exposure_mode", AUTO_EXPOSURE); // by hand, the iris loop is not to be ended
+                sim::host::set_lens_calibration_flag(4);
+                set_awb_follow_pano(0);
+            }
+            return 0;
+        };
+        for (int camera = 0; camera < 4; ++camera) {
+            bench::start_camera(camera);
+            bench::store(camera, "exposure_mode", variant);
+            bench::store(camera, "wb_mode", variant % 6);
+        }
+    }
+    void TestBody() override {}
+};
+
+struct Fault {
+    std::string function;
+    int nth;
+    int code;
+    bool from_then_on;
+};
+
+struct Outcome {
+    std::vector<std::string> calls;
+    std::array<kiv_isp_param_s, 8> store;
+    std::string problems;
+};
+
+bool engine_function(const std::string& function)
+{
+    return function.starts_with("rk_aiq");
+}
+
+/// The call that writes what a failing call reads; empty when the call reads no block.
+std::string counterpart(std::string function)
+{
+    for (const auto& [get, set] : {std::pair{"_Get", "_Set"}, {"_get", "_set"}}) {
+        if (const std::size_t at = function.find(get); engine_function(function) && at != std::string::npos) {
+            return function.replace(at, 4, set);
+        }
+    }
+    return {};
+}
+
+int slots_in_use()
+{
+    return static_cast<int>(8 - std::ranges::count(g_aiq_ctx, nullptr) + 8 -
+                            std::ranges::count(g_camera_group_ctx, nullptr));
+}
+
+/// Runs an operation in a world of its own, under a fault if there is one, and judges what it leaves.
+Outcome run(const Operation& operation, int variant, const Fault* fault)
+{
+    World world(variant);
+    const long threads = bench::threads();
+    const long files = bench::entries("/proc/self/fd");
+    sim::start_recording();
+    if (fault != nullptr) {
+        sim::inject_fault(fault->function, fault->nth, fault->code, fault->from_then_on);
+    }
+    const int result = operation.run(variant);
+    const bool ended = bench::eventually([&] { return bench::threads() <= threads; });
+    sim::stop_recording();
+    sim::clear_faults();
+
+    Outcome outcome;
+    std::ostringstream problems;
+    for (const sim::Call& call : sim::recorded_calls()) {
+        outcome.calls.push_back(call.function);
+    }
+    for (int camera = 0; camera < 8; ++camera) {
+        outcome.store[static_cast<std::size_t>(camera)] = sim::host::stored_record(camera);
+    }
+    if (!ended) {
+        problems << " a thread runs on;";
+    }
+    if (std::ranges::find(operation.results, result) == operation.results.end()) {
+        problems << " result " << result << ";";
+    }
+    const std::string function = fault != nullptr ? fault->function : "";
+    for (const std::string& line : sim::engine::misuses()) {
+        // An engine that refuses to stop, or to go, is left all the same.
+        if (!(function.ends_with("_stop") && line.find("is running") != std::string::npos) &&
+            !(function.ends_with("_destroy") && line.ends_with("has a context already"))) {
+            problems << " " << line << ";";
+        }
+    }
+    for (const std::string& line : sim::host::misuses()) {
+        problems << " " << line << ";";
+    }
+    if (!function.ends_with("_destroy") && sim::engine::live_contexts() != slots_in_use()) {
+        problems << " " << sim::engine::live_contexts() << " contexts in " << slots_in_use() << " slots;";
+    }
+    if (pthread_mutex_trylock(&g_aiq_mtx) == 0) {
+        pthread_mutex_unlock(&g_aiq_mtx);
+    } else {
+        problems << " the engine lock is held;";
+    }
+    if (bench::entries("/proc/self/fd") > files + operation.kept_files) {
+        problems << " a file is open;";
+    }
+    if (fault != nullptr && fault->from_then_on && result == -1) {
+        // A function that reports the failure of a read does not write what it could not read.
+        auto failed = outcome.calls.begin();
+        for (int n = fault->nth; n > 0 && failed != outcome.calls.end(); ++failed) {
+            n -= *failed == function ? 1 : 0;
+        }
+        if (std::find(failed, outcome.calls.end(), counterpart(function)) != outcome.calls.end()) {
+            problems << " written without having been read;";
+        }
+    }
+    outcome.problems = problems.str();
+    return outcome;
+}
+
+/// The same; what leaves its traces in the process runs in a child, of which calls and problems come back.
+Outcome run_apart(const Operation& operation, int variant, const Fault* fault)
+{
+    if (!operation.once) {
+        return run(operation, variant, fault);
+    }
+    std::string path = (std::filesystem::temp_directory_path() / "isp_torture_XXXXXX").string();
+    close(mkstemp(path.data()));
+    const pid_t child = fork();
+    if (child == 0) {
+        const Outcome outcome = run(operation, variant, fault);
+        std::ofstream file(path);
+        file << outcome.problems << "\n";
+        for (const std::string& call : outcome.calls) {
+            file << call << "\n";
+        }
+        file.close();
+        std::_Exit(file ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    Outcome outcome{};
+    std::ifstream file(path);
+    std::getline(file, outcome.problems);
+    for (std::string call; std::getline(file, call);) {
+        outcome.calls.push_back(call);
+    }
+    std::filesystem::remove(path);
+    if (status != 0) {
+        outcome.problems += " the process ended with status " + std::to_string(status);
+    }
+    return outcome;
+}
+
+class Torture : public ::testing::TestWithParam<Operation>
+{
+};
+
+TEST_P(Torture, LeavesNothingBehind)
+{
+    const Operation& operation = GetParam();
+    std::set<std::vector<std::string>> seen;
+    for (int variant = 0; variant < kVariants; ++variant) {
+        const Outcome sound = run_apart(operation, variant, nullptr);
+        EXPECT_EQ(sound.problems, "") << operation.name << ", variant " << variant;
+        if (!seen.insert(sound.calls).second) {
+            continue;
+        }
+        std::map<std::string, int> made;
+        for (const std::string& function : sound.calls) {
+            const int nth = ++made[function];
+            for (const int code : codes_of(function)) {
+                for (const bool from_then_on : {false, true}) {
+                    const Fault fault{function, nth, code, from_then_on};
+                    Outcome outcome = run_apart(operation, variant, &fault);
+                    if (operation.stores && engine_function(function) &&
+                        std::memcmp(&outcome.store, &sound.store, sizeof sound.store) != 0) {
+                        outcome.problems += " the store depends on the engine;";
+                    }
+                    ASSERT_EQ(outcome.problems, "") << operation.name << ", variant " << variant << ", " << function
+                                                    << " call " << nth << " code " << code << " on " << from_then_on;
+                }
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Torture, ::testing::ValuesIn(torture::operations()),
+                         [](const auto& parameter) { return parameter.param.name; });
+
+TEST(Torture, CoversEveryExportedFunction)
+{
+    std::set<std::string> known = {// data
+                                   "AE_average_Weight_GridWeights",
+                                   "AE_bottom_Weight_GridWeights",
+                                   "AE_center_Weight_GridWeights",
+                                   "g_WDRMode",
+                                   "g_aiq_ctx",
+                                   "g_aiq_mtx",
+                                   "g_camera_group_ctx",
+                                   "g_iq_file_dir_",
+                                   "gamma_1_1",
+                                   "gamma_1_2",
+                                   "gamma_1_3",
+                                   "gamma_1_4",
+                                   "gamma_1_5",
+                                   "gamma_1_6",
+                                   "gamma_ext",
+                                   "gamma_haisi",
+                                   "gs_wb_gain",
+                                   "kiv_auto_iris_cb",
+                                   "rkipc_aiq_use_group",
+                                   "sensor_vpss_group"};
+    for (const Operation& operation : torture::operations()) {
+        known.insert(operation.name);
+    }
+    std::set<std::string> exported;
+    std::ifstream list(EXPORTED_LIST);
+    for (std::string name; std::getline(list, name);) {
+        exported.insert(name);
+    }
+    EXPECT_EQ(known, exported);
+}
+
+} // namespace
