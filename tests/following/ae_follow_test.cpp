@@ -210,6 +210,25 @@ TEST_F(AeFollow, EndsWithAnEngineFailureUntilTheModeIsSetAgain)
     }
 }
 
+TEST_F(AeFollow, AStartWhileTheThreadIsEndingIsNotLost)
+{
+    follow();
+    sim::host::set_log_callback([](int, const char* text) {
+        // The failure is traced, the thread has not ended yet.
+        if (std::string_view(text).find(" failed with ") != std::string_view::npos) {
+            KIV_Set_exposure_mode(0, SMART_EXPOSURE);
+        }
+    });
+    sim::host::set_module_level(6);
+    sim::inject_fault(kQuery, 1, -7);
+    cycles(1);
+    sim::host::set_log_callback(nullptr);
+    sim::host::set_module_level(0);
+    EXPECT_EQ(sim::faults_struck(), 1);
+    EXPECT_THAT(engine_calls(), ElementsAre(kQuery, kGet, kSet)); // as a new thread does
+    EXPECT_TRUE(running());
+}
+
 TEST_F(AeFollow, WithoutAThreadTheModeIsTakenAllTheSame)
 {
     sim::inject_fault("pthread_create", 1, EAGAIN);
