@@ -10,6 +10,7 @@
 #include "isp_ctrl/frame/trace.h"
 #include "platformpara/para_isp.h"
 
+#include <cstring>
 #include <sys/prctl.h>
 
 namespace
@@ -60,6 +61,7 @@ void auto_iris_control_main(void)
     isp::seam.sleep(kStartDelay);
 
     isp::iris::LoopState state;
+    std::memset(&state.command, 0, sizeof state.command); // its padding is sent too
     AeInfo ae;
     for (;;) {
         isp::seam.usleep(kCycle);

@@ -33,12 +33,12 @@ inline bool served(const Call& call)
 
 inline int stored(const Call& call, int (*get)(int))
 {
-    return get(get_isp_switch(call.isp_id));
+    return get(store_record(call.isp_id));
 }
 
 inline void store(const Call& call, int (*set)(int, int), int value)
 {
-    set(get_isp_switch(call.isp_id), value);
+    set(store_record(call.isp_id), value);
 }
 
 /// Last index of a level table.
@@ -90,24 +90,24 @@ constexpr int result(Outcome outcome)
     return outcome == Outcome::failed ? -1 : 0;
 }
 
+// What a call without a context and a failed one trace; out of line, to keep the setters small.
+[[gnu::cold]] Outcome no_context(const char* function);
+[[gnu::cold]] Outcome call_failed(const char* function, const char* failed, XCamReturn code);
+
 /// Makes one engine call with the camera's context, which is looked up afresh. `failed` is the trace of a failure, with
 /// the engine's code (ISP_TRACE_FORMAT).
 template <typename Function>
-Outcome engine_call(const Call& call, const char* failed, Function function)
+[[gnu::always_inline]] inline Outcome engine_call(const Call& call, const char* failed, Function function)
 {
-    const rk_aiq_sys_ctx_t* context = rkipc_aiq_get_ctx(call.isp_id);
-    if (context == nullptr) {
-        ISP_TRACE(call.function, "aiq ctx error\n\n");
-        return Outcome::no_context;
+    const rk_aiq_sys_ctx_t* context = engine_context(call.isp_id);
+    if (context == nullptr) [[unlikely]] {
+        return no_context(call.function);
     }
     const XCamReturn code = function(context);
     if (code == XCAM_RETURN_NO_ERROR) [[likely]] {
         return Outcome::done;
     }
-    if (failed != nullptr && trace_on()) {
-        kiv_traceout(kTraceLevel, failed, call.function, __LINE__, code);
-    }
-    return Outcome::failed;
+    return call_failed(call.function, failed, code);
 }
 
 /// An engine module: its Get and Set calls.
@@ -140,20 +140,20 @@ struct FailureTexts {
 };
 
 template <typename Mod>
-Outcome fetch(const Call& call, typename Mod::Block& block, const char* failed)
+[[gnu::always_inline]] inline Outcome fetch(const Call& call, typename Mod::Block& block, const char* failed)
 {
     return engine_call(call, failed, [&](const rk_aiq_sys_ctx_t* context) { return Mod::get(context, block); });
 }
 
 template <typename Mod>
-Outcome apply(const Call& call, typename Mod::Block& block, const char* failed)
+[[gnu::always_inline]] inline Outcome apply(const Call& call, typename Mod::Block& block, const char* failed)
 {
     return engine_call(call, failed, [&](const rk_aiq_sys_ctx_t* context) { return Mod::set(context, block); });
 }
 
 /// Read-modify-write of a module's block, failure-returning: the first call that is not done ends it.
 template <typename Mod, typename Change>
-Outcome modify(const Call& call, const FailureTexts& texts, Change change)
+[[gnu::always_inline]] inline Outcome modify(const Call& call, const FailureTexts& texts, Change change)
 {
     typename Mod::Block block;
     const Outcome outcome = fetch<Mod>(call, block, texts.get);
@@ -166,7 +166,7 @@ Outcome modify(const Call& call, const FailureTexts& texts, Change change)
 
 /// Read-modify-write, failure-ignoring. The block starts zeroed, so that nothing undefined reaches the engine.
 template <typename Mod, typename Change>
-void modify_regardless(const Call& call, Change change)
+[[gnu::always_inline]] inline void modify_regardless(const Call& call, Change change)
 {
     typename Mod::Block block{};
     if (fetch<Mod>(call, block, nullptr) != Outcome::no_context) {

@@ -29,22 +29,15 @@ int set_role(const char* function, int& role, int isp_id)
 
 } // namespace
 
-bool isp::id_served(const char* function, int id)
+bool isp::refuse_id(const char* function, int id)
 {
-    if (id >= 0 && id < kCameras) [[likely]] {
-        return true;
-    }
     ISP_TRACE(function, "id %d is not 0 to 7\n\n", id);
     return false;
 }
 
 rk_aiq_sys_ctx_t* rkipc_aiq_get_ctx(int cam_id)
 {
-    if (isp::shared_get(rkipc_aiq_use_group) != 0) {
-        // The engine's module calls take a group context in place of a camera context.
-        return reinterpret_cast<rk_aiq_sys_ctx_t*>(isp::shared_get(g_camera_group_ctx[cam_id]));
-    }
-    return isp::shared_get(g_aiq_ctx[cam_id]);
+    return isp::engine_context(cam_id);
 }
 
 pthread_mutex_t* rkipc_get_ctx_mtx(void)
@@ -74,5 +67,5 @@ int get_FeaturesIspId(void)
 
 int get_isp_switch(int isp_id)
 {
-    return isp_id;
+    return isp::store_record(isp_id);
 }

@@ -2,14 +2,31 @@
 #pragma once
 
 #include "aiq/rk_aiq.h"
+#include "isp_ctrl.h"
+#include "isp_ctrl/frame/atomic.h"
 
 namespace isp
 {
 
 inline constexpr int kCameras = 8;
 
+/// Traces, for `function`, that an id names no camera and no group; false.
+[[gnu::cold]] bool refuse_id(const char* function, int id);
+
 /// Whether an id names a camera or group. If not, writes one trace line, for `function`.
-bool id_served(const char* function, int id);
+inline bool id_served(const char* function, int id)
+{
+    if (id >= 0 && id < kCameras) [[likely]] {
+        return true;
+    }
+    return refuse_id(function, id);
+}
+
+/// The store's record of a camera; what get_isp_switch() answers.
+constexpr int store_record(int isp_id)
+{
+    return isp_id;
+}
 
 } // namespace isp
 
@@ -19,3 +36,18 @@ extern "C" {
 /// own; null when there is none. For ids 0 to 7.
 rk_aiq_sys_ctx_t* rkipc_aiq_get_ctx(int cam_id);
 }
+
+namespace isp
+{
+
+/// The same for the library itself, without a call.
+inline rk_aiq_sys_ctx_t* engine_context(int cam_id)
+{
+    if (shared_get(rkipc_aiq_use_group) != 0) [[unlikely]] {
+        // The engine's module calls take a group context in place of a camera context.
+        return reinterpret_cast<rk_aiq_sys_ctx_t*>(shared_get(g_camera_group_ctx[cam_id]));
+    }
+    return shared_get(g_aiq_ctx[cam_id]);
+}
+
+} // namespace isp
