@@ -284,12 +284,12 @@ TEST_F(AeFollow, LastModeDecidesHoweverFastModesChange)
 {
     sim::step_aside();
     for (int round = 0; round < 12; ++round) {
-        const auto change_modes = [](unsigned seed) {
+        const auto change_modes = [](unsigned random) {
             constexpr int kTried[] = {SMART_EXPOSURE, AUTO_EXPOSURE,      SMART_EXPOSURE, MANUAL_EXPOSURE,
                                       SMART_EXPOSURE, WIDE_DYNAMIC_RANGE, LOW_LIGHT};
             for (int i = 0; i < 60; ++i) {
-                seed = seed * 1664525U + 1013904223U;
-                KIV_Set_exposure_mode(0, Exposure_Mode_E{kTried[(seed >> 16) % std::size(kTried)]});
+                random = random * 1664525U + 1013904223U;
+                KIV_Set_exposure_mode(0, Exposure_Mode_E{kTried[(random >> 16) % std::size(kTried)]});
             }
         };
         std::thread one(change_modes, static_cast<unsigned>(round));
