@@ -212,9 +212,6 @@ public:
             if (by_hand) {
                 name.resize(name.size() - 5);
             }
-            if (std::find(order_.begin(), order_.end(), name) == order_.end()) {
-                order_.push_back(name);
-            }
             const bool own_time = run.run_name.time_type == "manual_time";
             times_[name][by_hand].push_back(own_time ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime());
         }
@@ -222,15 +219,15 @@ public:
 
     void Finalize() override
     {
-        if (!order_.empty()) {
+        if (!times_.empty()) {
             std::printf("%-16s %12s %12s %8s\n", "", "library, ns", "by hand, ns", "ratio");
         }
-        for (const std::string& name : order_) {
-            const double library = median(times_[name][0]);
-            const double hand = median(times_[name][1]);
+        for (auto& [name, times] : times_) {
+            const double library = median(times[0]);
+            const double hand = median(times[1]);
             std::printf("%-16s %12.1f %12.1f %8.3f\n", name.c_str(), library, hand, library / hand);
         }
-        order_.clear();
+        times_.clear();
     }
 
 private:
@@ -245,7 +242,6 @@ private:
     }
 
     std::map<std::string, std::vector<double>[2]> times_;
-    std::vector<std::string> order_;
 };
 
 int measure(int argc, char** argv)

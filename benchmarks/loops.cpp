@@ -36,8 +36,6 @@ struct Loop {
 namespace
 {
 
-constexpr char kIrisName[] = "iris";
-
 std::thread::id main_thread;
 Loop* starting = nullptr; // takes the next thread that waits
 thread_local Loop* own = nullptr;

@@ -9,16 +9,40 @@ namespace hand
 {
 
 // One per setter, restore and style; setters without a level ignore `value`.
-#define HAND_SETTERS(X)                                                                                                \
-    X(saturation)                                                                                                      \
-    X(hue)                                                                                                             \
-    X(luminance) X(contrast) X(blackwhite_mode) X(sharpness) X(gamma) X(drc) X(nr2d) X(nr3d) X(csc_mode) X(meter)      \
-        X(antiflicker) X(bright) X(expcomp_mode) X(expcomp_level) X(backlight) X(gain_limit) X(manual_gain) X(iris)    \
-            X(shutter) X(wdr_strength) X(exposure_mode) X(wb_mode) X(awb_sens) X(rgain) X(bgain) X(rgain_tuning)       \
-                X(bgain_tuning) X(temperature) X(wb_mode_onepush) X(shading) X(style) X(restore)
-#define HAND_DECLARE(name) int name(int id, int value);
-HAND_SETTERS(HAND_DECLARE)
-#undef HAND_DECLARE
+int saturation(int id, int value);
+int hue(int id, int value);
+int luminance(int id, int value);
+int contrast(int id, int value);
+int blackwhite_mode(int id, int value);
+int sharpness(int id, int value);
+int gamma(int id, int value);
+int drc(int id, int value);
+int nr2d(int id, int value);
+int nr3d(int id, int value);
+int csc_mode(int id, int value);
+int meter(int id, int value);
+int antiflicker(int id, int value);
+int bright(int id, int value);
+int expcomp_mode(int id, int value);
+int expcomp_level(int id, int value);
+int backlight(int id, int value);
+int gain_limit(int id, int value);
+int manual_gain(int id, int value);
+int iris(int id, int value);
+int shutter(int id, int value);
+int wdr_strength(int id, int value);
+int exposure_mode(int id, int value);
+int wb_mode(int id, int value);
+int awb_sens(int id, int value);
+int rgain(int id, int value);
+int bgain(int id, int value);
+int rgain_tuning(int id, int value);
+int bgain_tuning(int id, int value);
+int temperature(int id, int value);
+int wb_mode_onepush(int id, int value);
+int shading(int id, int value);
+int style(int id, int value);
+int restore(int id, int value);
 
 // One cycle of each loop, with what it keeps; `record` is the mapped iris record.
 void exposure_cycle();
