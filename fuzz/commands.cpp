@@ -45,9 +45,9 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     sim::clear_faults();
-    obey("release 0 1 2 3 4 5 6 7");
-    for (const char* group : {"0", "1", "2", "3", "4", "5", "6", "7"}) {
-        obey(std::string("group release ") + group);
+    for (int id = 0; id < app::kCameras; ++id) {
+        rk_isp_deinit(id);
+        rk_isp_deinit_group(id);
     }
     sim::host::reset_store();
     std::istringstream text(std::string(reinterpret_cast<const char*>(data), size));

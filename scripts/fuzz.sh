@@ -13,12 +13,12 @@ cmake --build build/fuzz --target fuzz_setters fuzz_files fuzz_commands
 status=0
 for name in setters files commands; do
     mkdir -p "build/fuzz/corpus/$name" "build/fuzz/found/$name"
-    seeds=
-    [ $name != commands ] || seeds=simulator/app/scenarios
+    examples= length=8192
+    [ $name != commands ] || { examples=simulator/app/scenarios length=400; } # commands are slow
     echo "fuzz_$name, $seconds s"
-    # shellcheck disable=SC2086 # no seeds: no argument
-    build/fuzz/fuzz/fuzz_$name -max_total_time="$seconds" -timeout=20 -max_len=8192 -print_final_stats=1 \
-        -artifact_prefix="build/fuzz/found/$name/" "build/fuzz/corpus/$name" $seeds \
+    # shellcheck disable=SC2086 # no examples: no argument
+    build/fuzz/fuzz/fuzz_$name -max_total_time="$seconds" -timeout=20 -max_len=$length -len_control=0 -print_final_stats=1 \
+        -artifact_prefix="build/fuzz/found/$name/" "build/fuzz/corpus/$name" $examples \
         > "build/fuzz/$name.log" 2>&1 || { status=1; tail -n 40 "build/fuzz/$name.log"; }
     grep -E 'stat::(number_of_executed_units|new_units_added)|cov:' "build/fuzz/$name.log" | tail -n 3
 done

@@ -82,14 +82,15 @@ def mutants_of(root, path):
 
 
 class Tests:
-    """The build of the copy and its test programs, those that fail soonest first."""
+    """The build of a copy and its tests: programs, or single tests of programs whose tests need a process each."""
 
     def __init__(self, tree, jobs):
         self.tree, self.build, self.jobs = tree, tree / "build-mutate", jobs
-        self.programs = []
+        self.times = {}  # of (program, filter)
+        self.order = []
 
     def configure(self):
-        flags = ["-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS=-O0 -g0 -Wno-error -w", "-DISP_CTRL_BENCHMARKS=OFF"]
+        flags = ["-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS=-O0 -g0 -w"]
         subprocess.run(["cmake", "-G", "Ninja", "-S", self.tree, "-B", self.build, *flags], check=True,
                        stdout=subprocess.DEVNULL)
 
@@ -97,14 +98,12 @@ class Tests:
         return subprocess.run(["ninja", "-C", self.build, f"-j{self.jobs}"], stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT, text=True)
 
-    def find(self):
-        self.programs = sorted(p for p in (self.build / "tests").rglob("*_test") if os.access(p, os.X_OK) and p.is_file())
-
-    def run(self, program, limit):
+    def run(self, test, limit):
+        program, chosen = test
         environment = dict(os.environ, ISP_SOAK_MINUTES="0.2")
-        process = subprocess.Popen([program, "--gtest_brief=1", "--gtest_fail_fast"], cwd=program.parent,
-                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, env=environment,
-                                   start_new_session=True)
+        process = subprocess.Popen([program, "--gtest_brief=1", "--gtest_fail_fast", f"--gtest_filter={chosen}"],
+                                   cwd=program.parent, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                                   env=environment, start_new_session=True)
         try:
             return process.wait(limit) == 0
         except subprocess.TimeoutExpired:
@@ -112,26 +111,43 @@ class Tests:
             process.wait()
             return False
 
+    def passes(self, test):
+        begin = time.monotonic()
+        if not self.run(test, 300):
+            return False
+        self.times[test] = time.monotonic() - begin
+        return True
+
     def measure(self):
-        """Runs all once; keeps those that pass, the quickest first."""
-        times = {}
-        for program in self.programs:
-            begin = time.monotonic()
-            if self.run(program, 300):
-                times[program] = time.monotonic() - begin
-            else:
-                print(f"left out, fails on the unchanged library: {program.name}", flush=True)
-        self.times = times
-        self.programs = sorted(times, key=times.get)
+        """Runs everything once, what passes is used, the quickest first."""
+        programs = (p for p in (self.build / "tests").rglob("*_test") if p.is_file() and os.access(p, os.X_OK))
+        for program in sorted(programs):
+            if not self.passes((program, "*")):
+                for name in single_tests(program):
+                    if not self.passes((program, name)):
+                        print(f"left out, fails on the unchanged library: {program.name} {name}", flush=True)
+        self.order = sorted(self.times, key=self.times.get)
 
     def notice(self):
-        """The program that notices, or None."""
-        for program in self.programs:
-            if not self.run(program, 10 * self.times[program] + 20):
-                self.programs.remove(program)
-                self.programs.insert(0, program)  # likely to notice the next one of this file too
-                return program.name
-        return None
+        """Whether a test fails."""
+        for test in self.order:
+            if not self.run(test, 10 * self.times[test] + 20):
+                self.order.remove(test)
+                self.order.insert(0, test)  # likely to notice the next one of this file too
+                return True
+        return False
+
+
+def single_tests(program):
+    listed = subprocess.run([program, "--gtest_list_tests"], stdout=subprocess.PIPE, text=True).stdout
+    names, suite = [], ""
+    for line in listed.splitlines():
+        word = line.split("#")[0].strip()
+        if line.startswith(" "):
+            names.append(suite + word)
+        elif word.endswith("."):
+            suite = word
+    return names
 
 
 def main():
@@ -177,9 +193,8 @@ def work(options, tests, mutants, total):
     built = tests.compile()
     if built.returncode != 0:
         sys.exit("the unchanged library does not build:\n" + built.stdout[-3000:])
-    tests.find()
     tests.measure()
-    print(f"{len(tests.programs)} test programs, {sum(tests.times.values()):.0f} s; "
+    print(f"{len(tests.order)} programs and single tests, {sum(tests.times.values()):.0f} s; "
           f"{len(mutants)} of {total} mutants", flush=True)
 
     counts = {}
@@ -195,8 +210,8 @@ def work(options, tests, mutants, total):
         finally:
             target.write_text(text)
         made, caught = counts.get(mutant.kind, (0, 0))
-        counts[mutant.kind] = (made + 1, caught + (noticed is not None))
-        if noticed is None:
+        counts[mutant.kind] = (made + 1, caught + noticed)
+        if not noticed:
             survivors.append(mutant)
             print(f"unnoticed  {mutant}", flush=True)
 
