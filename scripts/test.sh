@@ -46,7 +46,7 @@ for preset in "${presets[@]}"; do
         wrapper=("${fixed_addresses[@]}")
     fi
     start=$SECONDS
-    cmake --preset "$preset" >"$logs/build-$preset.log" 2>&1 &&
+    cmake --preset "$preset" -DISP_CTRL_TESTS=ON >"$logs/build-$preset.log" 2>&1 &&
         "${wrapper[@]}" cmake --build --preset "$preset" -- -k 0 >>"$logs/build-$preset.log" 2>&1
     result=$?
     if ((result != 0)); then
