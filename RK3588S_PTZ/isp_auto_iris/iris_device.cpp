@@ -15,28 +15,11 @@ namespace
 
 constexpr std::size_t kRecordSize = sizeof(Iris_Info_Param);
 
-/// Whether the open file can be read through a mapping: a regular file that is too short cannot.
-bool long_enough(const struct stat& status)
+/// Whether the open file is too short to be read through a mapping.
+bool too_short(int fd)
 {
-    return !S_ISREG(status.st_mode) || status.st_size >= off_t{kRecordSize};
-}
-
-/// Whether the path still leads to the open file, and the file still holds a record.
-bool still_there(int fd)
-{
-    struct stat open_file;
-    struct stat at_path;
-    return fstat(fd, &open_file) == 0 && stat(seam.iris_device, &at_path) == 0 && open_file.st_dev == at_path.st_dev &&
-           open_file.st_ino == at_path.st_ino && long_enough(open_file);
-}
-
-void close_device(Device& device)
-{
-    if (device.record != nullptr) {
-        munmap(const_cast<Iris_Info_Param*>(device.record), kRecordSize);
-    }
-    close(device.fd);
-    device = {};
+    struct stat status;
+    return fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_size < off_t{kRecordSize};
 }
 
 } // namespace
@@ -52,24 +35,19 @@ void advance_device(Device& device)
         open_device(device);
         return;
     }
-    if (!still_there(device.fd)) {
-        close_device(device);
+    lseek(device.fd, off_t{kRecordSize}, SEEK_SET);
+    if (too_short(device.fd)) {
         return;
     }
-    lseek(device.fd, off_t{kRecordSize}, SEEK_SET);
     void* mapping = mmap(nullptr, kRecordSize, PROT_READ, MAP_SHARED, device.fd, 0);
     if (mapping != MAP_FAILED) {
         device.record = static_cast<const Iris_Info_Param*>(mapping);
     }
 }
 
-bool read_record(Device& device, Iris_Info_Param& record)
+bool read_record(const Device& device, Iris_Info_Param& record)
 {
     if (device.record == nullptr) {
-        return false;
-    }
-    if (!still_there(device.fd)) {
-        close_device(device);
         return false;
     }
     const auto* from = reinterpret_cast<const int16_t*>(device.record);

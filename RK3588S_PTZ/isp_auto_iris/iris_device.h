@@ -6,8 +6,8 @@
 namespace isp::iris
 {
 
-/// The device file and its mapping. It may be absent, appear later, be too short, or be replaced; a record is only ever
-/// read through a mapping that succeeded and still belongs to the file.
+/// The device file and its mapping. It may be absent and appear later; once mapped it stays mapped, also when the loop
+/// has ended.
 struct Device {
     int fd = -1;
     const Iris_Info_Param* record = nullptr; // null while not mapped
@@ -19,7 +19,7 @@ void open_device(Device& device);
 /// Brings an unmapped device one step nearer: opens it, or maps what is open.
 void advance_device(Device& device);
 
-/// Reads the record, each field at once. False when it is not mapped, or no longer the file's.
-bool read_record(Device& device, Iris_Info_Param& record);
+/// Reads the record, each field at once. False when it is not mapped.
+bool read_record(const Device& device, Iris_Info_Param& record);
 
 } // namespace isp::iris

@@ -21,6 +21,29 @@ constexpr useconds_t kCycle = 32000; // microseconds
 constexpr int kStoreRecord = 0;
 constexpr int kLensCalibrationEnds = 4;
 
+// These outlive a loop: one that starts later goes on from them.
+int auto_iris_flag = isp::iris::kIdle;
+int call_iris_flag = 0; // 1: the last command sent a non-zero step
+
+isp::iris::LoopState kept_state()
+{
+    isp::iris::LoopState state;
+    std::memset(&state.command, 0, sizeof state.command); // its padding is sent too
+    state.auto_iris_flag = isp::shared_get(auto_iris_flag);
+    state.call_iris_flag = isp::shared_get(call_iris_flag) != 0;
+    for (int level = 0; level < isp::iris::kZoomLevels; ++level) {
+        state.widest[static_cast<std::size_t>(level)] = get_max_iris(level);
+    }
+    return state;
+}
+
+void keep(const isp::iris::LoopState& state)
+{
+    isp::shared_set(auto_iris_flag, state.auto_iris_flag);
+    isp::shared_set(call_iris_flag, state.call_iris_flag ? 1 : 0);
+    isp::iris::publish_widest(state.widest);
+}
+
 /// The six figures of the AE query, which keep their values when a query fails.
 struct AeInfo {
     float again = 0.0F;
@@ -60,8 +83,7 @@ void auto_iris_control_main(void)
     ISP_TRACE(__func__, "enter\n\n");
     isp::seam.sleep(kStartDelay);
 
-    isp::iris::LoopState state;
-    std::memset(&state.command, 0, sizeof state.command); // its padding is sent too
+    isp::iris::LoopState state = kept_state();
     AeInfo ae;
     for (;;) {
         isp::seam.usleep(kCycle);
@@ -79,10 +101,12 @@ void auto_iris_control_main(void)
             isp::iris::advance_device(device);
             continue;
         }
-        if (isp::iris::decide(state, record, {.exposure_mode = mode, .antiflicker = antiflicker, .ae = figures})) {
+        const bool commanded =
+            isp::iris::decide(state, record, {.exposure_mode = mode, .antiflicker = antiflicker, .ae = figures});
+        keep(state); // the receiver may ask for the widest position
+        if (commanded) {
             send(state.command);
         }
-        isp::iris::publish_widest(state.widest);
     }
     ISP_TRACE(__func__, "pthread_exit\n");
     pthread_exit(nullptr);

@@ -1,6 +1,7 @@
 #include "isp_auto_iris/iris_rules.h"
 
 #include "isp_ctrl.h"
+#include "isp_ctrl/frame/truncate.h"
 
 #include <algorithm>
 #include <climits>
@@ -15,15 +16,6 @@ namespace
 constexpr int kCountCap = 30;  // a step is commanded once a state has lasted longer than 29 counted cycles
 constexpr int kSettleCap = 10; // zoom and over-maximum are acted on once they have lasted longer than 9 cycles
 constexpr int kSmartExposureIris = 690;
-
-/// Truncates toward zero; what does not fit an int becomes the nearest one, no number becomes 0.
-int truncated(float value)
-{
-    if (!(value > -2147483648.0F)) {
-        return value <= -2147483648.0F ? INT_MIN : 0;
-    }
-    return value >= 2147483648.0F ? INT_MAX : static_cast<int>(value);
-}
 
 /// One cycle at work: its limits and brightness thresholds, and the state it changes.
 struct Cycle {

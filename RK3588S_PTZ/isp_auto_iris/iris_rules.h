@@ -35,8 +35,8 @@ struct LoopState {
     int last_zoom = 0;           // zoom position that the loop has settled on
     int IRIS_STEP = 0;
     int IRIS_STEP_OPEN = 0;
-    iris_ctrl_param_t command{}; // fields that a cycle does not set keep their values
-    std::array<int, kZoomLevels> widest = {800, 723, 620, 620, 620, 620, 620, 620, 620, 620, 620, 620}; // by zoom level
+    iris_ctrl_param_t command{};           // fields that a cycle does not set keep their values
+    std::array<int, kZoomLevels> widest{}; // widest position by zoom level
 };
 
 /// What one cycle sees beside the shared record.

@@ -54,7 +54,9 @@ extern ISP_IRIS_API KIV_AUTO_IRIS_CONTROL_CALLBACK kiv_auto_iris_cb;
 
 /**
  * Registers the receiver of iris commands and, the first time, starts the loop's thread. A later call replaces the
- * receiver of the running loop.
+ * receiver of the running loop. The loop begins to act after nine seconds. It reads exposure mode and anti-flicker of
+ * camera 0, rests while that mode is MANUAL_EXPOSURE or IRIS_PRIORITY, and ends on lens calibration flag 4; it is then
+ * not started again.
  * @param cb the receiver, normally set_auto_iris
  * @retval 0 registered
  * @retval -1 cb is null (nothing changes), or the thread could not be created (cb stays registered; a later
@@ -65,8 +67,9 @@ extern ISP_IRIS_API KIV_AUTO_IRIS_CONTROL_CALLBACK kiv_auto_iris_cb;
 ISP_IRIS_API int init_auto_iris_control(KIV_AUTO_IRIS_CONTROL_CALLBACK cb);
 
 /**
- * Sends one command to the lens service as a datagram of 8 bytes to 127.0.0.1, UDP port 6789.
- * @param param the command
+ * Sends one command to the lens service as a datagram of 8 bytes to 127.0.0.1, UDP port 6789: 0x77, 0x17 and the six
+ * bytes of the record.
+ * @param param the command; its padding byte is sent too
  * @retval 0 handed to the socket; whether it arrives is not known
  * @retval -1 param is null, or no socket could be made
  *
@@ -80,13 +83,14 @@ ISP_IRIS_API int get_flag_exp_lock(void);
 ISP_IRIS_API void set_iris_manu(int mode);
 ISP_IRIS_API int get_iris_manu(void);
 
-/** The loop's body; ends the calling thread. For the library's own use. */
+/** The loop's body, for the library's own use: names and detaches the calling thread, and ends it. */
 ISP_IRIS_API void auto_iris_control_main(void);
 
 /** The zoom level, 0 to 11, of a zoom position; a negative position is level 0. Any thread. */
 ISP_IRIS_API int get_cur_zoom_array(int cur_zoom);
 
-/** The widest allowed iris position of a zoom level, which is bounded to 0 to 11. Any thread. */
+/** The widest allowed iris position of a zoom level, which is bounded to 0 to 11: 800, 723, then 620, until the loop
+ * has read the lens's own. Any thread. */
 ISP_IRIS_API int get_max_iris(int now_zoom_len);
 
 #ifdef __cplusplus

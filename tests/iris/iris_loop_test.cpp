@@ -195,37 +195,63 @@ TEST_F(IrisLoop, ReadsARecordOnlyWhileThereIsOne)
     EXPECT_THAT(commands(1), IsEmpty()); // maps
     EXPECT_THAT(commands(5), SizeIs(5));
 
-    std::filesystem::resize_file(iris_device, 20); // reading through the mapping would end the process
-    EXPECT_THAT(commands(5), IsEmpty());
-    EXPECT_FALSE(mapped());
-    std::filesystem::resize_file(iris_device, 35);
-    EXPECT_THAT(commands(5), IsEmpty());
-    publish(500);
-    commands(2);
-    EXPECT_THAT(commands(3), SizeIs(3));
+    std::filesystem::remove(iris_device); // the mapping stays
+    EXPECT_THAT(commands(5), SizeIs(5));
+}
 
-    std::filesystem::remove(iris_device);
-    EXPECT_THAT(commands(5), IsEmpty());
-    EXPECT_FALSE(mapped());
-    publish(500);
-    commands(2);
-    EXPECT_THAT(commands(1), SizeIs(1));
-
-    const std::string other = folder + "/other"; // replaced at a stroke
-    write(other, 799);
-    std::filesystem::rename(other, iris_device);
-    const auto sent = commands(5);
-    ASSERT_FALSE(sent.empty());
-    for (const auto& command : sent) {
-        EXPECT_EQ(command.steps, 1); // what is left to the widest position
-    }
-
-    write(other, 500, 1, 10);
-    std::filesystem::rename(other, iris_device);
-    EXPECT_THAT(commands(5), IsEmpty());
+TEST_F(IrisLoop, AShortFileCountsAsNotMapped)
+{
+    write(iris_device, 500, 1, 0);
+    start();
     const long open_files = entries("/proc/self/fd");
-    commands(51); // whatever is tried leaves nothing open
-    EXPECT_NEAR(static_cast<double>(entries("/proc/self/fd")), static_cast<double>(open_files), 1.0);
+    for (const std::size_t size : {0, 20, 35}) {
+        write(iris_device, 500, 1, size);
+        EXPECT_THAT(commands(5), IsEmpty());
+        EXPECT_FALSE(mapped());
+    }
+    EXPECT_EQ(entries("/proc/self/fd"), open_files);
+    publish(500);
+    EXPECT_THAT(commands(5), SizeIs(4));
+}
+
+// The receiver sees the widest positions of the cycle that commands, and a later loop goes on from the flags and
+// positions that an earlier one left.
+TEST_F(IrisLoop, KeepsItsFlagsAndPositionsForALaterLoop)
+{
+    static int seen_by_receiver;
+    EXPECT_EQ(get_max_iris(0), 800);
+    auto info = held<Uapi_ExpQueryInfo_t>(0);
+    info.LinAeInfo.LinearExp = {
+        .integration_time = 0.01F, .analog_gain = 4.0F, .digital_gain = 1.0F, .isp_dgain = 1.0F};
+    sim::engine::poke(rkipc_aiq_get_ctx(0), info);
+    store(0, "antiflicker", FLICKER_50HZ);
+    publish(500);
+    start();
+    init_auto_iris_control([](iris_ctrl_param_t* command) {
+        seen_by_receiver = get_max_iris(11);
+        return receive_first(command);
+    });
+    const auto sent = commands(31); // maps, then opens: dark at four times the gain
+    ASSERT_FALSE(sent.empty());
+    EXPECT_EQ(sent.back().steps, 2);
+    EXPECT_EQ(seen_by_receiver, 638);
+    sim::host::set_lens_calibration_flag(4);
+    commands(1);
+    EXPECT_TRUE(eventually([&] { return threads() == threads_before; }));
+
+    // Between the gains that start and stop an opening, only the kept flag makes a loop command.
+    sim::host::set_lens_calibration_flag(0);
+    info.LinAeInfo.LinearExp.analog_gain = 2.0F;
+    sim::engine::poke(rkipc_aiq_get_ctx(0), info);
+    std::thread later(auto_iris_control_main);
+    later.detach();
+    sim::await_waiting(1);
+    sim::wait(kStart);
+    EXPECT_EQ(get_max_iris(11), 638);
+    const auto first = commands(2);
+    ASSERT_THAT(first, SizeIs(1)) << "a non-zero step was sent last: one more command";
+    EXPECT_EQ(first[0].steps, 0);
+    EXPECT_THAT(commands(3), IsEmpty());
 }
 
 TEST_F(IrisLoop, DecidesWithTheFiguresAsTheyStand)
