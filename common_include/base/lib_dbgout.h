@@ -22,7 +22,8 @@ typedef struct lib_dbgout_profile {
 
 extern lib_dbgout_profile_s dbgout_profile;
 
-/* printf-style; must be callable from any thread. */
+/* printf-style; must be callable from any thread, also while the library holds its engine lock, which they must not
+ * take. */
 int kiv_traceout(int level, const char* format, ...)
 #if defined(__GNUC__)
     __attribute__((format(printf, 2, 3)))

@@ -63,6 +63,7 @@ int sample_common_isp_init(int cam_id, rk_aiq_working_mode_t WDRMode, const char
     }
     {
         const isp::EngineLock lock;
+        release_engine(cam_id); // of another start of this camera, meanwhile
         isp::shared_set(g_aiq_ctx[cam_id], ctx);
     }
     ISP_TRACE(__func__, "sample_common_isp_init success\n\n");
@@ -76,21 +77,23 @@ int sample_common_isp_run(int cam_id)
         ISP_DEBUG(__func__, "camera_id is over 3 or not init\n\n");
         return -1;
     }
-    const isp::EngineLock lock;
-    rk_aiq_sys_ctx_t* ctx = isp::shared_get(g_aiq_ctx[cam_id]);
-    if (ctx == nullptr) {
-        return -1;
-    }
-    if (rk_aiq_uapi2_sysctl_prepare(ctx, 0, 0, isp::shared_get(g_WDRMode[cam_id])) != XCAM_RETURN_NO_ERROR) {
-        ISP_TRACE(__func__, "rkaiq engine prepare failed !\n\n");
-        rk_aiq_uapi2_sysctl_deinit(ctx);
-        isp::shared_set<rk_aiq_sys_ctx_t*>(g_aiq_ctx[cam_id], nullptr);
-        return -1;
-    }
-    ISP_TRACE(__func__, "rk_aiq_uapi2_sysctl_init/prepare succeed\n\n");
-    if (rk_aiq_uapi2_sysctl_start(ctx) != XCAM_RETURN_NO_ERROR) {
-        ISP_TRACE(__func__, "rk_aiq_uapi2_sysctl_start  failed\n\n");
-        return -1;
+    {
+        const isp::EngineLock lock;
+        rk_aiq_sys_ctx_t* ctx = isp::shared_get(g_aiq_ctx[cam_id]);
+        if (ctx == nullptr) {
+            return -1;
+        }
+        if (rk_aiq_uapi2_sysctl_prepare(ctx, 0, 0, isp::shared_get(g_WDRMode[cam_id])) != XCAM_RETURN_NO_ERROR) {
+            ISP_TRACE(__func__, "rkaiq engine prepare failed !\n\n");
+            rk_aiq_uapi2_sysctl_deinit(ctx);
+            isp::shared_set<rk_aiq_sys_ctx_t*>(g_aiq_ctx[cam_id], nullptr);
+            return -1;
+        }
+        ISP_TRACE(__func__, "rk_aiq_uapi2_sysctl_init/prepare succeed\n\n");
+        if (rk_aiq_uapi2_sysctl_start(ctx) != XCAM_RETURN_NO_ERROR) {
+            ISP_TRACE(__func__, "rk_aiq_uapi2_sysctl_start  failed\n\n");
+            return -1;
+        }
     }
     ISP_TRACE(__func__, "rk_aiq_uapi2_sysctl_start succeed\n\n");
     return 0;
