@@ -1,6 +1,7 @@
 // One-push white balance: the automatic balance runs for a fixed time, its gains are remembered, and the engine then
 // holds them with the user's tuning. A camera without an engine is walked through all the same, with nothing measured.
 #include "isp_ctrl/frame/seam.h"
+#include "isp_ctrl/frame/truncate.h"
 #include "isp_ctrl/white_balance/wb_blocks.h"
 
 namespace
@@ -12,19 +13,19 @@ constexpr unsigned kSettle = 1;   // seconds before the gains are held
 /// A gain in thousandths, truncated toward zero.
 int thousandths(float gain)
 {
-    return static_cast<int>(gain * 1000.0F);
+    return isp::truncated(gain * 1000.0F);
 }
 
-void remember(const isp::Call& call, const rk_aiq_wb_querry_info_t& wb_querry_info, int op_mode)
+void trace_measured(const isp::Call& call, const rk_aiq_wb_gain_t& gain)
 {
-    const rk_aiq_wb_gain_t& gain = wb_querry_info.gain;
-    ISP_TRACE(call.function, "quenvar enter QueryWBInfo\n");
     ISP_TRACE(call.function, "wb_querry_info.rgain.:%3f\n", static_cast<double>(gain.rgain));
     ISP_TRACE(call.function, "wb_querry_info.grgain.:%3f\n", static_cast<double>(gain.grgain));
     ISP_TRACE(call.function, "wb_querry_info.gbgain.:%3f\n", static_cast<double>(gain.gbgain));
     ISP_TRACE(call.function, "wb_querry_info.bgain.:%3f\n", static_cast<double>(gain.bgain));
-    ISP_TRACE(call.function, "wbmode:%d\n\n", op_mode);
+}
 
+void remember(const isp::Call& call, const rk_aiq_wb_gain_t& gain)
+{
     const int red = thousandths(gain.rgain);
     const int green = thousandths(gain.grgain);
     const int blue = thousandths(gain.bgain);
@@ -53,8 +54,11 @@ int KIV_Set_wb_mode_onepush(int isp_id)
     if (isp::fetch<isp::WpMode>(call, blocks.op_mode, isp::kWpModeTexts.get) == isp::Outcome::failed) {
         return -1;
     }
-    blocks.op_mode.mode = RK_AIQ_WB_MODE_AUTO;
-    if (isp::apply<isp::WpMode>(call, blocks.op_mode, isp::kWpModeTexts.set) == isp::Outcome::failed) {
+    const auto balance_automatically = [&](const rk_aiq_sys_ctx_t* context) {
+        blocks.op_mode.mode = RK_AIQ_WB_MODE_AUTO;
+        return isp::WpMode::set(context, blocks.op_mode);
+    };
+    if (isp::engine_call(call, isp::kWpModeTexts.set, balance_automatically) == isp::Outcome::failed) {
         return -1;
     }
     isp::seam.sleep(kConverge);
@@ -65,8 +69,13 @@ int KIV_Set_wb_mode_onepush(int isp_id)
     if (measured == isp::Outcome::failed) {
         return -1;
     }
+    ISP_TRACE(__func__, "quenvar enter QueryWBInfo\n");
     if (measured == isp::Outcome::done) {
-        remember(call, wb_querry_info, blocks.op_mode.mode);
+        trace_measured(call, wb_querry_info.gain);
+    }
+    ISP_TRACE(__func__, "wbmode:%d\n\n", static_cast<int>(blocks.op_mode.mode));
+    if (measured == isp::Outcome::done) {
+        remember(call, wb_querry_info.gain);
     }
 
     if (isp::fetch_manual(call, blocks) == isp::Outcome::failed) {

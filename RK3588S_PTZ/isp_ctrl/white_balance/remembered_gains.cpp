@@ -2,6 +2,7 @@
 // tuning and survive every mode change.
 #include "isp_ctrl/frame/atomic.h"
 #include "isp_ctrl/frame/call_frame.h"
+#include "isp_ctrl/frame/truncate.h"
 
 rk_aiq_wb_gain_t gs_wb_gain = {2.0839F, 1.0F, 1.0F, 2.0185F};
 
@@ -57,7 +58,7 @@ int get_onepush_bgain(int isp_id)
 
 int get_onepush_ggain(int /*isp_id*/)
 {
-    return static_cast<int>(isp::shared_get(cam_onepush_ggain));
+    return isp::truncated(isp::shared_get(cam_onepush_ggain));
 }
 
 void set_onepush_rgain(int isp_id, int val)
