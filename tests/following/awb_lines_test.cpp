@@ -93,23 +93,28 @@ TEST(AwbLines, TheSameLightTwiceGivesOffsets)
     }
 }
 
-TEST(AwbLines, ARecordHasLinesWhenEverySlopeIsFiniteAndNotZero)
+TEST(AwbLines, ARecordHasLinesWhenItsParametersAreFiniteAndNoSlopeIsZero)
 {
     using Limits = std::numeric_limits<float>;
     awb_calibration_s record{};
     EXPECT_FALSE(isp::has_lines(record));
     float* const slopes[] = {&record.rgain_k, &record.bgain_k, &record.rgain_k2, &record.bgain_k2};
+    float* const offsets[] = {&record.rgain_b, &record.bgain_b, &record.rgain_b2, &record.bgain_b2};
     for (float* slope : slopes) {
         *slope = -1.5F;
     }
     EXPECT_TRUE(isp::has_lines(record)) << "an offset may be zero";
-    for (float* slope : slopes) {
-        for (const float bad : {0.0F, -0.0F, Limits::infinity(), -Limits::infinity(), Limits::quiet_NaN()}) {
-            *slope = bad;
+    const auto refused = [&](float* parameter, std::initializer_list<float> values) {
+        for (const float bad : values) {
+            *parameter = bad;
             EXPECT_FALSE(isp::has_lines(record)) << bad;
         }
-        *slope = Limits::denorm_min();
+        *parameter = Limits::denorm_min();
         EXPECT_TRUE(isp::has_lines(record));
+    };
+    for (int i = 0; i < 4; ++i) {
+        refused(slopes[i], {0.0F, -0.0F, Limits::infinity(), -Limits::infinity(), Limits::quiet_NaN()});
+        refused(offsets[i], {Limits::infinity(), -Limits::infinity(), Limits::quiet_NaN()});
     }
 }
 

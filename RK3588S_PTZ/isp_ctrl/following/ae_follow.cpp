@@ -82,10 +82,11 @@ bool must_end()
            get_lens_calibration_flag() == kLensCalibrationEnds;
 }
 
-/// What the thread decides from here on answers every start so far.
+/// What the thread decides from here on answers every start so far. A thread that a host gave the body counts too.
 void begin_cycle()
 {
     const isp::MutexLock lock(follow_mtx);
+    thread_exists = true;
     start_wanted = false;
 }
 
@@ -101,12 +102,14 @@ bool end_thread()
     return true;
 }
 
-/// Starts the thread unless there is one. Under follow_mtx.
-int start_thread(const char* function)
+enum class Start { there_is_one, created, failed };
+
+Start start_thread()
 {
+    const isp::MutexLock lock(follow_mtx);
     if (thread_exists) {
         start_wanted = true;
-        return 0;
+        return Start::there_is_one;
     }
     pthread_t thread{};
     const auto body = [](void*) -> void* {
@@ -114,13 +117,11 @@ int start_thread(const char* function)
         return nullptr;
     };
     if (pthread_create(&thread, nullptr, body, nullptr) != 0) {
-        ISP_TRACE(function, "create cam_ae_follow_pano_function thread failed!\n\n");
-        return -1;
+        return Start::failed;
     }
     thread_exists = true;
     g_cam_ae_follow_pano_Pid = thread;
-    ISP_TRACE(function, "create cam_ae_follow_pano_function thread success!\n\n");
-    return 0;
+    return Start::created;
 }
 
 } // namespace
@@ -147,8 +148,17 @@ void isp::start_ae_follow()
 int cam_ae_follow_pano_thread(void)
 {
     ISP_TRACE(__func__, "enter cam_ae_follow_pano_thread\n\n");
-    const isp::MutexLock lock(follow_mtx);
-    return start_thread(__func__);
+    switch (start_thread()) {
+    case Start::there_is_one:
+        break;
+    case Start::created:
+        ISP_TRACE(__func__, "create cam_ae_follow_pano_function thread success!\n\n");
+        break;
+    case Start::failed:
+        ISP_TRACE(__func__, "create cam_ae_follow_pano_function thread failed!\n\n");
+        return -1;
+    }
+    return 0;
 }
 
 void cam_ae_follow_pano_function(void)

@@ -80,7 +80,7 @@ isp::Calibration isp::evaluate_calibration(awb_calibration_s& r)
 bool isp::has_lines(const awb_calibration_s& r)
 {
     for (const Channel& channel : kChannels) {
-        if (!std::isfinite(r.*channel.k) || r.*channel.k == 0.0F) {
+        if (!std::isfinite(r.*channel.k) || !std::isfinite(r.*channel.b) || r.*channel.k == 0.0F) {
             return false;
         }
     }

@@ -17,7 +17,7 @@ enum class Calibration {
 /// arithmetic and comparison is in single precision, equality exact.
 Calibration evaluate_calibration(awb_calibration_s& record);
 
-/// Whether a record holds lines: every slope is finite and not zero.
+/// Whether a record holds lines: all parameters are finite and no slope is zero.
 bool has_lines(const awb_calibration_s& record);
 
 } // namespace isp
