@@ -6,16 +6,19 @@
  * What holds for every function, unless its comment says otherwise:
  *
  * - Camera id: 0 to 7. Any other id is refused before anything is read or written: -1 (or no effect, where
- *   there is no result) and one trace line naming the id.
+ *   there is no result) and, while tracing is on, one trace line naming the id.
  * - Levels: a level above the store's maximum or above the setting's table is lowered to it, a negative level
  *   becomes 0; the level so bounded is what is stored and applied.
  * - The level is stored before the engine is touched, so the store holds the user's choice even when the
  *   engine refuses it.
- * - A camera without a running engine: the level is stored, the trace "aiq ctx error" is written, result 0.
+ * - A camera without an engine (never started, or released): the level is stored, the trace "aiq ctx error" is
+ *   written, result 0. A stopped engine still takes settings.
  * - Threads: "any thread" means from any thread, without a lock of the caller's. Two calls for the same setting of
  *   the same camera may interleave; the last writer wins. A caller that changes settings while it starts or stops
  *   the engine of the same camera orders the two itself, for example with rkipc_get_ctx_mtx(). No function may
  *   be called with that lock held that takes it itself: rk_isp_* only.
+ * - The host's functions are called on the caller's thread or on a thread of the library's. They must not call back
+ *   into the library; para_set_isp_exposure_mode_cur() in particular is called with a lock of the library's held.
  */
 #ifndef ISP_CTRL_H
 #define ISP_CTRL_H
@@ -92,7 +95,7 @@ typedef enum Shutter_Level_E ISP_ENUM_INT {
     VISCA_SHUTTER_10000 = 16,
 } Shutter_Level_E;
 
-/** Iris step, named after the F-number in hundredths or tenths (F1100 is F11, F180 is F1.8). */
+/** Iris step, named after the F-number in hundredths (F1100 is F11, F180 is F1.8). */
 typedef enum Iris_Level_E ISP_ENUM_INT {
     VISCA_IRIS_CLOSE = 0,
     VISCA_IRIS_F1100 = 6,
@@ -170,11 +173,11 @@ typedef enum WDR_Strength_E ISP_ENUM_INT {
 /** White-balance mode. */
 typedef enum WB_Mode_E ISP_ENUM_INT {
     AUTO_WHITE_BALANCE = 0,
-    IN_DOOR = 1,
-    OUT_DOOR = 2,
-    ONE_PUSH_WHITE_BALANCE = 3,
-    MANUAL_WHITE_BALANCE = 5,
-    TEMPERATURE = 32,
+    IN_DOOR = 1,                /**< red 2.0, green 1.0, blue 3.0 */
+    OUT_DOOR = 2,               /**< red 2.23, green 1.0, blue 2.0 */
+    ONE_PUSH_WHITE_BALANCE = 3, /**< the gains of the last KIV_Set_wb_mode_onepush() */
+    MANUAL_WHITE_BALANCE = 5,   /**< the gains of KIV_Set_rgain() and KIV_Set_bgain() */
+    TEMPERATURE = 32,           /**< the gains of KIV_Set_temperature() */
 } WB_Mode_E;
 
 /** Sensitivity of the automatic white balance. */
@@ -378,7 +381,8 @@ extern ISP_API const uint16_t gamma_1_6[49];
 extern ISP_API const uint16_t gamma_ext[49];
 extern ISP_API const uint16_t gamma_haisi[49];
 
-/** A set of white-balance gains kept for the host; the library neither reads nor writes it. */
+/** A set of white-balance gains kept for the host, at load red 2.0839, green 1.0 and blue 2.0185; the library neither
+ * reads nor writes it. */
 extern ISP_API rk_aiq_wb_gain_t gs_wb_gain;
 
 /* ---- Engine lifecycle ------------------------------------------------------------------------------------------ */
@@ -392,9 +396,12 @@ extern ISP_API rk_aiq_wb_gain_t gs_wb_gain;
  *   path is refused before anything changes.
  * @retval 0 the engine runs
  * @retval -1 refused, or the engine failed to initialise, prepare or start. After a failed start the camera keeps
- *   the prepared engine, so that rk_isp_deinit() can release it; after any other failure it has none.
+ *   the prepared engine, so that rk_isp_deinit() can release it; after a failed initialisation or prepare it has
+ *   none. A refused call leaves its engine as it was.
  *
- * Any thread; takes the engine lock. Sets the process's environment variable HDR_MODE.
+ * Any thread; takes the engine lock, but not around the engine's own initialisation: two starts of the same camera are
+ * the caller's to order. Sets the process's environment variable HDR_MODE with setenv(), which must not run beside
+ * another thread's use of the environment.
  */
 ISP_API int rk_isp_init(int cam_id, char* iqfile_path);
 
@@ -418,7 +425,7 @@ ISP_API int rk_isp_update(int cam_id);
  */
 ISP_API int rk_isp_stop(int cam_id);
 
-/** Does exactly what rk_isp_stop() does: the engine is stopped, not started. */
+/** Does exactly what rk_isp_stop() does: the engine is stopped, not started, and goes on taking settings. */
 ISP_API int rk_isp_resume(int cam_id);
 
 /**
@@ -442,7 +449,9 @@ ISP_API int getreadotp(void);
 
 /**
  * Builds, prepares and starts a group of sensors that one engine tunes together; from then on settings reach
- * groups, the camera id serving as the group id. A group that already has the id is stopped and destroyed first.
+ * groups, the camera id serving as the group id. A group that already has the id is stopped and destroyed first, once
+ * id, list and number have been found good; it is gone also when the new one then fails. A failed call does not change
+ * whether settings reach cameras or groups.
  * @param group_id group, 0 to 7
  * @param sns_id engine indices of the sensors
  * @param n_sns number of sensors, 1 to 7
@@ -504,8 +513,10 @@ ISP_API int get_isp_switch(int isp_id);
  */
 
 /**
- * Selects the exposure mode, then re-applies from the store the settings that the mode uses. SMART_EXPOSURE starts
- * exposure following; every other mode, set on camera 0, ends it.
+ * Selects the exposure mode, then re-applies from the store the settings that the mode uses. Every accepted mode also
+ * tells the lens whether the iris is automatic, and MANUAL_EXPOSURE and IRIS_PRIORITY move it to the stored step.
+ * SMART_EXPOSURE starts exposure following, which goes on only while it is camera 0's stored mode; every other mode,
+ * set on camera 0, ends it.
  * @param isp_id camera, 0 to 7
  * @param value a mode; it is stored before it is examined
  * @retval 0 the mode was accepted, whatever the re-applied settings reported
@@ -534,7 +545,9 @@ ISP_API int KIV_Set_shutter(int isp_id, Shutter_Level_E value);
 /**
  * Moves the iris to a step, in MANUAL_EXPOSURE, IRIS_PRIORITY and SMART_EXPOSURE (where the step is not stored).
  * @param isp_id camera, 0 to 7
- * @param value VISCA_IRIS_CLOSE or 6 (F11) to 17 (F1.8); above the store's maximum, and negative, means the maximum
+ * @param value VISCA_IRIS_CLOSE or 6 (F11) to 17 (F1.8); above the store's maximum, and negative, means the maximum.
+ *   The lens position is the store's maximum (17 is expected) less the step, for VISCA_IRIS_CLOSE less 5, not below 0;
+ *   0 is the widest aperture.
  * @retval 0 moved
  * @retval ISP_UNFIT step 1 to 5, or another exposure mode; nothing is stored
  * @retval -1 bad id
@@ -544,9 +557,9 @@ ISP_API int KIV_Set_shutter(int isp_id, Shutter_Level_E value);
 ISP_API int KIV_Set_iris(int isp_id, Iris_Level_E value);
 
 /**
- * Sets the exposure target in BRIGHT_PRIORITY.
+ * Sets the exposure target in BRIGHT_PRIORITY, and holds the frame rate.
  * @param isp_id camera, 0 to 7
- * @param value step 0 to 23: EV bias -100 to 360
+ * @param value step 0 to 23: EV bias -100 to 360, in the engine's unit (percent)
  * @retval 0 applied, or stored without an engine
  * @retval ISP_UNFIT another exposure mode; nothing is stored
  * @retval -1 bad id, or the engine failed (the step is stored)
@@ -556,7 +569,8 @@ ISP_API int KIV_Set_iris(int isp_id, Iris_Level_E value);
 ISP_API int KIV_Set_bright(int isp_id, Bright_E value);
 
 /**
- * Switches exposure compensation; off means level 7 (no bias), whatever level is stored.
+ * Switches exposure compensation, and holds the frame rate. Off means level 7, whatever level is stored: an EV bias of
+ * 0, or of 80 while backlight compensation is stored as on.
  * @param isp_id camera, 0 to 7
  * @param value Expcomp_Mode_ON or Expcomp_Mode_OFF; any other value is stored and means on
  * @retval 0 applied, or stored without an engine
@@ -568,9 +582,10 @@ ISP_API int KIV_Set_bright(int isp_id, Bright_E value);
 ISP_API int KIV_Set_expcomp_mode(int isp_id, Expcomp_Mode_E value);
 
 /**
- * Sets the exposure compensation level.
+ * Sets the exposure compensation level, and holds the frame rate. It has an effect while compensation is stored as on.
  * @param isp_id camera, 0 to 7
- * @param value level 0 to 14: EV bias -140 to 140; above the store's maximum, and negative, means the maximum
+ * @param value level 0 to 14: EV bias -140 to 140, 80 more while backlight compensation is stored as on; above the
+ *   store's maximum, and negative, means the maximum
  * @retval 0 applied, or stored without an engine
  * @retval ISP_UNFIT MANUAL_EXPOSURE or BRIGHT_PRIORITY; the level is stored all the same
  * @retval -1 bad id, or the engine failed (the level is stored)
@@ -580,7 +595,7 @@ ISP_API int KIV_Set_expcomp_mode(int isp_id, Expcomp_Mode_E value);
 ISP_API int KIV_Set_expcomp_level(int isp_id, Expcomp_Level_E value);
 
 /**
- * Switches backlight compensation, which raises the EV bias by 80.
+ * Switches backlight compensation, which raises the EV bias by 80, and holds the frame rate.
  * @param isp_id camera, 0 to 7
  * @param value Backlight_Mode_ON or Backlight_Mode_OFF; any other value is stored and means on
  * @retval 0 applied, or stored without an engine
@@ -596,7 +611,8 @@ ISP_API int KIV_Set_backlight(int isp_id, Backlight_Mode_E value);
  * @param isp_id camera, 0 to 7
  * @param value level 0 to 15: gain 1.0, then 2.0 per level, at most 22.0; no bound but the store's maximum
  * @retval 0 applied, or stored without an engine
- * @retval ISP_UNFIT MANUAL_EXPOSURE, WIDE_DYNAMIC_RANGE, SMART_EXPOSURE or a mode without a name; nothing is stored
+ * @retval ISP_UNFIT MANUAL_EXPOSURE, WIDE_DYNAMIC_RANGE, LOW_LIGHT, SMART_EXPOSURE or a mode without a name; nothing is
+ *   stored
  * @retval -1 bad id, or the engine failed (the level is stored)
  *
  * Any thread.
@@ -604,7 +620,7 @@ ISP_API int KIV_Set_backlight(int isp_id, Backlight_Mode_E value);
 ISP_API int KIV_Set_gain_limit(int isp_id, Gain_Limit_E value);
 
 /**
- * Sets the fixed gain of manual exposure.
+ * Sets the fixed gain of manual exposure. In SHUTTER_PRIORITY the engine only keeps it.
  * @param isp_id camera, 0 to 7
  * @param value level 0 to 15: gain 1.0 to 16.0; above the store's maximum, and negative, means the maximum
  * @retval 0 applied, or stored without an engine
@@ -620,7 +636,7 @@ ISP_API int KIV_Set_manual_gain(int isp_id, Manual_Gain_E value);
  * @param isp_id camera, 0 to 7
  * @param value a Flicker_E; any other value is stored and leaves the engine's frequency
  * @retval 0 applied, or stored without an engine
- * @retval ISP_UNFIT MANUAL_EXPOSURE, WIDE_DYNAMIC_RANGE or a mode without a name; stored all the same
+ * @retval ISP_UNFIT MANUAL_EXPOSURE, WIDE_DYNAMIC_RANGE, LOW_LIGHT or a mode without a name; stored all the same
  * @retval -1 bad id, or the engine failed (the value is stored)
  *
  * Any thread.
@@ -670,11 +686,13 @@ ISP_API int set_sensor_vpss_group(int isp_id, int* value);
 /**
  * Selects the white-balance mode and applies what the store and the remembered gains hold for it.
  * @param isp_id camera, 0 to 7
- * @param value a mode; one without a name is stored, and leaves the engine's mode and gains as they are
- * @retval 0 applied, or stored without an engine; always for TEMPERATURE once the engine's blocks could be read
+ * @param value a mode; one without a name is stored, leaves the engine's mode and gains as they are, and sets its gain
+ *   offset to 0
+ * @retval 0 applied, or stored without an engine; always for TEMPERATURE once the engine's blocks could be read.
+ *   Failures with the gain offset are not reported.
  * @retval -1 bad id, or the engine failed (the mode is stored)
  *
- * Any thread. AUTO_WHITE_BALANCE asks for the lens type, which starts a process.
+ * Any thread. AUTO_WHITE_BALANCE asks for the lens type, which starts a process; TEMPERATURE waits for a millisecond.
  */
 ISP_API int KIV_Set_wb_mode(int isp_id, WB_Mode_E value);
 
@@ -682,8 +700,9 @@ ISP_API int KIV_Set_wb_mode(int isp_id, WB_Mode_E value);
  * Measures once and holds the gains found: automatic balance runs for three seconds, its gains are remembered
  * and applied by hand with the user's tuning. Only in ONE_PUSH_WHITE_BALANCE.
  * @param isp_id camera, 0 to 7
- * @retval 0 done; or another mode (nothing happens); or no engine (the waits still happen)
- * @retval -1 bad id, or the engine failed
+ * @retval 0 done; or another mode (nothing happens); or no engine (the waits still happen, nothing is remembered)
+ * @retval -1 bad id, or the engine failed. It may be left in automatic balance until the mode or a tuning is set again,
+ *   and the measurement may be remembered already.
  *
  * Any thread; blocks it for about four seconds.
  */
@@ -729,14 +748,17 @@ ISP_API int KIV_Set_bgain(int isp_id, BGain_E value);
 /**
  * Tilts the balance towards or away from red, in AUTO_WHITE_BALANCE, ONE_PUSH_WHITE_BALANCE and TEMPERATURE.
  * @param isp_id camera, 0 to 7
- * @param value level 0 to 20, 10 being neutral; no bound above but the store's maximum
- * @retval 0 applied, or stored without an engine; another mode (nothing is stored)
+ * @param value level 0 to 20, 10 being neutral; no bound above but the store's maximum. A level is 0.03 of the gain
+ * offset in AUTO_WHITE_BALANCE, 3/254 of gain otherwise.
+ * @retval 0 applied, or stored without an engine; another mode (nothing is stored). Failures with the gain offset are
+ * not reported.
  * @retval -1 bad id, or the engine failed (the level is stored)
  *
  * Any thread. AUTO_WHITE_BALANCE asks for the lens type, which starts a process.
  */
 ISP_API int KIV_Set_rgain_tuning(int isp_id, RGain_Tuning_E value);
-/** Tilts the balance towards or away from blue; otherwise as KIV_Set_rgain_tuning(). */
+/** Tilts the balance towards or away from blue; otherwise as KIV_Set_rgain_tuning(), but that a gain offset that could
+ * not be written is reported with -1. */
 ISP_API int KIV_Set_bgain_tuning(int isp_id, BGain_Tuning_E value);
 /** Stores the green tuning level in the modes of KIV_Set_rgain_tuning(); nothing reaches the engine.
  * @retval 0 stored, or another mode (nothing is stored)
@@ -781,8 +803,7 @@ ISP_API void set_colortemp_bgain(int isp_id, float val);
  */
 ISP_API int KIV_Set_saturation(int isp_id, Saturation_E value);
 
-/** Sets the hue: level 0 to 14, engine value 100 to 156 (to 17 and 168 if the store's maximum allows it);
- * otherwise as KIV_Set_saturation().
+/** Sets the hue: level 0 to 14, engine value 100 to 156 (to 17 and 168 if the store's maximum allows it). Any thread.
  * @retval 0 applied (engine failures are not reported), or stored without an engine
  * @retval -1 bad id */
 ISP_API int KIV_Set_hue(int isp_id, HUE_E value);
@@ -837,7 +858,8 @@ ISP_API int KIV_Set_drc(int isp_id, DRC_E value);
  * @retval ISP_EXCUTE_BYARM recorded; the host applies styles itself
  * @retval -1 bad id, or no such preset; nothing changes
  *
- * Any thread.
+ * Any thread; starts processes to learn the lens type. A preset in SMART_EXPOSURE starts exposure following. The preset
+ * must stay valid during the call. Without an engine everything is stored, with 0.
  */
 ISP_API int KIV_Set_style(int isp_id, Imgstyle_Mode_E value);
 
@@ -845,7 +867,8 @@ ISP_API int KIV_Set_style(int isp_id, Imgstyle_Mode_E value);
 ISP_API int KIV_Set_ccm_style(int isp_id, int value);
 
 /**
- * Rebuilds the engine's automatic lens shading from the grids of "/nvdata/shading.data" for the fitted lens.
+ * Rebuilds the engine's automatic lens shading from the grids of "/nvdata/shading.data" for the fitted lens. The file
+ * is judged first, also for a camera without an engine.
  * @param isp_id camera, 0 to 7
  * @retval 0 applied, or the camera has no engine (no trace)
  * @retval -1 bad id, the file is missing, unreadable or short, or the engine failed
@@ -855,9 +878,10 @@ ISP_API int KIV_Set_ccm_style(int isp_id, int value);
 ISP_API int KIV_Set_shading(int isp_id);
 
 /**
- * Reads the lens-shading file.
+ * Reads the lens-shading file: 6936 bytes, twelve grids of 17 x 17 16-bit values, red, green in red rows, green in blue
+ * rows and blue for each of D65, CWF and A.
  * @param buf where to put the bytes; bytes beyond the file's end stay as they are
- * @param buf_size how many to read at the most, not negative
+ * @param buf_size how many to read at the most, not negative; buf must have room for them
  * @retval 0 read, also when the file is shorter
  * @retval -1 buf is null, buf_size negative, or the file cannot be opened or read
  *
@@ -866,7 +890,7 @@ ISP_API int KIV_Set_shading(int isp_id);
 ISP_API int user_load_shading_file(char* buf, int buf_size);
 
 /**
- * Sets the 2D noise reduction. Re-applies the lens shading first.
+ * Sets the 2D noise reduction. Re-applies the lens shading first, whose result is not reported.
  * @param isp_id camera, 0 to 7
  * @param value an NR2D_E, at most 9
  * @retval 0 applied, or stored without an engine
@@ -893,16 +917,18 @@ ISP_API int KIV_Set_hotpixel(int isp_id);
 /* ---- Start-up -------------------------------------------------------------------------------------------------------
  */
 
-/** Brings a camera's engine in line with the store: reads 22 settings and applies them in a fixed order. A bad
- * id has no effect. Any thread; call it once the engine runs. */
+/** Brings a camera's engine in line with the store: reads 22 settings and applies them in a fixed order; what the
+ * setters report is not passed on. A bad id has no effect; without an engine only the store changes, where a level had
+ * to be bounded. A stored SMART_EXPOSURE starts exposure following. Any thread; call it once the engine runs. Starts
+ * processes to learn the lens type. */
 ISP_API void KIV_load_isp_para(int isp_id);
 
 /**
  * Which lens is fitted, read from the board's vendor storage at every call.
- * @retval KIV_LEN_SR1053 its model name is stored
+ * @retval KIV_LEN_SR1053 exactly its model name, up to the first blank, is stored
  * @retval KIV_LEN_IR0147 any other name, or none
  *
- * Any thread; starts a process.
+ * Any thread; starts a process and waits for its end. If it cannot be started, the name that was read last counts.
  */
 ISP_API int KIV_Get_Len_Types(void);
 
@@ -911,10 +937,10 @@ ISP_API int KIV_Get_Len_Types(void);
 
 /**
  * The feature camera's live exposure: analogue gain, digital gain, exposure time (s), mean luma (0 to 255), gain
- * ceiling and first target luma. No output may be null.
- * @retval 0 all six are filled
- * @retval -1 the camera has no engine; the outputs are untouched
- * @retval other the code of the engine call that failed; the outputs of earlier calls are filled
+ * ceiling and first target luma.
+ * @retval 0 filled; the target luma is untouched when the engine keeps none
+ * @retval -1 an output is null or the camera has no engine; the outputs are untouched
+ * @retval other the code of the engine call that failed (it may be -1 too); the outputs of earlier calls are filled
  *
  * Any thread.
  */
@@ -922,15 +948,17 @@ ISP_API int kiv_rkisp_cl_getAeinfo(float* again, float* ispdgain, float* time, f
                                    float* ret_dysetpoint);
 
 /**
- * Starts the thread with which the feature camera follows the panorama camera's exposure. It ends by itself when
- * camera 0 leaves SMART_EXPOSURE.
+ * Starts the thread with which the feature camera follows the panorama camera's exposure. It ends by itself, and is
+ * not started again, when camera 0's stored mode is not SMART_EXPOSURE (at once, unless KIV_Set_exposure_mode()
+ * selected that mode before), on lens calibration flag 4, and when an engine call fails.
  * @retval 0 started, or one already runs
  * @retval -1 the thread could not be created
  *
  * Any thread.
  */
 ISP_API int cam_ae_follow_pano_thread(void);
-/** The thread's body; ends the calling thread. For the library's own use. */
+/** The thread's body, for the library's own use: detaches the calling thread and ends it, or, after an engine failure,
+ * returns. */
 ISP_API void cam_ae_follow_pano_function(void);
 
 /**
@@ -938,19 +966,21 @@ ISP_API void cam_ae_follow_pano_function(void);
  * followers' gains depend on the panorama camera's. Cameras: panorama 3, close 0, third 2; they are left in
  * automatic balance without offsets. Ends white-balance following for good.
  * @param val 1: D65, starts a new calibration; 2: A, completes it
- * @retval 0 measured and written; or, with 2, no usable calibration was found and the file was deleted
- * @retval -1 another val (nothing happens), a camera without an engine, an engine failure, a file that could
- *   not be written (1) or does not hold the first measurement (2)
+ * @retval 0 measured and written; or, with 2, no usable calibration was found and the file was deleted. With 2, a file
+ *   that could not be written or deleted is traced only.
+ * @retval -1 another val (one trace, nothing else happens), a camera without an engine, an engine failure, a file that
+ *   could not be written (1) or does not hold the first measurement (2). With 1 the old file is gone all the same, and
+ *   cameras may already be in automatic balance.
  *
  * Any thread; blocks it for at least nine seconds. One calibration at a time.
  */
 ISP_API int Awb_Calibration(int val);
 
 /**
- * Writes the calibration file "/data/wb.dat" whole.
+ * Writes the calibration file "/data/wb.dat" whole, with one call.
  * @param buf what to write
- * @param buf_size how many bytes, not negative
- * @retval 0 written
+ * @param buf_size how many bytes, not negative; sizeof(awb_calibration_s), which is what buf must hold at least
+ * @retval 0 written; a disk that takes only a part is not noticed
  * @retval -1 buf is null, buf_size negative, or the file could not be opened or written
  *
  * Any thread.
@@ -960,7 +990,7 @@ ISP_API int user_save_wb_calibration_file(awb_calibration_s* buf, int buf_size);
 /**
  * Reads the calibration file.
  * @param buf where to put it; bytes beyond the file's end stay as they are
- * @param buf_size how many bytes to read at the most, not negative
+ * @param buf_size how many bytes to read at the most, not negative; buf must have room for them
  * @retval 0 read, also when the file is shorter
  * @retval -1 buf is null, buf_size negative, or the file cannot be opened or read
  *
@@ -979,7 +1009,8 @@ ISP_API int user_load_wb_calibration_file(awb_calibration_s* buf, int buf_size);
 ISP_API int cam_awb_follow_pano_thread(void);
 
 /**
- * Allows (non-zero) or ends (0) white-balance following. Call it before the thread is started.
+ * Allows (non-zero) or ends (0) white-balance following. Call it before the thread is started: a thread that has ended,
+ * and one that a calibration ended, does not come back.
  * @retval 0 always
  *
  * Any thread.
