@@ -37,11 +37,8 @@ TEST_F(Metering, StoredGridsHaveTheirShape)
         }
     }
     EXPECT_EQ(at(center, 7, 7), 8);
-    EXPECT_EQ(std::count(std::begin(center), std::end(center), 8), 1);
-    EXPECT_EQ(std::count(std::begin(center), std::end(center), 4), 28);
-    EXPECT_EQ(std::count(std::begin(bottom), std::end(bottom), 0), 2 * 15);
-    EXPECT_EQ(at(bottom, 11, 7), 4);
-    EXPECT_EQ(at(bottom, 14, 0), 1);
+    EXPECT_EQ(fingerprint(center), 154770983U);
+    EXPECT_EQ(fingerprint(bottom), 2373711674U);
 }
 
 TEST_F(Metering, ModesLoadTheirGrid)

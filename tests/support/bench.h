@@ -177,6 +177,17 @@ void expect_engine(int camera, const Blocks&... blocks)
     EXPECT_THAT(differences(camera, 7), ::testing::IsEmpty());
 }
 
+/// Stands for all values of a table and their order (FNV-1a, a value a step).
+template <typename Table>
+std::uint32_t fingerprint(const Table& table)
+{
+    std::uint32_t hash = 2166136261U;
+    for (const auto value : table) {
+        hash = (hash ^ value) * 16777619U;
+    }
+    return hash;
+}
+
 /// Writes a file of exactly these bytes.
 inline void write_bytes(const std::string& path, std::string_view bytes)
 {

@@ -3,7 +3,9 @@
 
 #include <cstring>
 
-// Tone curves of 49 points, output 0 to 4095; gamma_ext ends at 4092.
+// Tone curves of 49 points, output 0 to 4095; gamma_ext ends at 4092. gamma_1_1 to gamma_1_6 are powers, 4096
+// (x/4096)^e rounded and at most 4095, with e = 0.40, 0.45, 0.48, 0.50, 0.56 and 0.63, at x = 0 to 8 in single steps,
+// then four points to each doubling, 256 apart at most; the other two are drawn by hand.
 const uint16_t gamma_1_1[49] = {0,    147,  194,  228,  256,  280,  301,  320,  338,  369,  397,  423,  446,
                                 487,  524,  558,  588,  643,  692,  736,  776,  849,  913,  971,  1024, 1120,
                                 1204, 1281, 1351, 1477, 1589, 1690, 1783, 1949, 2097, 2230, 2353, 2572, 2767,
