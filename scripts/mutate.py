@@ -27,7 +27,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 LIBRARY = "RK3588S_PTZ"
-OBJECTS = "isp_ctrl_static.dir"  # the build's folder of the library's objects
+OBJECTS = "isp_ctrl_objects.dir"  # the build's folder of the library's objects
 ARCHIVE = "libisp_ctrl.a"
 SURVIVORS = ROOT / "docs/survivors.txt"
 

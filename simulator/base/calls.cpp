@@ -18,6 +18,7 @@ struct Fault {
     int calls_left; // until it strikes; 1: the next call
     int code;
     bool from_then_on;
+    std::function<void()> action{}; // instead of failing
 };
 
 struct Watch {
@@ -74,6 +75,14 @@ void inject_fault(const std::string& function, int nth, int code, bool from_then
     w.update();
 }
 
+void at_call(const std::string& function, int nth, std::function<void()> action)
+{
+    Watch& w = watch();
+    const std::lock_guard lock(w.mutex);
+    w.faults.push_back({function, nth, 0, false, std::move(action)});
+    w.update();
+}
+
 void clear_faults()
 {
     Watch& w = watch();
@@ -93,18 +102,23 @@ int faults_struck()
 int detail::watched_call(const char* function, int id, long value)
 {
     Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
+    std::unique_lock lock(w.mutex);
     if (w.recording) {
         w.calls.push_back({function, id, value});
     }
     int code = 0;
+    std::vector<std::function<void()>> actions;
     for (auto fault = w.faults.begin(); fault != w.faults.end();) {
         if (fault->function != function || --fault->calls_left > 0) {
             ++fault;
             continue;
         }
-        code = fault->code;
-        ++w.struck;
+        if (fault->action) {
+            actions.push_back(std::move(fault->action));
+        } else {
+            code = fault->code;
+            ++w.struck;
+        }
         if (fault->from_then_on) {
             fault->calls_left = 1;
             ++fault;
@@ -113,6 +127,10 @@ int detail::watched_call(const char* function, int id, long value)
         }
     }
     w.update();
+    lock.unlock();
+    for (const auto& action : actions) {
+        action();
+    }
     return code;
 }
 

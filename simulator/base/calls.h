@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,10 @@ std::vector<Call> recorded_calls();
 /// Any thread.
 void inject_fault(const std::string& function, int nth, int code, bool from_then_on = false);
 void clear_faults();
+
+/// Runs `action` within the `nth` call of `function` from now, on its thread, before the function does anything: for
+/// what another thread might do between two calls. clear_faults() forgets it. Any thread.
+void at_call(const std::string& function, int nth, std::function<void()> action);
 
 /// How many injected faults have struck since clear_faults().
 int faults_struck();

@@ -67,7 +67,8 @@ inline constexpr auto member_of<rk_aiq_uapi_acsm_attrib_t> = &Blocks::csm;
 template <>
 inline constexpr auto member_of<rk_aiq_lsc_attrib_t> = &Blocks::lsc;
 
-/// Takes a block over. The table of set-points stays the engine's own: its values are taken over, the pointer is not.
+/// Takes a block over. The table of set-points stays the engine's own: its values are taken over, the pointer is not,
+/// unless it is null: an engine without set-points.
 template <typename Block>
 void store(Blocks& blocks, const Block& block)
 {
@@ -76,8 +77,8 @@ void store(Blocks& blocks, const Block& block)
         Uapi_DySetpoint_t& table = blocks.lin_ae.Params.DySetpoint;
         if (table.DySetpoint && table.DySetpoint != blocks.setpoints) {
             std::copy_n(table.DySetpoint, std::clamp(table.array_size, 0, kSetpoints), blocks.setpoints);
+            table.DySetpoint = blocks.setpoints;
         }
-        table.DySetpoint = blocks.setpoints;
     }
 }
 

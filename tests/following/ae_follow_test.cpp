@@ -227,6 +227,12 @@ TEST_F(AeFollow, AStartWhileTheThreadIsEndingIsNotLost)
     EXPECT_EQ(sim::faults_struck(), 1);
     EXPECT_THAT(engine_calls(), ElementsAre(kQuery, kGet, kSet)); // as a new thread does
     EXPECT_TRUE(running());
+
+    // The same while it ends without a failure: it goes on.
+    sim::inject_fault("get_lens_calibration_flag", 1, 4);
+    sim::at_call("get_lens_calibration_flag", 1, [] { EXPECT_EQ(cam_ae_follow_pano_thread(), 0); });
+    EXPECT_THAT(engine_calls(), ElementsAre(kQuery));
+    EXPECT_TRUE(running());
 }
 
 TEST_F(AeFollow, WithoutAThreadTheModeIsTakenAllTheSame)
@@ -239,6 +245,17 @@ TEST_F(AeFollow, WithoutAThreadTheModeIsTakenAllTheSame)
     EXPECT_EQ(cam_ae_follow_pano_thread(), 0); // tries again
     EXPECT_TRUE(running());
     sim::await_waiting(1);
+}
+
+TEST_F(AeFollow, AThreadOfTheHostsCounts)
+{
+    store(0, "exposure_mode", SMART_EXPOSURE);
+    sim::inject_fault("pthread_create", 1, EAGAIN);
+    EXPECT_EQ(KIV_Set_exposure_mode(0, SMART_EXPOSURE), 0);
+    std::thread(cam_ae_follow_pano_function).detach();
+    sim::await_waiting(1);
+    EXPECT_EQ(cam_ae_follow_pano_thread(), 0);
+    EXPECT_TRUE(running());
 }
 
 TEST_F(AeFollow, MissingCamerasArePassedOver)

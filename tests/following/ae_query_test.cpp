@@ -78,4 +78,10 @@ TEST_F(AeQuery, LeavesTheOutputsWithoutAnEngineOrAnOutput)
         EXPECT_THAT(calls_of([&] { EXPECT_EQ(query(missing), -1); }), IsEmpty());
         EXPECT_THAT(figures, Each(kUntouched));
     }
+    auto without_target = held<Uapi_LinExpAttrV2_t>(0);
+    without_target.Params.DySetpoint.DySetpoint = nullptr;
+    sim::engine::poke(rkipc_aiq_get_ctx(0), without_target);
+    EXPECT_EQ(query(), 0);
+    EXPECT_EQ(figures[4], 18.0F);
+    EXPECT_EQ(figures[5], kUntouched);
 }

@@ -186,7 +186,8 @@ TEST_F(AwbCalibration, WhatTheSecondLightFindsOnDisk)
         if (found != "no file") {
             write_bytes(wb_file, found);
         }
-        line_of(kA, result);
+        const auto traces = traces_of([&, wanted = result] { line_of(kA, wanted); });
+        EXPECT_EQ(traces.back().ends_with(" leave\n\n"), result == 0 && left != "no file");
         EXPECT_EQ(file_bytes(wb_file), left);
     }
 }
@@ -204,7 +205,7 @@ TEST_F(AwbCalibration, CamerasWithoutAnEngine)
     }
     const std::pair<int, std::size_t> rows[] = {{kClose, 16}, {kPano, 18}, {kThird, 20}};
     for (const auto& [lost, words_made] : rows) { // between the setting and its query
-        const int tick = sim::every(5'000'000, [lost = lost] { rk_isp_deinit(lost); });
+        const int tick = sim::every(5'000'000, [lost] { rk_isp_deinit(lost); });
         EXPECT_EQ(line_of(kA, -1), first_words(kMeasure, words_made));
         sim::cancel(tick);
         start_camera(lost);

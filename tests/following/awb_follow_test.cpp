@@ -254,6 +254,21 @@ TEST_F(AwbFollow, CamerasWithoutAnEngine)
     EXPECT_EQ(pass(), kApply);
 }
 
+// A host that stops a camera does not wait for the thread.
+TEST_F(AwbFollow, ACameraThatVanishesWithinAPass)
+{
+    start();
+    for (const int lost : {kClose, kPano}) {
+        rk_aiq_sys_ctx_t* const context = rkipc_aiq_get_ctx(lost);
+        put_measured(kPano, 1.0F + 0.25F * static_cast<float>(lost), 2.0F);
+        sim::at_call("rk_aiq_user_api2_awb_QueryWBInfo", 1,
+                     [lost] { isp::shared_set<rk_aiq_sys_ctx_t*>(g_aiq_ctx[lost], nullptr); });
+        EXPECT_THAT(traces_of([] { EXPECT_EQ(pass(), kNothing); }),
+                    ::testing::ElementsAre("cam_awb_follow_pano_function: aiq ctx error\n\n"));
+        isp::shared_set(g_aiq_ctx[lost], context);
+    }
+}
+
 TEST_F(AwbFollow, OneThreadPerProcess)
 {
     thread_code = EAGAIN;

@@ -1,4 +1,5 @@
-// Ids that name no camera: refused before anything is read or written, with one trace line that names them.
+// Ids that name no camera, and other arguments that cannot be: refused before anything is read or written, with one
+// trace line that names them.
 #include "support/setters.h"
 
 using namespace bench;
@@ -95,6 +96,48 @@ TEST_F(Ids, EveryFunctionRefusesThem)
     for (const int id : {INT_MIN, -1, 5, 8, INT_MAX}) {
         EXPECT_EQ(get_isp_switch(id), id);
     }
+}
+
+TEST_F(Ids, OtherBadArgumentsAreRefusedToo)
+{
+    static awb_calibration_s record;
+    static float figure;
+    static char long_path[300];
+    std::fill(std::begin(long_path), std::end(long_path) - 1, 'x');
+    const struct {
+        int (*call)();
+        std::vector<std::string> traces;
+    } kRefused[] = {
+        {[] { return rk_isp_init_group(1, nullptr, 2, nullptr); },
+         {"rk_isp_init_group: group 1: a group has 1 to 7 sensors, not 0\n\n"}},
+        {[] { return rk_isp_init_group(1, kSensors, 8, nullptr); },
+         {"rk_isp_init_group: group 1: a group has 1 to 7 sensors, not 8\n\n"}},
+        {[] { return rk_isp_init_group_start(1); }, {"rk_isp_init_group_start: there is no group 1\n\n"}},
+        {[] { return set_sensor_vpss_group(0, nullptr); }, {"set_sensor_vpss_group: value == NULL\n"}},
+        {[] { return kiv_rkisp_cl_getAeinfo(&figure, &figure, nullptr, &figure, &figure, &figure); },
+         {"kiv_rkisp_cl_getAeinfo: an output is NULL\n\n"}},
+        {[] { return user_load_shading_file(nullptr, 1); },
+         {"user_load_shading_file: Enter\n\n", "user_load_shading_file: no room for 1 bytes\n\n"}},
+        {[] { return user_load_wb_calibration_file(&record, -1); },
+         {"user_load_wb_calibration_file: Enter\n\n", "user_load_wb_calibration_file: no room for -1 bytes\n\n"}},
+        {[] { return user_save_wb_calibration_file(&record, -1); },
+         {"user_save_wb_calibration_file: no -1 bytes to write\n\n"}},
+        {[] { return init_auto_iris_control(nullptr); },
+         {"init_auto_iris_control: enter\n", "init_auto_iris_control: mode == NULL\n"}},
+        {[] { return set_auto_iris(nullptr); }, {"set_auto_iris: param == NULL\n"}},
+        {[] { return rk_isp_init(0, long_path); },
+         {"rk_isp_init: cam_id is 0, iqfiles:" + std::string(299, 'x') + "\n\n",
+          "rk_isp_init: the path of the iq files is longer than 255 characters\n\n"}},
+    };
+    for (const auto& refused : kRefused) {
+        EXPECT_THAT(calls_of([&] { EXPECT_EQ(refused.call(), -1); }), testing::IsEmpty());
+        EXPECT_THAT(traces_of([&] { EXPECT_EQ(refused.call(), -1); }), testing::ElementsAreArray(refused.traces));
+    }
+    EXPECT_THAT(traces_of([] { EXPECT_EQ(rk_isp_init(8, nullptr), -1); }),
+                testing::Contains("sample_common_isp_init: sample_common_isp_init : cam_id is over 3\n\n"));
+    EXPECT_EQ(rk_isp_init(-1, nullptr), -1);
+    EXPECT_THAT(traces_of([] { KIV_Set_exposure_mode(1, LOW_LIGHT); }),
+                testing::Contains("KIV_Set_exposure_mode: Para error\n\n"));
 }
 
 } // namespace

@@ -121,6 +121,7 @@ TEST_F(Lifecycle, AMissingSensorIsTracedAndTried)
     sim::engine::set_sensor_present(kCamera, false);
     EXPECT_THAT(traces_of([] { EXPECT_EQ(rk_isp_init(kCamera, nullptr), -1); }),
                 testing::Contains("sample_common_isp_init: WARN: aiq_static_info.sensor_info.phyId is -1\n\n"));
+    EXPECT_EQ(rk_isp_init(kCamera, nullptr), -1);
     EXPECT_EQ(rkipc_aiq_get_ctx(kCamera), nullptr);
     sim::engine::set_sensor_present(kCamera, true);
 }

@@ -37,6 +37,7 @@ TEST_F(Otp, TheFlagDecidesThePlan)
             traces_of([&] { plan = getreadotp(); }),
             testing::ElementsAre(c.plan == 1 ? "getreadotp: flag==1，planA\n\n" : "getreadotp: flag!=1，planB\n\n"));
         EXPECT_EQ(plan, c.plan) << c.file;
+        EXPECT_EQ(getreadotp(), c.plan) << "not traced";
     }
     std::filesystem::remove(otp_file); // no file: plan A
     EXPECT_THAT(traces_of([&] { plan = getreadotp(); }), testing::ElementsAre("getreadotp: erro dont open！\n\n"));

@@ -199,12 +199,22 @@ TEST_F(IrisLoop, ReadsARecordOnlyWhileThereIsOne)
     EXPECT_THAT(commands(5), SizeIs(5));
 }
 
+TEST_F(IrisLoop, ReadsADeviceWhateverItsSize)
+{
+    isp::seam.iris_device = "/dev/zero";
+    store(0, "exposure_mode", SMART_EXPOSURE);
+    start();
+    const auto sent = commands(3);
+    ASSERT_THAT(sent, SizeIs(2));
+    EXPECT_EQ(sent[0].dstIris, 690);
+}
+
 TEST_F(IrisLoop, AShortFileCountsAsNotMapped)
 {
     write(iris_device, 500, 1, 0);
     start();
     const long open_files = entries("/proc/self/fd");
-    for (const std::size_t size : {0, 20, 35}) {
+    for (const std::size_t size : {0U, 20U, 35U}) {
         write(iris_device, 500, 1, size);
         EXPECT_THAT(commands(5), IsEmpty());
         EXPECT_FALSE(mapped());
@@ -252,6 +262,11 @@ TEST_F(IrisLoop, KeepsItsFlagsAndPositionsForALaterLoop)
     ASSERT_THAT(first, SizeIs(1)) << "a non-zero step was sent last: one more command";
     EXPECT_EQ(first[0].steps, 0);
     EXPECT_THAT(commands(3), IsEmpty());
+
+    store(0, "antiflicker", FLICKER_OFF); // a command in each cycle
+    EXPECT_THAT(commands(2), SizeIs(2));
+    isp::shared_set<KIV_AUTO_IRIS_CONTROL_CALLBACK>(kiv_auto_iris_cb, nullptr);
+    EXPECT_THAT(commands(2), IsEmpty()) << "dropped without a receiver";
 }
 
 TEST_F(IrisLoop, DecidesWithTheFiguresAsTheyStand)

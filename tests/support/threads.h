@@ -4,7 +4,9 @@
 #include <chrono>
 #include <filesystem>
 #include <iterator>
+#include <string>
 #include <thread>
+#include <unistd.h>
 
 namespace bench
 {
@@ -17,8 +19,16 @@ inline long entries(const char* folder)
 
 inline long threads()
 {
-    // A sanitizer may add a thread of its own when the first one is created: not while a test counts.
-    static const bool first_created = (std::thread([] {}).join(), true);
+    // A sanitizer or an emulator may add a thread of its own when the first one is created: not while a test counts. An
+    // ended thread is listed for a moment longer.
+    static const bool first_created = [] {
+        std::string first;
+        std::thread([&] { first = "/proc/self/task/" + std::to_string(gettid()); }).join();
+        while (std::filesystem::exists(first)) {
+            std::this_thread::yield();
+        }
+        return true;
+    }();
     static_cast<void>(first_created);
     return entries("/proc/self/task");
 }

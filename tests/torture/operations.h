@@ -19,6 +19,11 @@ struct Operation {
     int kept_files = 0; // files that stay open: the iris device, when its thread has ended
 };
 
+inline void PrintTo(const Operation& operation, std::ostream* out)
+{
+    *out << operation.name;
+}
+
 /// Runs the body of a thread that ends itself.
 inline int on_thread(void (*body)())
 {

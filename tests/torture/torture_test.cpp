@@ -2,6 +2,7 @@
 // Whatever fails, the library answers with a documented result and leaves nothing behind.
 #include "torture/operations.h"
 
+#include "isp_ctrl/frame/atomic.h"
 #include "support/threads.h"
 
 #include <cstring>
@@ -11,6 +12,10 @@
 #include <set>
 #include <sstream>
 #include <sys/wait.h>
+
+#ifdef WRITE_COVERAGE
+extern "C" int WRITE_COVERAGE();
+#endif
 
 namespace
 {
@@ -39,7 +44,7 @@ std::atomic<int> cycles;
 class World : public bench::Bench
 {
 public:
-    explicit World(int variant)
+    World(int variant, bool engines)
     {
         bench::write_bytes(wb_file, std::string(80, 1));
         bench::write_bytes(shading_file, std::string(6936, 1));
@@ -58,13 +63,18 @@ public:
             return 0;
         };
         for (int camera = 0; camera < 4; ++camera) {
-            bench::start_camera(camera);
+            if (engines) {
+                bench::start_camera(camera);
+            }
             bench::store(camera, "exposure_mode", variant);
             bench::store(camera, "wb_mode", variant % 6);
+            bench::store(camera, "antiflicker", variant % 3);
         }
     }
     void TestBody() override {}
 };
+
+constexpr int kVanish = 0; // instead of failing: the cameras' contexts vanish from their slots before the call
 
 struct Fault {
     std::string function;
@@ -101,20 +111,35 @@ int slots_in_use()
                             std::ranges::count(g_camera_group_ctx, nullptr));
 }
 
-/// Runs an operation in a world of its own, under a fault if there is one, and judges what it leaves.
-Outcome run(const Operation& operation, int variant, const Fault* fault)
+void vanish()
 {
-    World world(variant);
+    for (rk_aiq_sys_ctx_t*& slot : g_aiq_ctx) {
+        isp::shared_set<rk_aiq_sys_ctx_t*>(slot, nullptr);
+    }
+}
+
+/// Runs an operation in a world of its own, under a fault if there is one, and judges what it leaves.
+Outcome run(const Operation& operation, int variant, const Fault* fault, bool engines, bool traces)
+{
+    World world(variant, engines);
+    sim::host::set_module_level(traces ? 6 : 5);
+    sim::host::start_log_capture();
     const long threads = bench::threads();
     const long files = bench::entries("/proc/self/fd");
     sim::start_recording();
     if (fault != nullptr) {
-        sim::inject_fault(fault->function, fault->nth, fault->code, fault->from_then_on);
+        if (fault->code == kVanish) {
+            sim::at_call(fault->function, fault->nth, vanish);
+        } else {
+            sim::inject_fault(fault->function, fault->nth, fault->code, fault->from_then_on);
+        }
     }
     const int result = operation.run(variant);
     const bool ended = bench::eventually([&] { return bench::threads() <= threads; });
     sim::stop_recording();
     sim::clear_faults();
+    sim::host::stop_log_capture();
+    sim::host::set_module_level(0);
 
     Outcome outcome;
     std::ostringstream problems;
@@ -141,7 +166,13 @@ Outcome run(const Operation& operation, int variant, const Fault* fault)
     for (const std::string& line : sim::host::misuses()) {
         problems << " " << line << ";";
     }
-    if (!function.ends_with("_destroy") && sim::engine::live_contexts() != slots_in_use()) {
+    for (const sim::host::LogLine& line : sim::host::captured_log()) {
+        if (line.level == 6 && (!traces || !line.text.starts_with("[module ") || !line.text.ends_with('\n'))) {
+            problems << " traced: " << line.text << ";";
+        }
+    }
+    const bool vanished = fault != nullptr && fault->code == kVanish;
+    if (!vanished && !function.ends_with("_destroy") && sim::engine::live_contexts() != slots_in_use()) {
         problems << " " << sim::engine::live_contexts() << " contexts in " << slots_in_use() << " slots;";
     }
     if (pthread_mutex_trylock(&g_aiq_mtx) == 0) {
@@ -166,23 +197,29 @@ Outcome run(const Operation& operation, int variant, const Fault* fault)
     return outcome;
 }
 
-/// The same; what leaves its traces in the process runs in a child, of which calls and problems come back.
-Outcome run_apart(const Operation& operation, int variant, const Fault* fault)
+/// The same, every second time with trace lines; what leaves its marks in the process runs in a child, of which calls
+/// and problems come back.
+Outcome run_apart(const Operation& operation, int variant, const Fault* fault, bool engines = true)
 {
+    static bool traces = false;
+    traces = !traces;
     if (!operation.once) {
-        return run(operation, variant, fault);
+        return run(operation, variant, fault, engines, traces);
     }
     std::string path = (std::filesystem::temp_directory_path() / "isp_torture_XXXXXX").string();
     close(mkstemp(path.data()));
     const pid_t child = fork();
     if (child == 0) {
-        const Outcome outcome = run(operation, variant, fault);
+        const Outcome outcome = run(operation, variant, fault, engines, traces);
         std::ofstream file(path);
         file << outcome.problems << "\n";
         for (const std::string& call : outcome.calls) {
             file << call << "\n";
         }
         file.close();
+#ifdef WRITE_COVERAGE
+        WRITE_COVERAGE(); // what it reached is written at an exit that this child must not take
+#endif
         std::_Exit(file ? 0 : 1);
     }
     int status = 0;
@@ -200,6 +237,12 @@ Outcome run_apart(const Operation& operation, int variant, const Fault* fault)
     return outcome;
 }
 
+bool module_call(const std::string& function)
+{
+    return engine_function(function) && function.find("sysctl") == std::string::npos &&
+           function.find("camgroup") == std::string::npos;
+}
+
 class Torture : public ::testing::TestWithParam<Operation>
 {
 };
@@ -211,13 +254,18 @@ TEST_P(Torture, LeavesNothingBehind)
     for (int variant = 0; variant < kVariants; ++variant) {
         const Outcome sound = run_apart(operation, variant, nullptr);
         EXPECT_EQ(sound.problems, "") << operation.name << ", variant " << variant;
+        EXPECT_EQ(run_apart(operation, variant, nullptr, false).problems, "") << operation.name << " without engines";
         if (!seen.insert(sound.calls).second) {
             continue;
         }
         std::map<std::string, int> made;
         for (const std::string& function : sound.calls) {
             const int nth = ++made[function];
-            for (const int code : codes_of(function)) {
+            std::vector<int> codes = codes_of(function);
+            if (module_call(function)) {
+                codes.push_back(kVanish);
+            }
+            for (const int code : codes) {
                 for (const bool from_then_on : {false, true}) {
                     const Fault fault{function, nth, code, from_then_on};
                     Outcome outcome = run_apart(operation, variant, &fault);

@@ -102,13 +102,13 @@ TEST_F(GainTuning, WhatIsStored)
         for (const auto& [level, kept] : {std::pair{5, 5}, {21, 21}, {25, 22}, {-3, 0}}) {
             for (const int mode : kTakesTuning) {
                 store(kCamera, "wb_mode", mode);
-                EXPECT_EQ(line_of([set = set, level = level] { EXPECT_EQ(set(level), 0); }).empty(), set == set_green);
+                EXPECT_EQ(line_of([set, level] { EXPECT_EQ(set(level), 0); }).empty(), set == set_green);
                 EXPECT_EQ(stored(kCamera, name), kept) << name;
             }
             for (const int mode : kTakesNoTuning) {
                 store(kCamera, "wb_mode", mode);
                 store(kCamera, name, 10);
-                EXPECT_EQ(line_of([set = set, level = level] { EXPECT_EQ(set(level), 0); }), "");
+                EXPECT_EQ(line_of([set, level] { EXPECT_EQ(set(level), 0); }), "");
                 EXPECT_EQ(stored(kCamera, name), 10) << name << " in mode " << mode;
             }
         }

@@ -146,7 +146,7 @@ TEST_F(WhiteBalanceSetters, TracesShowTuningSteps)
     tuning(12, 7);
     for (const auto& [set, mode, messages] : rows) {
         store(kCamera, "wb_mode", mode);
-        std::vector<std::string> traces = traces_of([set = set] { EXPECT_EQ(set(kCamera), 0); });
+        std::vector<std::string> traces = traces_of([set] { EXPECT_EQ(set(kCamera), 0); });
         for (std::string& trace : traces) {
             trace.erase(0, trace.find(": ") + 2); // the function
         }

@@ -51,7 +51,7 @@ TEST_F(WbMode, WhatEachModeWrites)
             put_balance(kCamera, engine);
             const auto sync = held<rk_aiq_uapiV2_wb_opMode_t>(kCamera).sync;
             const auto para = held<rk_aiq_wb_mwb_attrib_t>(kCamera).para;
-            EXPECT_EQ(line_of([mode = mode] { EXPECT_EQ(KIV_Set_wb_mode(kCamera, WB_Mode_E{mode}), 0); }),
+            EXPECT_EQ(line_of([mode] { EXPECT_EQ(KIV_Set_wb_mode(kCamera, WB_Mode_E{mode}), 0); }),
                       mode == TEMPERATURE ? "GetMode1 GetGains1 GetMode1 SetMode1 wait1000 GetGains1 SetGains1" : all);
             EXPECT_EQ(stored(kCamera, "wb_mode"), mode);
             EXPECT_EQ(balance(kCamera), expected);
@@ -119,8 +119,7 @@ TEST_F(WbMode, ManualGains)
         Balance expected = kBefore;
         expected.manual_mode = RK_AIQ_MWB_MODE_WBGAIN;
         expected.gains = {gain, 1.0F, 1.0F, kBefore.gains[3]};
-        EXPECT_EQ(line_of([level = level] { EXPECT_EQ(KIV_Set_rgain(kCamera, RGain_E{level}), 0); }),
-                  "GetGains1 SetGains1");
+        EXPECT_EQ(line_of([level] { EXPECT_EQ(KIV_Set_rgain(kCamera, RGain_E{level}), 0); }), "GetGains1 SetGains1");
         EXPECT_EQ(balance(kCamera), expected);
         EXPECT_EQ(stored(kCamera, "rgain"), kept);
         expected.gains[3] = gain;
@@ -148,7 +147,7 @@ TEST_F(WbMode, ManualGainsAreRefusedInOtherModes)
 TEST_F(WbMode, SensitivityIsStoredOnly)
 {
     for (const auto& [level, kept] : {std::pair{2, 2}, {0, 0}, {3, 2}, {-1, 0}}) {
-        EXPECT_EQ(line_of([level = level] { EXPECT_EQ(KIV_Set_awb_sens(kCamera, AWB_SENS_E{level}), 0); }), "");
+        EXPECT_EQ(line_of([level] { EXPECT_EQ(KIV_Set_awb_sens(kCamera, AWB_SENS_E{level}), 0); }), "");
         EXPECT_EQ(stored(kCamera, "awb_sens"), kept);
     }
 }

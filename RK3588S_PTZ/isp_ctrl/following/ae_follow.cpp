@@ -148,15 +148,13 @@ void isp::start_ae_follow()
 int cam_ae_follow_pano_thread(void)
 {
     ISP_TRACE(__func__, "enter cam_ae_follow_pano_thread\n\n");
-    switch (start_thread()) {
-    case Start::there_is_one:
-        break;
-    case Start::created:
-        ISP_TRACE(__func__, "create cam_ae_follow_pano_function thread success!\n\n");
-        break;
-    case Start::failed:
+    const Start start = start_thread();
+    if (start == Start::failed) {
         ISP_TRACE(__func__, "create cam_ae_follow_pano_function thread failed!\n\n");
         return -1;
+    }
+    if (start == Start::created) {
+        ISP_TRACE(__func__, "create cam_ae_follow_pano_function thread success!\n\n");
     }
     return 0;
 }
