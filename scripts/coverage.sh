@@ -52,8 +52,9 @@ if [[ ${1-} != lines ]]; then
     llvm-profdata-19 merge -sparse build/mcdc/profiles/*.profraw -o build/mcdc/all.profdata
     mapfile -t programs < <(find build/mcdc/tests -type f -name '*_test*' -perm -u+x | sort)
     inputs=("${programs[0]}" "${programs[@]/#/-object=}" -instr-profile=build/mcdc/all.profdata)
-    llvm-cov-19 show "${inputs[@]}" -show-mcdc -format=html -output-dir=build/mcdc/html -sources RK3588S_PTZ
-    llvm-cov-19 export "${inputs[@]}" -sources RK3588S_PTZ >build/mcdc/mcdc.json
+    llvm-cov-19 show "${inputs[@]}" -show-mcdc -format=html -output-dir=build/mcdc/html \
+        -sources RK3588S_PTZ 2>build/mcdc/warnings.log # of functions that a file includes and does not use
+    llvm-cov-19 export "${inputs[@]}" -sources RK3588S_PTZ >build/mcdc/mcdc.json 2>>build/mcdc/warnings.log
     python3 - build/mcdc/mcdc.json <<'PYTHON'
 import json, os, sys
 decided = total = 0

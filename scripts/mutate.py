@@ -192,7 +192,7 @@ class Bench:
             program = self.link(target)
             with self.plan.alone if target in self.plan.serial else contextlib.nullcontext():
                 for chosen, usual in self.plan.times[target].items():
-                    if run_test(program, chosen, 10 * usual + 10) != 0:
+                    if run_test(program, chosen, 5 * usual + 5) != 0:
                         self.plan.struck(mutant.path, target)
                         return target, chosen
         return None
