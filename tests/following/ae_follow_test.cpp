@@ -252,7 +252,7 @@ TEST_F(AeFollow, AThreadOfTheHostsCounts)
     store(0, "exposure_mode", SMART_EXPOSURE);
     sim::inject_fault("pthread_create", 1, EAGAIN);
     EXPECT_EQ(KIV_Set_exposure_mode(0, SMART_EXPOSURE), 0);
-    std::thread(cam_ae_follow_pano_function).detach();
+    ASSERT_EQ(on_thread(cam_ae_follow_pano_function), 0);
     sim::await_waiting(1);
     EXPECT_EQ(cam_ae_follow_pano_thread(), 0);
     EXPECT_TRUE(running());

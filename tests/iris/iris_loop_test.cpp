@@ -253,8 +253,7 @@ TEST_F(IrisLoop, KeepsItsFlagsAndPositionsForALaterLoop)
     sim::host::set_lens_calibration_flag(0);
     info.LinAeInfo.LinearExp.analog_gain = 2.0F;
     sim::engine::poke(rkipc_aiq_get_ctx(0), info);
-    std::thread later(auto_iris_control_main);
-    later.detach();
+    ASSERT_EQ(on_thread(auto_iris_control_main), 0);
     sim::await_waiting(1);
     sim::wait(kStart);
     EXPECT_EQ(get_max_iris(11), 638);

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <filesystem>
 #include <iterator>
+#include <pthread.h>
 #include <string>
 #include <thread>
 #include <unistd.h>
@@ -31,6 +32,17 @@ inline long threads()
     }();
     static_cast<void>(first_created);
     return entries("/proc/self/task");
+}
+
+/// Runs the body of a thread that detaches and ends itself; 0, or -1.
+inline int on_thread(void (*body)())
+{
+    pthread_t thread{};
+    const auto start = [](void* function) -> void* {
+        reinterpret_cast<void (*)()>(function)();
+        return nullptr;
+    };
+    return pthread_create(&thread, nullptr, start, reinterpret_cast<void*>(body)) == 0 ? 0 : -1;
 }
 
 /// Waits in real time until `holds`, ten seconds at the most; whether it came to hold.

@@ -3,9 +3,9 @@
 
 #include "support/bench.h"
 #include "support/setters.h"
+#include "support/threads.h"
 
 #include <functional>
-#include <pthread.h>
 
 namespace torture
 {
@@ -22,17 +22,6 @@ struct Operation {
 inline void PrintTo(const Operation& operation, std::ostream* out)
 {
     *out << operation.name;
-}
-
-/// Runs the body of a thread that ends itself.
-inline int on_thread(void (*body)())
-{
-    pthread_t thread{};
-    const auto start = [](void* function) -> void* {
-        reinterpret_cast<void (*)()>(function)();
-        return nullptr;
-    };
-    return pthread_create(&thread, nullptr, start, reinterpret_cast<void*>(body)) == 0 ? 0 : -1;
 }
 
 /// Calls of camera 0, whose settings the modes `variant` decide too, while cameras 0 to 3 run.
@@ -104,7 +93,7 @@ inline std::vector<Operation> operations()
         {"KIV_Get_Len_Types", [](int) { return KIV_Get_Len_Types(); }, {KIV_LEN_IR0147, KIV_LEN_SR1053}},
         OP(kiv_rkisp_cl_getAeinfo, &figure[0], &figure[1], &figure[2], &figure[3], &figure[4], &figure[5]),
         OP(cam_ae_follow_pano_thread),
-        {"cam_ae_follow_pano_function", [](int) { return on_thread(cam_ae_follow_pano_function); }},
+        {"cam_ae_follow_pano_function", [](int) { return bench::on_thread(cam_ae_follow_pano_function); }},
         {"Awb_Calibration", [](int variant) { return Awb_Calibration(variant % 2 + 1); }, any_code, true},
         OP(user_save_wb_calibration_file, &calibration, sizeof calibration),
         OP(user_load_wb_calibration_file, &calibration, sizeof calibration),
@@ -116,7 +105,8 @@ inline std::vector<Operation> operations()
         VOID_OP(get_flag_exp_lock),
         VOID_OP(set_iris_manu, 1),
         VOID_OP(get_iris_manu),
-        {"auto_iris_control_main", [](int) { return on_thread(auto_iris_control_main); }, any_code, true, true, 1},
+        {"auto_iris_control_main", [](int) { return bench::on_thread(auto_iris_control_main); }, any_code, true, true,
+         1},
         VOID_OP(get_cur_zoom_array, 1000),
         VOID_OP(get_max_iris, 3),
     };
