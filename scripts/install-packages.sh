@@ -10,6 +10,7 @@ packages=(
 ci_packages=(
     libbenchmark-dev libgmock-dev libgtest-dev                       # tests and benchmarks
     clang clang-format clang-tidy gcovr python3 valgrind             # checks
+    clang-19 libclang-rt-19-dev llvm-19 lld                          # conditions, mutation
     binutils-aarch64-linux-gnu g++-aarch64-linux-gnu googletest qemu-user # the target's processor
     abigail-tools binutils                                           # symbols and ABI
     doxygen graphviz                                                 # documents

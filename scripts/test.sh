@@ -2,7 +2,7 @@
 # Installs what is missing, builds and passes all checks: the tests in an optimised build, under the address and
 # undefined-behaviour sanitizers and under the thread sanitizer. Logs: build/logs.
 #   scripts/test.sh [--quick | --all]   --quick: the optimised build alone; --all: also for 64-bit Arm under qemu,
-#                                       formatting and clang-tidy
+#                                       coverage, formatting and clang-tidy
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit
 case "${1-}" in
@@ -72,6 +72,10 @@ for preset in "${presets[@]}"; do
 done
 
 if [[ ${1-} == --all ]]; then
+    echo "=== coverage"
+    start=$SECONDS
+    scripts/coverage.sh
+    count $? "lines, branches and conditions" $((SECONDS - start))
     echo "=== code"
     start=$SECONDS
     scripts/lint.sh
