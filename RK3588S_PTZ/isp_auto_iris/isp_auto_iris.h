@@ -8,6 +8,7 @@
 
 #include <stdint.h>
 
+/** Exported from the library. */
 #if defined(__GNUC__)
 #define ISP_IRIS_API __attribute__((visibility("default")))
 #else
@@ -77,11 +78,13 @@ ISP_IRIS_API int init_auto_iris_control(KIV_AUTO_IRIS_CONTROL_CALLBACK cb);
  */
 ISP_IRIS_API int set_auto_iris(iris_ctrl_param_t* param);
 
+/**@{*/
 /** Two flags that the library keeps for the host and does not act on, 0 at load. Any thread. */
 ISP_IRIS_API void set_flag_exp_lock(int flagexpLock);
 ISP_IRIS_API int get_flag_exp_lock(void);
 ISP_IRIS_API void set_iris_manu(int mode);
 ISP_IRIS_API int get_iris_manu(void);
+/**@}*/
 
 /** The loop's body, for the library's own use: names and detaches the calling thread, and ends it. */
 ISP_IRIS_API void auto_iris_control_main(void);

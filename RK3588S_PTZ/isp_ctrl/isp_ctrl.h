@@ -29,10 +29,11 @@
 
 #include "aiq/rk_aiq.h"
 
-/* Setting enums have the underlying type int where the language has it, so that any integer a host passes
+/** Setting enums have the underlying type int where the language has it, so that any integer a host passes
  * is a value of the type. */
 #define ISP_ENUM_INT RK_ENUM_INT
 
+/** Exported from the library. */
 #if defined(__GNUC__)
 #define ISP_API __attribute__((visibility("default")))
 #else
@@ -43,7 +44,7 @@
 extern "C" {
 #endif
 
-/* ---- Results and lens types ------------------------------------------------------------------------- */
+/* ---- Results and lens types -------------------------------------------------------------------------------------- */
 
 /** Results beside -1, which means that an engine call failed or that the request was refused. */
 enum {
@@ -60,7 +61,7 @@ enum {
     KIV_LEN_MAX = 2, /**< the count; never returned */
 };
 
-/* ---- Values of the settings ---------------------------------------------------------------------------- */
+/* ---- Values of the settings -------------------------------------------------------------------------------------- */
 
 /** Exposure mode: who decides time, gain and iris. */
 typedef enum Exposure_Mode_E ISP_ENUM_INT {
@@ -348,7 +349,7 @@ static_assert(sizeof(awb_calibration_s) == 80, "20 fields of 4 bytes");
 _Static_assert(sizeof(awb_calibration_s) == 80, "20 fields of 4 bytes");
 #endif
 
-/* ---- Shared state -------------------------------------------------------------------------------------------- */
+/* ---- Shared state ------------------------------------------------------------------------------------------------ */
 
 /** Engine context of each camera, null while it has none. Written under g_aiq_mtx. */
 extern ISP_API rk_aiq_sys_ctx_t* g_aiq_ctx[8];
@@ -363,14 +364,17 @@ extern ISP_API rk_aiq_working_mode_t g_WDRMode[8];
 /** Directory of the engine's tuning files, as the last camera start set it. Written under g_aiq_mtx. */
 extern ISP_API char g_iq_file_dir_[256];
 
+/**@{*/
 /** Metering weights, 15 rows of 15 cells from the top of the picture; 0 leaves a cell out. */
 extern ISP_API const uint8_t AE_average_Weight_GridWeights[225];
 extern ISP_API const uint8_t AE_center_Weight_GridWeights[225];
 extern ISP_API const uint8_t AE_bottom_Weight_GridWeights[225]; /**< no metering mode loads it */
+/**@}*/
 
 /** The four values that set_sensor_vpss_group() keeps; nothing in the library reads them. */
 extern ISP_API int sensor_vpss_group[4];
 
+/**@{*/
 /** Tone curves: 49 points, output 0 to 4095. No level selects gamma_1_1 and gamma_1_3. */
 extern ISP_API const uint16_t gamma_1_1[49];
 extern ISP_API const uint16_t gamma_1_2[49];
@@ -380,12 +384,13 @@ extern ISP_API const uint16_t gamma_1_5[49];
 extern ISP_API const uint16_t gamma_1_6[49];
 extern ISP_API const uint16_t gamma_ext[49];
 extern ISP_API const uint16_t gamma_haisi[49];
+/**@}*/
 
 /** A set of white-balance gains kept for the host, at load red 2.0839, green 1.0 and blue 2.0185; the library neither
  * reads nor writes it. */
 extern ISP_API rk_aiq_wb_gain_t gs_wb_gain;
 
-/* ---- Engine lifecycle ------------------------------------------------------------------------------------------ */
+/* ---- Engine lifecycle -------------------------------------------------------------------------------------------- */
 
 /**
  * Starts a camera's engine and makes single-camera contexts the ones that settings reach. An engine that the
@@ -509,8 +514,7 @@ ISP_API int get_FeaturesIspId(void);
 /** The store record of a camera: isp_id itself, whatever it is. Any thread. */
 ISP_API int get_isp_switch(int isp_id);
 
-/* ---- Exposure -----------------------------------------------------------------------------------------------------
- */
+/* ---- Exposure ---------------------------------------------------------------------------------------------------- */
 
 /**
  * Selects the exposure mode, then re-applies from the store the settings that the mode uses. Every accepted mode also
@@ -680,8 +684,7 @@ ISP_API int isp_wdr_config(int isp_id);
  */
 ISP_API int set_sensor_vpss_group(int isp_id, int* value);
 
-/* ---- White balance ------------------------------------------------------------------------------------------------
- */
+/* ---- White balance ----------------------------------------------------------------------------------------------- */
 
 /**
  * Selects the white-balance mode and applies what the store and the remembered gains hold for it.
@@ -767,29 +770,38 @@ ISP_API int KIV_Set_bgain_tuning(int isp_id, BGain_Tuning_E value);
  * Any thread. */
 ISP_API int KIV_Set_ggain_tuning(int isp_id, GGain_Tuning_E value);
 
+/**@{*/
 /** The remembered one-push gains in thousandths: red and blue per camera in the store (-1 for a bad id), green in
  * memory for all cameras (1 before the first measurement; the id is not used). Any thread. */
 ISP_API int get_onepush_rgain(int isp_id);
 ISP_API int get_onepush_ggain(int isp_id);
 ISP_API int get_onepush_bgain(int isp_id);
+/**@}*/
+
+/**@{*/
 /** Replace a remembered one-push gain, in thousandths. A bad id has no effect (the green one uses none). Any
  * thread. */
 ISP_API void set_onepush_rgain(int isp_id, int val);
 ISP_API void set_onepush_ggain(int isp_id, int val);
 ISP_API void set_onepush_bgain(int isp_id, int val);
+/**@}*/
 
+/**@{*/
 /** The remembered gains of the colour temperature, without tuning, per camera (0.0 for a bad id). In memory:
  * 1.9576, 1.0 and 1.9956 until TEMPERATURE mode has set them. Any thread. */
 ISP_API float get_colortemp_rgain(int isp_id);
 ISP_API float get_colortemp_ggain(int isp_id);
 ISP_API float get_colortemp_bgain(int isp_id);
+/**@}*/
+
+/**@{*/
 /** Replace a remembered gain of the colour temperature. A bad id has no effect. Any thread. */
 ISP_API void set_colortemp_rgain(int isp_id, float val);
 ISP_API void set_colortemp_ggain(int isp_id, float val);
 ISP_API void set_colortemp_bgain(int isp_id, float val);
+/**@}*/
 
-/* ---- Image ----------------------------------------------------------------------------------------------------------
- */
+/* ---- Image ------------------------------------------------------------------------------------------------------- */
 
 /**
  * Sets the saturation. While the stored black-and-white mode is on, the engine shows no colour and the level is
@@ -914,8 +926,7 @@ ISP_API int KIV_Get_csc_mode(int isp_id);
 /** Accepts hot-pixel correction and does nothing. @retval 0 always. Any thread, any id. */
 ISP_API int KIV_Set_hotpixel(int isp_id);
 
-/* ---- Start-up -------------------------------------------------------------------------------------------------------
- */
+/* ---- Start-up ---------------------------------------------------------------------------------------------------- */
 
 /** Brings a camera's engine in line with the store: reads 22 settings and applies them in a fixed order; what the
  * setters report is not passed on. A bad id has no effect; without an engine only the store changes, where a level had
@@ -932,8 +943,7 @@ ISP_API void KIV_load_isp_para(int isp_id);
  */
 ISP_API int KIV_Get_Len_Types(void);
 
-/* ---- Following ------------------------------------------------------------------------------------------------------
- */
+/* ---- Following --------------------------------------------------------------------------------------------------- */
 
 /**
  * The feature camera's live exposure: analogue gain, digital gain, exposure time (s), mean luma (0 to 255), gain

@@ -1,4 +1,5 @@
-/* Lens control of the host application. */
+/** @file
+ * Lens control of the host application. */
 #ifndef AF_LENS_CTRL_H
 #define AF_LENS_CTRL_H
 
@@ -8,16 +9,16 @@
 extern "C" {
 #endif
 
-/* Current zoom position in motor steps, 0 being the widest angle. */
+/** Current zoom position in motor steps, 0 being the widest angle. */
 uint16_t Uvc_Query_Zoom_Position(void);
 
-/* State of the lens calibration; 4 asks the library's iris and exposure threads to end. */
+/** State of the lens calibration; 4 asks the library's iris and exposure threads to end. */
 int get_lens_calibration_flag(void);
 
-/* 0: the iris stays where iris_to puts it; 1: it is under automatic control. */
+/** 0: the iris stays where iris_to puts it; 1: it is under automatic control. */
 void iris_mode(unsigned char mode);
 
-/* Drives the iris to a position, 0 being the widest aperture. */
+/** Drives the iris to a position, 0 being the widest aperture. */
 void iris_to(unsigned short position);
 
 #ifdef __cplusplus

@@ -1,4 +1,5 @@
-/* The image-signal-processing engine as this library uses it: all modules. */
+/** @file
+ * The image-signal-processing engine as this library uses it: all modules. */
 #ifndef AIQ_RK_AIQ_H
 #define AIQ_RK_AIQ_H
 

@@ -1,4 +1,5 @@
-/* Noise reduction in the Bayer domain: spatial (2D, version 2) and temporal (3D, version 2). */
+/** @file
+ * Noise reduction in the Bayer domain: spatial (2D, version 2) and temporal (3D, version 2). */
 #ifndef AIQ_RK_AIQ_ABAYERNR_H
 #define AIQ_RK_AIQ_ABAYERNR_H
 
@@ -9,6 +10,7 @@
 extern "C" {
 #endif
 
+/** Who decides the strength of spatial noise reduction. */
 typedef enum Abayer2dnr_OPMode_V2_e RK_ENUM_INT {
     ABAYER2DNR_OP_MODE_INVALID = 0,
     ABAYER2DNR_OP_MODE_AUTO = 1,
@@ -33,6 +35,7 @@ typedef struct rk_aiq_bayer2dnr_attrib_v2_s {
     Abayer2dnr_Auto_Attr_V2_t stAuto;
 } rk_aiq_bayer2dnr_attrib_v2_t;
 
+/** Who decides the strength of temporal noise reduction. */
 typedef enum Abayertnr_OPMode_V2_e RK_ENUM_INT {
     ABAYERTNRV2_OP_MODE_INVALID = 0,
     ABAYERTNRV2_OP_MODE_AUTO = 1,
@@ -57,10 +60,17 @@ typedef struct rk_aiq_bayertnr_attrib_v2_s {
     Abayertnr_Auto_Attr_V2_t stAuto;
 } rk_aiq_bayertnr_attrib_v2_t;
 
+/**@{*/
+/** Reads and writes the whole block of spatial noise reduction. */
 XCamReturn rk_aiq_user_api2_abayer2dnrV2_GetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_bayer2dnr_attrib_v2_t* attr);
 XCamReturn rk_aiq_user_api2_abayer2dnrV2_SetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_bayer2dnr_attrib_v2_t* attr);
+/**@}*/
+
+/**@{*/
+/** Reads and writes the whole block of temporal noise reduction. */
 XCamReturn rk_aiq_user_api2_abayertnrV2_GetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_bayertnr_attrib_v2_t* attr);
 XCamReturn rk_aiq_user_api2_abayertnrV2_SetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_bayertnr_attrib_v2_t* attr);
+/**@}*/
 
 #ifdef __cplusplus
 }

@@ -1,4 +1,5 @@
-/* Colour processing: brightness, contrast, saturation and hue of the picture, 128 being neutral. */
+/** @file
+ * Colour processing: brightness, contrast, saturation and hue of the picture, 128 being neutral. */
 #ifndef AIQ_RK_AIQ_ACP_H
 #define AIQ_RK_AIQ_ACP_H
 
@@ -16,8 +17,11 @@ typedef struct acp_attrib_s {
     uint8_t hue;
 } acp_attrib_t;
 
+/**@{*/
+/** Reads and writes the whole block of colour processing. */
 XCamReturn rk_aiq_user_api2_acp_GetAttrib(const rk_aiq_sys_ctx_t* ctx, acp_attrib_t* attr);
 XCamReturn rk_aiq_user_api2_acp_SetAttrib(const rk_aiq_sys_ctx_t* ctx, const acp_attrib_t* attr);
+/**@}*/
 
 #ifdef __cplusplus
 }

@@ -1,4 +1,5 @@
-/* Colour-space matrix: RGB to YCbCr. */
+/** @file
+ * Colour-space matrix: RGB to YCbCr. */
 #ifndef AIQ_RK_AIQ_ACSM_H
 #define AIQ_RK_AIQ_ACSM_H
 
@@ -13,7 +14,7 @@ typedef struct rk_aiq_acsm_params_s {
     bool full_range;
     int y_offset;
     int c_offset;
-    float coeff[9]; /* rows Y, Cb, Cr; columns R, G, B */
+    float coeff[9]; /**< rows Y, Cb, Cr; columns R, G, B */
 } rk_aiq_acsm_params_t;
 
 typedef struct rk_aiq_uapi_acsm_attrib_s {
@@ -21,8 +22,11 @@ typedef struct rk_aiq_uapi_acsm_attrib_s {
     rk_aiq_acsm_params_t param;
 } rk_aiq_uapi_acsm_attrib_t;
 
+/**@{*/
+/** Reads and writes the whole block of the colour-space matrix. */
 XCamReturn rk_aiq_user_api2_acsm_GetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_uapi_acsm_attrib_t* attr);
 XCamReturn rk_aiq_user_api2_acsm_SetAttrib(const rk_aiq_sys_ctx_t* ctx, const rk_aiq_uapi_acsm_attrib_t* attr);
+/**@}*/
 
 #ifdef __cplusplus
 }

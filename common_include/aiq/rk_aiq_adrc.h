@@ -1,4 +1,5 @@
-/* Dynamic range compression: a gain over the engine's control axis. */
+/** @file
+ * Dynamic range compression: a gain over the engine's control axis. */
 #ifndef AIQ_RK_AIQ_ADRC_H
 #define AIQ_RK_AIQ_ADRC_H
 
@@ -8,13 +9,16 @@
 extern "C" {
 #endif
 
+/** Points of the engine's control axis. */
 #define RK_AIQ_DRC_POINTS 13 /* points of the control axis */
 
+/** Generation of the engine that a block is made for. */
 typedef enum AdrcVersion_e RK_ENUM_INT {
     ADRC_VERSION_356X = 0,
     ADRC_VERSION_3588 = 1,
 } AdrcVersion_t;
 
+/** Who decides the compression. */
 typedef enum drc_OpMode_e RK_ENUM_INT {
     DRC_OPMODE_AUTO = 0,
     DRC_OPMODE_MANUAL = 1,
@@ -43,8 +47,11 @@ typedef struct drc_attrib_s {
     drcAutoV30_t stAutoV30;
 } drc_attrib_t;
 
+/**@{*/
+/** Reads and writes the whole block of dynamic range compression. */
 XCamReturn rk_aiq_user_api2_adrc_GetAttrib(const rk_aiq_sys_ctx_t* ctx, drc_attrib_t* attr);
 XCamReturn rk_aiq_user_api2_adrc_SetAttrib(const rk_aiq_sys_ctx_t* ctx, drc_attrib_t attr);
+/**@}*/
 
 #ifdef __cplusplus
 }

@@ -1,4 +1,5 @@
-/* Tone curve of the picture: 49 points, output 0 to 4095. */
+/** @file
+ * Tone curve of the picture: 49 points, output 0 to 4095. */
 #ifndef AIQ_RK_AIQ_AGAMMA_H
 #define AIQ_RK_AIQ_AGAMMA_H
 
@@ -8,8 +9,10 @@
 extern "C" {
 #endif
 
+/** Points of a tone curve. */
 #define RK_AIQ_GAMMA_POINTS 49
 
+/** Which of the curves applies. */
 typedef enum gamma_op_mode_e RK_ENUM_INT {
     GAMMA_MODE_AUTO = 0,
     GAMMA_MODE_MANUAL = 1,
@@ -45,8 +48,11 @@ typedef struct rk_aiq_gamma_attrib_V2_s {
     rk_aiq_gamma_attr_V30_t atrrV30;
 } rk_aiq_gamma_attrib_V2_t;
 
+/**@{*/
+/** Reads and writes the whole block of the tone curve. */
 XCamReturn rk_aiq_user_api2_agamma_GetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_gamma_attrib_V2_t* attr);
 XCamReturn rk_aiq_user_api2_agamma_SetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_gamma_attrib_V2_t attr);
+/**@}*/
 
 #ifdef __cplusplus
 }

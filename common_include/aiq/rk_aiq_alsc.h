@@ -1,4 +1,5 @@
-/* Lens shading correction: grids of 17 x 17 gains per illuminant, channel and vignetting level. */
+/** @file
+ * Lens shading correction: grids of 17 x 17 gains per illuminant, channel and vignetting level. */
 #ifndef AIQ_RK_AIQ_ALSC_H
 #define AIQ_RK_AIQ_ALSC_H
 
@@ -8,14 +9,22 @@
 extern "C" {
 #endif
 
+/** Characters of a name, with its end. */
 #define RK_AIQ_LSC_NAME_SIZE 32
+/** Sectors of the picture in each direction. */
 #define RK_AIQ_LSC_SECTORS 16
-#define RK_AIQ_LSC_GRID_POINTS 289 /* 17 rows of 17 */
+/** Points of a grid: 17 rows of 17. */
+#define RK_AIQ_LSC_GRID_POINTS 289
+/** Resolutions that a block has room for. */
 #define RK_AIQ_LSC_RESOLUTIONS_MAX 4
+/** Illuminants that a block has room for. */
 #define RK_AIQ_LSC_ILLUMINANTS_MAX 8
+/** Grids that an illuminant has room for. */
 #define RK_AIQ_LSC_TABLES_USED_MAX 4
+/** Grids that a block has room for. */
 #define RK_AIQ_LSC_TABLES_MAX 16
 
+/** Who chooses the grids. */
 typedef enum rk_aiq_lsc_op_mode_e RK_ENUM_INT {
     RK_AIQ_LSC_MODE_INVALID = 0,
     RK_AIQ_LSC_MODE_MANUAL = 1,
@@ -41,10 +50,10 @@ typedef struct lsc_common_s {
 typedef struct lsc_illuminant_s {
     int usedForCase;
     char name[RK_AIQ_LSC_NAME_SIZE];
-    float wbGain[2]; /* red and blue reference gain */
+    float wbGain[2]; /**< red and blue reference gain */
     char tableUsed[RK_AIQ_LSC_TABLES_USED_MAX][RK_AIQ_LSC_NAME_SIZE];
     int tableUsed_len;
-    float gains[4]; /* sensor gains at which vig applies */
+    float gains[4]; /**< sensor gains at which vig applies */
     int gains_len;
     float vig[4];
     int vig_len;
@@ -60,7 +69,7 @@ typedef struct lsc_table_s {
     char name[RK_AIQ_LSC_NAME_SIZE];
     char resolution[RK_AIQ_LSC_NAME_SIZE];
     char illumination[RK_AIQ_LSC_NAME_SIZE];
-    float vignetting; /* per cent of full correction */
+    float vignetting; /**< per cent of full correction */
     lsc_matrix_t lsc_samples_red;
     lsc_matrix_t lsc_samples_greenR;
     lsc_matrix_t lsc_samples_greenB;
@@ -93,8 +102,11 @@ typedef struct rk_aiq_lsc_attrib_s {
     lsc_auto_t stAuto;
 } rk_aiq_lsc_attrib_t;
 
+/**@{*/
+/** Reads and writes the whole block of lens shading correction. */
 XCamReturn rk_aiq_user_api2_alsc_GetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_lsc_attrib_t* attr);
 XCamReturn rk_aiq_user_api2_alsc_SetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_lsc_attrib_t attr);
+/**@}*/
 
 #ifdef __cplusplus
 }

@@ -1,4 +1,5 @@
-/* Sharpening, version 4 of its interface. */
+/** @file
+ * Sharpening, version 4 of its interface. */
 #ifndef AIQ_RK_AIQ_ASHARP_H
 #define AIQ_RK_AIQ_ASHARP_H
 
@@ -8,8 +9,10 @@
 extern "C" {
 #endif
 
+/** Sensitivity steps, each twice the one before. */
 #define RK_AIQ_ISO_STEPS 13 /* sensitivity steps of the tuning arrays */
 
+/** Who decides the strength. */
 typedef enum Asharp4_OPMode_e RK_ENUM_INT {
     ASHARP4_OP_MODE_OFF = 0,
     ASHARP4_OP_MODE_AUTO = 1,
@@ -19,7 +22,7 @@ typedef enum Asharp4_OPMode_e RK_ENUM_INT {
 typedef struct RK_SHARP_Params_V4_s {
     int enable;
     int iso[RK_AIQ_ISO_STEPS];
-    float sharp_ratio[RK_AIQ_ISO_STEPS]; /* strength per sensitivity step */
+    float sharp_ratio[RK_AIQ_ISO_STEPS]; /**< strength per sensitivity step */
     float pbf_ratio[RK_AIQ_ISO_STEPS];
 } RK_SHARP_Params_V4_t;
 
@@ -33,8 +36,11 @@ typedef struct rk_aiq_sharp_attrib_v4_s {
     Asharp_Auto_Attr_V4_t stAuto;
 } rk_aiq_sharp_attrib_v4_t;
 
+/**@{*/
+/** Reads and writes the whole block of sharpening. */
 XCamReturn rk_aiq_user_api2_asharpV4_GetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_sharp_attrib_v4_t* attr);
 XCamReturn rk_aiq_user_api2_asharpV4_SetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_sharp_attrib_v4_t* attr);
+/**@}*/
 
 #ifdef __cplusplus
 }

@@ -1,4 +1,5 @@
-/* Automatic white balance: operating mode, manual gains, gain offset, live result. */
+/** @file
+ * Automatic white balance: operating mode, manual gains, gain offset, live result. */
 #ifndef AIQ_RK_AIQ_AWB_H
 #define AIQ_RK_AIQ_AWB_H
 
@@ -8,6 +9,7 @@
 extern "C" {
 #endif
 
+/** Who decides the gains. */
 typedef enum rk_aiq_wb_op_mode_e RK_ENUM_INT {
     RK_AIQ_WB_MODE_MANUAL = 0,
     RK_AIQ_WB_MODE_AUTO = 1,
@@ -25,6 +27,7 @@ typedef struct rk_aiq_wb_gain_s {
     float bgain;
 } rk_aiq_wb_gain_t;
 
+/** What manual operation is told. */
 typedef enum rk_aiq_wb_mwb_mode_e RK_ENUM_INT {
     RK_AIQ_MWB_MODE_CCT = 0,
     RK_AIQ_MWB_MODE_SCENE = 1,
@@ -32,7 +35,7 @@ typedef enum rk_aiq_wb_mwb_mode_e RK_ENUM_INT {
 } rk_aiq_wb_mwb_mode_t;
 
 typedef struct rk_aiq_wb_cct_s {
-    float CCT; /* kelvin */
+    float CCT; /**< kelvin */
     float CCRI;
 } rk_aiq_wb_cct_t;
 
@@ -50,7 +53,7 @@ typedef struct rk_aiq_wb_mwb_attrib_s {
 
 typedef struct rk_aiq_wb_gain_offset_s {
     bool enable;
-    float offset[4]; /* red, green on red rows, green on blue rows, blue */
+    float offset[4]; /**< red, green on red rows, green on blue rows, blue */
 } rk_aiq_wb_gain_offset_t;
 
 typedef struct rk_aiq_uapiV2_wb_awb_wbGainOffset_s {
@@ -59,18 +62,31 @@ typedef struct rk_aiq_uapiV2_wb_awb_wbGainOffset_s {
 } rk_aiq_uapiV2_wb_awb_wbGainOffset_t;
 
 typedef struct rk_aiq_wb_querry_info_s {
-    rk_aiq_wb_gain_t gain; /* the gains in force */
+    rk_aiq_wb_gain_t gain; /**< the gains in force */
     rk_aiq_wb_cct_t cctGloabl;
     bool awbConverged;
 } rk_aiq_wb_querry_info_t;
 
+/**@{*/
+/** Reads and writes the whole block of the operating mode. */
 XCamReturn rk_aiq_user_api2_awb_GetWpModeAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_uapiV2_wb_opMode_t* attr);
 XCamReturn rk_aiq_user_api2_awb_SetWpModeAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_uapiV2_wb_opMode_t attr);
+/**@}*/
+
+/**@{*/
+/** Reads and writes the whole block of the manual gains. */
 XCamReturn rk_aiq_user_api2_awb_GetMwbAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_wb_mwb_attrib_t* attr);
 XCamReturn rk_aiq_user_api2_awb_SetMwbAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_wb_mwb_attrib_t attr);
+/**@}*/
+
+/** The gains and colour temperature that white balance has reached. */
 XCamReturn rk_aiq_user_api2_awb_QueryWBInfo(const rk_aiq_sys_ctx_t* ctx, rk_aiq_wb_querry_info_t* info);
+
+/**@{*/
+/** Reads and writes the whole block of the gain offset. */
 XCamReturn rk_aiq_uapi2_getAwbGainOffsetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_uapiV2_wb_awb_wbGainOffset_t* attr);
 XCamReturn rk_aiq_uapi2_setAwbGainOffsetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_uapiV2_wb_awb_wbGainOffset_t attr);
+/**@}*/
 
 #ifdef __cplusplus
 }

@@ -1,4 +1,5 @@
-/* Camera groups: several sensors tuned together by one engine instance. */
+/** @file
+ * Camera groups: several sensors tuned together by one engine instance. */
 #ifndef AIQ_RK_AIQ_CAMGROUP_H
 #define AIQ_RK_AIQ_CAMGROUP_H
 
@@ -8,12 +9,13 @@
 extern "C" {
 #endif
 
+/** Members that a group has room for. */
 #define RK_AIQ_CAM_GROUP_MAX_CAMS 8 /* a group has fewer members than this */
 
 typedef struct rk_aiq_camgroup_instance_cfg_s {
-    const char* sns_ent_nm_array[RK_AIQ_CAM_GROUP_MAX_CAMS]; /* entity name per member */
+    const char* sns_ent_nm_array[RK_AIQ_CAM_GROUP_MAX_CAMS]; /**< entity name per member */
     int sns_num;
-    const char* config_file_dir; /* directory of the tuning files */
+    const char* config_file_dir; /**< directory of the tuning files */
     const char* single_iq_file;
     const char* group_iq_file;
     const char* overlap_map_file;
@@ -21,10 +23,15 @@ typedef struct rk_aiq_camgroup_instance_cfg_s {
     void* pHwEvtCbCtx;
 } rk_aiq_camgroup_instance_cfg_t;
 
+/** A new group's context, or null. */
 rk_aiq_camgroup_ctx_t* rk_aiq_uapi2_camgroup_create(rk_aiq_camgroup_instance_cfg_t* cfg);
+/** Readies the group's engine for a working mode. */
 XCamReturn rk_aiq_uapi2_camgroup_prepare(rk_aiq_camgroup_ctx_t* ctx, rk_aiq_working_mode_t mode);
+/** Starts processing. */
 XCamReturn rk_aiq_uapi2_camgroup_start(rk_aiq_camgroup_ctx_t* ctx);
+/** Stops processing; the context stays. */
 XCamReturn rk_aiq_uapi2_camgroup_stop(rk_aiq_camgroup_ctx_t* ctx);
+/** Ends the group and its context. */
 XCamReturn rk_aiq_uapi2_camgroup_destroy(rk_aiq_camgroup_ctx_t* ctx);
 
 #ifdef __cplusplus

@@ -1,4 +1,5 @@
-/* System control: the life of one camera's engine. */
+/** @file
+ * System control: the life of one camera's engine. */
 #ifndef AIQ_RK_AIQ_SYSCTL_H
 #define AIQ_RK_AIQ_SYSCTL_H
 
@@ -9,8 +10,8 @@ extern "C" {
 #endif
 
 typedef struct rk_aiq_sensor_info_s {
-    char sensor_name[32]; /* entity name, the engine's key to the sensor */
-    int phyId;            /* -1: no such sensor */
+    char sensor_name[32]; /**< entity name, the engine's key to the sensor */
+    int phyId;            /**< -1: no such sensor */
 } rk_aiq_sensor_info_t;
 
 typedef struct rk_aiq_static_info_s {
@@ -19,18 +20,28 @@ typedef struct rk_aiq_static_info_s {
 
 struct rk_aiq_err_msg_s;
 struct rk_aiq_metas_s;
+/** Told of the engine's errors; this library passes null. */
 typedef XCamReturn (*rk_aiq_error_cb)(struct rk_aiq_err_msg_s* msg);
+/** Told of each frame's results; this library passes null. */
 typedef XCamReturn (*rk_aiq_metas_cb)(struct rk_aiq_metas_s* metas);
 
+/** What sensor has this index. */
 XCamReturn rk_aiq_uapi2_sysctl_enumStaticMetas(int index, rk_aiq_static_info_t* info);
+/** Chooses the tuning scene of a sensor, before its context is made. */
 XCamReturn rk_aiq_uapi2_sysctl_preInit_scene(const char* sensor, const char* main_scene, const char* sub_scene);
+/** A new context for a sensor with the tuning files of a directory, or null. */
 rk_aiq_sys_ctx_t* rk_aiq_uapi2_sysctl_init(const char* sensor, const char* iq_dir, rk_aiq_error_cb error_cb,
                                            rk_aiq_metas_cb metas_cb);
+/** Readies the engine for a picture size and a working mode. */
 XCamReturn rk_aiq_uapi2_sysctl_prepare(const rk_aiq_sys_ctx_t* ctx, uint32_t width, uint32_t height,
                                        rk_aiq_working_mode_t mode);
+/** Starts processing. */
 XCamReturn rk_aiq_uapi2_sysctl_start(const rk_aiq_sys_ctx_t* ctx);
+/** Stops processing; the context stays and keeps its settings. */
 XCamReturn rk_aiq_uapi2_sysctl_stop(const rk_aiq_sys_ctx_t* ctx, bool keep_ext_hw_st);
+/** Ends a context. */
 void rk_aiq_uapi2_sysctl_deinit(rk_aiq_sys_ctx_t* ctx);
+/** Reads the tuning files anew, from this directory. */
 XCamReturn rk_aiq_uapi2_sysctl_updateIq(rk_aiq_sys_ctx_t* ctx, char* iq_dir);
 
 #ifdef __cplusplus

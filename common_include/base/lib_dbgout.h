@@ -1,4 +1,5 @@
-/* Logging of the host application. */
+/** @file
+ * Logging of the host application. */
 #ifndef BASE_LIB_DBGOUT_H
 #define BASE_LIB_DBGOUT_H
 
@@ -6,23 +7,25 @@
 extern "C" {
 #endif
 
-/* Levels of the host's logging, one per component. The library reads module_level alone. */
+/** Levels of the host's logging, one per component. The library reads module_level alone. */
 typedef struct lib_dbgout_profile {
     int lib_level;
     int para_level;
     int cc_level;
     int visca_level;
     int net_protocol_level;
-    int module_level; /* above 5: this library's trace lines are written */
+    int module_level; /**< above 5: this library's trace lines are written */
     int mpp_level;
     int others;
     int time_enable;
     void (*log_cb)(int level, const char* text);
 } lib_dbgout_profile_s;
 
+/** The levels in force. The host may change them at any time. */
 extern lib_dbgout_profile_s dbgout_profile;
 
-/* printf-style; must be callable from any thread, also while the library holds its engine lock, which they must not
+/**@{*/
+/** printf-style; must be callable from any thread, also while the library holds its engine lock, which they must not
  * take. */
 int kiv_traceout(int level, const char* format, ...)
 #if defined(__GNUC__)
@@ -34,6 +37,7 @@ int kiv_log_debug(const char* format, ...)
     __attribute__((format(printf, 1, 2)))
 #endif
     ;
+/**@}*/
 
 #ifdef __cplusplus
 }

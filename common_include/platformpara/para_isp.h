@@ -1,4 +1,5 @@
-/* Parameter store of the host application: every camera's image settings. */
+/** @file
+ * Parameter store of the host application: every camera's image settings. */
 #ifndef PLATFORMPARA_PARA_ISP_H
 #define PLATFORMPARA_PARA_ISP_H
 
@@ -6,48 +7,48 @@
 extern "C" {
 #endif
 
-/* One camera's complete set of image settings. The library meets whole records as image-style presets
+/** One camera's complete set of image settings. The library meets whole records as image-style presets
  * only; single settings go through the accessors below. */
 typedef struct kiv_isp_param {
-    int struct_ver;             /* version of the record */
-    int style;                  /* image style */
-    int exposure_mode_priority; /* exposure-mode priority */
-    int exposure_mode;          /* exposure mode */
-    int shutter;                /* shutter step */
-    int iris;                   /* iris step */
-    int bright;                 /* brightness step */
-    int expcomp_mode;           /* exposure compensation on or off */
-    int expcomp_level;          /* exposure compensation level */
-    int backlight;              /* backlight compensation on or off */
-    int gain_limit;             /* gain limit */
-    int manual_gain;            /* manual gain */
-    int antiflicker;            /* anti-flicker */
-    int meter;                  /* metering mode */
-    int wdr_strength;           /* WDR strength */
-    int wb_mode;                /* white-balance mode */
-    int awb_sens;               /* white-balance sensitivity */
-    int rgain;                  /* manual red gain */
-    int bgain;                  /* manual blue gain */
-    int rgain_tuning;           /* red gain tuning */
-    int bgain_tuning;           /* blue gain tuning */
-    int ggain_tuning;           /* green gain tuning */
-    int rgain_onepush;          /* one-push red gain, thousandths */
-    int bgain_onepush;          /* one-push blue gain, thousandths */
-    int saturation;             /* saturation level */
-    int hue;                    /* hue level */
-    int temperature;            /* colour temperature step */
-    int len_type;               /* lens type */
-    int luminance;              /* luminance level */
-    int contrast;               /* contrast level */
-    int sharpness;              /* sharpness level */
-    int blackwhite_mode;        /* black-and-white mode */
-    int gamma;                  /* gamma level */
-    int drc;                    /* dynamic range compression level */
-    int ccm_style;              /* colour-matrix style */
-    int nr2d;                   /* 2D noise reduction level */
-    int nr3d;                   /* 3D noise reduction level */
-    int hotpixel;               /* hot-pixel correction */
-    int skin_saturation;        /* skin saturation */
+    int struct_ver;             /**< version of the record */
+    int style;                  /**< image style */
+    int exposure_mode_priority; /**< exposure-mode priority */
+    int exposure_mode;          /**< exposure mode */
+    int shutter;                /**< shutter step */
+    int iris;                   /**< iris step */
+    int bright;                 /**< brightness step */
+    int expcomp_mode;           /**< exposure compensation on or off */
+    int expcomp_level;          /**< exposure compensation level */
+    int backlight;              /**< backlight compensation on or off */
+    int gain_limit;             /**< gain limit */
+    int manual_gain;            /**< manual gain */
+    int antiflicker;            /**< anti-flicker */
+    int meter;                  /**< metering mode */
+    int wdr_strength;           /**< WDR strength */
+    int wb_mode;                /**< white-balance mode */
+    int awb_sens;               /**< white-balance sensitivity */
+    int rgain;                  /**< manual red gain */
+    int bgain;                  /**< manual blue gain */
+    int rgain_tuning;           /**< red gain tuning */
+    int bgain_tuning;           /**< blue gain tuning */
+    int ggain_tuning;           /**< green gain tuning */
+    int rgain_onepush;          /**< one-push red gain, thousandths */
+    int bgain_onepush;          /**< one-push blue gain, thousandths */
+    int saturation;             /**< saturation level */
+    int hue;                    /**< hue level */
+    int temperature;            /**< colour temperature step */
+    int len_type;               /**< lens type */
+    int luminance;              /**< luminance level */
+    int contrast;               /**< contrast level */
+    int sharpness;              /**< sharpness level */
+    int blackwhite_mode;        /**< black-and-white mode */
+    int gamma;                  /**< gamma level */
+    int drc;                    /**< dynamic range compression level */
+    int ccm_style;              /**< colour-matrix style */
+    int nr2d;                   /**< 2D noise reduction level */
+    int nr3d;                   /**< 3D noise reduction level */
+    int hotpixel;               /**< hot-pixel correction */
+    int skin_saturation;        /**< skin saturation */
 } kiv_isp_param_s;
 
 #ifdef __cplusplus
@@ -56,7 +57,8 @@ static_assert(sizeof(kiv_isp_param_s) == 156, "39 settings of 4 bytes");
 _Static_assert(sizeof(kiv_isp_param_s) == 156, "39 settings of 4 bytes");
 #endif
 
-/* Of each setting: _cur reads the stored level of record id, _max the highest level allowed for it, and
+/**@{*/
+/** Of each setting: _cur reads the stored level of record id, _max the highest level allowed for it, and
  * para_set_..._cur stores a level (its result is not looked at). Called from any of the host's threads
  * that call a setter, and from the library's own threads. */
 int para_get_isp_exposure_mode_cur(int id);
@@ -176,12 +178,13 @@ int para_get_isp_nr3d_max(int id);
 int para_set_isp_nr3d_cur(int id, int value);
 
 int para_set_isp_style_cur(int id, int value);
+/**@}*/
 
-/* The preset of an image style, or null when there is none. It belongs to the host and is read during the
+/** The preset of an image style, or null when there is none. It belongs to the host and is read during the
  * call only. */
 kiv_isp_param_s* para_get_isp_style_param(int id, int style);
 
-/* 1: the host applies image styles itself. */
+/** 1: the host applies image styles itself. */
 int para_isp_style_excute_by_arm(void);
 
 #ifdef __cplusplus

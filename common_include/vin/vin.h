@@ -1,4 +1,5 @@
-/* Video input of the host application. */
+/** @file
+ * Video input of the host application. */
 #ifndef VIN_VIN_H
 #define VIN_VIN_H
 
@@ -6,7 +7,7 @@
 extern "C" {
 #endif
 
-/* Frame rate of a camera's video input, in frames per second. */
+/** Frame rate of a camera's video input, in frames per second. */
 int get_vin_fps(int cam_id);
 
 #ifdef __cplusplus

@@ -32,8 +32,7 @@ inline Outcome query_white_balance(const Call& call, rk_aiq_wb_querry_info_t& in
         [&](const rk_aiq_sys_ctx_t* context) { return rk_aiq_user_api2_awb_QueryWBInfo(context, &info); });
 }
 
-// ---- Manual gains
-// -----------------------------------------------------------------------------------------------------
+// ---- Manual gains ---------------------------------------------------------------------------------------------------
 
 /// Operating mode and manual gains: what every mode but the automatic one writes.
 struct ManualBlocks {
@@ -68,8 +67,7 @@ inline void hold_gains(ManualBlocks& blocks, const rk_aiq_wb_gain_t& gain)
     hold_gains(blocks.op_mode, blocks.manual, gain);
 }
 
-// ---- Tuning
-// -----------------------------------------------------------------------------------------------------------
+// ---- Tuning ---------------------------------------------------------------------------------------------------------
 
 /// Red and blue tuning as steps: level - 10, 0 being neutral.
 struct TuningSteps {
@@ -112,8 +110,7 @@ inline rk_aiq_wb_gain_t colortemp_gains(const Call& call, const TuningSteps& ste
     return {red, green, green, blue};
 }
 
-// ---- Gain offset of the automatic mode
-// ----------------------------------------------------------------------------------
+// ---- Gain offset of the automatic mode ------------------------------------------------------------------------------
 
 struct Offsets {
     float red;
