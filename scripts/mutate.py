@@ -271,7 +271,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--build", type=Path, default=ROOT / "build/release", metavar="FOLDER",
                         help="a finished build with tests (default: that of the preset release)")
-    parser.add_argument("--sample", type=int, metavar="N", help="try N mutants, the same ones at every run")
+    parser.add_argument("--sample", type=int, metavar="N", help="try N mutants that are not known to make no difference, the same ones at every run")
     parser.add_argument("--seed", type=int, default=1, metavar="N", help="of the sample")
     parser.add_argument("--files", nargs="+", metavar="TEXT", help="only source files whose path holds one of these")
     parser.add_argument("--kinds", nargs="+", choices=["constant", "comparison", "sign", "order", "dropped"])
@@ -302,7 +302,9 @@ def choose(options):
              (not options.files or any(text in str(p) for text in options.files))]
     mutants = [m for p in paths for m in mutants_of(ROOT, p) if not options.kinds or m.kind in options.kinds]
     total = len(mutants)
-    if options.sample and options.sample < total:
+    if options.sample:
+        mutants = [m for m in mutants if not m.known()]
+    if options.sample and options.sample < len(mutants):
         mutants = sorted(random.Random(options.seed).sample(mutants, options.sample),
                          key=lambda m: (str(m.path), m.line))
     return mutants, total
