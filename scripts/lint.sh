@@ -20,6 +20,7 @@ commands = {os.path.relpath(entry["file"]): entry for entry in json.load(open(sy
 checked = [entry for file, entry in sorted(commands.items()) if file.startswith(("RK3588S_PTZ/", "simulator/"))]
 json.dump(checked, open(sys.argv[2], "w"))
 print("clang-tidy:", len(checked), "files", flush=True)
+sys.exit(not checked)
 PYTHON
 if ! run-clang-tidy -j 2 -quiet -p "$database" >"$build/clang-tidy.log" 2>&1; then
     grep -E '(error|warning): ' "$build/clang-tidy.log" | sort -u

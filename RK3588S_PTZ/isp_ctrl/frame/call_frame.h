@@ -91,8 +91,8 @@ constexpr int result(Outcome outcome)
 }
 
 // What a call without a context and a failed one trace; out of line, to keep the setters small.
-[[gnu::cold]] Outcome no_context(const char* function);
-[[gnu::cold]] Outcome call_failed(const char* function, const char* failed, XCamReturn code);
+[[gnu::cold]] void trace_no_context(const char* function);
+[[gnu::cold]] void trace_failure(const char* function, const char* failed, XCamReturn code);
 
 /// Makes one engine call with the camera's context, which is looked up afresh. `failed` is the trace of a failure, with
 /// the engine's code (ISP_TRACE_FORMAT).
@@ -101,13 +101,15 @@ template <typename Function>
 {
     const rk_aiq_sys_ctx_t* context = engine_context(call.isp_id);
     if (context == nullptr) [[unlikely]] {
-        return no_context(call.function);
+        trace_no_context(call.function);
+        return Outcome::no_context;
     }
     const XCamReturn code = function(context);
     if (code == XCAM_RETURN_NO_ERROR) [[likely]] {
         return Outcome::done;
     }
-    return call_failed(call.function, failed, code);
+    trace_failure(call.function, failed, code);
+    return Outcome::failed;
 }
 
 /// An engine module: its Get and Set calls.
