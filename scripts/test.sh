@@ -1,16 +1,12 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds and passes all checks: the tests in an optimised build, under the address and
-# undefined-behaviour sanitizers and under the thread sanitizer. Logs: build/logs.
-#   scripts/test.sh [--quick | --all]   --quick: the optimised build alone; --all: also for 64-bit Arm under qemu,
-#                                       coverage, formatting and clang-tidy
+# Installs what is missing, builds and passes all checks. Logs: build/logs.
+#   scripts/test.sh [--quick]      --quick: the optimised build and its tests alone
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit
 case "${1-}" in
-"") presets=(release asan tsan) ;;
---all) presets=(release asan tsan arm64) ;;
---quick) presets=(release) ;;
+"" | --quick) ;;
 *)
-    echo "usage: ${0##*/} [--quick | --all]" >&2
+    echo "usage: ${0##*/} [--quick]" >&2
     exit 2
     ;;
 esac
@@ -33,20 +29,27 @@ count() { # RESULT NAME SECONDS
     fi
 }
 
+check() { # NAME COMMAND...
+    local name=$1 start=$SECONDS
+    shift
+    "$@"
+    count $? "$name" $((SECONDS - start))
+}
+
 # The thread sanitizer of GCC 12 does not start with some kernels' address randomisation.
 fixed_addresses=()
 if setarch --addr-no-randomize true 2>/dev/null; then
     fixed_addresses=(setarch --addr-no-randomize)
 fi
 
-for preset in "${presets[@]}"; do
+build_and_test() { # PRESET [CMAKE ARGUMENT...]
+    local preset=$1 wrapper=() start=$SECONDS result summary
+    shift
     echo "=== $preset"
-    wrapper=()
     if [[ $preset == tsan ]]; then
         wrapper=("${fixed_addresses[@]}")
     fi
-    start=$SECONDS
-    cmake --preset "$preset" -DISP_CTRL_TESTS=ON >"$logs/build-$preset.log" 2>&1 &&
+    cmake --preset "$preset" -DISP_CTRL_TESTS=ON "$@" >"$logs/build-$preset.log" 2>&1 &&
         "${wrapper[@]}" cmake --build --preset "$preset" -- -k 0 >>"$logs/build-$preset.log" 2>&1
     result=$?
     if ((result != 0)); then
@@ -69,17 +72,29 @@ for preset in "${presets[@]}"; do
         grep -vE ' Passed +[0-9.]+ sec$|^ +Start +[0-9]+:' "$logs/test-$preset.log" | tail -n 200
     fi
     echo "${summary:-no test ran} ($((SECONDS - start)) s)"
-done
+}
 
-if [[ ${1-} == --all ]]; then
-    echo "=== coverage"
-    start=$SECONDS
-    scripts/coverage.sh
-    count $? "lines, branches and conditions" $((SECONDS - start))
-    echo "=== code"
-    start=$SECONDS
-    scripts/lint.sh
-    count $? "clang-format and clang-tidy" $((SECONDS - start))
+# Another sample at every commit, the same one at every run of it.
+mutation_sample() {
+    local commit
+    commit=$(git rev-parse --short=7 HEAD 2>/dev/null || echo 1)
+    scripts/mutate.py --sample 60 --seed $((16#$commit)) --gate 95
+}
+
+if [[ ${1-} == --quick ]]; then
+    build_and_test release
+else
+    build_and_test release -DISP_CTRL_BENCHMARKS=ON
+    build_and_test asan
+    build_and_test tsan
+    build_and_test arm64
+    echo "=== more"
+    check "lines, branches and conditions" scripts/coverage.sh
+    check "a sample of mutants" mutation_sample
+    check "fuzzers" scripts/fuzz.sh 10
+    check "instructions per setter" env BUILD=build/release scripts/count-instructions.sh --check
+    check "documents of the headers" scripts/docs.sh
+    check "clang-format and clang-tidy" scripts/lint.sh
 fi
 
 echo

@@ -11,6 +11,18 @@
 #include <unistd.h>
 #include <vector>
 
+static sockaddr_in sent_to;
+
+extern "C" {
+ssize_t __real_sendto(int fd, const void* data, std::size_t size, int flags, const sockaddr* address, socklen_t length);
+
+ssize_t __wrap_sendto(int fd, const void* data, std::size_t size, int flags, const sockaddr* address, socklen_t length)
+{
+    std::memcpy(&sent_to, address, sizeof sent_to);
+    return __real_sendto(fd, data, size, flags, address, length);
+}
+}
+
 namespace
 {
 
@@ -51,7 +63,10 @@ TEST(IrisChannel, SendsTheRecordBehindTwoBytes)
         command.toDst = row.toDst;
         command.dstIris = row.dstIris;
         command.steps = row.steps;
+        sent_to = {};
         EXPECT_EQ(set_auto_iris(&command), 0);
+        EXPECT_EQ(sent_to.sin_family, AF_INET); // any other and no address would reach this machine too
+        EXPECT_EQ(sent_to.sin_addr.s_addr, htonl(INADDR_LOOPBACK));
         Bytes received(64);
         received.resize(static_cast<std::size_t>(std::max<ssize_t>(recv(service, received.data(), 64, 0), 0)));
         EXPECT_EQ(received, row.bytes);

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <fstream>
+#include <pthread.h>
 
 using namespace bench;
 using ::testing::IsEmpty;
@@ -79,6 +80,43 @@ protected:
     void publish(int iris, int automatic = 1) const
     {
         write(iris_device, iris, automatic);
+    }
+
+    /// Ends the loop, and runs another on a thread of the host's.
+    void restart() const
+    {
+        sim::host::set_lens_calibration_flag(4);
+        commands(1);
+        EXPECT_TRUE(eventually([&] { return threads() == threads_before; }));
+        sim::host::set_lens_calibration_flag(0);
+        ASSERT_EQ(on_thread(auto_iris_control_main), 0);
+        sim::await_waiting(1);
+        sim::wait(kStart);
+    }
+
+    /// The engine reports an exposure of 10 ms at this gain.
+    static void expose(float gain, float luma_by_target)
+    {
+        auto info = held<Uapi_ExpQueryInfo_t>(0);
+        info.LinAeInfo.LinearExp = {
+            .integration_time = 0.01F, .analog_gain = gain, .digital_gain = 1.0F, .isp_dgain = 1.0F};
+        info.LinAeInfo.MeanLuma = luma_by_target * held<Uapi_LinExpAttrV2_t>(0).Params.DySetpoint.DySetpoint[0];
+        sim::engine::poke(rkipc_aiq_get_ctx(0), info);
+    }
+
+    /// Where the open device is to be read next; -1 when it is not open.
+    long file_position() const
+    {
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            std::error_code closed_meanwhile;
+            if (std::filesystem::read_symlink(entry.path(), closed_meanwhile) == iris_device) {
+                std::string word;
+                long position = -1;
+                std::ifstream("/proc/self/fdinfo/" + entry.path().filename().string()) >> word >> position;
+                return position;
+            }
+        }
+        return -1;
     }
 
     bool mapped() const
@@ -191,6 +229,7 @@ TEST_F(IrisLoop, ReadsARecordOnlyWhileThereIsOne)
     sim::inject_fault("mmap", 1, ENOMEM, true);
     EXPECT_THAT(commands(6), IsEmpty()); // opens, and fails to map
     EXPECT_EQ(sim::faults_struck(), 5);
+    EXPECT_EQ(file_position(), 36); // sought before it is mapped
     sim::clear_faults();
     EXPECT_THAT(commands(1), IsEmpty()); // maps
     EXPECT_THAT(commands(5), SizeIs(5));
@@ -228,40 +267,51 @@ TEST_F(IrisLoop, AShortFileCountsAsNotMapped)
 // positions that an earlier one left.
 TEST_F(IrisLoop, KeepsItsFlagsAndPositionsForALaterLoop)
 {
-    static int seen_by_receiver;
+    static int seen_by_receiver, detached = -1;
+    static char name[16];
     EXPECT_EQ(get_max_iris(0), 800);
-    auto info = held<Uapi_ExpQueryInfo_t>(0);
-    info.LinAeInfo.LinearExp = {
-        .integration_time = 0.01F, .analog_gain = 4.0F, .digital_gain = 1.0F, .isp_dgain = 1.0F};
-    sim::engine::poke(rkipc_aiq_get_ctx(0), info);
+    expose(4.0F, 1.0F);
     store(0, "antiflicker", FLICKER_50HZ);
     publish(500);
     start();
     init_auto_iris_control([](iris_ctrl_param_t* command) {
         seen_by_receiver = get_max_iris(11);
+        pthread_attr_t attributes;
+        pthread_getattr_np(pthread_self(), &attributes);
+        pthread_attr_getdetachstate(&attributes, &detached);
+        pthread_attr_destroy(&attributes);
+        pthread_getname_np(pthread_self(), name, sizeof name);
         return receive_first(command);
     });
     const auto sent = commands(31); // maps, then opens: dark at four times the gain
     ASSERT_FALSE(sent.empty());
     EXPECT_EQ(sent.back().steps, 2);
     EXPECT_EQ(seen_by_receiver, 638);
-    sim::host::set_lens_calibration_flag(4);
-    commands(1);
-    EXPECT_TRUE(eventually([&] { return threads() == threads_before; }));
+    EXPECT_EQ(detached, PTHREAD_CREATE_DETACHED);
+    EXPECT_STREQ(name, "auto_iris_contr"); // as much as a name has room for
 
     // Between the gains that start and stop an opening, only the kept flag makes a loop command.
-    sim::host::set_lens_calibration_flag(0);
-    info.LinAeInfo.LinearExp.analog_gain = 2.0F;
-    sim::engine::poke(rkipc_aiq_get_ctx(0), info);
-    ASSERT_EQ(on_thread(auto_iris_control_main), 0);
-    sim::await_waiting(1);
-    sim::wait(kStart);
+    expose(2.0F, 1.0F);
+    restart();
     EXPECT_EQ(get_max_iris(11), 638);
     const auto first = commands(2);
     ASSERT_THAT(first, SizeIs(1)) << "a non-zero step was sent last: one more command";
     EXPECT_EQ(first[0].steps, 0);
     EXPECT_THAT(commands(3), IsEmpty());
 
+    expose(1.0F, 1.5F); // ends the opening, then closes; between the gains that start and stop that its cycles command
+    EXPECT_THAT(commands(3), SizeIs(2));
+    expose(1.1F, 1.0F);
+    restart();
+    EXPECT_THAT(commands(4), SizeIs(3));
+    publish(500, 0); // a lens that tells nothing of its positions
+    restart();
+    EXPECT_THAT(commands(3), IsEmpty());
+    for (const auto& [level, widest] : {std::pair{0, 800}, {1, 723}, {11, 638}}) {
+        EXPECT_EQ(get_max_iris(level), widest);
+    }
+
+    publish(500);
     store(0, "antiflicker", FLICKER_OFF); // a command in each cycle
     EXPECT_THAT(commands(2), SizeIs(2));
     isp::shared_set<KIV_AUTO_IRIS_CONTROL_CALLBACK>(kiv_auto_iris_cb, nullptr);
@@ -270,22 +320,17 @@ TEST_F(IrisLoop, KeepsItsFlagsAndPositionsForALaterLoop)
 
 TEST_F(IrisLoop, DecidesWithTheFiguresAsTheyStand)
 {
-    const void* context = rkipc_aiq_get_ctx(0);
-    const float target = held<Uapi_LinExpAttrV2_t>(0).Params.DySetpoint.DySetpoint[0];
-    auto info = held<Uapi_ExpQueryInfo_t>(0);
-    info.LinAeInfo.LinearExp = {
-        .integration_time = 0.01F, .analog_gain = 1.0F, .digital_gain = 1.0F, .isp_dgain = 1.0F};
-    info.LinAeInfo.MeanLuma = 1.5F * target;
-    sim::engine::poke(context, info);
+    expose(1.0F, 1.5F);
     store(0, "antiflicker", FLICKER_50HZ);
     publish(400);
     start();
     sim::inject_fault("rk_aiq_user_api2_ae_queryExpResInfo", 1, -7, true);
     EXPECT_THAT(commands(5), IsEmpty()); // all figures are 0
     sim::clear_faults();
-    EXPECT_THAT(commands(10), SizeIs(10)); // too bright at the shortest exposure
-    sim::inject_fault("rk_aiq_user_api2_ae_queryExpResInfo", 1, -7, true);
     std::vector<iris_ctrl_param_t> sent;
+    EXPECT_THAT(traces_of([&] { sent = commands(10); }), IsEmpty());
+    EXPECT_THAT(sent, SizeIs(10)); // too bright at the shortest exposure
+    sim::inject_fault("rk_aiq_user_api2_ae_queryExpResInfo", 1, -7, true);
     const auto traces = traces_of([&] { sent = commands(20); });
     ASSERT_THAT(sent, SizeIs(20)); // and still
     EXPECT_EQ(sent[18].steps, 0);

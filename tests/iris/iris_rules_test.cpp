@@ -139,6 +139,26 @@ TEST(IrisRules, StatesChangeAtTheirThresholds)
     }
 }
 
+TEST(IrisRules, DarkAndBrightAreSharesOfTheTarget)
+{
+    const struct {
+        IrisFlag before;
+        int lux;
+        int first;
+        const char* after;
+    } rows[] = {{kClosing, 900, 898, "221"}, {kIdle, 1000, 1149, "001"}};
+    for (const auto& row : rows) {
+        std::string after;
+        for (const int luma : {row.first, row.first + 1, row.first + 2}) {
+            Rig rig;
+            rig.state.auto_iris_flag = row.before;
+            rig.cycle(lens(400), {AUTO_EXPOSURE, FLICKER_50HZ, {100, row.lux, 2200, luma, 1000}});
+            after += std::to_string(rig.state.auto_iris_flag);
+        }
+        EXPECT_EQ(after, row.after);
+    }
+}
+
 TEST(IrisRules, StepsAreCommandedFromTheThirtiethCycleOn)
 {
     Rig rig;
@@ -205,7 +225,11 @@ TEST(IrisRules, LimitsShortenOrEndTheMovement)
         {"closing, below the end", 250, kClosing, 30, kTooBright, "to 257", kClosingEnded},
         {"a long step to the end", 260, kClosing, 0, mains(FLICKER_50HZ, 1100, 200), "by -3", kClosingEnded},
         {"a long step from further", 261, kClosing, 30, far_too_bright, "by -4", kClosing},
-        {"opening, two steps from the end", 798, kOpening, 30, kTooDark, "by 2", kOpening},
+        {"a long step from further, not too bright", 261, kClosing, 0, mains(FLICKER_50HZ, 1100, 200), "by 0",
+         kClosing},
+        {"opening, a step from the end", 798, kOpening, 30, kTooDark, "by 2", kOpening},
+        {"opening, a step from the end, not for long yet", 798, kOpening, 0, kTooDark, "-", kOpening},
+        {"idle, a step from the end", 798, kIdle, 0, kQuiet, "-", kIdle},
         {"opening, less than a step", 799, kOpening, 0, kTooDark, "by 1", kOpening},
         {"opening, at the end", 800, kOpening, 30, kTooDark, "-", kOpeningEnded},
         {"idle near the end creeps there", 799, kIdle, 0, kQuiet, "by 1", kOpeningEnded},
@@ -289,13 +313,15 @@ TEST(IrisRules, WidestPositionsFollowTheCalibration)
     rig.cycle(rising, kQuiet);
     EXPECT_EQ(rig.state.widest[11], 616);
 
-    const std::pair<int, int> levels[] = {{0, 0},     {2555, 0},  {2556, 1}, {3745, 1},    {3746, 2},    {6623, 10},
-                                          {6624, 11}, {9000, 11}, {-1, 0},   {INT_MIN, 0}, {INT_MAX, 11}};
-    for (const auto& [zoom, level] : levels) {
-        EXPECT_EQ(get_cur_zoom_array(zoom), level) << zoom;
+    constexpr int first_of[] = {0, 2556, 3746, 4476, 4986, 5372, 5682, 5938, 6160, 6354, 6532, 6624};
+    for (int level = 0; level < 12; ++level) {
+        EXPECT_EQ(get_cur_zoom_array(first_of[level]), level);
+        EXPECT_EQ(get_cur_zoom_array(first_of[level] - 1), std::max(level - 1, 0));
     }
-    for (const auto& [level, widest] : {std::pair{0, 800}, {1, 723}, {2, 620}, {11, 620}, {-1, 800}, {12, 620}}) {
-        EXPECT_EQ(get_max_iris(level), widest) << level;
+    EXPECT_EQ(get_cur_zoom_array(INT_MIN), 0);
+    EXPECT_EQ(get_cur_zoom_array(INT_MAX), 11);
+    for (int level = -1; level <= 12; ++level) {
+        EXPECT_EQ(get_max_iris(level), level < 1 ? 800 : level == 1 ? 723 : 620) << level;
     }
 }
 

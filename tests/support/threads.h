@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <pthread.h>
@@ -40,7 +41,7 @@ inline int on_thread(void (*body)())
     pthread_t thread{};
     const auto start = [](void* function) -> void* {
         reinterpret_cast<void (*)()>(function)();
-        return nullptr;
+        std::abort(); // it returned, and was to end its thread
     };
     return pthread_create(&thread, nullptr, start, reinterpret_cast<void*>(body)) == 0 ? 0 : -1;
 }
