@@ -69,7 +69,7 @@ build_and_test() { # PRESET [CMAKE ARGUMENT...]
     fi
     if ((result != 0)); then
         broken+=("tests $preset")
-        grep -vE ' Passed +[0-9.]+ sec$|^ +Start +[0-9]+:' "$logs/test-$preset.log" | tail -n 200
+        grep -vE ' Passed +[0-9.]+ sec$|^ +Start +[0-9]+:' "$logs/test-$preset.log" | tail -n 60
     fi
     echo "${summary:-no test ran} ($((SECONDS - start)) s)"
 }
