@@ -78,7 +78,7 @@ build_and_test() { # PRESET [CMAKE ARGUMENT...]
 mutation_sample() {
     local commit
     commit=$(git rev-parse --short=7 HEAD 2>/dev/null || echo 1)
-    scripts/mutate.py --sample 60 --seed $((16#$commit)) --gate 95
+    scripts/mutate.py --longest 60 --sample 60 --seed $((16#$commit)) --gate 95
 }
 
 if [[ ${1-} == --quick ]]; then
