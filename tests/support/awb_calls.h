@@ -11,26 +11,13 @@
 namespace bench
 {
 
-struct AwbCall {
-    std::string_view name;
-    std::string_view function;
-};
-inline constexpr AwbCall kAwbCalls[] = {
+/// The names of engine functions in a line.
+inline constexpr std::pair<std::string_view, std::string_view> kAwbCalls[] = {
     {"GetMode", "rk_aiq_user_api2_awb_GetWpModeAttrib"},  {"SetMode", "rk_aiq_user_api2_awb_SetWpModeAttrib"},
     {"GetGains", "rk_aiq_user_api2_awb_GetMwbAttrib"},    {"SetGains", "rk_aiq_user_api2_awb_SetMwbAttrib"},
     {"GetOffset", "rk_aiq_uapi2_getAwbGainOffsetAttrib"}, {"SetOffset", "rk_aiq_uapi2_setAwbGainOffsetAttrib"},
     {"Query", "rk_aiq_user_api2_awb_QueryWBInfo"},
 };
-
-inline std::string engine_function(std::string_view name)
-{
-    for (const AwbCall& call : kAwbCalls) {
-        if (call.name == name) {
-            return std::string(call.function);
-        }
-    }
-    return std::string(name); // a file call
-}
 
 /// Notes the library's waits among the recorded calls, in microseconds.
 inline void note_waits()
@@ -51,21 +38,17 @@ inline void note_waits()
 inline std::string awb_line(const std::vector<sim::Call>& calls)
 {
     std::string line;
-    const auto add = [&line](const std::string& word) { line += (line.empty() ? "" : " ") + word; };
-    for (const sim::Call& call : calls) {
-        if (call.function == "wait") {
-            add("wait" + std::to_string(call.value));
-        } else if (call.function == "open" || call.function == "read" || call.function == "write" ||
-                   call.function == "unlink") {
-            add(call.function);
+    for (const auto& [function, id, value] : calls) {
+        if (function == "wait") {
+            line += " wait" + std::to_string(value);
+        } else if (function == "open" || function == "read" || function == "write" || function == "unlink") {
+            line += " " + function;
         }
-        for (const AwbCall& known : kAwbCalls) {
-            if (call.function == known.function) {
-                add(std::string(known.name) + std::to_string(call.id));
-            }
+        for (const auto& [name, of_engine] : kAwbCalls) {
+            line += function == of_engine ? " " + std::string(name) + std::to_string(id) : "";
         }
     }
-    return line;
+    return line.substr(line.empty() ? 0 : 1);
 }
 
 inline std::vector<std::string> words(const std::string& line)
@@ -77,30 +60,31 @@ inline std::vector<std::string> words(const std::string& line)
 /// The first `count` words of a line.
 inline std::string first_words(const std::string& line, std::size_t count)
 {
-    std::string result;
-    for (const std::string& word : words(line)) {
-        if (count-- == 0) {
-            break;
-        }
-        result += (result.empty() ? "" : " ") + word;
+    std::size_t end = 0;
+    for (; count > 0 && end < line.size(); --count) {
+        end = std::min(line.find(' ', end + 1), line.size());
     }
-    return result;
+    return line.substr(0, end);
 }
 
-/// Makes the call that is word `index` of a line fail with `code`. Returns its function; empty and no fault for a wait.
+/// Makes the engine or file call that is word `index` of a line fail with `code`. Returns its function; empty and no
+/// fault for a wait.
 inline std::string fail_word(const std::string& line, std::size_t index, int code)
 {
-    const std::vector<std::string> all = words(line);
-    const auto name = [](const std::string& word) { return word.substr(0, word.find_first_of("0123456789")); };
-    if (name(all[index]) == "wait") {
+    std::vector<std::string> names = words(line);
+    for (std::string& word : names) {
+        word.resize(std::min(word.find_first_of("0123456789"), word.size()));
+    }
+    std::string function = names[index];
+    for (const auto& [name, of_engine] : kAwbCalls) {
+        function = names[index] == name ? of_engine : function;
+    }
+    if (function == "wait") {
         return {};
     }
-    int nth = 0;
-    for (std::size_t i = 0; i <= index; ++i) {
-        nth += name(all[i]) == name(all[index]) ? 1 : 0;
-    }
-    sim::inject_fault(engine_function(name(all[index])), nth, code);
-    return engine_function(name(all[index]));
+    const auto end = names.begin() + static_cast<std::ptrdiff_t>(index) + 1;
+    sim::inject_fault(function, static_cast<int>(std::count(names.begin(), end, names[index])), code);
+    return function;
 }
 
 /// What white balance a camera's engine holds, comparable and printable: operating mode, manual mode, and red, green,
@@ -137,27 +121,21 @@ inline Balance balance(int camera)
 /// Puts a white balance into a camera's engine; what Balance leaves out stays.
 inline void put_balance(int camera, const Balance& b)
 {
-    const rk_aiq_sys_ctx_t* context = rkipc_aiq_get_ctx(camera);
-    auto op_mode = held<rk_aiq_uapiV2_wb_opMode_t>(camera);
-    auto manual = held<rk_aiq_wb_mwb_attrib_t>(camera);
-    auto offset = held<rk_aiq_uapiV2_wb_awb_wbGainOffset_t>(camera);
-    op_mode.mode = rk_aiq_wb_op_mode_t{b.mode};
-    manual.mode = rk_aiq_wb_mwb_mode_t{b.manual_mode};
-    manual.para.gain = {b.gains[0], b.gains[1], b.gains[2], b.gains[3]};
-    offset.gainOffset.enable = b.offset_on;
-    std::copy(b.offset.begin(), b.offset.end(), offset.gainOffset.offset);
-    sim::engine::poke(context, op_mode);
-    sim::engine::poke(context, manual);
-    sim::engine::poke(context, offset);
+    change<rk_aiq_uapiV2_wb_opMode_t>(camera, [&b](auto& block) { block.mode = rk_aiq_wb_op_mode_t{b.mode}; });
+    change<rk_aiq_wb_mwb_attrib_t>(camera, [&b](auto& block) {
+        block.mode = rk_aiq_wb_mwb_mode_t{b.manual_mode};
+        block.para.gain = {b.gains[0], b.gains[1], b.gains[2], b.gains[3]};
+    });
+    change<rk_aiq_uapiV2_wb_awb_wbGainOffset_t>(camera, [&b](auto& block) {
+        block.gainOffset.enable = b.offset_on;
+        std::ranges::copy(b.offset, block.gainOffset.offset);
+    });
 }
 
 /// What the engine reports as the gains that a camera's balance has reached, until its next frame.
 inline void put_measured(int camera, float red, float blue, float green = 1.0F)
 {
-    const rk_aiq_sys_ctx_t* context = rkipc_aiq_get_ctx(camera);
-    auto info = sim::engine::peek<rk_aiq_wb_querry_info_t>(context);
-    info.gain = {red, green, green, blue};
-    sim::engine::poke(context, info);
+    change<rk_aiq_wb_querry_info_t>(camera, [=](auto& info) { info.gain = {red, green, green, blue}; });
 }
 
 } // namespace bench

@@ -43,17 +43,17 @@ protected:
         sim::host::reset_store();
         sim::host::reset_lens();
         sim::host::reset_vin();
-        std::string pattern = (std::filesystem::temp_directory_path() / "isp_test_XXXXXX").string();
-        folder = mkdtemp(pattern.data());
-        wb_file = folder + "/wb.dat";
-        shading_file = folder + "/shading.data";
-        iris_device = folder + "/iris";
-        otp_file = folder + "/otp";
         isp::seam.wb_calibration_file = wb_file.c_str();
         isp::seam.shading_file = shading_file.c_str();
         isp::seam.iris_device = iris_device.c_str();
         isp::seam.otp_file = otp_file.c_str();
         isp::seam.lens_command = "true"; // no lens model stored
+    }
+
+    void TearDown() override
+    {
+        EXPECT_THAT(sim::engine::misuses(), ::testing::IsEmpty());
+        EXPECT_THAT(sim::host::misuses(), ::testing::IsEmpty());
     }
 
     ~Bench() override
@@ -63,7 +63,11 @@ protected:
         std::filesystem::remove_all(folder);
     }
 
-    std::string folder, wb_file, shading_file, iris_device, otp_file;
+    std::string folder = mkdtemp((std::filesystem::temp_directory_path() / "isp_test_XXXXXX").string().data());
+    std::string wb_file = folder + "/wb.dat";
+    std::string shading_file = folder + "/shading.data";
+    std::string iris_device = folder + "/iris";
+    std::string otp_file = folder + "/otp";
 };
 
 /// Starts a camera's engine; fails the test if it does not start.
@@ -77,6 +81,15 @@ template <typename Block>
 Block held(int camera)
 {
     return sim::engine::peek<Block>(rkipc_aiq_get_ctx(camera));
+}
+
+/// Changes a block that a camera's engine holds or reports.
+template <typename Block, typename Change>
+void change(int camera, Change change)
+{
+    auto block = held<Block>(camera);
+    change(block);
+    sim::engine::poke(rkipc_aiq_get_ctx(camera), block);
 }
 
 inline const sim::host::Setting& setting(std::string_view name)
@@ -113,12 +126,8 @@ std::vector<sim::Call> calls_of(Action action, std::string_view prefix = {})
     sim::start_recording();
     action();
     sim::stop_recording();
-    std::vector<sim::Call> calls;
-    for (sim::Call& call : sim::recorded_calls()) {
-        if (call.function.starts_with(prefix)) {
-            calls.push_back(std::move(call));
-        }
-    }
+    std::vector<sim::Call> calls = sim::recorded_calls();
+    std::erase_if(calls, [prefix](const sim::Call& call) { return !call.function.starts_with(prefix); });
     return calls;
 }
 
@@ -127,9 +136,7 @@ template <typename Action>
 std::vector<std::string> names_of_calls(Action action, std::string_view prefix = {})
 {
     std::vector<std::string> names;
-    for (const sim::Call& call : calls_of(action, prefix)) {
-        names.push_back(call.function);
-    }
+    std::ranges::transform(calls_of(action, prefix), std::back_inserter(names), &sim::Call::function);
     return names;
 }
 

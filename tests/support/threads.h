@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <pthread.h>
 #include <string>
@@ -33,6 +34,18 @@ inline long threads()
     }();
     static_cast<void>(first_created);
     return entries("/proc/self/task");
+}
+
+/// Those of this name, of which the kernel keeps fifteen characters.
+inline int threads_named(const std::string& name)
+{
+    int count = 0;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::string line;
+        std::getline(std::ifstream(task.path() / "comm"), line);
+        count += line == name ? 1 : 0;
+    }
+    return count;
 }
 
 /// Runs the body of a thread that detaches and ends itself; 0, or -1.

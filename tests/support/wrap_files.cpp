@@ -13,17 +13,16 @@
 namespace
 {
 
-bool fails(int code)
+/// What a call does under the fault that takes it, if one does.
+template <typename Real>
+auto watched(const char* function, std::size_t count, Real real)
 {
+    const int code = sim::note_call(function);
     if (code > 0) {
         errno = code;
+        return decltype(real(count)){-1};
     }
-    return code > 0;
-}
-
-std::size_t transferred(std::size_t count, int code)
-{
-    return code < 0 ? std::min(count, static_cast<std::size_t>(-code)) : count;
+    return real(code < 0 ? std::min(count, static_cast<std::size_t>(-code)) : count);
 }
 
 } // namespace
@@ -37,33 +36,25 @@ int __real_unlink(const char* path);
 
 int __wrap_open(const char* path, int flags, ...)
 {
-    if (fails(sim::note_call("open"))) {
-        return -1;
-    }
-    if ((flags & O_CREAT) == 0) {
-        return __real_open(path, flags);
-    }
     va_list arguments;
     va_start(arguments, flags);
-    const mode_t mode = va_arg(arguments, mode_t);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    return __real_open(path, flags, mode);
+    return watched("open", 0, [=](std::size_t) { return __real_open(path, flags, mode); });
 }
 
 ssize_t __wrap_read(int fd, void* buf, std::size_t count)
 {
-    const int code = sim::note_call("read");
-    return fails(code) ? -1 : __real_read(fd, buf, transferred(count, code));
+    return watched("read", count, [=](std::size_t n) { return __real_read(fd, buf, n); });
 }
 
 ssize_t __wrap_write(int fd, const void* buf, std::size_t count)
 {
-    const int code = sim::note_call("write");
-    return fails(code) ? -1 : __real_write(fd, buf, transferred(count, code));
+    return watched("write", count, [=](std::size_t n) { return __real_write(fd, buf, n); });
 }
 
 int __wrap_unlink(const char* path)
 {
-    return fails(sim::note_call("unlink")) ? -1 : __real_unlink(path);
+    return watched("unlink", 0, [=](std::size_t) { return __real_unlink(path); });
 }
 }

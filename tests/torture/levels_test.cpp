@@ -12,12 +12,6 @@ using sim::host::Setting;
 
 class Levels : public bench::Bench
 {
-protected:
-    void TearDown() override
-    {
-        EXPECT_THAT(sim::engine::misuses(), ::testing::IsEmpty());
-        EXPECT_THAT(sim::host::misuses(), ::testing::IsEmpty());
-    }
 };
 
 /// The level that a setter makes of one.
