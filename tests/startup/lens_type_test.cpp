@@ -24,32 +24,13 @@ protected:
     }
 };
 
-/// Leaves the process no file to open, so that no pipe can be made.
-class NoFiles
-{
-public:
-    NoFiles()
-    {
-        getrlimit(RLIMIT_NOFILE, &before_);
-        const rlimit none = {0, before_.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &none);
-    }
-    ~NoFiles()
-    {
-        setrlimit(RLIMIT_NOFILE, &before_);
-    }
-
-private:
-    rlimit before_{};
-};
-
 TEST_F(LensType, TheOutputUpToTheFirstBlankIsTheName)
 {
     const std::string filler(150, 'x');
     const struct {
         std::string output; // of printf
         int type;
-    } kCases[] = {
+    } rows[] = {
         {NAME "\\n", KIV_LEN_SR1053},
         {NAME, KIV_LEN_SR1053},
         {NAME " second batch\\n", KIV_LEN_SR1053},
@@ -66,9 +47,9 @@ TEST_F(LensType, TheOutputUpToTheFirstBlankIsTheName)
         {NAME + filler + "\\n", KIV_LEN_IR0147},          // cut at 125 characters
         {NAME + filler + filler + "\\n", KIV_LEN_IR0147}, // longer than a line
     };
-    for (const auto& c : kCases) {
+    for (const auto& [output, type] : rows) {
         type_with("echo " NAME);
-        EXPECT_EQ(type_with("printf '" + c.output + "'"), c.type) << c.output;
+        EXPECT_EQ(type_with("printf '" + output + "'"), type) << output;
     }
     EXPECT_EQ(type_with("/nonexistent/tool 2>/dev/null"), KIV_LEN_IR0147);
     EXPECT_EQ(type_with("echo " NAME "; exit 3"), KIV_LEN_SR1053); // the status does not matter
@@ -98,10 +79,14 @@ TEST_F(LensType, WithoutAShellTheLastNameAnswers)
 {
     for (const auto& [command, type] : {std::pair{"echo " NAME, KIV_LEN_SR1053}, {"true", KIV_LEN_IR0147}}) {
         ASSERT_EQ(type_with(command), type);
+        rlimit files{};
+        getrlimit(RLIMIT_NOFILE, &files);
+        const rlimit none = {0, files.rlim_max};
         int answer = -1;
         const std::vector<std::string> traces = traces_of([&] {
-            const NoFiles no_files;
+            setrlimit(RLIMIT_NOFILE, &none); // no pipe can be made
             answer = type_with("echo");
+            setrlimit(RLIMIT_NOFILE, &files);
         });
         EXPECT_EQ(answer, type);
         EXPECT_THAT(traces, testing::ElementsAre("KIV_Get_Len_Types: Failed to run awk command.\n\n"));
