@@ -55,25 +55,12 @@ protected:
         }
     }
 
-    void TearDown() override
-    {
-        EXPECT_THAT(sim::engine::misuses(), ::testing::IsEmpty());
-    }
-
-    /// What the three cameras report from now on: red and blue of pano, close and third.
+    /// What the three cameras report from now on: red and blue of pano, close and third, from field `first` on.
     static void put_light(const Record& record, std::size_t first)
     {
         put_measured(kPano, record[first], record[first + 1]);
         put_measured(kClose, record[first + 2], record[first + 3]);
         put_measured(kThird, record[first + 4], record[first + 5]);
-    }
-    static void put_d65(const Record& record = kExample)
-    {
-        put_light(record, 0);
-    }
-    static void put_a(const Record& record = kExample)
-    {
-        put_light(record, 6);
     }
 };
 

@@ -41,10 +41,18 @@ protected:
 
 TEST_F(AwbCalibration, BothLights)
 {
+    write_bytes(wb_file, "kept");
+    for (const int val : {0, 3, -1}) {
+        EXPECT_EQ(line_of(val, -1), "") << "no light";
+    }
+    EXPECT_EQ(isp::awb_pano_flag, 0);
+    EXPECT_EQ(file_bytes(wb_file), "kept");
+    std::filesystem::remove(wb_file);
+
     put_balance(kClose, {0, 2, {2.0F, 1.0F, 1.0F, 3.0F}, true, {0.1F, 0.2F, 0.3F, 0.4F}});
     put_balance(kPano, {0, 1, {2.0F, 1.0F, 1.0F, 3.0F}, false, {0.5F, 0.6F, 0.7F, 0.8F}});
     umask(0);
-    put_d65();
+    put_light(kExample, 0);
     const sim::Microseconds start = sim::now();
     EXPECT_EQ(line_of(kD65, 0), std::string(kMeasure) + " open write");
     EXPECT_EQ(sim::now() - start, 9'036'000);
@@ -53,7 +61,7 @@ TEST_F(AwbCalibration, BothLights)
     ASSERT_EQ(stat(wb_file.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777U, 0644U);
 
-    put_a();
+    put_light(kExample, 6);
     EXPECT_EQ(line_of(kA, 0), std::string(kMeasure) + " open read open write");
     EXPECT_EQ(file_bytes(wb_file), completed(kExample));
     for (const int camera : {kClose, kThird, kPano}) { // the panorama camera's offsets, its red and blue ones cleared
@@ -64,151 +72,116 @@ TEST_F(AwbCalibration, BothLights)
     }
     EXPECT_EQ(balance(kClose).manual_mode, 2);
 
-    put_d65(); // a new calibration first deletes the old one
+    put_light(kExample, 0); // a new calibration first deletes the old one
     EXPECT_EQ(line_of(kD65, 0), "wait34000 unlink" + std::string(kMeasure).substr(9) + " open write");
     EXPECT_EQ(file_bytes(wb_file), bytes(half()));
-}
-
-TEST_F(AwbCalibration, OtherValuesAreRefused)
-{
-    write_bytes(wb_file, "kept");
-    for (const int val : {0, 3, -1}) {
-        EXPECT_EQ(line_of(val, -1), "");
-    }
-    EXPECT_EQ(isp::awb_pano_flag, 0);
-    EXPECT_EQ(file_bytes(wb_file), "kept");
 }
 
 // A failing call of a step leaves the other cameras' calls of it to be made, and ends the calibration after them.
 TEST_F(AwbCalibration, EveryEngineCallFailing)
 {
     const std::vector<std::string> all = words(kMeasure);
+    write_bytes(wb_file, bytes(half()));
     for (std::size_t i = 0; i < all.size(); ++i) {
         SCOPED_TRACE(all[i]);
-        for (const int val : {kD65, kA}) {
-            write_bytes(wb_file, bytes(half()));
-            const std::string function = fail_word(kMeasure, i, XCAM_RETURN_ERROR_MEM);
-            if (function.empty()) {
-                continue;
-            }
-            const bool query = all[i].starts_with("Query");
-            const std::size_t end = query ? i : i < 4 ? 3 : i < 8 ? 7 : i < 12 ? 11 : 14;
-            std::string expected = first_words(kMeasure, end + 1);
-            if (val == kD65) {
-                expected.insert(9, " unlink");
-            }
-            std::string line;
-            const std::vector<std::string> traces = traces_of([&] { line = line_of(val, -1); });
-            EXPECT_EQ(line, expected);
-            EXPECT_EQ(traces.back(), "Awb_Calibration: " + function + " failed with " +
-                                         (query || all[i].ends_with("0") ? "0xfffffffd" : "0") + "!\n\n");
-            EXPECT_EQ(file_bytes(wb_file), val == kD65 ? "no file" : bytes(half()));
+        const std::string function = fail_word(kMeasure, i, XCAM_RETURN_ERROR_MEM);
+        if (function.empty()) {
+            continue;
         }
+        const bool query = all[i].starts_with("Query");
+        const std::size_t end = query ? i : i < 4 ? 3 : i < 8 ? 7 : i < 12 ? 11 : 14;
+        std::string line;
+        const std::vector<std::string> traces = traces_of([&] { line = line_of(kA, -1); });
+        EXPECT_EQ(line, first_words(kMeasure, end + 1));
+        EXPECT_EQ(traces.back(), "Awb_Calibration: " + function + " failed with " +
+                                     (query || all[i].ends_with("0") ? "0xfffffffd" : "0") + "!\n\n");
     }
-    EXPECT_EQ(sim::faults_struck(), 30);
+    EXPECT_EQ(sim::faults_struck(), 15);
+    EXPECT_EQ(file_bytes(wb_file), bytes(half()));
 }
 
-TEST_F(AwbCalibration, EveryFileCallFailing)
+TEST_F(AwbCalibration, WhatIsFoundOnDiskAndEveryFileCallFailing)
 {
     Record alike{};
     alike.fill(1.0F);
-    const std::string old = bytes(half());
-    const struct {
-        int val;
-        const char* function;
-        int nth;
-        int code; // errno, or less than zero: so many bytes only
-        const Record& measured;
-        int result;
-        std::string left;
-    } rows[] = {
-        {kD65, "unlink", 1, EACCES, kExample, 0, bytes(half())},
-        {kD65, "open", 1, EACCES, kExample, -1, "no file"},
-        {kD65, "write", 1, ENOSPC, kExample, -1, ""},
-        {kD65, "write", 1, -79, kExample, 0, old.substr(0, 79)}, // as short a file is refused later
-        {kA, "open", 1, EACCES, kExample, -1, old},
-        {kA, "read", 1, EIO, kExample, -1, old},
-        {kA, "read", 1, -79, kExample, -1, old},
-        {kA, "open", 2, EROFS, kExample, 0, old},
-        {kA, "write", 1, ENOSPC, kExample, 0, ""},
-        {kA, "unlink", 1, EACCES, alike, 0, bytes(alike, 24) + std::string(56, '\0')},
-        {kA, "none", 1, 1, alike, 0, "no file"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(::testing::Message() << "value " << row.val << ", " << row.function << " " << row.code);
-        Record first_light{};
-        std::copy_n(row.measured.begin(), 6, first_light.begin());
-        write_bytes(wb_file, bytes(first_light));
-        row.val == kD65 ? put_d65(row.measured) : put_a(row.measured);
-        sim::inject_fault(row.function, row.nth, row.code);
-        line_of(row.val, row.result);
-        EXPECT_EQ(file_bytes(wb_file), row.left);
-        sim::clear_faults();
-    }
-    write_bytes(wb_file, old);
-    put_d65();
-    sim::inject_fault("unlink", 1, EACCES);
-    EXPECT_THAT(traces_of([] { Awb_Calibration(kD65); }), ::testing::Contains(::testing::HasSubstr("delete failed")));
-    EXPECT_THAT(traces_of([] { Awb_Calibration(kD65); }), ::testing::Contains(::testing::HasSubstr("delete success")));
-    sim::inject_fault("write", 1, ENOSPC);
-    EXPECT_EQ(traces_of([] { Awb_Calibration(kD65); }).back(),
-              "user_save_wb_calibration_file: write " + wb_file + " fail!\n\n");
-}
-
-TEST_F(AwbCalibration, WhatTheSecondLightFindsOnDisk)
-{
     Record damaged;
     std::memset(damaged.data(), 0x5a, sizeof damaged);
     Record same_light = kExample;
     std::copy_n(kExample.begin() + 6, 6, same_light.begin());
     Record one_differs = same_light;
     one_differs[2] = 1.3F;
+    const std::string old = bytes(half());
+    const std::string alike_once = bytes(alike, 24) + std::string(56, '\0');
+    const std::string missing = "no file";
     const struct {
-        const char* what;
+        int val;
         std::string found;
         int result;
         std::string left;
+        const char* failing = "none";
+        int nth = 1;
+        int code = 1; // errno, or less than zero: so many bytes only
+        const Record& measured = kExample;
     } rows[] = {
-        {"half-calibrated", bytes(half()), 0, completed(kExample)},
-        {"calibrated before", completed(kExample), 0, completed(kExample)},
-        {"oversized", bytes(half(), 100), 0, completed(kExample)},
-        {"damaged", bytes(damaged), 0, completed(damaged)},
-        {"the same light", bytes(same_light), 0, completed(same_light)},
-        {"useless", bytes(one_differs), 0, "no file"},
-        {"empty", "", -1, ""},
-        {"short", bytes(half(), 79), -1, bytes(half(), 79)},
-        {"missing", "no file", -1, "no file"},
+        {kD65, old, 0, old, "unlink", 1, EACCES},
+        {kD65, old, -1, missing, "open", 1, EACCES},
+        {kD65, old, -1, "", "write", 1, ENOSPC},
+        {kD65, old, 0, old.substr(0, 79), "write", 1, -79}, // as short a file is refused later
+        {kA, old, -1, old, "open", 1, EACCES},
+        {kA, old, -1, old, "read", 1, EIO},
+        {kA, old, -1, old, "read", 1, -79},
+        {kA, old, 0, old, "open", 2, EROFS},
+        {kA, old, 0, "", "write", 1, ENOSPC},
+        {kA, alike_once, 0, alike_once, "unlink", 1, EACCES, alike},
+        {kA, alike_once, 0, missing, "none", 1, 1, alike},
+        {kA, old, 0, completed(kExample)},
+        {kA, completed(kExample), 0, completed(kExample)},
+        {kA, bytes(half(), 100), 0, completed(kExample)},
+        {kA, bytes(damaged), 0, completed(damaged)},
+        {kA, bytes(same_light), 0, completed(same_light)},
+        {kA, bytes(one_differs), 0, missing},
+        {kA, "", -1, ""},
+        {kA, old.substr(0, 79), -1, old.substr(0, 79)},
+        {kA, missing, -1, missing},
     };
-    put_a();
-    for (const auto& [what, found, result, left] : rows) {
-        SCOPED_TRACE(what);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(::testing::Message() << "value " << row.val << ", row " << &row - rows);
         std::filesystem::remove(wb_file);
-        if (found != "no file") {
-            write_bytes(wb_file, found);
+        if (row.found != missing) {
+            write_bytes(wb_file, row.found);
         }
-        const auto traces = traces_of([&, wanted = result] { line_of(kA, wanted); });
-        EXPECT_EQ(traces.back().ends_with(" leave\n\n"), result == 0 && left != "no file");
-        EXPECT_EQ(file_bytes(wb_file), left);
+        put_light(row.measured, row.val == kD65 ? 0 : 6);
+        sim::inject_fault(row.failing, row.nth, row.code);
+        const auto traces = traces_of([&row] { line_of(row.val, row.result); });
+        EXPECT_EQ(file_bytes(wb_file), row.left);
+        if (row.val == kA) {
+            EXPECT_EQ(traces.back().ends_with(" leave\n\n"),
+                      row.result == 0 && row.measured == kExample && row.left != missing);
+        } else if (row.found == old) {
+            EXPECT_THAT(traces, ::testing::Contains(::testing::HasSubstr(
+                                    row.failing == std::string_view("unlink") ? "delete failed" : "delete success")));
+        }
+        sim::clear_faults();
     }
 }
 
 TEST_F(AwbCalibration, CamerasWithoutAnEngine)
 {
-    const std::string error = "Awb_Calibration: aiq ctx error\n\n";
-    for (const int missing : {kClose, kThird, kPano}) {
-        write_bytes(wb_file, bytes(half()));
-        rk_isp_deinit(missing);
+    const struct {
+        int camera;
+        std::size_t made;
+        bool later; // between the setting and its query
+    } rows[] = {{kClose, 1, false}, {kThird, 2, false}, {kPano, 3, false},
+                {kClose, 16, true}, {kPano, 18, true},  {kThird, 20, true}};
+    write_bytes(wb_file, bytes(half()));
+    for (const auto& row : rows) {
+        const auto stop = [&row] { rk_isp_deinit(row.camera); };
+        const int tick = sim::every(row.later ? 5'000'000 : 1, stop);
         std::string line;
-        EXPECT_EQ(traces_of([&] { line = line_of(kA, -1); }).back(), error);
-        EXPECT_EQ(line, first_words(kMeasure, missing == kClose ? 1 : missing == kThird ? 2 : 3));
-        start_camera(missing);
-    }
-    const std::pair<int, std::size_t> rows[] = {{kClose, 16}, {kPano, 18}, {kThird, 20}};
-    for (const auto& [lost, words_made] : rows) { // between the setting and its query
-        const int tick = sim::every(5'000'000, [lost] { rk_isp_deinit(lost); });
-        EXPECT_EQ(line_of(kA, -1), first_words(kMeasure, words_made));
+        EXPECT_EQ(traces_of([&] { line = line_of(kA, -1); }).back(), "Awb_Calibration: aiq ctx error\n\n");
+        EXPECT_EQ(line, first_words(kMeasure, row.made));
         sim::cancel(tick);
-        start_camera(lost);
+        start_camera(row.camera);
     }
     EXPECT_EQ(file_bytes(wb_file), bytes(half()));
 }
@@ -223,10 +196,13 @@ TEST_F(AwbCalibration, FileFunctions)
     EXPECT_EQ(user_load_wb_calibration_file(&record, 80), -1) << "no file";
     EXPECT_EQ(file_bytes(wb_file), "no file");
     write_bytes(wb_file, bytes(kExample, 100));
+    EXPECT_EQ(user_save_wb_calibration_file(&record, 0), 0);
+    EXPECT_EQ(file_bytes(wb_file), "") << "nothing of the old file";
+    EXPECT_EQ(user_load_wb_calibration_file(&record, 80), 0) << "nothing to read";
     record.d65_pano_rgain = 7.0F;
     record.d65_pano_bgain = 8.0F;
     EXPECT_EQ(user_save_wb_calibration_file(&record, 4), 0);
-    EXPECT_EQ(file_bytes(wb_file), std::string("\0\0\xe0\x40", 4)) << "little-endian 7.0, nothing of the old file";
+    EXPECT_EQ(file_bytes(wb_file), std::string("\0\0\xe0\x40", 4)) << "little-endian 7.0";
     record.d65_pano_rgain = 0.0F;
     EXPECT_EQ(user_load_wb_calibration_file(&record, 80), 0);
     EXPECT_EQ(record.d65_pano_rgain, 7.0F);

@@ -15,6 +15,22 @@ float next(float value)
     return std::nextafter(value, 10.0F);
 }
 
+/// Both lights as the second one of `record`.
+Record same_light(Record record)
+{
+    std::copy_n(record.begin() + 6, 6, record.begin());
+    return record;
+}
+
+/// What a record is found to be; nothing is filled in unless there are lines or offsets.
+Calibration found(const Record& record)
+{
+    Record evaluated = record;
+    const Calibration calibration = evaluate(evaluated);
+    EXPECT_EQ(evaluated == record, calibration == Calibration::needless || calibration == Calibration::useless);
+    return calibration;
+}
+
 TEST(AwbLines, Example)
 {
     Record record = kExample;
@@ -22,6 +38,12 @@ TEST(AwbLines, Example)
     for (std::size_t i = 0; i < 8; ++i) {
         EXPECT_NEAR(record[12 + i], kExampleLines[i], 1e-6) << i;
     }
+    record = same_light(kExample);
+    const float* const m = record.data();
+    const Record expected = {m[0],  m[1],  m[2], m[3],        m[4], m[5],        m[6], m[7],        m[8], m[9],
+                             m[10], m[11], 1.0F, 1.2F - 1.0F, 1.0F, 2.6F - 2.4F, 1.0F, 1.5F - 1.0F, 1.0F, 2.9F - 2.4F};
+    EXPECT_EQ(evaluate(record), Calibration::offsets);
+    EXPECT_EQ(record, expected);
 }
 
 // Each row's offset has another last bit in double precision and with a fused multiply-add.
@@ -36,85 +58,58 @@ TEST(AwbLines, SinglePrecision)
         {2.9F, 0.6F, 3.4F, 1.2F, 0x1.e9bd36p-1F, 0x1.408e8p-1F},
     };
     for (const auto& r : rows) {
-        for (std::size_t blue = 0; blue < 2; ++blue) {
-            Record record = kExample;
-            for (std::size_t follower : {2U, 4U}) {
-                record[follower + blue] = r.d65;
-                record[6 + follower + blue] = r.a;
-            }
-            record[blue] = r.pano_d65;
-            record[6 + blue] = r.pano_a;
-            ASSERT_EQ(evaluate(record), Calibration::lines);
-            for (std::size_t line : {12U, 16U}) {
-                EXPECT_EQ(record[line + 2 * blue], r.k);
-                EXPECT_EQ(record[line + 2 * blue + 1], r.b);
-            }
+        Record record = kExample;
+        for (std::size_t i = 0; i < 6; ++i) {
+            record[i] = i < 2 ? r.pano_d65 : r.d65;
+            record[6 + i] = i < 2 ? r.pano_a : r.a;
+        }
+        ASSERT_EQ(evaluate(record), Calibration::lines);
+        for (std::size_t line = 12; line < 20; line += 2) {
+            EXPECT_EQ(record[line], r.k);
+            EXPECT_EQ(record[line + 1], r.b);
         }
     }
 }
 
-TEST(AwbLines, CamerasThatMeasureAlikeNeedNone)
+TEST(AwbLines, CamerasThatMeasureAlikeNeedNoneAndTheSameLightTwiceGivesOffsets)
 {
     const Record alike = {1.8F, 1.6F, 1.8F, 1.6F, 1.8F, 1.6F, 1.0F, 2.4F, 1.0F, 2.4F, 1.0F, 2.4F};
-    Record record = alike;
-    EXPECT_EQ(evaluate(record), Calibration::needless);
-    EXPECT_EQ(record, alike) << "nothing is filled in";
+    EXPECT_EQ(found(alike), Calibration::needless);
+    EXPECT_EQ(found(same_light(alike)), Calibration::needless);
     for (const std::size_t follower : {2U, 3U, 4U, 5U, 8U, 9U, 10U, 11U}) {
-        record = alike;
+        Record record = alike;
         record[follower] = next(record[follower]);
-        EXPECT_EQ(evaluate(record), Calibration::lines) << follower;
+        EXPECT_EQ(found(record), Calibration::lines) << follower;
     }
-    std::copy_n(alike.begin(), 6, record.begin() + 6); // and the same light twice
-    std::copy_n(alike.begin(), 6, record.begin());
-    EXPECT_EQ(evaluate(record), Calibration::needless);
-}
-
-TEST(AwbLines, TheSameLightTwiceGivesOffsets)
-{
-    Record same = kExample;
-    std::copy_n(kExample.begin(), 6, same.begin() + 6);
-    Record record = same;
-    EXPECT_EQ(evaluate(record), Calibration::offsets);
-    const Record expected = {1.8F, 1.6F, 2.0F, 1.5F,        2.2F, 1.4F,        1.8F, 1.6F,        2.0F, 1.5F,
-                             2.2F, 1.4F, 1.0F, 2.0F - 1.8F, 1.0F, 1.5F - 1.6F, 1.0F, 2.2F - 1.8F, 1.0F, 1.4F - 1.6F};
-    EXPECT_EQ(record, expected);
-
     for (std::size_t a = 6; a < 12; ++a) { // one pair not equal, and one pair alone equal
-        record = same;
+        Record record = same_light(kExample);
         record[a] = next(record[a]);
-        const Record before = record;
-        EXPECT_EQ(evaluate(record), Calibration::useless) << a;
-        EXPECT_EQ(record, before);
+        EXPECT_EQ(found(record), Calibration::useless) << a;
         record = kExample;
         record[a] = record[a - 6];
-        EXPECT_EQ(evaluate(record), Calibration::useless) << a;
+        EXPECT_EQ(found(record), Calibration::useless) << a;
         record[a] = next(record[a]);
-        EXPECT_EQ(evaluate(record), Calibration::lines) << a;
+        EXPECT_EQ(found(record), Calibration::lines) << a;
     }
 }
 
 TEST(AwbLines, ARecordHasLinesWhenItsParametersAreFiniteAndNoSlopeIsZero)
 {
-    using Limits = std::numeric_limits<float>;
-    awb_calibration_s record{};
-    EXPECT_FALSE(isp::has_lines(record));
-    float* const slopes[] = {&record.rgain_k, &record.bgain_k, &record.rgain_k2, &record.bgain_k2};
-    float* const offsets[] = {&record.rgain_b, &record.bgain_b, &record.rgain_b2, &record.bgain_b2};
-    for (float* slope : slopes) {
-        *slope = -1.5F;
-    }
-    EXPECT_TRUE(isp::has_lines(record)) << "an offset may be zero";
-    const auto refused = [&](float* parameter, std::initializer_list<float> values) {
-        for (const float bad : values) {
-            *parameter = bad;
-            EXPECT_FALSE(isp::has_lines(record)) << bad;
-        }
-        *parameter = Limits::denorm_min();
-        EXPECT_TRUE(isp::has_lines(record));
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    const auto has_lines = [](const Record& record) {
+        awb_calibration_s fields;
+        std::memcpy(&fields, record.data(), sizeof fields);
+        return isp::has_lines(fields);
     };
-    for (int i = 0; i < 4; ++i) {
-        refused(slopes[i], {0.0F, -0.0F, Limits::infinity(), -Limits::infinity(), Limits::quiet_NaN()});
-        refused(offsets[i], {Limits::infinity(), -Limits::infinity(), Limits::quiet_NaN()});
+    for (std::size_t i = 12; i < 20; ++i) {
+        const bool slope = i % 2 == 0;
+        for (const float value : {0.0F, -0.0F, kInfinity, -kInfinity, kInfinity - kInfinity, -1.5F,
+                                  std::numeric_limits<float>::denorm_min()}) {
+            Record record = kExample;
+            std::fill(record.begin() + 12, record.end(), 1.0F);
+            record[i] = value;
+            EXPECT_EQ(has_lines(record), std::isfinite(value) && (value != 0.0F || !slope)) << i << ": " << value;
+        }
     }
 }
 
