@@ -5,6 +5,7 @@
 #include "isp_ctrl/following/awb_lines.h"
 #include "support/awb_calls.h"
 
+#include <bit>
 #include <cstring>
 
 namespace bench
@@ -31,10 +32,9 @@ inline std::string bytes(const Record& record, std::size_t count = sizeof(Record
 
 inline isp::Calibration evaluate(Record& record)
 {
-    awb_calibration_s fields;
-    std::memcpy(&fields, record.data(), sizeof fields);
+    auto fields = std::bit_cast<awb_calibration_s>(record);
     const isp::Calibration found = isp::evaluate_calibration(fields);
-    std::memcpy(record.data(), &fields, sizeof fields);
+    record = std::bit_cast<Record>(fields);
     return found;
 }
 

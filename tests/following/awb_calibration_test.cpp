@@ -2,6 +2,7 @@
 #include "following/awb_bench.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace bench;
 
@@ -188,6 +189,7 @@ TEST_F(AwbCalibration, CamerasWithoutAnEngine)
 
 TEST_F(AwbCalibration, FileFunctions)
 {
+    close(STDIN_FILENO); // 0 is a file like any other
     awb_calibration_s record{};
     for (const auto& [buf, size] : {std::pair<awb_calibration_s*, int>{nullptr, 80}, {&record, -1}}) {
         EXPECT_EQ(user_save_wb_calibration_file(buf, size), -1);

@@ -151,6 +151,12 @@ TEST_F(AwbFollow, Passes)
             EXPECT_NEAR(held_gains(camera).second, wanted.second, tolerance);
         }
     }
+    put_measured(kPano, 1.0F, 2.0F);
+    const std::string traced = "cam_awb_follow_pano_function: quenvar";
+    EXPECT_THAT(traces_of([] { pass(); }),
+                ::testing::IsSupersetOf({traced + "00 rgain=1.000000,bgain=2.000000\n\n",
+                                         traced + "22 rgain=1.000000,bgain=2.000000\n\n",
+                                         traced + "33 pano rgain=1.000000,bgain=2.000000\n\n"}));
 }
 
 TEST_F(AwbFollow, FailuresWithinAPass)

@@ -96,11 +96,6 @@ TEST(AwbLines, CamerasThatMeasureAlikeNeedNoneAndTheSameLightTwiceGivesOffsets)
 TEST(AwbLines, ARecordHasLinesWhenItsParametersAreFiniteAndNoSlopeIsZero)
 {
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
-    const auto has_lines = [](const Record& record) {
-        awb_calibration_s fields;
-        std::memcpy(&fields, record.data(), sizeof fields);
-        return isp::has_lines(fields);
-    };
     for (std::size_t i = 12; i < 20; ++i) {
         const bool slope = i % 2 == 0;
         for (const float value : {0.0F, -0.0F, kInfinity, -kInfinity, kInfinity - kInfinity, -1.5F,
@@ -108,7 +103,9 @@ TEST(AwbLines, ARecordHasLinesWhenItsParametersAreFiniteAndNoSlopeIsZero)
             Record record = kExample;
             std::fill(record.begin() + 12, record.end(), 1.0F);
             record[i] = value;
-            EXPECT_EQ(has_lines(record), std::isfinite(value) && (value != 0.0F || !slope)) << i << ": " << value;
+            EXPECT_EQ(isp::has_lines(std::bit_cast<awb_calibration_s>(record)),
+                      std::isfinite(value) && (value != 0.0F || !slope))
+                << i << ": " << value;
         }
     }
 }
