@@ -226,6 +226,11 @@ TEST_F(AwbFollow, FailuresWithinAPass)
                   row.lost == kPano ? 1 : 0); // in each pass
         isp::shared_set(g_aiq_ctx[row.lost], context);
     }
+    put_measured(kPano, 1.0F, 1.0F);
+    for (std::size_t word = 1; word <= 4; ++word) {
+        fail_word(all, word, XCAM_RETURN_ERROR_FAILED);
+    }
+    EXPECT_EQ(pass(), first_words(all, 5) + paused) << "without traces";
 }
 
 TEST_F(AwbFollow, OneThreadPerProcess)
