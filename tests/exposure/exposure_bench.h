@@ -3,19 +3,8 @@
 
 #include "support/setters.h"
 
-#include <iterator>
-#include <sstream>
-
 namespace bench
 {
-
-using Words = std::vector<std::string>;
-
-inline Words words(const std::string& line)
-{
-    std::istringstream stream(line);
-    return {std::istream_iterator<std::string>(stream), {}};
-}
 
 /// Stored modes to try: all with a name, and one without.
 inline constexpr int kModes[] = {0, 3, 10, 11, 13, 33, 34, 35, 99};
@@ -51,17 +40,11 @@ inline constexpr ExposureSetter kExposureSetters[] = {
 };
 #undef BIAS_FIELDS
 
-/// Camera 2 with an engine.
-class ExposureBench : public Bench
+inline constexpr int kCamera = 2;
+
+class ExposureBench : public Running<kCamera>
 {
 protected:
-    static constexpr int kCamera = 2;
-
-    ExposureBench()
-    {
-        start_camera(kCamera);
-    }
-
     /// Initial values in store and engine, but for the mode.
     static void begin(int mode)
     {

@@ -1,10 +1,9 @@
-// What each exposure setter makes of a level: in which modes, by which rule, and when the engine fails.
+// What each exposure setter makes of a level: in which modes and by which rule.
 #include "exposure_bench.h"
 
 #include <climits>
 
 using namespace bench;
-using ::testing::ElementsAreArray;
 
 namespace
 {
@@ -14,6 +13,13 @@ using ExposureLevels = ExposureBench;
 float seconds(double denominator)
 {
     return static_cast<float>(1.0 / denominator);
+}
+
+using Grid = uint8_t[225];
+
+int at(const Grid& grid, int row, int column)
+{
+    return grid[15 * row + column];
 }
 
 } // namespace
@@ -72,7 +78,12 @@ TEST_F(ExposureLevels, ShutterStepsAreTimesInSinglePrecision)
         begin(AUTO_EXPOSURE);
         sim::host::set_maximum(setting("shutter"), maximum);
         sim::host::set_vin_fps(kCamera, 25);
+        auto manual = ae();
+        manual.AecOpType = RK_AIQ_OP_MODE_MANUAL;
+        sim::engine::poke(rkipc_aiq_get_ctx(kCamera), manual);
+        sim::inject_fault("rk_aiq_user_api2_ae_setExpSwAttr", 1, -1); // the mode's own write of the type
         EXPECT_EQ(KIV_Set_exposure_mode(kCamera, BRIGHT_PRIORITY), 0);
+        EXPECT_EQ(ae().AecOpType, RK_AIQ_OP_MODE_AUTO);
         EXPECT_EQ(ae().stAuto.stFrmRate.FpsValue, 25.0F);
         EXPECT_EQ(ae().stAdvanced.SetLinAeRange.stExpTimeRange.Max, seconds(30.0));
         EXPECT_EQ(ae().stAdvanced.SetLinAeRange.stExpTimeRange.Min, seconds(fastest)) << maximum;
@@ -180,28 +191,38 @@ TEST_F(ExposureLevels, IrisStepsArePositionsBelowTheMaximum)
     }
 }
 
-// One call of the engine fails, each in turn: the setter says so, ends there, and keeps the level stored.
-TEST_F(ExposureLevels, EndAtTheFirstEngineFailure)
+// Nothing in the first row of the average; a pyramid of 8 in the middle; heavier towards the bottom.
+TEST_F(ExposureLevels, MeteringStoredGridsHaveTheirShape)
 {
-    for (const ExposureSetter& setter : kExposureSetters) {
-        for (const int mode : kModes) {
-            begin(mode);
-            const Words good = names_of_calls([&] { set(kCamera, setter.name, setter.level); }, "rk_aiq");
-            EXPECT_EQ(good.empty(), !setter.acts_in(mode) || setter.driven[0] == '\0');
-            for (auto failing = good.begin(); failing != good.end(); ++failing) {
-                SCOPED_TRACE(std::string(setter.name) + " in mode " + std::to_string(mode) + ", failing " + *failing);
-                begin(mode);
-                sim::clear_faults();
-                sim::inject_fault(*failing, static_cast<int>(std::count(good.begin(), failing + 1, *failing)), -7);
-                Words calls;
-                const Words traces = traces_of([&] {
-                    calls = names_of_calls([&] { EXPECT_EQ(set(kCamera, setter.name, setter.level), -1); }, "rk_aiq");
-                });
-                EXPECT_EQ(sim::faults_struck(), 1);
-                EXPECT_THAT(calls, ElementsAreArray(good.begin(), failing + 1));
-                EXPECT_EQ(stored(kCamera, setter.name), setter.level);
-                EXPECT_THAT(traces, ::testing::Contains(::testing::EndsWith(" failed with 0xfffffff9!\n\n")));
-            }
-        }
+    for (int cell = 0; cell < 225; ++cell) {
+        EXPECT_EQ(AE_average_Weight_GridWeights[cell], cell < 15 ? 0 : 1);
+    }
+    EXPECT_EQ(at(AE_center_Weight_GridWeights, 7, 7), 8);
+    EXPECT_EQ(fingerprint(AE_center_Weight_GridWeights), 154770983U);
+    EXPECT_EQ(fingerprint(AE_bottom_Weight_GridWeights), 2373711674U);
+}
+
+TEST_F(ExposureLevels, MeteringModesLoadTheirGrid)
+{
+    static Grid weights; // as the engine holds them
+    const auto set_meter = [](int meter) {
+        begin(AUTO_EXPOSURE);
+        EXPECT_EQ(set(kCamera, "meter", meter), 0);
+        std::ranges::copy(ae().GridWeights.uCoeff, weights);
+    };
+    set_meter(Meter_Mode_Average);
+    EXPECT_TRUE(std::ranges::equal(weights, AE_average_Weight_GridWeights));
+    set_meter(Meter_Mode_Centor);
+    EXPECT_TRUE(std::ranges::equal(weights, AE_center_Weight_GridWeights));
+    for (const auto& [meter, first_row] : {std::pair{Meter_Mode_Smart, 9}, {Meter_Mode_Top, 0}}) {
+        set_meter(meter);
+        EXPECT_EQ(std::ranges::count(weights, 3), 54);
+        EXPECT_EQ(std::ranges::count(weights, 0), 171);
+        EXPECT_EQ(at(weights, first_row, 3), 3); // opposite corners
+        EXPECT_EQ(at(weights, first_row + 5, 11), 3);
+    }
+    for (const int meter : {7, -1}) {
+        set_meter(meter);
+        EXPECT_TRUE(std::ranges::equal(weights, sim::engine::initial<Uapi_ExpSwAttrV2_t>().GridWeights.uCoeff));
     }
 }

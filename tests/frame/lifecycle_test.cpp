@@ -1,7 +1,9 @@
-// A camera's engine from start to release, with every engine call made to fail.
-#include "frame/debug_lines.h"
+// The engines of cameras and groups from start to release, with every engine call made to fail, and which of them
+// settings reach.
+#include "support/bench.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <thread>
 
@@ -14,22 +16,51 @@ namespace
 {
 
 constexpr int kCamera = 2;
+constexpr int kGroup = 5;
 char kDirectory[] = "/data/iq";
+int kSensors[] = {3, 0, 6};
 
-class Lifecycle : public Bench
+int start_group(std::size_t members, char* directory = nullptr)
 {
-protected:
-    ~Lifecycle() override
-    {
-        EXPECT_THAT(sim::engine::misuses(), IsEmpty());
-        EXPECT_TRUE(engine_lock_is_free());
-    }
+    return rk_isp_init_group(kGroup, kSensors, members, directory);
+}
 
-    static Life life()
-    {
-        return sim::engine::life(rkipc_aiq_get_ctx(kCamera));
+/// The debug lines written during the last traces_of(), as "function: message". A line is "%-4d %s MESSAGE" and begins
+/// with its source line; "[function_line]" in the message must repeat both and is given as "[]".
+std::vector<std::string> debug_lines()
+{
+    std::vector<std::string> lines;
+    for (const sim::host::LogLine& line : sim::host::captured_log()) {
+        if (line.level != sim::host::kDebugLevel) {
+            continue;
+        }
+        int number = 0;
+        char function[64] = {};
+        std::sscanf(line.text.c_str(), "%d %63s", &number, function);
+        char prefix[96];
+        std::snprintf(prefix, sizeof prefix, "%-4d %s ", number, function);
+        EXPECT_THAT(line.text, testing::StartsWith(prefix));
+        std::string message = line.text.substr(std::strlen(prefix));
+        const std::string repeated = "[" + std::string(function) + "_" + std::to_string(number) + "]";
+        if (const std::size_t at = message.find(repeated); at != std::string::npos) {
+            message.replace(at, repeated.size(), "[]");
+        }
+        lines.push_back(std::string(function) + ": " + message);
     }
-};
+    return lines;
+}
+
+using Lifecycle = Bench;
+
+Life life()
+{
+    return sim::engine::life(rkipc_aiq_get_ctx(kCamera));
+}
+
+const void* slot()
+{
+    return g_camera_group_ctx[kGroup];
+}
 
 TEST_F(Lifecycle, AStartWalksTheEngineToRunning)
 {
@@ -68,7 +99,7 @@ TEST_F(Lifecycle, ARestartReleasesTheOldEngineFirst)
     EXPECT_EQ(sim::engine::live_contexts(), 1);
 }
 
-// Every call of a start fails, on a camera that has no engine yet and on one that has.
+// Every call of a start fails, in a slot that has no engine yet and in one that has.
 TEST_F(Lifecycle, AFailingCallOfAStart)
 {
     static constexpr char kNotInit[] = "sample_common_isp_run: camera_id is over 3 or not init\n\n";
@@ -79,39 +110,50 @@ TEST_F(Lifecycle, AFailingCallOfAStart)
         const char* trace;
         const char* debug_line;
     } kCases[] = {
+        {"rk_aiq_uapi2_camgroup_create", -1, Life::unknown, "",
+         "rk_isp_init_group: !!!!!!![] RK_MPI_CAL_TDE_GetPicBufferSize failed\n\n"},
+        {"rk_aiq_uapi2_camgroup_prepare", -1, Life::unknown, "",
+         "rk_isp_init_group: !!!!!!![] rk_aiq_uapi2_camgroup_prepare failed\n\n"},
+        {"rk_aiq_uapi2_camgroup_start", -1, Life::unknown, "",
+         "rk_isp_init_group: !!!!!!![] rk_aiq_uapi2_camgroup_start failed\n\n"},
         // Without information there is no name to make an engine with.
         {"rk_aiq_uapi2_sysctl_enumStaticMetas", -1, Life::unknown,
          "sample_common_isp_init: rkaiq engine rk_aiq_uapi2_sysctl_init dir: /data/iq sensor_name:  failed !\n\n",
          kNotInit},
         {"rk_aiq_uapi2_sysctl_preInit_scene", 0, Life::running,
-         "sample_common_isp_init: sim_sensor_2: failed to set scene\n\n", nullptr},
+         "sample_common_isp_init: sim_sensor_2: failed to set scene\n\n", ""},
         {"rk_aiq_uapi2_sysctl_init", -1, Life::unknown,
          "sample_common_isp_init: rkaiq engine rk_aiq_uapi2_sysctl_init dir: /data/iq sensor_name: sim_sensor_2 failed "
          "!\n\n",
          kNotInit},
         {"rk_aiq_uapi2_sysctl_prepare", -1, Life::unknown, "sample_common_isp_run: rkaiq engine prepare failed !\n\n",
-         nullptr},
+         ""},
         {"rk_aiq_uapi2_sysctl_start", -1, Life::prepared,
-         "sample_common_isp_run: rk_aiq_uapi2_sysctl_start  failed\n\n", nullptr},
+         "sample_common_isp_run: rk_aiq_uapi2_sysctl_start  failed\n\n", ""},
     };
     for (const auto& c : kCases) {
+        const bool group = std::string_view(c.function).find("camgroup") != std::string::npos;
+        const auto start = [=] { return group ? start_group(2) : rk_isp_init(kCamera, kDirectory); };
         for (const bool had_engine : {false, true}) {
             SCOPED_TRACE(testing::Message() << c.function << (had_engine ? ", restarted" : ", first start"));
             if (had_engine) {
-                start_camera(kCamera);
-            } else {
+                ASSERT_EQ(start(), 0);
+            } else if (!group) {
                 rk_isp_deinit(kCamera);
             }
+            rkipc_aiq_use_group = 0;
             int result = 1;
             sim::inject_fault(c.function, 1, -1);
-            EXPECT_THAT(traces_of([&] { result = rk_isp_init(kCamera, kDirectory); }), testing::Contains(c.trace));
-            EXPECT_EQ(debug_lines(),
-                      c.debug_line == nullptr ? std::vector<std::string>{} : std::vector<std::string>{c.debug_line});
+            const Words traces = traces_of([&] { result = start(); });
+            EXPECT_TRUE(c.trace[0] == '\0' || std::ranges::count(traces, c.trace) == 1);
+            const Words lines = debug_lines();
+            EXPECT_EQ(lines.empty() ? "" : lines.back(), c.debug_line);
             EXPECT_EQ(result, c.result);
-            EXPECT_EQ(life(), c.life);
-            EXPECT_EQ(rkipc_aiq_get_ctx(kCamera) == nullptr, c.life == Life::unknown);
+            const void* context = group ? slot() : static_cast<const void*>(rkipc_aiq_get_ctx(kCamera));
+            EXPECT_EQ(sim::engine::life(context), c.life);
+            EXPECT_EQ(context == nullptr, c.life == Life::unknown);
             EXPECT_EQ(sim::engine::live_contexts(), c.life == Life::unknown ? 0 : 1);
-            EXPECT_TRUE(engine_lock_is_free());
+            EXPECT_EQ(rkipc_aiq_use_group, 0);
         }
     }
 }
@@ -142,7 +184,11 @@ TEST_F(Lifecycle, TheDirectoryIsReplacedWhole)
     // Too long: refused before anything changes.
     rkipc_aiq_use_group = 1;
     std::string too_long(256, 'd');
-    EXPECT_THAT(calls_of([&] { EXPECT_EQ(rk_isp_init(kCamera, too_long.data()), -1); }), IsEmpty());
+    EXPECT_THAT(calls_of([&] {
+                    EXPECT_EQ(traces_of([&] { EXPECT_EQ(rk_isp_init(kCamera, too_long.data()), -1); }).back(),
+                              "rk_isp_init: the path of the iq files is longer than 255 characters\n\n");
+                }),
+                IsEmpty());
     EXPECT_STREQ(g_iq_file_dir_, "/etc/iqfiles");
     EXPECT_EQ(rkipc_aiq_use_group, 1);
     rkipc_aiq_use_group = 0;
@@ -228,6 +274,105 @@ TEST_F(Lifecycle, EightCamerasStartAndStopAtOnce)
     EXPECT_EQ(wrong, 0);
     EXPECT_EQ(sim::engine::live_contexts(), 0);
     set_PanoramaIspId(1);
+}
+
+TEST_F(Lifecycle, AGroupStartBuildsTheGroupInOrder)
+{
+    std::vector<std::string> calls;
+    traces_of([&] { calls = names_of_calls([] { EXPECT_EQ(start_group(3, kDirectory), 0); }); });
+    const char* const query = "rk_aiq_uapi2_sysctl_enumStaticMetas";
+    EXPECT_THAT(calls, ElementsAre(query, query, query, "rk_aiq_uapi2_camgroup_create", "rk_aiq_uapi2_camgroup_prepare",
+                                   "rk_aiq_uapi2_camgroup_start"));
+    const auto names = [](int sensor) {
+        return testing::MatchesRegex("rk_isp_init_group: line [0-9]+ name sim_sensor_" + std::to_string(sensor) +
+                                     "\n\n");
+    };
+    EXPECT_THAT(debug_lines(), ElementsAre(names(3), names(0), names(6)));
+    EXPECT_EQ(sim::engine::life(slot()), Life::running);
+    const sim::engine::Configuration set_up = sim::engine::configuration(slot());
+    EXPECT_THAT(set_up.sensors, ElementsAre(3, 0, 6));
+    EXPECT_EQ(set_up.iq_directory, kDirectory);
+    EXPECT_EQ(set_up.mode, RK_AIQ_WORKING_MODE_NORMAL);
+
+    // On an occupied slot the old group is stopped and destroyed first.
+    const void* old = slot();
+    int seven[] = {0, 1, 2, 3, 4, 5, 6};
+    calls = names_of_calls([&] { EXPECT_EQ(rk_isp_init_group(kGroup, seven, 7, nullptr), 0); });
+    calls.resize(3);
+    EXPECT_THAT(calls, ElementsAre("rk_aiq_uapi2_camgroup_stop", "rk_aiq_uapi2_camgroup_destroy", query));
+    EXPECT_EQ(sim::engine::life(old), Life::released);
+    EXPECT_EQ(sim::engine::live_contexts(), 1);
+    EXPECT_EQ(sim::engine::configuration(slot()).iq_directory, "/etc/iqfiles");
+
+    // A bad list is refused before anything happens.
+    for (const auto& [sensors, count] :
+         {std::pair<int*, std::size_t>{seven, 0}, {seven, 8}, {seven, SIZE_MAX}, {nullptr, 2}}) {
+        EXPECT_THAT(calls_of([&] { EXPECT_EQ(rk_isp_init_group(kGroup, sensors, count, nullptr), -1); }), IsEmpty());
+    }
+    EXPECT_EQ(sim::engine::life(slot()), Life::running);
+}
+
+// Settings reach the group from its start on, and cameras again from the next camera's start on.
+TEST_F(Lifecycle, TheLastStartDecidesWhatSettingsReach)
+{
+    start_camera(kGroup);
+    const void* camera = rkipc_aiq_get_ctx(kGroup);
+    const auto hue = [](const void* context) { return int{sim::engine::peek<acp_attrib_t>(context).hue}; };
+    const int before = hue(camera);
+    ASSERT_EQ(start_group(2), 0);
+    EXPECT_EQ(rkipc_aiq_get_ctx(kGroup), slot());
+    KIV_Set_hue(kGroup, HUE_E{14});
+    EXPECT_EQ(hue(slot()), 156);
+
+    EXPECT_EQ(rk_isp_deinit_group(kGroup), 0); // the mode stays
+    EXPECT_THAT(traces_of([] { EXPECT_EQ(KIV_Set_hue(kGroup, HUE_E{1}), 0); }),
+                testing::Contains("KIV_Set_hue: aiq ctx error\n\n"));
+    EXPECT_EQ(hue(camera), before);
+    start_camera(0);
+    KIV_Set_hue(kGroup, HUE_E{2});
+    EXPECT_EQ(hue(camera), 108);
+}
+
+TEST_F(Lifecycle, AMissingSensorEndsAGroupStart)
+{
+    sim::engine::set_sensor_present(kSensors[1], false);
+    std::vector<std::string> calls;
+    traces_of([&] { calls = names_of_calls([] { EXPECT_EQ(start_group(3), -1); }); });
+    EXPECT_EQ(calls.size(), 2); // the third sensor is not asked for
+    EXPECT_THAT(debug_lines(), ElementsAre("rk_isp_init_group: !!!!!!![] RK_MPI_CAL_TDE_GetPicBufferSize failed\n\n"));
+    EXPECT_EQ(slot(), nullptr);
+    EXPECT_EQ(rkipc_aiq_use_group, 0);
+    sim::engine::set_sensor_present(kSensors[1], true);
+}
+
+TEST_F(Lifecycle, AGroupStopsStartsAndIsReleased)
+{
+    constexpr struct {
+        int (*call)(int);
+        const char* name;
+        const char* function;
+        Life life;
+    } kCases[] = {
+        {rk_isp_init_group_stop, "rk_isp_init_group_stop", "rk_aiq_uapi2_camgroup_stop", Life::stopped},
+        {rk_isp_init_group_start, "rk_isp_init_group_start", "rk_aiq_uapi2_camgroup_start", Life::running},
+    };
+    ASSERT_EQ(start_group(2), 0);
+    const void* group = slot();
+    for (const auto& c : kCases) {
+        EXPECT_EQ(c.call(kGroup), 0);
+        EXPECT_EQ(sim::engine::life(group), c.life);
+        sim::inject_fault(c.function, 1, -1);
+        traces_of([&] { EXPECT_EQ(c.call(kGroup), -1); });
+        EXPECT_THAT(debug_lines(), ElementsAre(std::string(c.name) + ": !!!!!!![] " + c.function + " failed\n\n"));
+        EXPECT_EQ(slot(), group);
+    }
+    EXPECT_THAT(names_of_calls([] { EXPECT_EQ(rk_isp_deinit_group(kGroup), 0); }),
+                ElementsAre("rk_aiq_uapi2_camgroup_stop", "rk_aiq_uapi2_camgroup_destroy"));
+    EXPECT_EQ(sim::engine::life(group), Life::released);
+    EXPECT_EQ(slot(), nullptr);
+    for (int (*call)(int) : {rk_isp_init_group_start, rk_isp_init_group_stop, rk_isp_deinit_group}) {
+        EXPECT_THAT(calls_of([&] { EXPECT_EQ(call(kGroup), -1); }), IsEmpty()); // an empty slot
+    }
 }
 
 } // namespace

@@ -1,7 +1,10 @@
-// Sharpness, dynamic range compression and noise reduction: strengths by rule, and failures that are reported.
+// Sharpness, dynamic range compression and noise reduction, strengths by rule; gamma, the shape of the curves and which
+// one a level loads.
 #include "support/setters.h"
 
 #include <algorithm>
+#include <bit>
+#include <cmath>
 
 using namespace bench;
 using testing::ElementsAre;
@@ -11,14 +14,7 @@ namespace
 
 constexpr int kCamera = 3;
 
-class Modules : public Bench
-{
-protected:
-    Modules()
-    {
-        start_camera(kCamera);
-    }
-};
+using Modules = Running<kCamera>;
 
 template <std::size_t Size>
 void fill(float (&steps)[Size], double value)
@@ -126,36 +122,63 @@ TEST_F(Modules, TemporalNoiseReductionTracesItsLevelLast)
     EXPECT_THAT(trace(kCamera + 1), ElementsAre("KIV_Set_nr3d: aiq ctx error\n\n", level));
 }
 
-// The setters that report both failures.
-TEST_F(Modules, AFailedCallIsTracedAndEndsTheSetter)
+using Curve = uint16_t[RK_AIQ_GAMMA_POINTS];
+
+/// Input of a point, of 4096: single steps up to 8, then four points to each doubling, 256 apart at most.
+int input(int point)
 {
-    constexpr struct {
-        std::string_view setting;
-        const char* module;
-        const char* named; // in the trace, if not the function
-    } kCases[] = {
-        {"sharpness", "rk_aiq_user_api2_asharpV4", nullptr},
-        {"gamma", "rk_aiq_user_api2_agamma", nullptr},
-        {"drc", "rk_aiq_user_api2_adrc", "RK_MPI_ISP_GetExposureAttr"},
-        {"nr2d", "rk_aiq_user_api2_abayer2dnrV2", nullptr},
-        {"nr3d", "rk_aiq_user_api2_abayertnrV2", nullptr},
-    };
-    int level = 3;
-    for (const auto& c : kCases) {
-        for (const std::string_view call : {"_GetAttrib", "_SetAttrib"}) {
-            const std::string function = std::string(c.module) += call;
-            SCOPED_TRACE(function);
-            level = level == 3 ? 2 : 3;
-            sim::inject_fault(function, 1, -2);
-            std::vector<std::string> made;
-            const std::vector<std::string> traces = traces_of(
-                [&] { made = names_of_calls([&] { EXPECT_EQ(set(kCamera, c.setting, level), -1); }, "rk_"); });
-            EXPECT_EQ(made.back(), function);
-            EXPECT_EQ(traces.back(), "KIV_Set_" + std::string(c.setting) + ": " +
-                                         (c.named != nullptr ? c.named : function) + " failed with 0xfffffffe!\n\n");
-            EXPECT_EQ(stored(kCamera, c.setting), level);
-            expect_engine(kCamera);
+    unsigned at = 0;
+    for (int i = 0; i < point; ++i) {
+        at += std::clamp(std::bit_floor(at) / 4, 1U, 256U);
+    }
+    return static_cast<int>(at);
+}
+
+// Six curves follow an exponent, rounded; two are drawn by hand.
+TEST_F(Modules, ToneCurves)
+{
+    const struct {
+        const Curve& curve;
+        double exponent;
+    } kPowers[] = {{gamma_1_1, 0.40}, {gamma_1_2, 0.45}, {gamma_1_3, 0.48},
+                   {gamma_1_4, 0.50}, {gamma_1_5, 0.56}, {gamma_1_6, 0.63}};
+    ASSERT_EQ(input(RK_AIQ_GAMMA_POINTS - 1), 4096);
+    for (const auto& c : kPowers) {
+        for (int point = 0; point < RK_AIQ_GAMMA_POINTS; ++point) {
+            const long power = std::lround(4096.0 * std::pow(input(point) / 4096.0, c.exponent));
+            EXPECT_EQ(c.curve[point], std::min(power, 4095L)) << "exponent " << c.exponent << ", point " << point;
         }
+    }
+    EXPECT_EQ(fingerprint(gamma_ext), 1317275324U);
+    EXPECT_EQ(fingerprint(gamma_haisi), 2286606321U);
+}
+
+TEST_F(Modules, AToneLevelLoadsItsCurve)
+{
+    const struct {
+        int level;
+        const Curve& curve;
+        int stored;
+    } kCases[] = {
+        {ISP_GAMMA_0_48, gamma_1_4, 0},
+        {ISP_GAMMA_0_45, gamma_1_2, 1},
+        {ISP_GAMMA_0_50, gamma_haisi, 2},
+        {ISP_GAMMA_0_56, gamma_1_5, 3},
+        {ISP_GAMMA_0_63, gamma_1_6, 4},
+        {ISP_GAMMA_0_42, gamma_ext, 5},
+        {6, gamma_ext, 5},
+        {-1, gamma_1_4, 0},
+    };
+    rk_aiq_gamma_attrib_V2_t expected = sim::engine::initial<rk_aiq_gamma_attrib_V2_t>();
+    expected.atrrV30.mode = GAMMA_MODE_MANUAL;
+    expected.atrrV30.stManual.Gamma_en = true;
+    expected.atrrV30.stManual.Gamma_out_offset = 0;
+    for (const auto& c : kCases) {
+        SCOPED_TRACE(c.level);
+        EXPECT_THAT(traces_of([&] { EXPECT_EQ(KIV_Set_gamma(kCamera, Gamma_Level_E{c.level}), 0); }),
+                    testing::ElementsAre("KIV_Set_gamma: isp_gamma_val :" + std::to_string(c.stored) + "\n\n"));
+        std::ranges::copy(c.curve, expected.atrrV30.stManual.Gamma_curve);
+        expect_engine(kCamera, expected);
     }
 }
 

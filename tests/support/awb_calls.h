@@ -5,8 +5,6 @@
 #include "support/bench.h"
 
 #include <array>
-#include <iterator>
-#include <sstream>
 
 namespace bench
 {
@@ -49,12 +47,6 @@ inline std::string awb_line(const std::vector<sim::Call>& calls)
         }
     }
     return line.substr(line.empty() ? 0 : 1);
-}
-
-inline std::vector<std::string> words(const std::string& line)
-{
-    std::istringstream stream(line);
-    return {std::istream_iterator<std::string>(stream), {}};
 }
 
 /// The first `count` words of a line.

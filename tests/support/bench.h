@@ -21,6 +21,8 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -50,17 +52,20 @@ protected:
         isp::seam.lens_command = "true"; // no lens model stored
     }
 
-    void TearDown() override
-    {
-        EXPECT_THAT(sim::engine::misuses(), ::testing::IsEmpty());
-        EXPECT_THAT(sim::host::misuses(), ::testing::IsEmpty());
-    }
-
     ~Bench() override
     {
         sim::clear_faults();
         sim::stop_recording();
         std::filesystem::remove_all(folder);
+    }
+
+    /// Whatever a test does, engine and host are used as they may be, and the engine lock is free in the end.
+    void TearDown() override
+    {
+        EXPECT_THAT(sim::engine::misuses(), ::testing::IsEmpty());
+        EXPECT_THAT(sim::host::misuses(), ::testing::IsEmpty());
+        ASSERT_EQ(pthread_mutex_trylock(&g_aiq_mtx), 0) << "the engine lock is held";
+        pthread_mutex_unlock(&g_aiq_mtx);
     }
 
     std::string folder = mkdtemp((std::filesystem::temp_directory_path() / "isp_test_XXXXXX").string().data());
@@ -75,6 +80,17 @@ inline void start_camera(int camera)
 {
     ASSERT_EQ(rk_isp_init(camera, nullptr), 0);
 }
+
+/// The same with a camera whose engine runs.
+template <int Camera>
+class Running : public Bench
+{
+protected:
+    Running()
+    {
+        start_camera(Camera);
+    }
+};
 
 /// What a camera's engine holds.
 template <typename Block>
@@ -110,6 +126,15 @@ inline int stored(int camera, std::string_view name)
 inline void store(int camera, std::string_view name, int value)
 {
     sim::host::store(camera, setting(name), value);
+}
+
+using Words = std::vector<std::string>;
+
+/// The words of a line, without the blanks between them.
+inline Words words(const std::string& line)
+{
+    std::istringstream stream(line);
+    return {std::istream_iterator<std::string>(stream), {}};
 }
 
 /// A call as text, "function(id, value)".

@@ -286,27 +286,12 @@ INSTANTIATE_TEST_SUITE_P(All, Torture, ::testing::ValuesIn(torture::operations()
 
 TEST(Torture, CoversEveryExportedFunction)
 {
-    std::set<std::string> known = {// data
-                                   "AE_average_Weight_GridWeights",
-                                   "AE_bottom_Weight_GridWeights",
-                                   "AE_center_Weight_GridWeights",
-                                   "g_WDRMode",
-                                   "g_aiq_ctx",
-                                   "g_aiq_mtx",
-                                   "g_camera_group_ctx",
-                                   "g_iq_file_dir_",
-                                   "gamma_1_1",
-                                   "gamma_1_2",
-                                   "gamma_1_3",
-                                   "gamma_1_4",
-                                   "gamma_1_5",
-                                   "gamma_1_6",
-                                   "gamma_ext",
-                                   "gamma_haisi",
-                                   "gs_wb_gain",
-                                   "kiv_auto_iris_cb",
-                                   "rkipc_aiq_use_group",
-                                   "sensor_vpss_group"};
+    const bench::Words data = bench::words(
+        "AE_average_Weight_GridWeights AE_bottom_Weight_GridWeights AE_center_Weight_GridWeights g_WDRMode "
+        "g_aiq_ctx g_aiq_mtx g_camera_group_ctx g_iq_file_dir_ gamma_1_1 gamma_1_2 gamma_1_3 gamma_1_4 "
+        "gamma_1_5 gamma_1_6 gamma_ext gamma_haisi gs_wb_gain kiv_auto_iris_cb rkipc_aiq_use_group "
+        "sensor_vpss_group");
+    std::set<std::string> known(data.begin(), data.end());
     for (const Operation& operation : torture::operations()) {
         known.insert(operation.name);
     }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "support/awb_calls.h"
+#include "support/setters.h"
 
 namespace bench
 {
@@ -10,9 +11,6 @@ namespace bench
 inline constexpr int kCamera = 1;
 inline constexpr Balance kBefore = {
     RK_AIQ_WB_MODE_AUTO, RK_AIQ_MWB_MODE_CCT, {1.1F, 1.2F, 1.3F, 1.4F}, false, {0.11F, 0.12F, 0.13F, 0.14F}};
-inline constexpr int kTakesTuning[] = {AUTO_WHITE_BALANCE, ONE_PUSH_WHITE_BALANCE, TEMPERATURE};
-inline constexpr int kTakesNoTuning[] = {IN_DOOR, OUT_DOOR, 4, MANUAL_WHITE_BALANCE, -1, 31, 33};
-
 inline const char* const kOtherLens = "echo IR0147-50IRC-8M";
 inline const char* const kSr1053 = "echo SR1053-50IRC-8M-F20";
 
@@ -48,11 +46,6 @@ protected:
         note_waits();
         start_camera(kCamera);
         put_balance(kCamera, kBefore);
-    }
-
-    void TearDown() override
-    {
-        EXPECT_THAT(sim::engine::misuses(), ::testing::IsEmpty());
     }
 
     static void tuning(int red, int blue)

@@ -1,5 +1,8 @@
-// White-balance mode: what each mode writes, what survives a change of mode; manual gains and sensitivity.
+// White-balance mode: what each mode writes, what survives a change of mode; manual gains and sensitivity; colour
+// temperature: the curve, what it remembers, and when it reaches the engine.
 #include "white_balance/wb_bench.h"
+
+#include <climits>
 
 using namespace bench;
 
@@ -149,6 +152,77 @@ TEST_F(WbMode, SensitivityIsStoredOnly)
     for (const auto& [level, kept] : {std::pair{2, 2}, {0, 0}, {3, 2}, {-1, 0}}) {
         EXPECT_EQ(line_of([level] { EXPECT_EQ(KIV_Set_awb_sens(kCamera, AWB_SENS_E{level}), 0); }), "");
         EXPECT_EQ(stored(kCamera, "awb_sens"), kept);
+    }
+}
+
+/// The curve as straight lines through its nodes, gains in ten-thousandths.
+struct Node {
+    int level;
+    int red;
+    int blue;
+};
+constexpr Node kNodes[] = {
+    {-29, 230, 62788}, {5, 10430, 32630}, {15, 13430, 23760}, {25, 14770, 17990}, {120, 23510, 130},
+};
+
+std::pair<float, float> curve(int level)
+{
+    level = std::clamp(level, kNodes[0].level, kNodes[4].level);
+    std::size_t i = 0;
+    while (level > kNodes[i + 1].level) {
+        ++i;
+    }
+    const auto [from, red, blue] = kNodes[i];
+    const auto [to, red_to, blue_to] = kNodes[i + 1];
+    return {static_cast<float>((red + (red_to - red) * (level - from) / (to - from)) / 10000.0),
+            static_cast<float>((blue + (blue_to - blue) * (level - from) / (to - from)) / 10000.0)};
+}
+
+using ColourTemperature = WhiteBalance;
+
+// What reaches the engine carries the tuning, what is remembered does not.
+TEST_F(ColourTemperature, CurveAtEveryLevel)
+{
+    store(kCamera, "wb_mode", TEMPERATURE);
+    std::vector<int> levels = {INT_MIN, INT_MAX};
+    for (int level = -40; level <= 130; ++level) {
+        levels.push_back(level);
+    }
+    for (const int level : levels) {
+        SCOPED_TRACE(level);
+        const auto [red, blue] = curve(level);
+        const int step = (level & 63) % 21;
+        tuning(step, 20 - step);
+        EXPECT_EQ(line_of([&] { EXPECT_EQ(set(kCamera, "temperature", level), 0); }),
+                  "GetMode1 SetMode1 wait1000 GetGains1 SetGains1");
+        EXPECT_EQ(stored(kCamera, "temperature"), level);
+        EXPECT_EQ(balance(kCamera), holding(tuned(red, step), 1.0F, tuned(blue, 20 - step)));
+        EXPECT_EQ(get_colortemp_rgain(kCamera), red);
+        EXPECT_EQ(get_colortemp_ggain(kCamera), 1.0F);
+        EXPECT_EQ(get_colortemp_bgain(kCamera), blue);
+    }
+    EXPECT_EQ(get_colortemp_rgain(kCamera + 1), 1.9576F);
+}
+
+// The mode is entered all the same when the temperature that it applies fails; written or not, it is remembered.
+TEST_F(ColourTemperature, IsRememberedOnceTheGainsAreRead)
+{
+    store(kCamera, "temperature", 25);
+    for (const auto& [call, remembered] : {std::pair{"GetMwbAttrib", 1.9576F}, {"SetMwbAttrib", 1.477F}}) {
+        sim::inject_fault(std::string("rk_aiq_user_api2_awb_") + call, call[0] == 'G' ? 2 : 1, -1);
+        EXPECT_EQ(KIV_Set_wb_mode(kCamera, TEMPERATURE), 0);
+        EXPECT_EQ(get_colortemp_rgain(kCamera), remembered);
+    }
+}
+
+TEST_F(ColourTemperature, OtherModesStoreOnly)
+{
+    for (const int mode : {0, 1, 2, 3, 4, 5, 31, 33}) {
+        SCOPED_TRACE(mode);
+        store(kCamera, "wb_mode", mode);
+        EXPECT_EQ(line_of([&] { EXPECT_EQ(KIV_Set_temperature(kCamera, Temperature_E{mode + 10}), 0); }), "");
+        EXPECT_EQ(stored(kCamera, "temperature"), mode + 10);
+        EXPECT_EQ(get_colortemp_rgain(kCamera), 1.9576F);
     }
 }
 

@@ -1,0 +1,128 @@
+// Every engine call of every setter failing once, in every mode: by rule the setter ends there, traces the call and
+// returns -1, having stored what it stores. The exceptions stand in a table.
+#include "host/shading_file.h"
+#include "support/setters.h"
+
+#include <cstring>
+
+using namespace bench;
+
+namespace
+{
+
+enum class Then { ends, goes_on, skips_next };
+
+struct Exception {
+    std::string_view setting; // empty: all
+    std::string_view call;    // part of its name
+    Then then;
+    int result = 0;
+    std::string_view trace{}; // at the end of a line
+};
+constexpr Exception kExceptions[] = {
+    {"saturation", "acp", Then::goes_on},
+    {"blackwhite_mode", "acp", Then::goes_on}, // by the saturation
+    {"hue", "acp", Then::goes_on},
+    {"luminance", "acp", Then::goes_on},
+    {"contrast", "acp_Get", Then::ends, -1, "KIV_Set_contrast: rk_aiq_user_api2_acp_GetAttrib err:0xfffffff9\n\n"},
+    {"contrast", "acp_Set", Then::goes_on},
+    {"csc_mode", "", Then::ends, 0, "ttrib failed with 0xfffffff9!\n\n"}, // has no result
+    {"drc", "", Then::ends, -1, "KIV_Set_drc: RK_MPI_ISP_GetExposureAttr failed with 0xfffffff9!\n\n"},
+    {"nr2d", "alsc_Get", Then::skips_next}, // the shading file, applied first
+    {"nr2d", "alsc_Set", Then::goes_on},
+    {"bgain_tuning", "_setAwbGainOffset", Then::ends, -1, "setAwbGainOffsetAttrib failed with 0xfffffff9!\n\n"},
+    {"", "_getAwbGainOffset", Then::skips_next},
+    {"", "_setAwbGainOffset", Then::goes_on},
+};
+
+struct Made {
+    int result;
+    std::vector<std::string> calls;
+    kiv_isp_param_s stored;
+    std::vector<std::string> traces;
+};
+
+class Failures : public Bench
+{
+protected:
+    static constexpr int kCamera = 2;
+
+    Failures()
+    {
+        sim::host::write_shading_file(shading_file);
+        start_camera(kCamera);
+    }
+
+    static Made run(const NamedSetter& setter, int exposure_mode, int wb_mode)
+    {
+        sim::host::reset_store();
+        store(kCamera, "exposure_mode", exposure_mode);
+        store(kCamera, "wb_mode", setter.name == "wb_mode" ? 0 : wb_mode);
+        const sim::host::Setting& s = setting(setter.name);
+        const int level = s.name == "wb_mode" ? wb_mode : s.initial == s.highest ? s.highest - 1 : s.highest;
+        Made made{};
+        made.traces = traces_of(
+            [&] { made.calls = names_of_calls([&] { made.result = setter.set(kCamera, level); }, "rk_aiq"); });
+        made.stored = sim::host::stored_record(kCamera);
+        return made;
+    }
+
+    /// What a setter does when call `failing` of its sound run fails.
+    static Exception expected(std::string_view setting, const Made& sound, std::size_t failing, int wb_mode)
+    {
+        const std::string& function = sound.calls[failing];
+        if (setting == "wb_mode" && wb_mode == TEMPERATURE && failing >= 2) {
+            return {setting, function, Then::ends}; // hides that the temperature, which it applies, has failed
+        }
+        const auto* known = std::ranges::find_if(kExceptions, [&](const Exception& e) {
+            return (e.setting.empty() || e.setting == setting) && function.find(e.call) != std::string::npos;
+        });
+        return known != std::end(kExceptions) ? *known : Exception{setting, function, Then::ends, -1};
+    }
+};
+
+TEST_F(Failures, EndASetterOrAreItsExceptions)
+{
+    std::vector<int> exposure_modes;
+    for (const sim::host::ValueName& mode : names_of(setting("exposure_mode"))) {
+        exposure_modes.push_back(mode.value);
+    }
+    exposure_modes.push_back(99);
+    const auto wb_modes = names_of(setting("wb_mode"));
+    for (const NamedSetter& setter : kSetters) {
+        if (setter.name == "exposure_mode" || setter.name == "style" || setter.name == "wb_mode_onepush") {
+            continue; // many setters in one; takes time and keeps what it reached
+        }
+        for (std::size_t i = 0; i < exposure_modes.size(); ++i) {
+            const int exposure_mode = exposure_modes[i], wb_mode = wb_modes[i % wb_modes.size()].value;
+            const Made sound = run(setter, exposure_mode, wb_mode);
+            for (std::size_t failing = 0; failing < sound.calls.size(); ++failing) {
+                const std::string& function = sound.calls[failing];
+                SCOPED_TRACE(testing::Message() << setter.name << ", modes " << exposure_mode << " and " << wb_mode
+                                                << ", call " << failing << ", " << function);
+                const auto after = sound.calls.begin() + static_cast<std::ptrdiff_t>(failing) + 1;
+                sim::clear_faults();
+                sim::inject_fault(function, static_cast<int>(std::count(sound.calls.begin(), after, function)), -7);
+                const Made failed = run(setter, exposure_mode, wb_mode);
+
+                const Exception e = expected(setter.name, sound, failing, wb_mode);
+                std::vector<std::string> calls(sound.calls.begin(), after);
+                if (e.then != Then::ends) {
+                    calls.insert(calls.end(), after + (e.then == Then::skips_next ? 1 : 0), sound.calls.end());
+                }
+                EXPECT_EQ(sim::faults_struck(), 1);
+                EXPECT_EQ(failed.calls, calls);
+                EXPECT_EQ(failed.result, e.result);
+                EXPECT_EQ(std::memcmp(&failed.stored, &sound.stored, sizeof sound.stored), 0);
+                const bool by_name = function.find("Exp") == std::string::npos; // exposure has its own names
+                const std::string trace = (by_name ? ": " + function : "") + " failed with 0xfffffff9!\n\n";
+                if (e.result == -1 || !e.trace.empty()) {
+                    EXPECT_THAT(failed.traces,
+                                testing::Contains(testing::EndsWith(e.trace.empty() ? trace : std::string(e.trace))));
+                }
+            }
+        }
+    }
+}
+
+} // namespace
