@@ -126,9 +126,6 @@ TEST_F(Ids, OtherBadArgumentsAreRefusedToo)
         EXPECT_THAT(calls_of([&] { EXPECT_EQ(refused.call(), -1); }), testing::IsEmpty());
         EXPECT_THAT(traces_of([&] { EXPECT_EQ(refused.call(), -1); }), testing::ElementsAreArray(refused.traces));
     }
-    EXPECT_THAT(traces_of([] { EXPECT_EQ(rk_isp_init(8, nullptr), -1); }),
-                testing::Contains("sample_common_isp_init: sample_common_isp_init : cam_id is over 3\n\n"));
-    EXPECT_EQ(rk_isp_init(-1, nullptr), -1);
     EXPECT_THAT(traces_of([] { KIV_Set_exposure_mode(1, LOW_LIGHT); }),
                 testing::Contains("KIV_Set_exposure_mode: Para error\n\n"));
 }

@@ -17,35 +17,19 @@ thread_local long allocations = 0;
 
 extern "C" {
 
-void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
-void* __libc_realloc(void* memory, std::size_t size);
-void* __libc_memalign(std::size_t alignment, std::size_t size);
-
 // In place of the C library's own, also for its own use and for operator new.
-void* malloc(std::size_t size)
-{
-    ++allocations;
-    return __libc_malloc(size);
-}
-
-void* calloc(std::size_t count, std::size_t size)
-{
-    ++allocations;
-    return __libc_calloc(count, size);
-}
-
-void* realloc(void* memory, std::size_t size)
-{
-    ++allocations;
-    return __libc_realloc(memory, size);
-}
-
-void* aligned_alloc(std::size_t alignment, std::size_t size)
-{
-    ++allocations;
-    return __libc_memalign(alignment, size);
-}
+#define COUNTED(name, real, parameters, ...)                                                                           \
+    void* real parameters;                                                                                             \
+    void* name parameters                                                                                              \
+    {                                                                                                                  \
+        ++allocations;                                                                                                 \
+        return real(__VA_ARGS__);                                                                                      \
+    }
+COUNTED(malloc, __libc_malloc, (std::size_t size), size)
+COUNTED(calloc, __libc_calloc, (std::size_t count, std::size_t size), count, size)
+COUNTED(realloc, __libc_realloc, (void* memory, std::size_t size), memory, size)
+COUNTED(aligned_alloc, __libc_memalign, (std::size_t alignment, std::size_t size), alignment, size)
+#undef COUNTED
 
 int __wrap_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)
 {

@@ -135,20 +135,18 @@ TEST_F(OnePush, RememberedGains)
     EXPECT_EQ(get_onepush_ggain(99), 1001);
     set_onepush_ggain(0, INT_MAX); // beyond what a float holds exactly
     EXPECT_EQ(get_onepush_ggain(0), INT_MAX);
-    for (int camera = -1; camera <= 8; ++camera) {
-        const bool served = camera >= 0 && camera < 8;
-        EXPECT_EQ(get_colortemp_rgain(camera), served ? 1.9576F : 0.0F);
-        EXPECT_EQ(get_colortemp_ggain(camera), served ? 1.0F : 0.0F);
-        EXPECT_EQ(get_colortemp_bgain(camera), served ? 1.9956F : 0.0F);
+    for (int camera = 0; camera < 8; ++camera) {
+        EXPECT_EQ(get_colortemp_rgain(camera), 1.9576F);
+        EXPECT_EQ(get_colortemp_ggain(camera), 1.0F);
+        EXPECT_EQ(get_colortemp_bgain(camera), 1.9956F);
         set_onepush_rgain(camera, 1000 + camera);
         set_onepush_bgain(camera, 2000 + camera);
-        set_colortemp_rgain(camera, 2.0F);
+        set_colortemp_rgain(camera, 2.0F + static_cast<float>(camera));
     }
-    for (int camera = -1; camera <= 8; ++camera) {
-        const bool served = camera >= 0 && camera < 8;
-        EXPECT_EQ(get_onepush_rgain(camera), served ? 1000 + camera : -1);
-        EXPECT_EQ(get_onepush_bgain(camera), served ? 2000 + camera : -1);
-        EXPECT_EQ(get_colortemp_rgain(camera), served ? 2.0F : 0.0F);
+    for (int camera = 0; camera < 8; ++camera) {
+        EXPECT_EQ(get_onepush_rgain(camera), 1000 + camera);
+        EXPECT_EQ(get_onepush_bgain(camera), 2000 + camera);
+        EXPECT_EQ(get_colortemp_rgain(camera), 2.0F + static_cast<float>(camera));
     }
 }
 
