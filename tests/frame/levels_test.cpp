@@ -186,20 +186,6 @@ TEST_F(Levels, WithoutAnEngineTheLevelIsStored)
     }
 }
 
-TEST_F(Levels, AStoreThatRefusesDoesNotKeepTheLevelFromTheEngine)
-{
-    for (const sim::host::Setting& setting : settings(true)) {
-        SCOPED_TRACE(setting.name);
-        prepare(setting);
-        sim::inject_fault("para_set_isp_" + std::string(setting.name) + "_cur", 1, -1);
-        EXPECT_EQ(set(kTested, setting.name, setting.highest - 1), 0);
-        EXPECT_EQ(sim::faults_struck(), 1);
-        sim::clear_faults();
-        set(kReference, setting.name, setting.highest - 1);
-        EXPECT_THAT(differences(kTested, kReference), testing::IsEmpty());
-    }
-}
-
 // A store that holds nonsense, as a damaged one may: whatever reads it stays within its tables.
 TEST_F(Levels, ThatTheStoreAlreadyHoldsAreBoundedToo)
 {

@@ -17,10 +17,7 @@ struct NamedSetter {
     {#name, [](int id, int value) { return KIV_Set_##name(id, static_cast<type>(value)); }},
 #define SETTER_action(name, type) {#name, [](int id, int) { return KIV_Set_##name(id); }},
 #define SETTER_silent(name, type)                                                                                      \
-    {#name, [](int id, int value) {                                                                                    \
-         KIV_Set_##name(id, static_cast<type>(value));                                                                 \
-         return 0;                                                                                                     \
-     }},
+    {#name, [](int id, int value) { return KIV_Set_##name(id, static_cast<type>(value)), 0; }},
 #define ISP_SETTING(name, type, access, setter, lowest, highest, initial, effect, modes, results)                      \
     SETTER_##setter(name, type)
 #define ISP_COMMAND(name, type, access, setter, lowest, highest, initial, effect, modes, results)                      \

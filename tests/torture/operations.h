@@ -39,17 +39,11 @@ inline std::vector<Operation> operations()
     }
 #define VOID_OP(function, ...)                                                                                         \
     {                                                                                                                  \
-#function, [](int) {                                                                                              \
-         static_cast<void>(function(__VA_ARGS__));                                                                     \
-         return 0;                                                                                                     \
-     }    \
+#function, [](int) { return static_cast<void>(function(__VA_ARGS__)), 0; }                                     \
     }
 #define WITH_GROUP(function, ...)                                                                                      \
     {                                                                                                                  \
-#function, [](int) {                                                                                              \
-         rk_isp_init_group(4, sensors, 2, nullptr);                                                                    \
-         return function(__VA_ARGS__);                                                                                 \
-     }    \
+#function, [](int) { return rk_isp_init_group(4, sensors, 2, nullptr), function(__VA_ARGS__); }                \
     }
     std::vector<Operation> list = {
         OP(rk_isp_init, 0, nullptr),
