@@ -179,6 +179,7 @@ TEST_F(Lifecycle, TheDirectoryIsReplacedWhole)
                               "rk_isp_init: the path of the iq files is longer than 255 characters\n\n");
                 }),
                 IsEmpty());
+    EXPECT_EQ(rk_isp_init(kCamera, too_long.data()), -1) << "not traced";
     EXPECT_STREQ(g_iq_file_dir_, "/etc/iqfiles");
     EXPECT_EQ(rkipc_aiq_use_group, 1);
     rkipc_aiq_use_group = 0;
@@ -198,6 +199,7 @@ TEST_F(Lifecycle, ABadIdStillReplacesTheDirectory)
         EXPECT_THAT(debug_lines(), ElementsAre("sample_common_isp_run: camera_id is over 3 or not init\n\n"));
         EXPECT_EQ(rkipc_aiq_use_group, 0);
         EXPECT_STREQ(g_iq_file_dir_, kDirectory);
+        EXPECT_EQ(rk_isp_init(id, kDirectory), -1) << "not traced";
     }
     EXPECT_EQ(std::ranges::count(g_aiq_ctx, nullptr), 8);
 }
@@ -328,6 +330,7 @@ TEST_F(Lifecycle, AMissingSensorIsTracedAndTriedButEndsAGroupStart)
     sim::engine::set_sensor_present(kSensors[1], false);
     EXPECT_THAT(traces_of([] { EXPECT_EQ(rk_isp_init(kSensors[1], nullptr), -1); }),
                 testing::Contains("sample_common_isp_init: WARN: aiq_static_info.sensor_info.phyId is -1\n\n"));
+    EXPECT_EQ(rk_isp_init(kSensors[1], nullptr), -1) << "not traced";
     EXPECT_EQ(rkipc_aiq_get_ctx(kSensors[1]), nullptr);
     Words calls;
     traces_of([&] { calls = names_of_calls([] { EXPECT_EQ(start_group(3), -1); }); });
