@@ -244,6 +244,35 @@ TEST(IrisRules, LimitsShortenOrEndTheMovement)
     }
 }
 
+// What a cycle leaves of an earlier command, here to position 5 with 77 steps.
+TEST(IrisRules, AMoveIsRelativeWhateverWasCommandedBefore)
+{
+    const struct {
+        const char* what;
+        int iris;
+        IrisFlag before;
+        CycleInput input;
+        int dstIris, steps;
+    } rows[] = {
+        {"closing starts", 400, kIdle, kTooBright, kWidest, 77},
+        {"closing ends", 400, kClosing, mains(FLICKER_50HZ, 1201, 100), kWidest, 0},
+        {"closing starts at the end", 257, kIdle, kTooBright, kWidest, 0},
+        {"opening starts", 400, kIdle, kTooDark, kWidest, 77},
+        {"opening ends", 400, kOpening, mains(FLICKER_50HZ, 1799, 100), kWidest, 0},
+        {"closing near the end", 260, kClosing, mains(FLICKER_50HZ, 1100, 200), 5, -3},
+        {"near the widest", 799, kIdle, kQuiet, 5, 1},
+    };
+    for (const auto& row : rows) {
+        Rig rig;
+        rig.state.auto_iris_flag = row.before;
+        rig.state.command = {1, 5, 77};
+        rig.cycle(lens(row.iris), row.input);
+        EXPECT_EQ(rig.state.command.toDst, 0) << row.what;
+        EXPECT_EQ(rig.state.command.dstIris, row.dstIris) << row.what;
+        EXPECT_EQ(rig.state.command.steps, row.steps) << row.what;
+    }
+}
+
 TEST(IrisRules, WithoutAntiflickerTheIrisOpens)
 {
     const struct {
