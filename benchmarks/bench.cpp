@@ -1,18 +1,26 @@
 // isp_bench: every setter, the restore, a style and one cycle of each loop through the simulated engine, each beside
 // the same work by hand in the same run; the ratio of the two medians is the figure.
-//   isp_bench [--benchmark_filter=NAME ...]  measures
-//   isp_bench --once                         calls each setter once inside measured_call() and prints its name
-//   isp_bench --hour                         processor time of the loops over a simulated hour
+//   isp_bench [--markdown] [--benchmark_filter=NAME ...]  measures, once all of --check holds
+//   isp_bench --check                                     whether library and hand do the same work
+//   isp_bench --once     calls each setter once inside measured_call() and prints its name
+//   isp_bench --hour     processor time of the loops over a simulated hour
 #include "base/calls.h"
 #include "engine/engine.h"
-#include "hand/hand.h"
+#include "host/log.h"
 #include "host/shading_file.h"
 #include "host/store.h"
 #include "isp_ctrl.h"
 #include "isp_ctrl/frame/context.h"
 #include "isp_ctrl/frame/seam.h"
 #include "isp_ctrl/frame/setting_step.h"
+#include "isp_ctrl/frame/trace.h"
 #include "loops.h"
+#define HAND hand
+#include "hand/hand.h"
+#undef HAND
+#define HAND bare
+#include "hand/hand.h"
+#undef HAND
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
@@ -20,9 +28,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <iterator>
 #include <map>
-#include <memory>
+#include <regex>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -33,6 +43,7 @@ struct Row {
     const char* name;
     Function library;
     Function hand;
+    Function bare;
     int value;
     int exposure_mode;
     int wb_mode;
@@ -42,7 +53,9 @@ struct Row {
 #define LEVEL(name) [](int id, int value) { return isp::apply_setting<KIV_Set_##name>(id, value); }
 #define ROW(name, library, value, mode, wb)                                                                            \
     {                                                                                                                  \
-#name, library, [](int id, int v) { return hand::name(id, v); }, value, mode, wb                               \
+#name, library,                                                                                                \
+            [](int id, int v) { return hand::name(id, v); }, [](int id, int v) { return bare::name(id, v); }, value,   \
+                                                                                                           mode, wb    \
     }
 
 constexpr Row kRows[] = {
@@ -108,50 +121,116 @@ void prepare(const Row& row, int camera)
 
 // ---- The same work --------------------------------------------------------------------------------------------------
 
-std::vector<sim::Call> calls_of(Function function, const Row& row, int camera)
+/// What a call did: its calls of engine and host and, with traces on, its messages, both in order.
+struct Work {
+    std::vector<sim::Call> calls; // a message is one of them
+    std::vector<std::string> messages;
+};
+
+/// A trace line without what may differ: the function's name, its line, and the camera.
+std::string message_of(const std::string& line, int camera)
 {
-    prepare(row, camera);
-    sim::start_recording();
-    function(camera, row.value);
-    sim::stop_recording();
-    std::vector<sim::Call> calls = sim::recorded_calls();
-    for (sim::Call& call : calls) {
-        call.id = call.id == camera ? 0 : call.id;
-    }
-    return calls;
+    static const std::regex prefix(R"(^\[module \S+ \+\d+ *\])");
+    static const std::regex place(R"(quenvar \w+:\d+ )");
+    const std::regex id("(isp_id ?[:=] ?)" + std::to_string(camera));
+    return std::regex_replace(std::regex_replace(std::regex_replace(line, prefix, ""), place, ""), id, "$1N");
 }
 
-/// Whether library and hand make the same calls and leave engine and store alike.
-bool same_work(const Row& row)
+template <typename Action>
+Work work_of(Action action, int camera, int module_level)
 {
-    const auto made = calls_of(row.library, row, kLibraryCamera);
-    const auto wanted = calls_of(row.hand, row, kHandCamera);
+    sim::host::set_module_level(module_level);
+    sim::host::start_log_capture(10000, true);
+    sim::start_recording();
+    action();
+    sim::stop_recording();
+    sim::host::stop_log_capture();
+    sim::host::set_module_level(0);
+    Work work{sim::recorded_calls(), {}};
+    for (sim::Call& call : work.calls) {
+        call.id = call.id == camera ? 0 : call.id;
+    }
+    for (const sim::host::LogLine& line : sim::host::captured_log()) {
+        work.messages.push_back(message_of(line.text, camera));
+    }
+    return work;
+}
+
+/// Whether both lists are equal; if not, prints the first difference.
+template <typename List, typename Text>
+bool same_list(const char* name, const char* what, const List& made, const List& wanted, Text text)
+{
+    const auto [one, other] = std::mismatch(made.begin(), made.end(), wanted.begin(), wanted.end());
+    if (one == made.end() && other == wanted.end()) {
+        return true;
+    }
+    std::fprintf(stderr, "%s: %s %td is \"%s\", by hand \"%s\"\n", name, what, one - made.begin(),
+                 one != made.end() ? text(*one).c_str() : "-", other != wanted.end() ? text(*other).c_str() : "-");
+    return false;
+}
+
+bool same(const char* name, const Work& made, const Work& wanted)
+{
+    const auto call_text = [](const sim::Call& call) {
+        return call.function + '(' + std::to_string(call.id) + ") " + std::to_string(call.value);
+    };
+    return same_list(name, "message", made.messages, wanted.messages, [](const std::string& text) { return text; }) &&
+           same_list(name, "call", made.calls, wanted.calls, call_text);
+}
+
+/// Whether library and hand make the same calls, write the same messages and leave engine and store alike.
+bool same_work(const Row& row, Function hand, int module_level)
+{
+    const auto work = [&](Function function, int camera) {
+        prepare(row, camera);
+        return work_of([&] { function(camera, row.value); }, camera, module_level);
+    };
+    const Work made = work(row.library, kLibraryCamera);
+    const Work wanted = work(hand, kHandCamera);
     const kiv_isp_param_s stored[] = {sim::host::stored_record(kLibraryCamera), sim::host::stored_record(kHandCamera)};
     const auto changes = sim::engine::changes(sim::engine::snapshot(rkipc_aiq_get_ctx(kLibraryCamera)),
                                               sim::engine::snapshot(rkipc_aiq_get_ctx(kHandCamera)));
-    const auto [call, other] = std::mismatch(made.begin(), made.end(), wanted.begin(), wanted.end());
-    if (call != made.end() || other != wanted.end()) {
-        std::fprintf(stderr, "%s: call %td is %s, by hand %s\n", row.name, call - made.begin(),
-                     call != made.end() ? call->function.c_str() : "-",
-                     other != wanted.end() ? other->function.c_str() : "-");
-    }
     for (const auto& change : changes) {
         std::fprintf(stderr, "%s: by hand %s is %s\n", row.name, change.name.c_str(), change.value.c_str());
     }
-    return made == wanted && changes.empty() && std::memcmp(&stored[0], &stored[1], sizeof stored[0]) == 0;
+    const bool alike = std::memcmp(&stored[0], &stored[1], sizeof stored[0]) == 0;
+    if (!alike) {
+        std::fprintf(stderr, "%s: the store is not the same\n", row.name);
+    }
+    return same(row.name, made, wanted) && changes.empty() && alike;
+}
+
+/// All setters. The bare form is compared without traces, which it does not write.
+bool same_setters()
+{
+    bool all = true;
+    for (const Row& row : kRows) {
+        all = same_work(row, row.hand, 0) && same_work(row, row.hand, isp::kTraceLevel) &&
+              same_work(row, row.bare, 0) && all;
+    }
+    return all;
+}
+
+bool same_loops(const std::vector<loops::Pair>& pairs)
+{
+    bool all = true;
+    for (const loops::Pair& pair : pairs) {
+        pair.prepare();
+        for (const int level : {0, isp::kTraceLevel}) {
+            const auto work = [&](loops::Loop* loop) { return work_of([&] { loops::run(*loop, 3); }, -1, level); };
+            const Work made = work(pair.library);
+            const Work wanted = work(pair.hand);
+            all = same(pair.name, made, wanted) && all;
+        }
+    }
+    return all;
 }
 
 // ---- Measuring ------------------------------------------------------------------------------------------------------
 
-void register_pair(const std::string& name, auto library, auto hand, bool own_time)
-{
-    for (auto* benchmark : {benchmark::RegisterBenchmark(name.c_str(), library),
-                            benchmark::RegisterBenchmark((name + "/hand").c_str(), hand)}) {
-        if (own_time) {
-            benchmark->UseManualTime();
-        }
-    }
-}
+// What is measured beside each other, told apart by the ending of a benchmark's name.
+constexpr const char* kEndings[] = {"", "/hand", "/bare"};
+constexpr int kForms = std::size(kEndings);
 
 // Copying a block costs more or less with the place of its copy on the stack, which is another in every process: each
 // run takes the next of the four places within a cache line.
@@ -166,36 +245,41 @@ void register_pair(const std::string& name, auto library, auto hand, bool own_ti
 void register_setters()
 {
     for (const Row& row : kRows) {
-        const auto loop = [&row](Function function, int camera) {
-            return [&row, function, camera, run = 0U](benchmark::State& state) mutable {
+        const Function functions[kForms] = {row.library, row.hand, row.bare};
+        for (int form = 0; form < kForms; ++form) {
+            const int camera = form == 0 ? kLibraryCamera : kHandCamera;
+            const auto run = [&row, function = functions[form], camera, runs = 0U](benchmark::State& state) mutable {
                 prepare(row, camera);
-                repeat(state, function, camera, row.value, 16 * (run++ % 4));
+                repeat(state, function, camera, row.value, 16 * (runs++ % 4));
             };
-        };
-        register_pair(row.name, loop(row.library, kLibraryCamera), loop(row.hand, kHandCamera), false);
+            benchmark::RegisterBenchmark((std::string(row.name) + kEndings[form]).c_str(), run);
+        }
     }
 }
 
-void register_loops()
+void register_loops(const std::vector<loops::Pair>& pairs)
 {
-    for (const loops::Pair& pair : loops::start_all()) {
-        const auto cycles = [pair](loops::Loop* loop) {
-            return [=](benchmark::State& state) {
+    for (const loops::Pair& pair : pairs) {
+        loops::Loop* const of_form[] = {pair.library, pair.hand};
+        for (int form = 0; form < 2; ++form) {
+            const auto run = [pair, loop = of_form[form]](benchmark::State& state) {
                 pair.prepare();
                 constexpr long kBatch = 1000;
                 while (state.KeepRunningBatch(kBatch)) {
                     state.SetIterationTime(loops::run(*loop, kBatch));
                 }
             };
-        };
-        register_pair(pair.name, cycles(pair.library), cycles(pair.hand), true);
+            benchmark::RegisterBenchmark((std::string(pair.name) + kEndings[form]).c_str(), run)->UseManualTime();
+        }
     }
 }
 
-/// Prints one line per pair when all repetitions are done.
+/// Prints one line per setter or loop when all repetitions are done.
 class RatioReporter : public benchmark::BenchmarkReporter
 {
 public:
+    explicit RatioReporter(bool markdown) : markdown_(markdown) {}
+
     bool ReportContext(const Context&) override
     {
         return true;
@@ -207,25 +291,31 @@ public:
             if (run.run_type != Run::RT_Iteration) {
                 continue;
             }
-            std::string name = run.run_name.function_name;
-            const bool by_hand = name.ends_with("/hand");
-            if (by_hand) {
-                name.resize(name.size() - 5);
-            }
+            const std::string& full = run.run_name.function_name;
+            const std::string name = full.substr(0, full.find('/'));
+            const auto* ending = std::find(std::begin(kEndings), std::end(kEndings), full.substr(name.size()));
             const bool own_time = run.run_name.time_type == "manual_time";
-            times_[name][by_hand].push_back(own_time ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime());
+            times_[name][ending - std::begin(kEndings)].push_back(own_time ? run.GetAdjustedRealTime()
+                                                                           : run.GetAdjustedCPUTime());
         }
     }
 
     void Finalize() override
     {
-        if (!times_.empty()) {
-            std::printf("%-16s %12s %12s %8s\n", "", "library, ns", "by hand, ns", "ratio");
+        if (!times_.empty() && !headed_) {
+            std::puts(markdown_ ? "| Call | Library, ns | By hand, ns | Ratio | Bare, ns |\n|---|--:|--:|--:|--:|"
+                                : "                  library, ns  by hand, ns    ratio     bare, ns");
+            headed_ = true;
         }
         for (auto& [name, times] : times_) {
             const double library = median(times[0]);
             const double hand = median(times[1]);
-            std::printf("%-16s %12.1f %12.1f %8.3f\n", name.c_str(), library, hand, library / hand);
+            char bare[16] = "";
+            if (!times[2].empty()) {
+                std::snprintf(bare, sizeof bare, "%.1f", median(times[2]));
+            }
+            std::printf(markdown_ ? "| %s | %.1f | %.1f | %.2f | %s |\n" : "%-16s %12.1f %12.1f %8.3f %12s\n",
+                        name.c_str(), library, hand, library / hand, bare);
         }
         times_.clear();
     }
@@ -241,15 +331,15 @@ private:
         return *middle;
     }
 
-    std::map<std::string, std::vector<double>[2]> times_;
+    bool markdown_;
+    bool headed_ = false;
+    std::map<std::string, std::vector<double>[kForms]> times_;
 };
 
-int measure(int argc, char** argv)
+int measure(int argc, char** argv, bool markdown)
 {
-    for (const Row& row : kRows) {
-        if (!same_work(row)) {
-            return 1;
-        }
+    if (!same_setters()) {
+        return 1;
     }
     // Repetitions of library and hand alternate at random, so that a slow moment of the machine meets both.
     std::string defaults[] = {"--benchmark_repetitions=32", "--benchmark_min_time=0.01",
@@ -264,11 +354,15 @@ int measure(int argc, char** argv)
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) {
         return 2;
     }
-    RatioReporter reporter;
+    RatioReporter reporter(markdown);
     register_setters();
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::ClearRegisteredBenchmarks();
-    register_loops();
+    const std::vector<loops::Pair> pairs = loops::start_all();
+    if (!same_loops(pairs)) {
+        return 1;
+    }
+    register_loops(pairs);
     benchmark::RunSpecifiedBenchmarks(&reporter);
     return 0;
 }
@@ -311,8 +405,12 @@ int main(int argc, char** argv)
             measured_call(row.library, row.value);
             std::puts(row.name);
         }
+    } else if (mode == "--check") {
+        result = same_setters() && same_loops(loops::start_all()) ? 0 : 1;
+    } else if (mode == "--markdown") {
+        result = measure(argc - 1, argv + 1, true);
     } else {
-        result = measure(argc, argv);
+        result = measure(argc, argv, false);
     }
     std::filesystem::remove_all(folder);
     std::fflush(stdout);

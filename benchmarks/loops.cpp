@@ -2,12 +2,13 @@
 
 #include "base/clock.h"
 #include "engine/engine.h"
-#include "hand/hand.h"
 #include "host/lens.h"
 #include "isp_ctrl.h"
 #include "isp_ctrl/frame/context.h"
 #include "isp_ctrl/frame/seam.h"
 #include "platformpara/para_isp.h"
+#define HAND hand
+#include "hand/hand.h"
 
 #include <array>
 #include <cmath>
@@ -136,7 +137,7 @@ std::vector<Pair> start_all()
     pairs.push_back({"exposure_cycle", start(start_library_exposure), start_by_hand(hand::exposure_cycle), smart});
     pairs.push_back({"balance_cycle", start(start_library_balance), start_by_hand(hand::balance_cycle), [] {}});
     pairs.push_back(
-        {"iris_cycle", start(start_library_iris), start_by_hand([=] { hand::iris_cycle(fd, record); }), automatic});
+        {"iris_cycle", start(start_library_iris), start_by_hand([=] { hand::iris_cycle(record); }), automatic});
     return pairs;
 }
 

@@ -1,11 +1,12 @@
-// The library's work written by hand, in one straight line of calls against engine, store and lens: no trace lines, no
-// groups, no table of steps. It makes the same calls as the library in the same order with the same values, which
-// isp_bench checks before it measures.
-#pragma once
-
+// The library's work written by hand, in one straight line of calls against engine, store and lens, without tables of
+// steps or shared code. It makes the same calls as the library in the same order with the same values and writes the
+// same trace lines, which isp_bench checks before it measures.
+//
+// The same sources make a second form, `bare`, without trace lines and camera groups. HAND names the form: the
+// namespace that this declares. Included once for each form, therefore no include guard.
 #include "isp_auto_iris.h"
 
-namespace hand
+namespace HAND
 {
 
 // One per setter, restore and style; setters without a level ignore `value`.
@@ -44,9 +45,9 @@ int shading(int id, int value);
 int style(int id, int value);
 int restore(int id, int value);
 
-// One cycle of each loop, with what it keeps; `record` is the mapped iris record.
+// One cycle of each loop, with what it keeps; `record` is the mapped iris record, null while there is none.
 void exposure_cycle();
 void balance_cycle();
-void iris_cycle(int fd, const Iris_Info_Param* record);
+void iris_cycle(const Iris_Info_Param* record);
 
-} // namespace hand
+} // namespace HAND

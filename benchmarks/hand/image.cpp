@@ -5,7 +5,7 @@
 #include <cstring>
 #include <fcntl.h>
 
-namespace hand
+namespace HAND
 {
 
 namespace
@@ -44,6 +44,7 @@ STRAIGHT int set_saturation(int id, int value)
     if (para_get_isp_blackwhite_mode_cur(id) == BlackWhite_Mode_ON || value == -1) {
         level = -1;
     }
+    TRACE("isp_saturation_val :0x%x\n\n", level);
     change_acp(id, [&](auto& b) { b.saturation = level != -1 ? kSaturation[level] : uint8_t{0}; });
     return 0;
 }
@@ -56,22 +57,45 @@ int saturation(int id, int value)
     return set_saturation(id, value);
 }
 
-#define TONE(name, field, table, last)                                                                                 \
-    int name(int id, int value)                                                                                        \
-    {                                                                                                                  \
-        CHECK_ID(id)                                                                                                   \
-        const int level = bound(id, value, para_get_isp_##name##_max, last);                                           \
-        para_set_isp_##name##_cur(id, level);                                                                          \
-        change_acp(id, [&](auto& b) { b.field = table[level]; });                                                      \
-        return 0;                                                                                                      \
-    }
-TONE(hue, hue, kHue, 17)
-TONE(luminance, brightness, kTone, 14)
-TONE(contrast, contrast, kTone, 14)
+int hue(int id, int value)
+{
+    CHECK_ID(id)
+    const int level = bound(id, value, para_get_isp_hue_max, 17);
+    para_set_isp_hue_cur(id, level);
+    TRACE("isp_hue_val :%d\n\n", level);
+    change_acp(id, [&](auto& b) { b.hue = kHue[level]; });
+    return 0;
+}
+
+int luminance(int id, int value)
+{
+    CHECK_ID(id)
+    TRACE("isp_luminance_val:%d\n\n", value);
+    TRACE("isp_id:%d\n\n", id);
+    const int level = bound(id, value, para_get_isp_luminance_max, 14);
+    para_set_isp_luminance_cur(id, level);
+    change_acp(id, [&](auto& b) {
+        b.brightness = kTone[level];
+        TRACE("rk_isp_set_brightness:  %d\n\n", b.brightness);
+    });
+    return 0;
+}
+
+int contrast(int id, int value)
+{
+    CHECK_ID(id)
+    const int level = bound(id, value, para_get_isp_contrast_max, 14);
+    para_set_isp_contrast_cur(id, level);
+    return change_acp(id, [&](auto& b) {
+        b.contrast = kTone[level];
+        TRACE("isp_contrast_val: %d\n\n", level);
+    });
+}
 
 int blackwhite_mode(int id, int value)
 {
     CHECK_ID(id)
+    TRACE("blackwhite_mode:%d\n\n", value);
     const int level = para_get_isp_saturation_cur(id);
     para_set_isp_blackwhite_mode_cur(id, value);
     return set_saturation(id, value == BlackWhite_Mode_ON ? -1 : level);
@@ -81,6 +105,7 @@ int sharpness(int id, int value)
 {
     CHECK_ID(id)
     const int level = bound(id, value, para_get_isp_sharpness_max, Sharpness_Auto);
+    TRACE("isp_sharpness_val :%d\n\n", level);
     para_set_isp_sharpness_cur(id, level);
     return change_sharp(id, [&](auto& b) {
         const bool automatic = level == Sharpness_Auto;
@@ -93,6 +118,7 @@ int gamma(int id, int value)
     CHECK_ID(id)
     const int level = bound(id, value, para_get_isp_gamma_max, 5);
     para_set_isp_gamma_cur(id, level);
+    TRACE("isp_gamma_val :%d\n\n", level);
     return change_gamma_block(id, [&](auto& b) {
         b.atrrV30.mode = GAMMA_MODE_MANUAL;
         b.atrrV30.stManual.Gamma_en = true;
@@ -104,6 +130,7 @@ int gamma(int id, int value)
 int drc(int id, int value)
 {
     CHECK_ID(id)
+    TRACE("isp_drcstrenth_val:%d\n\n", value);
     const int level = bound(id, value, para_get_isp_drc_max, 8);
     para_set_isp_drc_cur(id, level);
     return change_drc_block(id, [&](auto& b) {
@@ -116,14 +143,22 @@ int drc(int id, int value)
 
 int nr2d(int id, int value)
 {
+    CHECK_ID(id)
     shading(id, 0);
     const int level = bound(id, value, para_get_isp_nr2d_max, 9);
     para_set_isp_nr2d_cur(id, level);
+    TRACE("isp_nr2dlevel_val :0x%x\n\n", level);
     return change_nr2d_block(id, [&](auto& b) {
         b.eMode = ABAYER2DNR_OP_MODE_AUTO;
         b.stAuto.st2DParams.enable = 1;
-        fill(b.stAuto.st2DParams.filter_strength, level == NR2D_AUTO, kAuto2d, kStrength2d[level]);
-        fill(b.stAuto.st2DParams.edgesofts, level == NR2D_AUTO, kAuto2d, kSoft2d[level]);
+        float(&strength)[13] = b.stAuto.st2DParams.filter_strength;
+        float(&soft)[13] = b.stAuto.st2DParams.edgesofts;
+        fill(strength, level == NR2D_AUTO, kAuto2d, kStrength2d[level]);
+        fill(soft, level == NR2D_AUTO, kAuto2d, kSoft2d[level]);
+        TRACE("filter_strength[0]=%3f,filter_strength[1]=%3f,filter_strength[2]=%3f\n\n",
+              static_cast<double>(strength[0]), static_cast<double>(strength[1]), static_cast<double>(strength[2]));
+        TRACE("edgesofts[0]=%3f,edgesofts[1]=%3f,edgesofts[2]=%3f\n\n", static_cast<double>(soft[0]),
+              static_cast<double>(soft[1]), static_cast<double>(soft[2]));
     });
 }
 
@@ -132,17 +167,25 @@ int nr3d(int id, int value)
     CHECK_ID(id)
     const int level = bound(id, value, para_get_isp_nr3d_max, 11);
     para_set_isp_nr3d_cur(id, level);
-    return change_nr3d_block(id, [&](auto& b) {
+    const int result = change_nr3d_block(id, [&](auto& b) {
         b.eMode = ABAYERTNRV2_OP_MODE_AUTO;
-        fill(b.stAuto.st3DParams.lo_filter_strength, level == NR3D_AUTO, kAuto3d, kStrength3d[level]);
+        float(&low)[13] = b.stAuto.st3DParams.lo_filter_strength;
+        fill(low, level == NR3D_AUTO, kAuto3d, kStrength3d[level]);
         fill(b.stAuto.st3DParams.hi_filter_strength, level == NR3D_AUTO, kAuto3d, kStrength3d[level]);
+        TRACE("lo_filter_strength[0]=%3f,lo_filter_strength[1]=%3f,lo_filter_strength[2]=%3f\n\n",
+              static_cast<double>(low[0]), static_cast<double>(low[1]), static_cast<double>(low[2]));
     });
+    if (result == 0) {
+        TRACE("isp_nr3dlevel_val :0x%x\n\n", level);
+    }
+    return result;
 }
 
 int csc_mode(int id, int value) // BT.709, full range
 {
     static int modes[8];
     CHECK_ID(id)
+    TRACE("csc_mode_val :%d\n\n", value);
     __atomic_store_n(&modes[id], value, __ATOMIC_RELEASE);
     return change_csm(id, [&](auto& b) {
         b.param.op_mode = RK_AIQ_OP_MODE_MANUAL;
@@ -170,13 +213,16 @@ int shading(int id, int)
                                         LIGHT("D75", 1.9406F, 1.9103F, 0), LIGHT("HZ", 0.9526F, 4.1817F, 2),
                                         LIGHT("TL84", 1.3965F, 2.9188F, 1)};
     static constexpr char resolution[32] = "5120x2880";
+    TRACE("KIV_Set_shading()\n\n");
     if (access(isp::seam.shading_file, F_OK) != 0) {
         return -1;
     }
+    TRACE("Enter\n\n");
     lsc_matrix_t grids[12];
     const int fd = open(isp::seam.shading_file, O_RDONLY | O_CLOEXEC);
     const ssize_t got = read(fd, grids, sizeof grids);
     close(fd);
+    TRACE("Leave %d %d\n\n", static_cast<int>(got), static_cast<int>(sizeof grids));
     if (got != ssize_t{sizeof grids}) {
         return -1;
     }
@@ -227,4 +273,4 @@ int shading(int id, int)
     return rk_aiq_user_api2_alsc_SetAttrib(ctx, b) == 0 ? 0 : -1;
 }
 
-} // namespace hand
+} // namespace HAND

@@ -3,19 +3,38 @@
 
 #include "hand/hand.h"
 #include "isp_ctrl.h"
+#include "isp_ctrl/frame/context.h"
+#include "isp_ctrl/frame/trace.h"
 #include "platformpara/para_isp.h"
 
 #include <algorithm>
 #include <type_traits>
 
-namespace hand
+namespace HAND
 {
 
 #define STRAIGHT [[gnu::always_inline]] inline
 
+/// Leaves trace lines and camera groups out.
+inline constexpr bool kBare = HAND_BARE;
+
+// A trace line of the library's; the function that it names is the one by hand.
+#define TRACE(text, ...)                                                                                               \
+    do {                                                                                                               \
+        if constexpr (!kBare) {                                                                                        \
+            ISP_TRACE(__func__, text __VA_OPT__(, ) __VA_ARGS__);                                                      \
+        }                                                                                                              \
+    } while (false)
+
 STRAIGHT rk_aiq_sys_ctx_t* engine(int id)
 {
-    return __atomic_load_n(&g_aiq_ctx[id], __ATOMIC_ACQUIRE);
+    return kBare ? isp::shared_get(g_aiq_ctx[id]) : isp::engine_context(id);
+}
+
+STRAIGHT int unfit()
+{
+    TRACE("ISP unfit\n\n");
+    return ISP_UNFIT;
 }
 
 STRAIGHT int bound(int id, int value, int (*maximum)(int), int last)
@@ -73,4 +92,4 @@ MODULE(wb_manual, rk_aiq_user_api2_awb_GetMwbAttrib, rk_aiq_user_api2_awb_SetMwb
 /// Whether the fitted lens is that model, asked afresh.
 bool lens_is_SR1053();
 
-} // namespace hand
+} // namespace HAND

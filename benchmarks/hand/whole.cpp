@@ -3,15 +3,15 @@
 #include "hand/straight.h"
 #include "isp_ctrl/frame/lock.h"
 #include "isp_ctrl/frame/seam.h"
+#include "isp_ctrl/frame/truncate.h"
 
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <sys/stat.h>
 
-namespace hand
+namespace HAND
 {
 
 bool lens_is_SR1053()
@@ -44,6 +44,7 @@ bool lens_is_SR1053()
 int restore(int id, int)
 {
     CHECK_ID(id)
+    TRACE("isp_para\n\n");
     // clang-format off
     READ(exposure_mode) READ(expcomp_mode) READ(expcomp_level) READ(backlight) READ(antiflicker) READ(gain_limit)
     READ(drc) READ(wdr_strength) READ(meter) READ(luminance) READ(saturation) READ(contrast) READ(sharpness)
@@ -60,6 +61,7 @@ int restore(int id, int)
 int style(int id, int value)
 {
     CHECK_ID(id)
+    TRACE("enter,style:%d\n", value);
     const kiv_isp_param_s* preset = para_get_isp_style_param(id, value);
     para_set_isp_style_cur(id, value);
     if (para_isp_style_excute_by_arm() == 1) {
@@ -131,16 +133,32 @@ void balance_cycle()
     rk_aiq_user_api2_awb_GetMwbAttrib(engine(2), &manual[1]);
     awb_calibration_s r{};
     if (access(isp::seam.wb_calibration_file, F_OK) == 0) {
+        TRACE("Enter\n\n");
         const int fd = open(isp::seam.wb_calibration_file, O_RDONLY | O_CLOEXEC);
-        if (read(fd, &r, sizeof r) != ssize_t{sizeof r}) {
+        const ssize_t got = read(fd, &r, sizeof r);
+        close(fd);
+        TRACE("Leave %d %d\n\n", static_cast<int>(got), static_cast<int>(sizeof r));
+        if (got != ssize_t{sizeof r}) {
             r = {};
         }
-        close(fd);
     }
     mode[0].mode = mode[1].mode = RK_AIQ_WB_MODE_MANUAL;
     manual[0].mode = manual[1].mode = RK_AIQ_MWB_MODE_WBGAIN;
     manual[0].para.gain = {r.rgain_k * red + r.rgain_b, 1.0F, 1.0F, r.bgain_k * blue + r.bgain_b};
     manual[1].para.gain = {r.rgain_k2 * red + r.rgain_b2, 1.0F, 1.0F, r.bgain_k2 * blue + r.bgain_b2};
+    TRACE("quenvar %s:%d rgain_k=%3f, rgain_b=%3f\n", __func__, __LINE__, static_cast<double>(r.rgain_k),
+          static_cast<double>(r.rgain_b));
+    TRACE("quenvar %s:%d bgain_k=%3f, bgain_b=%3f\n", __func__, __LINE__, static_cast<double>(r.bgain_k),
+          static_cast<double>(r.bgain_b));
+    TRACE("quenvar %s:%d rgain_k2=%3f, rgain_b2=%3f\n", __func__, __LINE__, static_cast<double>(r.rgain_k2),
+          static_cast<double>(r.rgain_b2));
+    TRACE("quenvar %s:%d bgain_k2=%3f, bgain_b2=%3f\n", __func__, __LINE__, static_cast<double>(r.bgain_k2),
+          static_cast<double>(r.bgain_b2));
+    TRACE("quenvar00 rgain=%3f,bgain=%3f\n\n", static_cast<double>(manual[0].para.gain.rgain),
+          static_cast<double>(manual[0].para.gain.bgain));
+    TRACE("quenvar22 rgain=%3f,bgain=%3f\n\n", static_cast<double>(manual[1].para.gain.rgain),
+          static_cast<double>(manual[1].para.gain.bgain));
+    TRACE("quenvar33 pano rgain=%3f,bgain=%3f\n\n", static_cast<double>(red), static_cast<double>(blue));
     rk_aiq_user_api2_awb_SetWpModeAttrib(engine(0), mode[0]);
     rk_aiq_user_api2_awb_SetMwbAttrib(engine(0), manual[0]);
     rk_aiq_user_api2_awb_SetWpModeAttrib(engine(2), mode[1]);
@@ -148,8 +166,11 @@ void balance_cycle()
 }
 
 // AUTO_EXPOSURE with anti-flicker at 50 Hz, a lens at rest and brightness on target: nothing is sent.
-void iris_cycle(int fd, const Iris_Info_Param* record)
+void iris_cycle(const Iris_Info_Param* record)
 {
+    static int state = 0; // neither closing nor opening
+    static int last_step_sent = 0;
+    static iris_ctrl_param_t command{};
     static int last_zoom = 0;
     static int widest[12];
     static int published[12];
@@ -166,16 +187,14 @@ void iris_cycle(int fd, const Iris_Info_Param* record)
     rk_aiq_uapi2_getExpGainRange(ctx, &range);
     rk_aiq_user_api2_ae_getLinExpAttr(ctx, &linear);
     const Uapi_LinearExp_t& exposure = info.LinAeInfo.LinearExp;
-    const int iso = static_cast<int>((exposure.analog_gain * 10.0F) * (exposure.isp_dgain * 10.0F));
-    const int lux = static_cast<int>(exposure.integration_time * 1000000.0F) * iso / 1000;
-    const int ceiling = static_cast<int>(range.max * 100.0F);
-    const int luma = static_cast<int>(info.LinAeInfo.MeanLuma);
-    const int target = static_cast<int>(linear.Params.DySetpoint.DySetpoint[0]);
+    const int time = isp::truncated(exposure.integration_time * 1000000.0F);
+    const int iso = isp::truncated((exposure.analog_gain * 10.0F) * (exposure.isp_dgain * 10.0F));
+    const int lux = static_cast<int>(static_cast<unsigned>(time) * static_cast<unsigned>(iso)) / 1000;
+    const int ceiling = isp::truncated(range.max * 100.0F);
+    const int luma = isp::truncated(info.LinAeInfo.MeanLuma);
+    const int64_t target = isp::truncated(linear.Params.DySetpoint.DySetpoint[0]);
 
-    struct stat open_file;
-    struct stat at_path;
-    if (fstat(fd, &open_file) != 0 || stat(isp::seam.iris_device, &at_path) != 0 ||
-        open_file.st_ino != at_path.st_ino || open_file.st_dev != at_path.st_dev || open_file.st_size < 36) {
+    if (record == nullptr) {
         return;
     }
     Iris_Info_Param r;
@@ -198,9 +217,18 @@ void iris_cycle(int fd, const Iris_Info_Param* record)
     if (!at_rest || closes || opens) {
         std::abort(); // the bench is to be at rest
     }
+    const bool commands = isp::shared_get(last_step_sent) != 0 || command.steps != 0;
+    isp::shared_set(state, 0);
+    isp::shared_set(last_step_sent, commands && command.steps != 0 ? 1 : 0);
     for (int i = 0; i < 12; ++i) {
-        __atomic_store_n(&published[i], widest[i], __ATOMIC_RELEASE);
+        isp::shared_set(published[i], widest[i]);
+    }
+    if (commands) {
+        const KIV_AUTO_IRIS_CONTROL_CALLBACK callback = isp::shared_get(kiv_auto_iris_cb);
+        if (callback != nullptr) {
+            callback(&command);
+        }
     }
 }
 
-} // namespace hand
+} // namespace HAND
