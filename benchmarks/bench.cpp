@@ -174,7 +174,8 @@ bool same(const char* name, const Work& made, const Work& wanted)
     const auto call_text = [](const sim::Call& call) {
         return call.function + '(' + std::to_string(call.id) + ") " + std::to_string(call.value);
     };
-    return same_list(name, "message", made.messages, wanted.messages, [](const std::string& text) { return text; }) &&
+    const auto on_one_line = [](const std::string& text) { return std::regex_replace(text, std::regex("\n"), "\\n"); };
+    return same_list(name, "message", made.messages, wanted.messages, on_one_line) &&
            same_list(name, "call", made.calls, wanted.calls, call_text);
 }
 
@@ -182,6 +183,7 @@ bool same(const char* name, const Work& made, const Work& wanted)
 bool same_work(const Row& row, Function hand, int module_level)
 {
     const auto work = [&](Function function, int camera) {
+        rk_isp_init(camera, nullptr); // a new engine, in which nothing is set yet
         prepare(row, camera);
         return work_of([&] { function(camera, row.value); }, camera, module_level);
     };
