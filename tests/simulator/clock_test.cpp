@@ -1,4 +1,4 @@
-// Simulated time: order and determinism of virtual time, threads coming and going, paced time, switching.
+// Simulated time: order and determinism of virtual time, paced time, switching.
 #include "base/clock.h"
 
 #include <gtest/gtest.h>
@@ -8,8 +8,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include <pthread.h>
 
 namespace
 {
@@ -71,10 +69,10 @@ void join(std::thread& thread)
 TEST_F(ClockTest, OneThreadDrivesTimeByWaiting)
 {
     const sim::Microseconds start = sim::now();
-    sim::wait(24LL * 3600 * 1'000'000);
-    EXPECT_EQ(sim::now() - start, 24LL * 3600 * 1'000'000);
-    sim::wait(-5);
-    EXPECT_EQ(sim::now() - start, 24LL * 3600 * 1'000'000);
+    for (const sim::Microseconds wait : {24LL * 3600 * 1'000'000, -5LL}) {
+        sim::wait(wait);
+        EXPECT_EQ(sim::now() - start, 24LL * 3600 * 1'000'000);
+    }
 }
 
 TEST_F(ClockTest, EventsHappenInOrderAtEveryRun)
@@ -131,32 +129,6 @@ TEST_F(ClockTest, StandsStillWhileAThreadWorks)
     EXPECT_TRUE(woke);
 }
 
-TEST_F(ClockTest, ThreadsLeaveHoweverTheyEnd)
-{
-    static std::atomic<int> ended;
-    ended = 0;
-    const auto body = [](void* detached) -> void* {
-        if (detached) {
-            pthread_detach(pthread_self());
-        }
-        for (int i = 0; i < 5; ++i) {
-            ms(10);
-        }
-        ++ended;
-        pthread_exit(nullptr);
-    };
-    pthread_t joined{};
-    pthread_t detached{};
-    bool detach = true;
-    ASSERT_EQ(pthread_create(&joined, nullptr, body, nullptr), 0);
-    ASSERT_EQ(pthread_create(&detached, nullptr, body, &detach), 0);
-    sim::await_waiting(2);
-    ms(1000); // hangs here if an ended thread is still waited for
-    ms(1000);
-    EXPECT_EQ(ended, 2);
-    pthread_join(joined, nullptr);
-}
-
 TEST_F(ClockTest, TicksMayChangeTicks)
 {
     Log log(sim::now());
@@ -177,45 +149,19 @@ TEST_F(ClockTest, TicksMayChangeTicks)
               (std::vector<std::string>{"first@10", "second@15", "first@20", "second@20", "second@25", "second@30"}));
 }
 
-TEST_F(ClockTest, ManyThreadsWaitWithoutLosingAWakeUp)
+TEST_F(ClockTest, PacedTimeRunsEveryTickInItsOwnTime)
 {
-    constexpr int kThreads = 6;
-    constexpr int kWaits = 200;
-    std::vector<std::thread> threads;
-    std::atomic<int> waits{0};
-    const sim::Microseconds start = sim::now();
-    threads.reserve(kThreads);
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&, t] {
-            for (int i = 0; i < kWaits; ++i) {
-                sim::wait(100 + 10 * t);
-                ++waits;
-            }
-        });
-    }
-    sim::await_waiting(kThreads);
-    for (std::thread& thread : threads) {
-        join(thread);
-    }
-    EXPECT_EQ(waits, kThreads * kWaits);
-    EXPECT_EQ(sim::now() - start, kWaits * (100 + 10 * (kThreads - 1)));
-}
-
-TEST_F(ClockTest, PacedTimeRunsTicksAndWakesInOrder)
-{
-    Log log(sim::now());
     sim::use_paced_time(50.0);
     std::vector<sim::Microseconds> at;
     const sim::Microseconds start = sim::now();
     const int tick = sim::every(100'000, [&] { at.push_back(sim::now() - start); });
     sim::wait(1'000'000);
-    const sim::Microseconds slept = sim::now() - start;
+    EXPECT_GE(sim::now() - start, 1'000'000);
     sim::use_virtual_time();
     sim::cancel(tick);
-    EXPECT_GE(slept, 1'000'000);
     ASSERT_GE(at.size(), 9U);
     for (std::size_t i = 1; i < at.size(); ++i) {
-        EXPECT_EQ(at[i] - at[i - 1], 100'000) << "a tick sees its own time, none is left out";
+        EXPECT_EQ(at[i] - at[i - 1], 100'000) << "none is left out";
     }
 }
 
@@ -240,11 +186,7 @@ TEST_F(ClockTest, SwitchingLosesNoWakeUp)
     sim::Microseconds last = sim::now();
     for (int i = 0; i < 40; ++i) {
         const int before = waits;
-        if (i % 2 == 0) {
-            sim::use_paced_time(1000.0);
-        } else {
-            sim::use_virtual_time();
-        }
+        i % 2 == 0 ? sim::use_paced_time(1000.0) : sim::use_virtual_time();
         sim::wait(5000);
         EXPECT_GE(sim::now(), last) << "time never goes back";
         last = sim::now();
