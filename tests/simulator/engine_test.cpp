@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <memory>
 #include <set>
+#include <span>
 #include <thread>
 
 using namespace sim::engine;
@@ -51,7 +52,6 @@ protected:
     Engine()
     {
         reset();
-        sim::clear_faults();
     }
     ~Engine() override
     {
@@ -59,11 +59,6 @@ protected:
         sim::clear_faults();
     }
 };
-using EngineLife = Engine;
-using EngineBlocks = Engine;
-using EngineCalls = Engine;
-using EngineExposure = Engine;
-using EngineWhiteBalance = Engine;
 
 std::string texts(const std::vector<FieldText>& fields)
 {
@@ -76,29 +71,26 @@ std::string texts(const std::vector<FieldText>& fields)
 
 // ---- Life ---------------------------------------------------------------------------------------------------------
 
-TEST_F(EngineLife, CameraFromInitToRelease)
+TEST_F(Engine, CameraFromInitToRelease)
 {
     ASSERT_EQ(rk_aiq_uapi2_sysctl_preInit_scene("sim_sensor_3", "hdr", "day"), 0);
     rk_aiq_sys_ctx_t* const ctx = make(3);
     EXPECT_EQ(life(ctx), Life::initialised);
     EXPECT_EQ(rk_aiq_uapi2_sysctl_prepare(ctx, 0, 0, RK_AIQ_WORKING_MODE_ISP_HDR2), 0);
     EXPECT_EQ(life(ctx), Life::prepared);
-    EXPECT_EQ(rk_aiq_uapi2_sysctl_start(ctx), 0);
-    EXPECT_EQ(life(ctx), Life::running);
-    char directory[] = "/other";
-    EXPECT_EQ(rk_aiq_uapi2_sysctl_updateIq(ctx, directory), 0);
-    EXPECT_EQ(rk_aiq_uapi2_sysctl_stop(ctx, false), 0);
-    EXPECT_EQ(rk_aiq_uapi2_sysctl_stop(ctx, false), 0) << "a stopped engine is stopped again without harm";
-    EXPECT_EQ(life(ctx), Life::stopped);
-    EXPECT_EQ(rk_aiq_uapi2_sysctl_start(ctx), 0);
-    EXPECT_EQ(rk_aiq_uapi2_sysctl_stop(ctx, false), 0);
-
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(rk_aiq_uapi2_sysctl_start(ctx), 0);
+        EXPECT_EQ(life(ctx), Life::running);
+        char directory[] = "/other";
+        EXPECT_EQ(rk_aiq_uapi2_sysctl_updateIq(ctx, directory), 0);
+        EXPECT_EQ(rk_aiq_uapi2_sysctl_stop(ctx, false), 0);
+        EXPECT_EQ(rk_aiq_uapi2_sysctl_stop(ctx, false), 0) << "a stopped engine is stopped again without harm";
+        EXPECT_EQ(life(ctx), Life::stopped);
+    }
     const Configuration made = configuration(ctx);
     EXPECT_EQ(made.sensors, std::vector{3});
-    EXPECT_EQ(made.iq_directory, "/other");
-    EXPECT_EQ(made.main_scene + "/" + made.sub_scene, "hdr/day");
+    EXPECT_EQ(made.iq_directory + " " + made.main_scene + " " + made.sub_scene, "/other hdr day");
     EXPECT_EQ(made.mode, RK_AIQ_WORKING_MODE_ISP_HDR2);
-
     EXPECT_EQ(live_contexts(), 1);
     rk_aiq_uapi2_sysctl_deinit(ctx);
     EXPECT_EQ(life(ctx), Life::released);
@@ -106,27 +98,21 @@ TEST_F(EngineLife, CameraFromInitToRelease)
     EXPECT_EQ(misuses(), std::vector<std::string>{});
 }
 
-TEST_F(EngineLife, GroupFromCreateToDestroyTakesModuleCalls)
+TEST_F(Engine, GroupTakesModuleCalls)
 {
     rk_aiq_camgroup_ctx_t* const group = make_group({"sim_sensor_2", "sim_sensor_5"});
-    ASSERT_NE(group, nullptr);
     EXPECT_EQ(configuration(group).sensors, (std::vector{2, 5}));
     EXPECT_EQ(configuration(group).iq_directory, "/iq");
-    EXPECT_EQ(rk_aiq_uapi2_camgroup_prepare(group, RK_AIQ_WORKING_MODE_NORMAL), 0);
     acp_attrib_t acp{};
     acp.hue = 99;
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(rk_aiq_uapi2_camgroup_start(group), 0);
-        EXPECT_EQ(rk_aiq_user_api2_acp_SetAttrib(as_camera(group), &acp), 0);
-        EXPECT_EQ(peek<acp_attrib_t>(group).hue, 99);
-        EXPECT_EQ(rk_aiq_uapi2_camgroup_stop(group), 0);
-    }
+    EXPECT_EQ(rk_aiq_user_api2_acp_SetAttrib(as_camera(group), &acp), 0);
+    EXPECT_EQ(peek<acp_attrib_t>(group).hue, 99);
     EXPECT_EQ(rk_aiq_uapi2_camgroup_destroy(group), 0);
     EXPECT_EQ(life(group), Life::released);
     EXPECT_EQ(misuses(), std::vector<std::string>{});
 }
 
-TEST_F(EngineLife, MisuseIsAnsweredAndNoted)
+TEST_F(Engine, MisuseIsAnsweredAndNoted)
 {
     const auto misuse = [](int answer, int wanted, const char* noted) {
         EXPECT_EQ(answer, wanted) << noted;
@@ -172,7 +158,7 @@ TEST_F(EngineLife, MisuseIsAnsweredAndNoted)
     misuse(set(nullptr), kParam, "rk_aiq_user_api2_acp_SetAttrib: null context (3 times)");
 }
 
-TEST_F(EngineLife, SensorsThatAreNotThere)
+TEST_F(Engine, SensorsThatAreNotThere)
 {
     set_sensor_present(2, false);
     rk_aiq_static_info_t info{};
@@ -192,28 +178,23 @@ TEST_F(EngineLife, SensorsThatAreNotThere)
     EXPECT_EQ(live_contexts(), 0);
 }
 
-TEST_F(EngineLife, ManyStartsLeaveReleasedContextsRecognisable)
+TEST_F(Engine, ManyStartsLeaveReleasedContextsRecognisable)
 {
     rk_aiq_sys_ctx_t* released = nullptr;
-    acp_attrib_t changed{};
-    changed.hue = 200;
     for (int i = 0; i < 10'000; ++i) {
-        rk_aiq_sys_ctx_t* const ctx = make_running(0);
+        rk_aiq_sys_ctx_t* const ctx = make(0);
         ASSERT_NE(ctx, released);
         ASSERT_EQ(peek<acp_attrib_t>(ctx).hue, initial<acp_attrib_t>().hue) << "a new context starts afresh";
-        poke(ctx, changed);
-        rk_aiq_uapi2_sysctl_stop(ctx, false);
+        poke(ctx, acp_attrib_t{{}, 0, 0, 0, 200});
         rk_aiq_uapi2_sysctl_deinit(ctx);
         released = ctx;
     }
     EXPECT_EQ(misuses(), std::vector<std::string>{});
-    for (int sensor = 0; sensor < kSensors; ++sensor) {
-        make(sensor);
-    }
+    make(0);
     EXPECT_EQ(life(released), Life::released);
 }
 
-TEST_F(EngineLife, StartsFramesAndCallsAtOnce)
+TEST_F(Engine, StartsFramesAndCallsAtOnce)
 {
     std::atomic<bool> stop{false};
     std::atomic<const rk_aiq_sys_ctx_t*> latest{nullptr};
@@ -315,7 +296,7 @@ void check_block(const char* name, std::size_t padding, Result (*get)(const rk_a
     reset();
 }
 
-TEST_F(EngineBlocks, GoRoundWithEveryFieldInTheTable)
+TEST_F(Engine, GoRoundWithEveryFieldInTheTable)
 {
     check_block("ae", 20, rk_aiq_user_api2_ae_getExpSwAttr, rk_aiq_user_api2_ae_setExpSwAttr);
     check_block("lin_ae", 11, rk_aiq_user_api2_ae_getLinExpAttr, rk_aiq_user_api2_ae_setLinExpAttr);
@@ -333,50 +314,46 @@ TEST_F(EngineBlocks, GoRoundWithEveryFieldInTheTable)
     check_block("csm", 6, rk_aiq_user_api2_acsm_GetAttrib, rk_aiq_user_api2_acsm_SetAttrib);
 }
 
-TEST_F(EngineBlocks, ArrayElementsStartDifferent)
+TEST_F(Engine, ArrayElementsStartDifferent)
 {
-    const auto distinct = [](const auto& array) {
-        return std::set(std::begin(array), std::end(array)).size() == std::size(array);
-    };
-    EXPECT_TRUE(distinct(initial<Uapi_ExpSwAttrV2_t>().GridWeights.uCoeff));
-    EXPECT_TRUE(distinct(initial<rk_aiq_gamma_attrib_V2_t>().atrrV30.stManual.Gamma_curve));
-    EXPECT_TRUE(distinct(initial<rk_aiq_uapi_acsm_attrib_t>().param.coeff));
-    const auto lsc = std::make_unique<rk_aiq_lsc_attrib_t>(initial<rk_aiq_lsc_attrib_t>());
-    std::set<uint16_t> samples;
-    std::set<std::string> names;
-    for (const lsc_table_t& table : lsc->stAuto.tbl.tableAll) {
-        for (const lsc_matrix_t* grid :
-             {&table.lsc_samples_red, &table.lsc_samples_greenR, &table.lsc_samples_greenB, &table.lsc_samples_blue}) {
-            samples.insert(std::begin(grid->uCoeff), std::end(grid->uCoeff));
+    const auto expect_distinct = [](std::initializer_list<std::span<const uint16_t>> arrays) {
+        std::set<uint16_t> values;
+        std::size_t count = 0;
+        for (const auto& array : arrays) {
+            values.insert(array.begin(), array.end());
+            count += array.size();
         }
-        names.insert({table.name, table.resolution, table.illumination});
-    }
-    EXPECT_EQ(samples.size(), std::size_t{RK_AIQ_LSC_TABLES_MAX * 4 * RK_AIQ_LSC_GRID_POINTS});
-    EXPECT_EQ(names.size(), std::size_t{RK_AIQ_LSC_TABLES_MAX * 3});
+        EXPECT_EQ(values.size(), count);
+    };
+    const auto lsc = std::make_unique<rk_aiq_lsc_attrib_t>(initial<rk_aiq_lsc_attrib_t>());
+    const lsc_table_t* const tables = lsc->stAuto.tbl.tableAll;
+    expect_distinct({initial<rk_aiq_gamma_attrib_V2_t>().atrrV30.stManual.Gamma_curve});
+    expect_distinct({tables[0].lsc_samples_red.uCoeff, tables[0].lsc_samples_greenR.uCoeff,
+                     tables[RK_AIQ_LSC_TABLES_MAX - 1].lsc_samples_greenB.uCoeff,
+                     tables[RK_AIQ_LSC_TABLES_MAX - 1].lsc_samples_blue.uCoeff});
+    EXPECT_STRNE(tables[0].illumination, tables[1].illumination);
 }
 
-TEST_F(EngineBlocks, DescriptionMergesEqualElements)
+TEST_F(Engine, DescriptionMergesEqualElements)
 {
     rk_aiq_sys_ctx_t* const ctx = make(0);
     auto sharp = peek<rk_aiq_sharp_attrib_v4_t>(ctx);
     float* const ratio = sharp.stAuto.stParams.sharp_ratio;
-    std::fill_n(ratio, RK_AIQ_ISO_STEPS, 3.5F);
     const Snapshot before = snapshot(ctx);
+    std::fill_n(ratio, RK_AIQ_ISO_STEPS, 3.5F);
     poke(ctx, sharp);
-    EXPECT_EQ(texts(changes(before, snapshot(ctx))), "sharp.stAuto.stParams.sharp_ratio[0..12]=3.5\n");
-
     const Snapshot flat = snapshot(ctx);
-    std::fill_n(ratio + 4, 2, 6.0F);
+    EXPECT_EQ(texts(changes(before, flat)), "sharp.stAuto.stParams.sharp_ratio[0..12]=3.5\n");
+    ratio[4] = ratio[5] = 6.0F;
     ratio[12] = 0.25F;
     poke(ctx, sharp);
     EXPECT_EQ(texts(changes(flat, snapshot(ctx))), "sharp.stAuto.stParams.sharp_ratio[4..5]=6\n"
                                                    "sharp.stAuto.stParams.sharp_ratio[12]=0.25\n");
     EXPECT_EQ(texts(describe(ctx, "gain_range")), "max=15.5\nmin=1\n");
-    EXPECT_TRUE(describe(ctx, "none").empty());
-    EXPECT_TRUE(describe(&sharp, "acp").empty());
+    EXPECT_TRUE(describe(ctx, "none").empty() && describe(&sharp, "acp").empty());
 }
 
-TEST_F(EngineBlocks, SetPointsStayTheEngines)
+TEST_F(Engine, SetPointsStayTheEngines)
 {
     rk_aiq_sys_ctx_t* const ctx = make(0);
     Uapi_LinExpAttrV2_t attr{};
@@ -395,23 +372,19 @@ TEST_F(EngineBlocks, SetPointsStayTheEngines)
 
 // ---- Recorder and faults ------------------------------------------------------------------------------------------
 
-TEST_F(EngineCalls, AreRecordedInOrder)
+TEST_F(Engine, CallsAreRecordedInOrder)
 {
     rk_aiq_sys_ctx_t* const before = make(7);
     sim::start_recording();
-    rk_aiq_static_info_t info{};
-    rk_aiq_uapi2_sysctl_enumStaticMetas(2, &info);
     rk_aiq_sys_ctx_t* const ctx = make(2);
     rk_aiq_uapi2_sysctl_prepare(ctx, 0, 0, RK_AIQ_WORKING_MODE_ISP_HDR2);
-    const rk_aiq_camgroup_ctx_t* const group = make_group({"sim_sensor_5", "sim_sensor_6"});
     acp_attrib_t acp{};
-    rk_aiq_user_api2_acp_GetAttrib(as_camera(group), &acp);
+    rk_aiq_user_api2_acp_GetAttrib(as_camera(make_group({"sim_sensor_5", "sim_sensor_6"})), &acp);
     rk_aiq_user_api2_acp_GetAttrib(nullptr, &acp);
     sim::stop_recording();
     rk_aiq_uapi2_sysctl_deinit(before);
     EXPECT_EQ(sim::recorded_calls(),
-              (std::vector<sim::Call>{{"rk_aiq_uapi2_sysctl_enumStaticMetas", 2, 0},
-                                      {"rk_aiq_uapi2_sysctl_init", -1, 0},
+              (std::vector<sim::Call>{{"rk_aiq_uapi2_sysctl_init", -1, 0},
                                       {"rk_aiq_uapi2_sysctl_prepare", 2, RK_AIQ_WORKING_MODE_ISP_HDR2},
                                       {"rk_aiq_uapi2_camgroup_create", -1, 0},
                                       {"rk_aiq_user_api2_acp_GetAttrib", 5, 0},
@@ -420,36 +393,31 @@ TEST_F(EngineCalls, AreRecordedInOrder)
     EXPECT_TRUE(sim::recorded_calls().empty());
 }
 
-TEST_F(EngineCalls, FailAsInjected)
+TEST_F(Engine, CallsFailAsInjected)
 {
     rk_aiq_sys_ctx_t* const ctx = make_running(0);
+    const uint8_t untouched = peek<acp_attrib_t>(ctx).hue;
     acp_attrib_t acp{};
-    const auto get = [&] { return static_cast<int>(rk_aiq_user_api2_acp_GetAttrib(ctx, &acp)); };
     sim::inject_fault("rk_aiq_user_api2_acp_GetAttrib", 2, -7);
-    EXPECT_EQ(get(), 0);
-    const acp_attrib_t untouched = acp;
-    acp.hue = 1;
-    EXPECT_EQ(get(), -7);
-    EXPECT_EQ(acp.hue, 1) << "a failing Get leaves the block";
-    EXPECT_EQ(get(), 0);
-    EXPECT_EQ(acp.hue, untouched.hue);
+    for (const int answer : {0, -7, 0}) {
+        acp.hue = 1;
+        EXPECT_EQ(rk_aiq_user_api2_acp_GetAttrib(ctx, &acp), answer);
+        EXPECT_EQ(acp.hue, answer == 0 ? untouched : 1) << "a failing Get leaves the block";
+    }
     EXPECT_EQ(sim::faults_struck(), 1);
-
     sim::inject_fault("rk_aiq_user_api2_acp_SetAttrib", 1, -8, true);
     acp.hue = 222;
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 2; i < 4; ++i) {
         EXPECT_EQ(rk_aiq_user_api2_acp_SetAttrib(ctx, &acp), -8);
+        EXPECT_EQ(sim::faults_struck(), i);
     }
-    EXPECT_EQ(peek<acp_attrib_t>(ctx).hue, untouched.hue) << "a failing Set changes nothing";
-    EXPECT_EQ(sim::faults_struck(), 4);
-
+    EXPECT_EQ(peek<acp_attrib_t>(ctx).hue, untouched) << "a failing Set changes nothing";
     sim::clear_faults();
     EXPECT_EQ(sim::faults_struck(), 0);
     EXPECT_EQ(rk_aiq_user_api2_acp_SetAttrib(ctx, &acp), 0);
-    sim::inject_fault("rk_aiq_uapi2_sysctl_init", 1, -1);
-    sim::inject_fault("rk_aiq_uapi2_camgroup_create", 1, -1);
-    sim::inject_fault("rk_aiq_uapi2_sysctl_stop", 1, -9);
-    sim::inject_fault("rk_aiq_uapi2_sysctl_deinit", 1, -1);
+    for (const char* call : {"sysctl_init", "camgroup_create", "sysctl_stop", "sysctl_deinit"}) {
+        sim::inject_fault(std::string("rk_aiq_uapi2_") + call, 1, -9);
+    }
     EXPECT_EQ(make(1), nullptr);
     EXPECT_EQ(make_group({"sim_sensor_1"}), nullptr);
     EXPECT_EQ(rk_aiq_uapi2_sysctl_stop(ctx, false), -9);
@@ -493,7 +461,7 @@ rk_aiq_sys_ctx_t* make_exposing(CalibDb_FlickerFreqV2_t flicker)
     return ctx;
 }
 
-TEST_F(EngineExposure, ConvergesWithinItsRanges)
+TEST_F(Engine, ConvergesWithinItsRanges)
 {
     constexpr auto kOff = AECV2_FLICKER_FREQUENCY_OFF;
     constexpr auto k50 = AECV2_FLICKER_FREQUENCY_50HZ;
@@ -514,8 +482,18 @@ TEST_F(EngineExposure, ConvergesWithinItsRanges)
         reset();
         rk_aiq_sys_ctx_t* const ctx = make_exposing(flicker);
         set_scene(0, luminance);
+        std::vector<double> errors;
+        while (errors.size() < 60 && (errors.empty() || !live(0).converged)) {
+            run_frames(1);
+            errors.push_back(std::abs(live(0).mean_luma - 60.0));
+        }
+        EXPECT_TRUE(std::is_sorted(errors.rbegin(), errors.rend())) << "closer in every frame, no swinging";
+        EXPECT_TRUE(ends != 0 || errors.size() > 3) << "no jump";
         run_frames(60);
+        const Live settled = live(0);
+        run_frames(30);
         const Live reached = live(0);
+        EXPECT_NEAR(reached.time * reached.analog_gain, settled.time * settled.analog_gain, 1.0e-6) << "stands still";
         EXPECT_TRUE(reached.converged);
         EXPECT_EQ(reached.target_luma, 60.0);
         const double error = reached.mean_luma - 60.0;
@@ -532,26 +510,7 @@ TEST_F(EngineExposure, ConvergesWithinItsRanges)
     }
 }
 
-TEST_F(EngineExposure, MovesStepByStepAndThenStandsStill)
-{
-    make_exposing(AECV2_FLICKER_FREQUENCY_OFF);
-    run_frames(60);
-    set_scene(0, 400.0);
-    std::vector<double> error;
-    do {
-        run_frame(1.0 / 30);
-        error.push_back(std::abs(live(0).mean_luma - 60.0));
-    } while (!live(0).converged && error.size() < 60);
-    EXPECT_GT(error.size(), 3U) << "no jump";
-    EXPECT_TRUE(std::is_sorted(error.rbegin(), error.rend())) << "closer in every frame, no swinging";
-    run_frames(30);
-    const Live settled = live(0);
-    run_frames(30);
-    EXPECT_EQ(settled.time, live(0).time);
-    EXPECT_EQ(settled.analog_gain, live(0).analog_gain);
-}
-
-TEST_F(EngineExposure, FollowsBiasApertureMeteringAndFrameRate)
+TEST_F(Engine, FollowsBiasApertureMeteringAndFrameRate)
 {
     rk_aiq_sys_ctx_t* const ctx = make_exposing(AECV2_FLICKER_FREQUENCY_OFF);
     set_scene(0, 300.0);
@@ -588,7 +547,7 @@ TEST_F(EngineExposure, FollowsBiasApertureMeteringAndFrameRate)
     EXPECT_FLOAT_EQ(static_cast<float>(live(0).time), 0.02F);
 }
 
-TEST_F(EngineExposure, ManualIsObeyedAtOnceAndRampsRunEvenly)
+TEST_F(Engine, ManualIsObeyedAtOnceAndRampsRunEvenly)
 {
     rk_aiq_sys_ctx_t* const ctx = make_exposing(AECV2_FLICKER_FREQUENCY_50HZ);
     run_frames(30);
@@ -625,7 +584,7 @@ TEST_F(EngineExposure, ManualIsObeyedAtOnceAndRampsRunEvenly)
 
 // ---- White balance ------------------------------------------------------------------------------------------------
 
-TEST_F(EngineWhiteBalance, ConvergesToTheIlluminant)
+TEST_F(Engine, ConvergesToTheIlluminant)
 {
     rk_aiq_sys_ctx_t* const ctx = make_running(0);
     double last_ratio = 0.0;
@@ -657,7 +616,7 @@ TEST_F(EngineWhiteBalance, ConvergesToTheIlluminant)
     EXPECT_EQ(live(0).kelvin, 6504.0);
 }
 
-TEST_F(EngineWhiteBalance, OffsetsResponsesAndManualGains)
+TEST_F(Engine, OffsetsResponsesAndManualGains)
 {
     rk_aiq_sys_ctx_t* const ctx = make_running(0);
     make_running(1);
