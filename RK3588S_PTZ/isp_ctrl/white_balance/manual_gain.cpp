@@ -27,7 +27,8 @@ constexpr Colour kBlue = {
     ISP_TRACE_FORMAT("u16Bgain:%3f\n\n"),
 };
 
-int set_manual_gain(const isp::Call& call, const Colour& colour, int value)
+// Expanded for each colour, so that the colour costs nothing at run time.
+[[gnu::always_inline]] inline int set_manual_gain(const isp::Call& call, const Colour& colour, int value)
 {
     if (!isp::served(call)) {
         return -1;
