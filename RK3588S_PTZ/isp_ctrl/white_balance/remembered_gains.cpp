@@ -34,13 +34,13 @@ void set_onepush(const isp::Call& call, int (*set)(int, int), int val)
 
 float colortemp(const isp::Call& call, const float (&gains)[isp::kCameras])
 {
-    return isp::served(call) ? isp::shared_get(gains[get_isp_switch(call.isp_id)]) : 0.0F;
+    return isp::served(call) ? isp::shared_get(gains[isp::store_record(call.isp_id)]) : 0.0F;
 }
 
 void set_colortemp(const isp::Call& call, float (&gains)[isp::kCameras], float val)
 {
     if (isp::served(call)) {
-        isp::shared_set(gains[get_isp_switch(call.isp_id)], val);
+        isp::shared_set(gains[isp::store_record(call.isp_id)], val);
     }
 }
 
