@@ -549,6 +549,7 @@ TEST_F(Engine, ManualIsObeyedAtOnceAndRampsRunEvenly)
     rk_aiq_sys_ctx_t* const ctx = make_exposing(AECV2_FLICKER_FREQUENCY_50HZ);
     run_frames(30);
     const auto manual = [ctx](bool time_too, float time, float gain) {
+        change<Uapi_ExpQueryInfo_t>(ctx, [](auto& result) { result.LinAeInfo.LinearExp.isp_dgain = 2.0F; });
         change<Uapi_ExpSwAttrV2_t>(ctx, [=](auto& ae) {
             ae.AecOpType = RK_AIQ_OP_MODE_MANUAL;
             ae.stManual.LinearAE = {time_too, true, false, time, gain, 3.0F};
@@ -557,7 +558,7 @@ TEST_F(Engine, ManualIsObeyedAtOnceAndRampsRunEvenly)
         const Live reached = live(0);
         EXPECT_FALSE(reached.automatic);
         EXPECT_EQ(static_cast<float>(reached.analog_gain), gain) << "not limited";
-        EXPECT_EQ(reached.isp_dgain, 1.0) << "not enabled";
+        EXPECT_EQ(reached.isp_dgain, 1.0) << "not enabled: none beside a gain by hand";
         return static_cast<float>(reached.time);
     };
     EXPECT_EQ(manual(true, 0.004F, 26.138F), 0.004F) << "not held to the mains";

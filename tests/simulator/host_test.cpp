@@ -645,7 +645,7 @@ TEST_F(HostTest, ShadingFileIsJudged)
         {0, 8, 9, 1030, ""},
         {0, 0, 0, 1023, "D65 red, row 0, column 0: 1023 is outside 1024 to 16383"},
         {11, 16, 16, 16384, "A blue, row 16, column 16: 16384 is outside 1024 to 16383"},
-        {5, 0, 8, 1024, "CWF green on red rows, row 0, column 8: falls from "},
+        {5, 8, 0, 1024, "CWF green on red rows, row 8, column 0: falls from "},
         {7, 6, 8, 1100, "CWF blue, row 5, column 8: falls from 1100 to "},
         {3, 4, 3, 1024, ""}, // equal to the middle, on no way out that is looked at
     };
