@@ -515,7 +515,7 @@ TEST_F(Engine, FollowsBiasApertureMeteringAndFrameRate)
     const double time = live(0).time;
     for (const auto& [bias, target] :
          {std::pair(-100.0F, 30.0), {360.0F, 250.0 /* below saturation */}, {0.0F, 60.0}}) {
-        change<Uapi_LinExpAttrV2_t>(ctx, [bias = bias](auto& lin) { lin.Params.Evbias = bias; });
+        change<Uapi_LinExpAttrV2_t>(ctx, [b = bias](auto& lin) { lin.Params.Evbias = b; });
         run_frames(60);
         EXPECT_EQ(live(0).target_luma, target);
         EXPECT_NEAR(live(0).mean_luma, target, 0.01 * target);
