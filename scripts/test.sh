@@ -79,7 +79,7 @@ build_and_test() { # PRESET [CMAKE ARGUMENT...]
 mutation_sample() {
     local commit
     commit=$(git rev-parse --short=7 HEAD 2>/dev/null || echo 1)
-    scripts/mutate.py --longest 60 --sample 60 --seed $((16#$commit)) --gate 85
+    scripts/mutate.py --longest 60 --sample 40 --seed $((16#$commit)) --gate 85
 }
 
 if [[ ${1-} == --quick ]]; then
@@ -92,7 +92,7 @@ else
     echo "=== more"
     check "lines, branches and conditions" scripts/coverage.sh
     check "a sample of mutants" mutation_sample
-    check "fuzzers" scripts/fuzz.sh 10
+    check "fuzzers" scripts/fuzz.sh 5
     check "work by hand is the library's" build/release/isp_bench --check
     check "instructions per setter" env BUILD=build/release scripts/count-instructions.sh --check
     check "documents of the headers" scripts/docs.sh
