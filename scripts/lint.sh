@@ -1,9 +1,12 @@
 #!/usr/bin/env bash
 # Checks how the code is written: clang-format everywhere, clang-tidy on the library and the simulator.
-#   scripts/lint.sh [BUILD]      BUILD holds compile_commands.json; build/release without it
+#   scripts/lint.sh [FOLDER...]      clang-tidy in these folders alone; takes the compile commands of build/release
 set -euo pipefail
 cd "$(dirname "$0")/.."
-build=${1:-build/release}
+build=build/release
+if (($# == 0)); then
+    set -- RK3588S_PTZ simulator
+fi
 
 mapfile -t sources < <(
     find RK3588S_PTZ common_include simulator tests benchmarks fuzz -name '*.cpp' -o -name '*.c' -o -name '*.h' | sort
@@ -14,10 +17,10 @@ echo "clang-format: ${#sources[@]} files"
 # Each file once, although the library is compiled twice.
 database=$(mktemp -d)
 trap 'rm -rf "$database"' EXIT
-python3 - "$build/compile_commands.json" "$database/compile_commands.json" <<'PYTHON'
+python3 - "$build/compile_commands.json" "$database/compile_commands.json" "$@" <<'PYTHON'
 import json, os, sys
 commands = {os.path.relpath(entry["file"]): entry for entry in json.load(open(sys.argv[1]))}
-checked = [entry for file, entry in sorted(commands.items()) if file.startswith(("RK3588S_PTZ/", "simulator/"))]
+checked = [entry for file, entry in sorted(commands.items()) if file.startswith(tuple(sys.argv[3:]))]
 json.dump(checked, open(sys.argv[2], "w"))
 print("clang-tidy:", len(checked), "files", flush=True)
 sys.exit(not checked)

@@ -96,7 +96,7 @@ else
     check "work by hand is the library's" build/release/isp_bench --check
     check "instructions per setter" env BUILD=build/release scripts/count-instructions.sh --check
     check "documents of the headers" scripts/docs.sh
-    check "clang-format and clang-tidy" scripts/lint.sh
+    check "clang-format, clang-tidy of the library" scripts/lint.sh RK3588S_PTZ
 fi
 
 echo
