@@ -1,10 +1,11 @@
 // Everything at once for as long as wanted: the three threads, settings from four threads, starts and stops of cameras
-// and groups, failing engine calls. ISP_SOAK_MINUTES sets how many simulated minutes, 60 having more than 10,000
-// starts.
+// and groups, failing engine calls. ISP_SOAK_MINUTES sets how many simulated minutes; 5, the default, have more than
+// 10,000 starts.
 #include "support/setters.h"
 #include "support/threads.h"
 
 #include "host/lens_service.h"
+#include "host/shading_file.h"
 
 #include <cmath>
 #include <map>
@@ -101,7 +102,7 @@ using Soak = bench::Bench;
 
 TEST_F(Soak, EverythingAtOnce)
 {
-    isp::seam.shading_file = "";
+    ASSERT_EQ(sim::host::write_shading_file(shading_file), "");
     sim::host::LensService service;
     ASSERT_EQ(service.open(iris_device, 0), "");
     const long files = bench::entries("/proc/self/fd");
