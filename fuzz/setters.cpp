@@ -1,7 +1,7 @@
 // Fuzzes sequences of setter calls, starts and stops with failing engine calls. Each operation is four bytes: what,
 // camera, and a level or a fault.
-#include "support/setters.h"
 #include "fuzz_world.h"
+#include "support/bench.h"
 
 #include <span>
 

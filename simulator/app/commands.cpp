@@ -1,6 +1,5 @@
 #include "app/commands.h"
 
-#include "app/apply.h"
 #include "app/bad_input.h"
 #include "app/look.h"
 #include "app/run_record.h"
@@ -9,7 +8,7 @@
 #include "engine/engine.h"
 #include "host/lens.h"
 #include "host/log.h"
-#include "host/settings.h"
+#include "host/setters.h"
 #include "host/shading_file.h"
 #include "host/store.h"
 #include "host/styles.h"
@@ -239,6 +238,16 @@ void list(const Words& /*words*/)
 }
 
 // ---- Settings -------------------------------------------------------------------------------------------------------
+
+/// Calls the setter of a setting or command; the result is the setter's, 0 where it has none.
+int apply(int camera, const Setting& setting, int value)
+{
+    if (setting.setter == sim::host::Setter::gain) {
+        setting.name == "rgain_onepush" ? set_onepush_rgain(camera, value) : set_onepush_bgain(camera, value);
+        return 0;
+    }
+    return sim::host::set(camera, setting.name, value);
+}
 
 void set(const Words& words)
 {

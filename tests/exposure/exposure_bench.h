@@ -1,7 +1,7 @@
 // The exposure setters as one table, for what holds for all of them.
 #pragma once
 
-#include "support/setters.h"
+#include "support/bench.h"
 
 namespace bench
 {

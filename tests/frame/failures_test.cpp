@@ -2,7 +2,7 @@
 // returns -1, having stored what it stores. The exceptions stand in a table. A store that refuses a level does not keep
 // it from the engine.
 #include "host/shading_file.h"
-#include "support/setters.h"
+#include "support/bench.h"
 
 #include <cstring>
 

@@ -1,6 +1,6 @@
 // Levels of every setting in and beyond its range, in every mode, each judged by one rule: what is stored is in range,
 // and what the engine holds is what the stored level stands for.
-#include "support/setters.h"
+#include "support/bench.h"
 
 #include <cstring>
 #include <set>

@@ -1,6 +1,6 @@
 // Saturation, hue, luminance, contrast and black-and-white, one field each of one engine block; colour-space matrices
 // against the formulas that define them, and the remembered mode.
-#include "support/setters.h"
+#include "support/bench.h"
 
 #include <cmath>
 

@@ -1,6 +1,6 @@
 // Sharpness, dynamic range compression and noise reduction, strengths by rule; gamma, the shape of the curves and which
 // one a level loads.
-#include "support/setters.h"
+#include "support/bench.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,7 +1,7 @@
 // No setter allocates memory, in any mode, with any level. The process that asks for the lens and the thread of smart
 // exposure are the system's: their start is replaced.
 #include "host/shading_file.h"
-#include "support/setters.h"
+#include "support/bench.h"
 
 #include <cerrno>
 #include <cstddef>

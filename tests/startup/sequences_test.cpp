@@ -1,6 +1,6 @@
 // Fixed orders of settings, at the restore and at an image style: what a sequence must do is what its setters do one
 // after another.
-#include "support/setters.h"
+#include "support/bench.h"
 
 #include <set>
 

@@ -6,12 +6,11 @@
 #include "engine/engine.h"
 #include "host/lens.h"
 #include "host/log.h"
-#include "host/settings.h"
+#include "host/setters.h"
 #include "host/store.h"
 #include "host/styles.h"
 #include "host/vin.h"
 #include "isp_auto_iris.h"
-#include "isp_ctrl.h"
 #include "isp_ctrl/frame/context.h"
 #include "isp_ctrl/frame/seam.h"
 
@@ -29,6 +28,10 @@
 
 namespace bench
 {
+
+using sim::host::kSetters;
+using sim::host::NamedSetter;
+using sim::host::set;
 
 /// Puts everything back and installs simulated time; files of the library point into a new folder.
 class Bench : public ::testing::Test

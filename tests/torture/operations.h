@@ -2,7 +2,6 @@
 #pragma once
 
 #include "support/bench.h"
-#include "support/setters.h"
 #include "support/threads.h"
 
 #include <functional>

@@ -1,7 +1,7 @@
 // Everything at once for as long as wanted: the three threads, settings from four threads, starts and stops of cameras
 // and groups, failing engine calls. ISP_SOAK_MINUTES sets how many simulated minutes; 5, the default, have more than
 // 10,000 starts.
-#include "support/setters.h"
+#include "support/bench.h"
 #include "support/threads.h"
 
 #include "host/lens_service.h"

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "support/awb_calls.h"
-#include "support/setters.h"
+#include "support/bench.h"
 
 namespace bench
 {
