@@ -89,7 +89,7 @@ protected:
         commands(1);
         EXPECT_TRUE(eventually([&] { return threads() == threads_before; }));
         sim::host::set_lens_calibration_flag(0);
-        ASSERT_EQ(on_thread(auto_iris_control_main), 0);
+        ASSERT_EQ(on_thread<auto_iris_control_main>(false), 0);
         sim::await_waiting(1);
         sim::wait(kStart);
     }

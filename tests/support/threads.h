@@ -48,15 +48,20 @@ inline int threads_named(const std::string& name)
     return count;
 }
 
-/// Runs the body of a thread that detaches and ends itself; 0, or -1.
-inline int on_thread(void (*body)())
+/// Runs a thread that detaches itself; 0, or -1. A body that ends its thread must not return.
+template <void (*Body)()>
+int on_thread(bool may_return)
 {
+    static int returns;
     pthread_t thread{};
-    const auto start = [](void* function) -> void* {
-        reinterpret_cast<void (*)()>(function)();
-        std::abort(); // it returned, and was to end its thread
+    const auto start = [](void* given) -> void* {
+        Body();
+        if (given == nullptr) {
+            std::abort();
+        }
+        return nullptr;
     };
-    return pthread_create(&thread, nullptr, start, reinterpret_cast<void*>(body)) == 0 ? 0 : -1;
+    return pthread_create(&thread, nullptr, start, may_return ? &returns : nullptr) == 0 ? 0 : -1;
 }
 
 /// Waits in real time until `holds`, ten seconds at the most; whether it came to hold.

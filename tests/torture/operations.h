@@ -86,7 +86,7 @@ inline std::vector<Operation> operations()
         {"KIV_Get_Len_Types", [](int) { return KIV_Get_Len_Types(); }, {KIV_LEN_IR0147, KIV_LEN_SR1053}},
         OP(kiv_rkisp_cl_getAeinfo, &figure[0], &figure[1], &figure[2], &figure[3], &figure[4], &figure[5]),
         OP(cam_ae_follow_pano_thread),
-        {"cam_ae_follow_pano_function", [](int) { return bench::on_thread(cam_ae_follow_pano_function); }},
+        {"cam_ae_follow_pano_function", [](int) { return bench::on_thread<cam_ae_follow_pano_function>(true); }},
         {"Awb_Calibration", [](int variant) { return Awb_Calibration(variant % 2 + 1); }, any_code, true},
         OP(user_save_wb_calibration_file, &calibration, sizeof calibration),
         OP(user_load_wb_calibration_file, &calibration, sizeof calibration),
@@ -98,8 +98,8 @@ inline std::vector<Operation> operations()
         VOID_OP(get_flag_exp_lock),
         VOID_OP(set_iris_manu, 1),
         VOID_OP(get_iris_manu),
-        {"auto_iris_control_main", [](int) { return bench::on_thread(auto_iris_control_main); }, any_code, true, true,
-         1},
+        {"auto_iris_control_main", [](int) { return bench::on_thread<auto_iris_control_main>(false); }, any_code, true,
+         true, 1},
         VOID_OP(get_cur_zoom_array, 1000),
         VOID_OP(get_max_iris, 3),
     };
@@ -108,13 +108,18 @@ inline std::vector<Operation> operations()
 #undef WITH_GROUP
     for (const bench::NamedSetter& setter : bench::kSetters) {
         const sim::host::Setting& setting = bench::setting(setter.name);
-        const bool mode = setter.name == "exposure_mode" || setter.name == "wb_mode" || setter.name == "style";
+        const auto values = sim::host::names_of(setting); // of a mode or style: one for each variant
         std::vector<int> results = {0, -1, ISP_UNFIT};
         if (setter.name == "style") {
             results = {0, -1, ISP_EXCUTE_BYARM};
         }
         list.push_back({.name = "KIV_Set_" + std::string(setter.name),
-                        .run = [=](int variant) { return setter.set(0, mode ? variant : setting.highest); },
+                        .run =
+                            [=, &setting](int variant) {
+                                const auto i = static_cast<std::size_t>(variant);
+                                return setter.set(0,
+                                                  values.empty() ? setting.highest : values[i % values.size()].value);
+                            },
                         .results = results,
                         .stores = setter.name != "wb_mode_onepush"});
     }

@@ -1,6 +1,7 @@
 // Every exported function under faults: each fallible call that it makes fails once, and then from that call on.
 // Whatever fails, the library answers with a documented result and leaves nothing behind.
 #include "torture/operations.h"
+#include "torture/world.h"
 
 #include "isp_ctrl/frame/atomic.h"
 #include "support/threads.h"
@@ -20,10 +21,9 @@ extern "C" int WRITE_COVERAGE();
 namespace
 {
 
+using torture::kVariants;
 using torture::Operation;
-
-constexpr int kVariants = 8; // exposure modes stored; the white-balance modes follow them
-constexpr int kCycles = 6;   // of a thread's loop, then it is asked to end
+using torture::World;
 
 /// Fault codes of a call: what the store's getters answer with, an errno and a short transfer, an engine's code. The
 /// lens calibration flag asks threads to end.
@@ -37,42 +37,6 @@ std::vector<int> codes_of(const std::string& function)
     }
     return {function == "get_lens_calibration_flag" ? 4 : -1};
 }
-
-std::atomic<int> cycles;
-
-/// The cameras at work: 0 to 3 run, camera 0 in the modes of a variant; files are there; waits take no time.
-class World : public bench::Bench
-{
-public:
-    World(int variant, bool engines)
-    {
-        bench::write_bytes(wb_file, std::string(80, 1));
-        bench::write_bytes(shading_file, std::string(6936, 1));
-        bench::write_bytes(iris_device, std::string(36, 1));
-        bench::write_bytes(otp_file, "flag = 1\n");
-        cycles = 0;
-        set_awb_follow_pano(1);
-        isp::seam.sleep = [](unsigned) { return 0U; };
-        isp::seam.usleep = [](useconds_t period) {
-            sim::engine::run_frame(0.034);
-            if (period >= 32000 && ++cycles == kCycles) {
-                bench::store(0, "exposure_mode", AUTO_EXPOSURE); // by hand, the iris loop is not to be ended
-                sim::host::set_lens_calibration_flag(4);
-                set_awb_follow_pano(0);
-            }
-            return 0;
-        };
-        for (int camera = 0; camera < 4; ++camera) {
-            if (engines) {
-                bench::start_camera(camera);
-            }
-            bench::store(camera, "exposure_mode", variant);
-            bench::store(camera, "wb_mode", variant % 6);
-            bench::store(camera, "antiflicker", variant % 3);
-        }
-    }
-    void TestBody() override {}
-};
 
 constexpr int kVanish = 0; // instead of failing: the cameras' contexts vanish from their slots before the call
 

@@ -1,0 +1,176 @@
+// What every exported function traces, line by line, against the page of the field log: with an engine and without one,
+// in every mode.
+#include "torture/operations.h"
+#include "torture/world.h"
+
+#include <map>
+#include <regex>
+#include <set>
+
+namespace
+{
+
+using torture::kVariants;
+using torture::Operation;
+
+const std::set<std::string> kSystem = {"open", "read", "write", "fopen", "popen", "mmap", "socket", "pthread_create"};
+
+using Lines = std::vector<std::string>;
+
+/// The lines that were logged, without source lines and folders; the threads' behind those of others.
+Lines log_lines(const std::string& folder)
+{
+    static const std::pair<std::regex, const char*> kReplaced[] = {
+        {std::regex("^\\[module (\\w+) \\+\\d+ *\\]|^\\d+ +(\\w+) "), "$1$2: "},
+        {std::regex("(quenvar +\\w+:|\\[\\w+_|: line )\\d+"), "$1N"},
+        {std::regex("\n"), "\\n"},
+    };
+    Lines lines;
+    for (const sim::host::LogLine& logged : sim::host::captured_log()) {
+        std::string line = std::regex_replace(logged.text, std::regex(folder), "FOLDER");
+        for (const auto& [what, by] : kReplaced) {
+            line = std::regex_replace(line, what, by);
+        }
+        lines.push_back(line);
+    }
+    std::ranges::stable_partition(lines, [](const std::string& line) {
+        const std::string function = line.substr(0, line.find(':'));
+        return !function.ends_with("_function") && !function.ends_with("_main");
+    });
+    return lines;
+}
+
+struct Log {
+    Lines lines;
+    std::vector<std::string> calls; // that can fail
+};
+
+/// What an operation logs in the modes of a variant, the nth call of a function failing if one is named.
+Log log_of(const Operation& operation, int variant, bool engines, const std::string& failing = {}, int nth = 1)
+{
+    torture::World world(variant, engines);
+    const long threads = bench::threads();
+    sim::host::set_module_level(6);
+    sim::host::start_log_capture();
+    sim::start_recording();
+    if (!failing.empty()) {
+        sim::inject_fault(failing, nth, failing.starts_with("rk_aiq") ? -7 : EIO);
+    }
+    operation.run(variant);
+    EXPECT_TRUE(bench::eventually([&] { return bench::threads() <= threads; })) << operation.name;
+    sim::stop_recording();
+    sim::host::stop_log_capture();
+    sim::host::set_module_level(0);
+    Log log{.lines = log_lines(world.folder), .calls = {}};
+    for (const sim::Call& call : sim::recorded_calls()) {
+        if (call.function.starts_with("rk_aiq") || kSystem.contains(call.function)) {
+            log.calls.push_back(call.function);
+        }
+    }
+    return log;
+}
+
+/// Where two logs differ: the lines of the one with a minus, those of the other with a plus.
+std::string difference(const Lines& sound, const Lines& failed)
+{
+    const auto [from, failed_from] = std::ranges::mismatch(sound, failed);
+    const auto [to, failed_to] = std::mismatch(sound.rbegin(), std::make_reverse_iterator(from), failed.rbegin(),
+                                               std::make_reverse_iterator(failed_from));
+    std::string text;
+    std::for_each(from, to.base(), [&](const std::string& line) { text += "  - " + line + "\n"; });
+    std::for_each(failed_from, failed_to.base(), [&](const std::string& line) { text += "  + " + line + "\n"; });
+    return text;
+}
+
+/// Texts, each of them with all the places where it was found.
+class Found
+{
+public:
+    void add(const std::string& text, const std::string& place)
+    {
+        auto known = std::ranges::find(texts_, text, [](const auto& found) { return found.first; });
+        if (known == texts_.end()) {
+            known = texts_.insert(texts_.end(), {text, {}});
+        }
+        if (std::ranges::find(known->second, place) == known->second.end()) {
+            known->second.push_back(place);
+        }
+    }
+    /// The texts under headings, which name the places if there is more than one text.
+    std::string page(const std::string& name, bool places) const
+    {
+        std::string page;
+        for (const auto& [text, found_in] : texts_) {
+            page += text.empty() ? "" : "\n" + name;
+            for (const std::string& place : found_in) {
+                page += text.empty() || !places ? "" : ", " + place;
+            }
+            page += text.empty() ? "" : "\n" + text;
+        }
+        return page;
+    }
+    std::size_t count() const
+    {
+        return texts_.size();
+    }
+
+private:
+    std::vector<std::pair<std::string, std::vector<std::string>>> texts_;
+};
+
+/// The page's entries of an operation: each different log with the modes in which it is like this, and what is
+/// different when a call fails.
+std::string entries(const Operation& operation)
+{
+    const bool sequence = operation.name == "KIV_Set_style" || operation.name == "KIV_load_isp_para"; // of setters
+    const int variants = operation.name == "Awb_Calibration" ? 2 : sequence || operation.once ? 1 : kVariants;
+    Found sound, failed;
+    for (const bool engines : {true, false}) {
+        for (int variant = 0; variant < variants; ++variant) {
+            const Log log = log_of(operation, variant, engines);
+            std::string lines;
+            for (const std::string& line : log.lines) {
+                lines += "    " + line + "\n";
+            }
+            sound.add(lines, torture::modes_of(variant) + (engines ? "" : " and no engine"));
+            std::map<std::string, int> made;
+            for (const std::string& function : sequence || operation.once || !engines ? Lines{} : log.calls) {
+                const Log disturbed = log_of(operation, variant, engines, function, ++made[function]);
+                failed.add(difference(log.lines, disturbed.lines), function + " fails");
+            }
+        }
+    }
+    return sound.page(operation.name, sound.count() > 1) + failed.page(operation.name, true);
+}
+
+TEST(FieldLog, IsWhatThePageSays)
+{
+    std::string every_mode, every_mode_without;
+    for (int variant = 0; variant < kVariants; ++variant) {
+        every_mode += ", " + torture::modes_of(variant);
+        every_mode_without += ", " + torture::modes_of(variant) + " and no engine";
+    }
+    std::string logged;
+    for (const Operation& operation : torture::operations()) {
+        logged += entries(operation);
+    }
+    for (const auto& [modes, shorter] : {std::pair{every_mode, ", any mode"}, {every_mode_without, ", no engine"}}) {
+        for (std::size_t at = 0; (at = logged.find(modes, at)) != std::string::npos;) {
+            logged.replace(at, modes.size(), shorter);
+        }
+    }
+    std::ofstream("field-log.txt") << logged;
+
+    std::ifstream page(FIELD_LOG);
+    std::istringstream log(logged);
+    std::string wanted, line, heading;
+    while (std::getline(page, wanted) && wanted.starts_with('#')) {
+    }
+    for (; std::getline(log, line); std::getline(page, wanted)) {
+        heading = line.starts_with(' ') ? heading : line;
+        ASSERT_EQ(line, wanted) << "in " << heading << "; the whole log is in field-log.txt in the test's folder";
+    }
+    EXPECT_TRUE(page.eof()) << wanted << " is not logged";
+}
+
+} // namespace
