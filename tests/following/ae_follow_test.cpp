@@ -219,7 +219,8 @@ TEST_F(AeFollow, AStartWhileTheThreadIsEndingIsNotLost)
 
 TEST_F(AeFollow, WithoutAThreadTheModeIsTakenAllTheSame)
 {
-    constexpr int (*kStarts[])() = {cam_ae_follow_pano_thread, [] { return on_thread<cam_ae_follow_pano_function>(false); }};
+    constexpr int (*kStarts[])() = {cam_ae_follow_pano_thread,
+                                    [] { return on_thread<cam_ae_follow_pano_function>(false); }};
     for (const auto start : kStarts) { // a thread of the host's counts
         sim::inject_fault("pthread_create", 1, EAGAIN, true);
         EXPECT_EQ(KIV_Set_exposure_mode(0, SMART_EXPOSURE), 0);

@@ -20,7 +20,6 @@ struct Rule {
     int base;
     int step;
     int last; // of the table
-    const char* trace;
 
     void apply(acp_attrib_t& acp, int level) const
     {
@@ -28,10 +27,10 @@ struct Rule {
     }
 };
 constexpr Rule kRules[] = {
-    {"saturation", &acp_attrib_t::saturation, 83, 10, 14, "isp_saturation_val :0x%x\n\n"},
-    {"hue", &acp_attrib_t::hue, 100, 4, 17, "isp_hue_val :%d\n\n"},
-    {"luminance", &acp_attrib_t::brightness, 86, 6, 14, "isp_luminance_val:%d\n\n"},
-    {"contrast", &acp_attrib_t::contrast, 86, 6, 14, "isp_contrast_val: %d\n\n"},
+    {"saturation", &acp_attrib_t::saturation, 83, 10, 14},
+    {"hue", &acp_attrib_t::hue, 100, 4, 17},
+    {"luminance", &acp_attrib_t::brightness, 86, 6, 14},
+    {"contrast", &acp_attrib_t::contrast, 86, 6, 14},
 };
 
 using Colour = Running<kCamera>;
@@ -48,10 +47,7 @@ TEST_F(Colour, ALevelBecomesOneFieldByItsRule)
         sim::host::set_maximum(setting(rule.name), rule.last);
         for (int level = 0; level <= rule.last; ++level) {
             SCOPED_TRACE(testing::Message() << rule.name << " " << level);
-            char trace[64];
-            std::snprintf(trace, sizeof trace, rule.trace, level);
-            EXPECT_THAT(traces_of([&] { set(kCamera, rule.name, level); }),
-                        testing::Contains("KIV_Set_" + std::string(rule.name) + ": " + trace));
+            set(kCamera, rule.name, level);
             rule.apply(expected, level);
             expect_engine(kCamera, expected);
         }
@@ -68,9 +64,7 @@ TEST_F(Colour, BlackAndWhiteForcesTheSaturationAndKeepsTheLevel)
                 ElementsAre("KIV_Set_saturation: isp_saturation_val :0xffffffff\n\n"));
     EXPECT_EQ(saturation(), 0);
     EXPECT_EQ(stored(kCamera, "saturation"), 14);
-    EXPECT_THAT(traces_of([] { KIV_Set_blackwhite_mode(kCamera, BlackWhite_Mode_OFF); }),
-                ElementsAre("KIV_Set_blackwhite_mode: blackwhite_mode:0\n\n",
-                            "KIV_Set_saturation: isp_saturation_val :0xe\n\n"));
+    KIV_Set_blackwhite_mode(kCamera, BlackWhite_Mode_OFF);
     EXPECT_EQ(saturation(), 223);
 
     KIV_Set_blackwhite_mode(kCamera, BlackWhite_Mode_ON);
@@ -141,8 +135,7 @@ TEST_F(Colour, MatricesFollowTheStandards)
 {
     for (int mode = CSC_BT601_full_range; mode <= CSC_BT709_limit_range; ++mode) {
         SCOPED_TRACE(mode);
-        EXPECT_THAT(traces_of([&] { KIV_Set_csc_mode(kCamera, CSC_Mode_E{mode}); }),
-                    ElementsAre("KIV_Set_csc_mode: csc_mode_val :" + std::to_string(mode) + "\n\n"));
+        KIV_Set_csc_mode(kCamera, CSC_Mode_E{mode});
         const Standard& standard = mode <= CSC_BT601_limit_range ? kBT601 : kBT709;
         const bool limited = mode == CSC_BT601_limit_range || mode == CSC_BT709_limit_range;
         Csm expected = sim::engine::initial<Csm>();
@@ -167,8 +160,7 @@ TEST_F(Colour, TheSpaceIsRememberedWhateverTheEngineSays)
     for (int id = 0; id < 8; ++id) {
         EXPECT_EQ(KIV_Get_csc_mode(id), 0) << id;
     }
-    EXPECT_THAT(traces_of([] { KIV_Set_csc_mode(kCamera + 1, CSC_BT709_limit_range); }), // no engine
-                ElementsAre("KIV_Set_csc_mode: csc_mode_val :4\n\n", "KIV_Set_csc_mode: aiq ctx error\n\n"));
+    KIV_Set_csc_mode(kCamera + 1, CSC_BT709_limit_range); // no engine
     EXPECT_EQ(KIV_Get_csc_mode(kCamera + 1), 4);
 
     for (const int mode : {0, 5, -1, INT_MAX, INT_MIN}) { // no name: the engine gets its own settings back

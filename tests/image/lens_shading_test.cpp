@@ -127,9 +127,7 @@ TEST_F(LensShading, TheConfigurationIsRebuiltForTheLens)
             const std::string asked = folder + "/asked";
             const std::string command = "echo x >>" + asked + "; echo " + lens.model;
             isp::seam.lens_command = command.c_str();
-            EXPECT_THAT(traces_of([] { EXPECT_EQ(KIV_Set_shading(kCamera), 0); }),
-                        ElementsAre("KIV_Set_shading: KIV_Set_shading()\n\n", "user_load_shading_file: Enter\n\n",
-                                    "user_load_shading_file: Leave 6936 6936\n\n"));
+            EXPECT_EQ(KIV_Set_shading(kCamera), 0);
             expect_engine(kCamera, expected_block(lens));
             EXPECT_EQ(std::filesystem::file_size(asked), 2) << "the lens is asked once";
             std::filesystem::remove(asked);

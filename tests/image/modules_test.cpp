@@ -7,7 +7,6 @@
 #include <cmath>
 
 using namespace bench;
-using testing::ElementsAre;
 
 namespace
 {
@@ -37,8 +36,7 @@ TEST_F(Modules, SharpnessIsOnePerLevelWithTwoWiderSteps)
     sim::engine::poke(rkipc_aiq_get_ctx(kCamera), expected);
     for (int level = 0; level <= Sharpness_MAX; ++level) {
         SCOPED_TRACE(level);
-        EXPECT_THAT(traces_of([&] { EXPECT_EQ(KIV_Set_sharpness(kCamera, Sharpness_E{level}), 0); }),
-                    ElementsAre("KIV_Set_sharpness: isp_sharpness_val :" + std::to_string(level) + "\n\n"));
+        EXPECT_EQ(KIV_Set_sharpness(kCamera, Sharpness_E{level}), 0);
         fill(expected.stAuto.stParams.sharp_ratio, level + (level >= 3 ? 0.5 : 0.0) + (level == 15 ? 0.5 : 0.0));
         expect_engine(kCamera, expected);
     }
@@ -54,8 +52,7 @@ TEST_F(Modules, CompressionIsAFlatGain)
     expected.opMode = DRC_OPMODE_AUTO;
     for (const int asked : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, -1}) {
         SCOPED_TRACE(asked);
-        EXPECT_THAT(traces_of([&] { EXPECT_EQ(KIV_Set_drc(kCamera, DRC_E{asked}), 0); }),
-                    ElementsAre("KIV_Set_drc: isp_drcstrenth_val:" + std::to_string(asked) + "\n\n"));
+        EXPECT_EQ(KIV_Set_drc(kCamera, DRC_E{asked}), 0);
         const int level = asked < 0 || asked > 8 ? 8 : asked;
         EXPECT_EQ(stored(kCamera, "drc"), level);
         fill(expected.stAutoV30.DrcTuningPara.DrcGain.DrcGain, 1.0 + 0.15 * level);
@@ -82,11 +79,6 @@ TEST_F(Modules, SpatialNoiseReduction)
         }
         expect_engine(kCamera, expected);
     }
-    EXPECT_THAT(traces_of([] { KIV_Set_nr2d(kCamera, NR2D_AUTO); }),
-                ElementsAre("KIV_Set_shading: KIV_Set_shading()\n\n", "KIV_Set_nr2d: isp_nr2dlevel_val :0x6\n\n",
-                            "KIV_Set_nr2d: "
-                            "filter_strength[0]=1.000000,filter_strength[1]=2.000000,filter_strength[2]=4.000000\n\n",
-                            "KIV_Set_nr2d: edgesofts[0]=1.000000,edgesofts[1]=2.000000,edgesofts[2]=4.000000\n\n"));
 }
 
 TEST_F(Modules, TemporalNoiseReduction)
@@ -109,17 +101,6 @@ TEST_F(Modules, TemporalNoiseReduction)
         }
         expect_engine(kCamera, expected);
     }
-}
-
-// The temporal level is traced at the end: after a successful write and without an engine, not after a failure.
-TEST_F(Modules, TemporalNoiseReductionTracesItsLevelLast)
-{
-    const std::string level = "KIV_Set_nr3d: isp_nr3dlevel_val :0x2\n\n";
-    const auto trace = [](int camera) { return traces_of([=] { KIV_Set_nr3d(camera, NR3D_2); }); };
-    EXPECT_THAT(trace(kCamera), ElementsAre("KIV_Set_nr3d: lo_filter_strength[0]=1.200000,lo_filter_strength[1]="
-                                            "1.200000,lo_filter_strength[2]=1.200000\n\n",
-                                            level));
-    EXPECT_THAT(trace(kCamera + 1), ElementsAre("KIV_Set_nr3d: aiq ctx error\n\n", level));
 }
 
 using Curve = uint16_t[RK_AIQ_GAMMA_POINTS];
@@ -175,8 +156,8 @@ TEST_F(Modules, AToneLevelLoadsItsCurve)
     expected.atrrV30.stManual.Gamma_out_offset = 0;
     for (const auto& c : kCases) {
         SCOPED_TRACE(c.level);
-        EXPECT_THAT(traces_of([&] { EXPECT_EQ(KIV_Set_gamma(kCamera, Gamma_Level_E{c.level}), 0); }),
-                    testing::ElementsAre("KIV_Set_gamma: isp_gamma_val :" + std::to_string(c.stored) + "\n\n"));
+        EXPECT_EQ(KIV_Set_gamma(kCamera, Gamma_Level_E{c.level}), 0);
+        EXPECT_EQ(stored(kCamera, "gamma"), c.stored);
         std::ranges::copy(c.curve, expected.atrrV30.stManual.Gamma_curve);
         expect_engine(kCamera, expected);
     }

@@ -21,8 +21,9 @@ using Lines = std::vector<std::string>;
 Lines log_lines(const std::string& folder)
 {
     static const std::pair<std::regex, const char*> kReplaced[] = {
+        {std::regex("^(\\d+) +(\\w+) (!+\\[)\\2_\\1"), "$2: $3$2_N"}, // repeats function and line
         {std::regex("^\\[module (\\w+) \\+\\d+ *\\]|^\\d+ +(\\w+) "), "$1$2: "},
-        {std::regex("(quenvar +\\w+:|\\[\\w+_|: line )\\d+"), "$1N"},
+        {std::regex("(quenvar +\\w+:|: line )\\d+"), "$1N"},
         {std::regex("\n"), "\\n"},
     };
     Lines lines;

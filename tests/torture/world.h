@@ -74,7 +74,14 @@ public:
             }
             bench::store(camera, "exposure_mode", exposure_mode_of(variant));
             bench::store(camera, "wb_mode", wb_mode_of(variant));
-            bench::store(camera, "antiflicker", variant % 3);
+            for (const auto& [name, value] : {std::pair{"antiflicker", variant % 3},
+                                              {"rgain_tuning", 12},
+                                              {"bgain_tuning", 7},
+                                              {"temperature", 25},
+                                              {"rgain_onepush", 1957},
+                                              {"bgain_onepush", 2300}}) {
+                bench::store(camera, name, value);
+            }
         }
     }
     void TestBody() override {}

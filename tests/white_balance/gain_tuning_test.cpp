@@ -93,46 +93,4 @@ TEST_F(GainTuning, WhatIsStored)
     }
 }
 
-// Red tuning 12 and blue tuning 7: the traces show the steps, 2 and -3.
-TEST_F(GainTuning, TracesShowTheSteps)
-{
-    const struct {
-        const char* name;
-        int level;
-        int mode;
-        std::string messages; // the last ones
-    } rows[] = {
-        {"wb_mode", AUTO_WHITE_BALANCE, 0,
-         "isp_wbmode called: isp_wbmode_val = 0 \n\n00000cam_rgaintuning :2,cam_bgaintuning :-3\n"
-         "wbGainOffset_Rgain :0.050000,wbGainOffset_Bgain :-0.090000\nleave\n"},
-        {"wb_mode", ONE_PUSH_WHITE_BALANCE, 0,
-         "get_onepush_rgain():1000\nget_onepush_bgain():2000\ncur_rgaintuning:2\ncur_bgaintuning:-3\nleave\n"},
-        {"wb_mode", TEMPERATURE, 0,
-         "TEMPERATURE\nenter WBmode_TEMPERATURE_isp_wbmode_val is :32\nvalue:25\n"
-         "111111TEMPERATURE_cur_wb_temperature is :25\n"},
-        {"rgain_tuning", 12, AUTO_WHITE_BALANCE,
-         "osd_rgaintuning_val :0xc\n\n00000cam_rgaintuning :2,cam_bgaintuning :-3\n"
-         "wbGainOffset_Rgain :0.050000,wbGainOffset_Bgain :-0.090000\n"},
-        {"bgain_tuning", 7, AUTO_WHITE_BALANCE,
-         "osd_bgaintuning_val :0x7\n\n11111cam_rgaintuning :2,cam_bgaintuning :-3\n"
-         "isp_id :1,wbGainOffset_Rgain :0.060000,wbGainOffset_Bgain :-0.090000\ncam_wb_mode: 0 \n"},
-        {"rgain_tuning", 12, TEMPERATURE, "rgain = 1.500622,ggain = 1.000000, bgain = 1.763567\n"},
-        {"bgain_tuning", 7, TEMPERATURE, "rgain = 1.500622, bgain = 1.763567\ncam_wb_mode: 32 \n"},
-        {"ggain_tuning", 12, TEMPERATURE, "isp_wbmode called: isp_wbmode_val = 32 \n\nosd_ggaintuning_val :0xc\n\n"},
-        {"rgain", 64, MANUAL_WHITE_BALANCE, "u16Rgain:1.003500\n\n"},
-    };
-    store(kCamera, "rgain_onepush", 1000);
-    store(kCamera, "bgain_onepush", 2000);
-    store(kCamera, "temperature", 25);
-    tuning(12, 7);
-    for (const auto& [name, level, mode, messages] : rows) {
-        store(kCamera, "wb_mode", mode);
-        std::string traced;
-        for (const std::string& trace : traces_of([&] { EXPECT_EQ(set(kCamera, name, level), 0); })) {
-            traced += trace.substr(trace.find(": ") + 2); // without the function
-        }
-        EXPECT_THAT(traced, ::testing::EndsWith(messages));
-    }
-}
-
 } // namespace
