@@ -276,6 +276,8 @@ def main():
     parser.add_argument("--seed", type=int, default=1, metavar="N", help="of the sample")
     parser.add_argument("--files", nargs="+", metavar="TEXT", help="only source files whose path holds one of these")
     parser.add_argument("--tests", nargs="+", metavar="TEXT", help="only test programs whose path holds one of these")
+    parser.add_argument("--again", type=Path, metavar="OUTPUT",
+                        help="only those that nobody noticed in an earlier run with this output")
     parser.add_argument("--kinds", nargs="+", choices=["constant", "comparison", "sign", "order", "dropped"])
     parser.add_argument("--longest", type=float, default=20.0, metavar="SECONDS",
                         help="leave out test programs that take longer")
@@ -305,6 +307,9 @@ def choose(options):
              (not options.files or any(text in str(p) for text in options.files))]
     mutants = [m for p in paths for m in mutants_of(ROOT, p) if not options.kinds or m.kind in options.kinds]
     total = len(mutants)
+    if options.again:
+        unnoticed = options.again.read_text().splitlines()
+        mutants = [m for m in mutants if f"unnoticed  {m}" in unnoticed]
     if options.sample:
         mutants = [m for m in mutants if not m.known()]
     if options.sample and options.sample < len(mutants):

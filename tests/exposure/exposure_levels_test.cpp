@@ -80,10 +80,12 @@ TEST_F(ExposureLevels, ShutterStepsAreTimesInSinglePrecision)
         sim::host::set_vin_fps(kCamera, 25);
         auto manual = ae();
         manual.AecOpType = RK_AIQ_OP_MODE_MANUAL;
+        manual.stAdvanced.SetAeRangeEn = false;
         sim::engine::poke(rkipc_aiq_get_ctx(kCamera), manual);
         sim::inject_fault("rk_aiq_user_api2_ae_setExpSwAttr", 1, -1); // the mode's own write of the type
         EXPECT_EQ(KIV_Set_exposure_mode(kCamera, BRIGHT_PRIORITY), 0);
         EXPECT_EQ(ae().AecOpType, RK_AIQ_OP_MODE_AUTO);
+        EXPECT_TRUE(ae().stAdvanced.SetAeRangeEn);
         EXPECT_EQ(ae().stAuto.stFrmRate.FpsValue, 25.0F);
         EXPECT_EQ(ae().stAdvanced.SetLinAeRange.stExpTimeRange.Max, seconds(30.0));
         EXPECT_EQ(ae().stAdvanced.SetLinAeRange.stExpTimeRange.Min, seconds(fastest)) << maximum;
@@ -136,6 +138,7 @@ TEST_F(ExposureLevels, GainsFollowTheirRules)
 {
     for (int level = 0; level <= 15; ++level) {
         begin(AUTO_EXPOSURE);
+        change<paRange_t>(kCamera, [](auto& range) { range.min = 3.0F; });
         set(kCamera, "gain_limit", level);
         const auto range = held<paRange_t>(kCamera);
         EXPECT_EQ(range.max, level == 0 ? 1.0F : std::min(2.0F * static_cast<float>(level), 22.0F));
@@ -152,20 +155,24 @@ TEST_F(ExposureLevels, GainsFollowTheirRules)
 TEST_F(ExposureLevels, AntiflickerIsOffInShutterPriority)
 {
     const struct {
-        int mode, flicker;
-        bool enable;
-        int frequency;
+        int mode, flicker, frequency; // -1: as it was
     } rows[] = {
-        {AUTO_EXPOSURE, 0, false, 0},    {AUTO_EXPOSURE, 1, true, 1},     {SMART_EXPOSURE, 2, true, 2},
-        {SHUTTER_PRIORITY, 2, false, 0}, {SHUTTER_PRIORITY, 5, false, 0}, {AUTO_EXPOSURE, 5, true, 2}, // as it was
+        {AUTO_EXPOSURE, 0, 0},    {AUTO_EXPOSURE, 1, 1},    {SMART_EXPOSURE, 2, 2},
+        {SHUTTER_PRIORITY, 2, 0}, {SHUTTER_PRIORITY, 5, 0}, {AUTO_EXPOSURE, 5, -1},
     };
-    for (const auto& row : rows) {
-        begin(row.mode);
-        EXPECT_EQ(set(kCamera, "antiflicker", row.flicker), 0);
-        EXPECT_EQ(stored(kCamera, "antiflicker"), row.flicker);
-        EXPECT_EQ(ae().stAuto.stAntiFlicker.enable, row.enable) << row.flicker;
-        EXPECT_EQ(ae().stAuto.stAntiFlicker.Frequency, row.frequency) << row.flicker;
-        EXPECT_EQ(ae().stAuto.stAntiFlicker.Mode, AECV2_ANTIFLICKER_NORMAL_MODE);
+    for (const auto& [mode, flicker, frequency] : rows) {
+        for (const int before : {0, 1, 2}) {
+            begin(mode);
+            change<Uapi_ExpSwAttrV2_t>(kCamera, [before](auto& ae) {
+                ae.stAuto.stAntiFlicker = {before != 0, CalibDb_FlickerFreqV2_t(before), CalibDb_AntiFlickerModeV2_t{}};
+            });
+            EXPECT_EQ(set(kCamera, "antiflicker", flicker), 0);
+            EXPECT_EQ(stored(kCamera, "antiflicker"), flicker);
+            const int expected = frequency < 0 ? before : frequency;
+            EXPECT_EQ(ae().stAuto.stAntiFlicker.enable, expected != 0) << flicker;
+            EXPECT_EQ(ae().stAuto.stAntiFlicker.Frequency, expected) << flicker;
+            EXPECT_EQ(ae().stAuto.stAntiFlicker.Mode, AECV2_ANTIFLICKER_NORMAL_MODE);
+        }
     }
 }
 

@@ -95,12 +95,12 @@ TEST_F(AeFollow, WritesWhatHasChangedTheGainGrowingWithTheZoomInThousandths)
         float time;
         double gain;
     } rows[] = {
-        {1.0F, 0, 0.01F, 1.25},     {1.0F, 13, 0.01F, 1.25},
-        {1.0F, 14, 0.01F, 1.251},   {1.0F, 1000, 0.01F, 1.321},
-        {1.0F, 3311, 0.01F, 1.486}, {1.0F, 6623, 0.01F, 1.722},
-        {4.0F, 6623, 0.01F, 6.138}, {4.0F, 0, 0.01F, 4.25},
-        {4.0F, 0, 0.02F, 4.25},     {16.0F, 0, 0.02F, 16.25},
-        {0.0F, 500, 0.03F, 0.25},   {-1.0F, 0, -1.0F, -0.75}, // what a thread remembers first is no measured value
+        {1.0F, 0, 0.01F, 1.25},     {1.0F, 13, 0.01F, 1.25},    {1.0F, 14, 0.01F, 1.251},
+        {1.0F, 504, 0.01F, 1.285}, // of the latest possible thousandth
+        {1.0F, 1500, 0.01F, 1.357}, {1.0F, 1000, 0.01F, 1.321}, {1.0F, 3311, 0.01F, 1.486},
+        {1.0F, 6623, 0.01F, 1.722}, {4.0F, 6623, 0.01F, 6.138}, {4.0F, 0, 0.01F, 4.25},
+        {4.0F, 0, 0.02F, 4.25},     {16.0F, 0, 0.02F, 16.25},   {0.0F, 500, 0.03F, 0.25},
+        {-1.0F, 0, -1.0F, -0.75}, // what a thread remembers first is no measured value
     };
     KIV_Set_exposure_mode(5, AUTO_EXPOSURE); // the first one of a process writes more
     follow();
@@ -127,12 +127,16 @@ TEST_F(AeFollow, HoldsTheEngineLockForItsCallsAndNeverAsleep)
 {
     follow();
     measure(3.0F, 0.01F);
-    std::atomic<int> locked{0};
+    std::atomic<int> locked{0}, in_detached_thread{0};
     for (const char* function : {kQuery, kGet, kSet}) {
-        sim::at_call(function, 1, [&locked] { locked += pthread_mutex_trylock(&g_aiq_mtx) == EBUSY ? 1 : 0; });
+        sim::at_call(function, 1, [&] {
+            locked += pthread_mutex_trylock(&g_aiq_mtx) == EBUSY ? 1 : 0;
+            in_detached_thread += detached() ? 1 : 0;
+        });
     }
     cycles();
     EXPECT_EQ(locked, 3);
+    EXPECT_EQ(in_detached_thread, 3);
     ASSERT_EQ(pthread_mutex_trylock(&g_aiq_mtx), 0);
     pthread_mutex_unlock(&g_aiq_mtx);
 }
@@ -228,7 +232,7 @@ TEST_F(AeFollow, WithoutAThreadTheModeIsTakenAllTheSame)
         sim::clear_faults();
         ASSERT_EQ(start(), 0);
         sim::await_waiting(1);
-        EXPECT_EQ(cam_ae_follow_pano_thread(), 0);
+        EXPECT_THAT(calls_of([] { EXPECT_EQ(cam_ae_follow_pano_thread(), 0); }), IsEmpty());
         EXPECT_EQ(running(), 1);
         KIV_Set_exposure_mode(0, AUTO_EXPOSURE);
         cycles();

@@ -151,12 +151,6 @@ TEST_F(AwbFollow, Passes)
             EXPECT_NEAR(held_gains(camera).second, wanted.second, tolerance);
         }
     }
-    put_measured(kPano, 1.0F, 2.0F);
-    const std::string traced = "cam_awb_follow_pano_function: quenvar";
-    EXPECT_THAT(traces_of([] { pass(); }),
-                ::testing::IsSupersetOf({traced + "00 rgain=1.000000,bgain=2.000000\n\n",
-                                         traced + "22 rgain=1.000000,bgain=2.000000\n\n",
-                                         traced + "33 pano rgain=1.000000,bgain=2.000000\n\n"}));
 }
 
 TEST_F(AwbFollow, FailuresWithinAPass)
@@ -176,11 +170,15 @@ TEST_F(AwbFollow, FailuresWithinAPass)
         bool meanwhile = false;      // a host stops it, without waiting for the thread
         std::string next = kNothing; // a reading that was acted on is not repeated
     } rows[] = {
-        {{1, 2, 3}, all, ""},
+        {{2, 3, 4}, all, ""},
         {{1, 3, 4}, all, ""},
+        {{1, 2, 4}, all, ""},
+        {{1, 2, 3}, all, ""},
         {{1, 2, 3, 4}, first_words(all, 5) + paused, read_failed},
-        {{5, 6, 7}, all, ""},
         {{6, 7, 8}, all, ""},
+        {{5, 7, 8}, all, ""},
+        {{5, 6, 8}, all, ""},
+        {{5, 6, 7}, all, ""},
         {{5, 6, 7, 8}, first_words(all, 9) + paused, write_failed},
         {{1, 2, 7, 8}, all, ""},
         {{0}, "Query3" + paused, query_failed, 7, false, all},

@@ -25,7 +25,7 @@ constexpr Exception kExceptions[] = {
     {"hue", "acp", Then::goes_on},
     {"luminance", "acp", Then::goes_on},
     {"contrast", "acp_Set", Then::goes_on},
-    {"csc_mode", "", Then::ends}, // has no result
+    {"csc_mode", "", Then::ends},           // has no result
     {"nr2d", "alsc_Get", Then::skips_next}, // the shading file, applied first
     {"nr2d", "alsc_Set", Then::goes_on},
     {"bgain_tuning", "_setAwbGainOffset", Then::ends, -1},

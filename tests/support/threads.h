@@ -48,6 +48,17 @@ inline int threads_named(const std::string& name)
     return count;
 }
 
+/// Whether this thread is detached.
+inline bool detached()
+{
+    int state = PTHREAD_CREATE_JOINABLE;
+    pthread_attr_t attributes;
+    pthread_getattr_np(pthread_self(), &attributes);
+    pthread_attr_getdetachstate(&attributes, &state);
+    pthread_attr_destroy(&attributes);
+    return state == PTHREAD_CREATE_DETACHED;
+}
+
 /// Runs a thread that detaches itself; 0, or -1. A body that ends its thread must not return.
 template <void (*Body)()>
 int on_thread(bool may_return)

@@ -4,8 +4,10 @@
 #include "torture/world.h"
 
 #include <map>
+#include <mutex>
 #include <regex>
 #include <set>
+#include <thread>
 
 namespace
 {
@@ -17,6 +19,16 @@ const std::set<std::string> kSystem = {"open", "read", "write", "fopen", "popen"
 
 using Lines = std::vector<std::string>;
 
+std::mutex logged_mutex;
+Lines logged, logged_by_threads;
+const std::thread::id main_thread = std::this_thread::get_id();
+
+void note_line(int /*level*/, const char* text)
+{
+    const std::lock_guard lock(logged_mutex);
+    (std::this_thread::get_id() == main_thread ? logged : logged_by_threads).push_back(text);
+}
+
 /// The lines that were logged, without source lines and folders; the threads' behind those of others.
 Lines log_lines(const std::string& folder)
 {
@@ -26,18 +38,14 @@ Lines log_lines(const std::string& folder)
         {std::regex("(quenvar +\\w+:|: line )\\d+"), "$1N"},
         {std::regex("\n"), "\\n"},
     };
-    Lines lines;
-    for (const sim::host::LogLine& logged : sim::host::captured_log()) {
-        std::string line = std::regex_replace(logged.text, std::regex(folder), "FOLDER");
+    Lines lines = std::exchange(logged, {});
+    std::ranges::move(std::exchange(logged_by_threads, {}), std::back_inserter(lines));
+    for (std::string& line : lines) {
+        line = std::regex_replace(line, std::regex(folder), "FOLDER");
         for (const auto& [what, by] : kReplaced) {
             line = std::regex_replace(line, what, by);
         }
-        lines.push_back(line);
     }
-    std::ranges::stable_partition(lines, [](const std::string& line) {
-        const std::string function = line.substr(0, line.find(':'));
-        return !function.ends_with("_function") && !function.ends_with("_main");
-    });
     return lines;
 }
 
@@ -52,7 +60,7 @@ Log log_of(const Operation& operation, int variant, bool engines, const std::str
     torture::World world(variant, engines);
     const long threads = bench::threads();
     sim::host::set_module_level(6);
-    sim::host::start_log_capture();
+    sim::host::set_log_callback(note_line);
     sim::start_recording();
     if (!failing.empty()) {
         sim::inject_fault(failing, nth, failing.starts_with("rk_aiq") ? -7 : EIO);
@@ -60,7 +68,7 @@ Log log_of(const Operation& operation, int variant, bool engines, const std::str
     operation.run(variant);
     EXPECT_TRUE(bench::eventually([&] { return bench::threads() <= threads; })) << operation.name;
     sim::stop_recording();
-    sim::host::stop_log_capture();
+    sim::host::set_log_callback(nullptr);
     sim::host::set_module_level(0);
     Log log{.lines = log_lines(world.folder), .calls = {}};
     for (const sim::Call& call : sim::recorded_calls()) {
@@ -151,19 +159,19 @@ TEST(FieldLog, IsWhatThePageSays)
         every_mode += ", " + torture::modes_of(variant);
         every_mode_without += ", " + torture::modes_of(variant) + " and no engine";
     }
-    std::string logged;
+    std::string text;
     for (const Operation& operation : torture::operations()) {
-        logged += entries(operation);
+        text += entries(operation);
     }
     for (const auto& [modes, shorter] : {std::pair{every_mode, ", any mode"}, {every_mode_without, ", no engine"}}) {
-        for (std::size_t at = 0; (at = logged.find(modes, at)) != std::string::npos;) {
-            logged.replace(at, modes.size(), shorter);
+        for (std::size_t at = 0; (at = text.find(modes, at)) != std::string::npos;) {
+            text.replace(at, modes.size(), shorter);
         }
     }
-    std::ofstream("field-log.txt") << logged;
+    std::ofstream("field-log.txt") << text;
 
     std::ifstream page(FIELD_LOG);
-    std::istringstream log(logged);
+    std::istringstream log(text);
     std::string wanted, line, heading;
     while (std::getline(page, wanted) && wanted.starts_with('#')) {
     }

@@ -45,7 +45,8 @@ public:
         lights.d65_pano_bgain = 1.6F;
         lights.d65_close_rgain = lights.d65_3rd_rgain = 1.9F;
         lights.d65_close_bgain = lights.d65_3rd_bgain = 1.5F;
-        lights.rgain_k = lights.bgain_k = lights.rgain_k2 = lights.bgain_k2 = 1.0F;
+        lights.rgain_k = 0.9F, lights.rgain_b = 0.05F, lights.rgain_k2 = 0.8F, lights.rgain_b2 = 0.15F;
+        lights.bgain_k = 1.1F, lights.bgain_b = -0.1F, lights.bgain_k2 = 1.2F, lights.bgain_b2 = -0.2F;
         bench::write_bytes(wb_file, {reinterpret_cast<const char*>(&lights), sizeof lights});
         bench::write_bytes(shading_file, std::string(6936, 1));
         bench::write_bytes(iris_device, std::string(36, 1));
