@@ -37,6 +37,7 @@ class IrisLoop : public Bench
 {
 protected:
     const long threads_before = threads();
+    inline static int zoom = 0; // that the record tells
 
     IrisLoop()
     {
@@ -69,7 +70,9 @@ protected:
         Iris_Info_Param record{};
         record.autoFlag = static_cast<int16_t>(automatic);
         record.curIris = static_cast<int16_t>(iris);
+        record.curZoom = static_cast<int16_t>(zoom);
         std::copy(std::begin(sim::host::kIrisCalibration), std::end(sim::host::kIrisCalibration), record.irisStep);
+        record.irisStep[0] = 799;
         // In place, as a file that is mapped elsewhere.
         std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
         if (!file.is_open()) {
@@ -295,6 +298,7 @@ TEST_F(IrisLoop, KeepsItsFlagsAndPositionsForALaterLoop)
     const auto first = commands(2);
     ASSERT_THAT(first, SizeIs(1)) << "a non-zero step was sent last: one more command";
     EXPECT_EQ(first[0].steps, 0);
+    restart();
     EXPECT_THAT(commands(3), IsEmpty());
 
     expose(1.0F, 1.5F); // ends the opening, then closes; between the gains that start and stop that its cycles command
@@ -305,12 +309,17 @@ TEST_F(IrisLoop, KeepsItsFlagsAndPositionsForALaterLoop)
     publish(500, 0); // a lens that tells nothing of its positions
     restart();
     EXPECT_THAT(commands(3), IsEmpty());
-    for (const auto& [level, widest] : {std::pair{0, 800}, {1, 723}, {11, 638}}) {
+    for (const auto& [level, widest] : {std::pair{0, 799}, {1, 723}, {11, 638}}) {
         EXPECT_EQ(get_max_iris(level), widest);
     }
 
     publish(500);
     store(0, "antiflicker", FLICKER_OFF); // a command in each cycle
+    EXPECT_THAT(commands(2), SizeIs(2));
+    zoom = 3000; // acted on from the eleventh cycle on, the first one maps
+    publish(500);
+    restart();
+    EXPECT_THAT(commands(11), IsEmpty());
     EXPECT_THAT(commands(2), SizeIs(2));
     isp::shared_set<KIV_AUTO_IRIS_CONTROL_CALLBACK>(kiv_auto_iris_cb, nullptr);
     EXPECT_THAT(commands(2), IsEmpty()) << "dropped without a receiver";
