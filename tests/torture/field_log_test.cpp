@@ -3,9 +3,9 @@
 #include "torture/operations.h"
 #include "torture/world.h"
 
+#include <cstdio>
 #include <map>
 #include <mutex>
-#include <regex>
 #include <set>
 #include <thread>
 
@@ -29,23 +29,49 @@ void note_line(int /*level*/, const char* text)
     (std::this_thread::get_id() == main_thread ? logged : logged_by_threads).push_back(text);
 }
 
-/// The lines that were logged, without source lines and folders; the threads' behind those of others.
+void replace(std::string& text, const std::string& what, const std::string& by)
+{
+    for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += by.size()) {
+        text.replace(at, what.size(), by);
+    }
+}
+
+/// Puts N for the source line that follows a marker.
+void hide_line(std::string& text, const std::string& marker)
+{
+    if (const std::size_t at = text.find(marker); at != std::string::npos) {
+        const std::size_t number = at + marker.size();
+        const std::size_t end = std::min(text.find_first_not_of("0123456789", number), text.size());
+        text.replace(number, end - number, "N");
+    }
+}
+
+/// "[module FUNCTION +LINE]MESSAGE", or "LINE FUNCTION MESSAGE", as "FUNCTION: MESSAGE" without source lines.
+std::string shown(const std::string& line, const std::string& folder)
+{
+    int source_line = 0, end = 0;
+    char function[64] = {};
+    if (std::sscanf(line.c_str(), "[module %63s +%d ]%n", function, &source_line, &end) < 2 || end == 0) {
+        std::sscanf(line.c_str(), "%d %63s%n", &source_line, function, &end);
+        ++end; // the blank
+    }
+    const std::string name = function;
+    std::string message = line.substr(static_cast<std::size_t>(end));
+    replace(message, "[" + name + "_" + std::to_string(source_line) + "]", "[" + name + "_N]");
+    hide_line(message, "quenvar " + name + ":");
+    hide_line(message, "quenvar  " + name + ":");
+    hide_line(message, "line ");
+    replace(message, folder, "FOLDER");
+    replace(message, "\n", "\\n");
+    return name + ": " + message;
+}
+
+/// The lines that were logged, the threads' behind those of others.
 Lines log_lines(const std::string& folder)
 {
-    static const std::pair<std::regex, const char*> kReplaced[] = {
-        {std::regex("^(\\d+) +(\\w+) (!+\\[)\\2_\\1"), "$2: $3$2_N"}, // repeats function and line
-        {std::regex("^\\[module (\\w+) \\+\\d+ *\\]|^\\d+ +(\\w+) "), "$1$2: "},
-        {std::regex("(quenvar +\\w+:|: line )\\d+"), "$1N"},
-        {std::regex("\n"), "\\n"},
-    };
     Lines lines = std::exchange(logged, {});
     std::ranges::move(std::exchange(logged_by_threads, {}), std::back_inserter(lines));
-    for (std::string& line : lines) {
-        line = std::regex_replace(line, std::regex(folder), "FOLDER");
-        for (const auto& [what, by] : kReplaced) {
-            line = std::regex_replace(line, what, by);
-        }
-    }
+    std::ranges::transform(lines, lines.begin(), [&](const std::string& line) { return shown(line, folder); });
     return lines;
 }
 
@@ -164,9 +190,7 @@ TEST(FieldLog, IsWhatThePageSays)
         text += entries(operation);
     }
     for (const auto& [modes, shorter] : {std::pair{every_mode, ", any mode"}, {every_mode_without, ", no engine"}}) {
-        for (std::size_t at = 0; (at = text.find(modes, at)) != std::string::npos;) {
-            text.replace(at, modes.size(), shorter);
-        }
+        replace(text, modes, shorter);
     }
     std::ofstream("field-log.txt") << text;
 
