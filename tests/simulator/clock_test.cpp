@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -12,27 +12,15 @@
 namespace
 {
 
-// What happened, in order; "NAME@MILLISECONDS".
-class Log
-{
-public:
-    explicit Log(sim::Microseconds start) : start_(start) {}
+// What happened, in order; "NAME@MILLISECONDS". Without a lock: in virtual time one thread is at work at a time.
+struct Log {
     void add(const std::string& name)
     {
-        const std::lock_guard lock(mutex_);
-        const sim::Microseconds at = (sim::now() - start_) / 1000;
-        lines_.push_back(name + "@" + std::to_string(at));
-    }
-    std::vector<std::string> lines()
-    {
-        const std::lock_guard lock(mutex_);
-        return lines_;
+        lines.push_back(name + "@" + std::to_string((sim::now() - start) / 1000));
     }
 
-private:
-    sim::Microseconds start_;
-    std::mutex mutex_;
-    std::vector<std::string> lines_;
+    const sim::Microseconds start = sim::now();
+    std::vector<std::string> lines;
 };
 
 class ClockTest : public testing::Test
@@ -45,7 +33,6 @@ protected:
     }
     ~ClockTest() override
     {
-        sim::use_virtual_time();
         // Threads that ended have left by now or are about to.
         while (sim::taking_part() > 1) {
             std::this_thread::yield();
@@ -78,26 +65,24 @@ TEST_F(ClockTest, OneThreadDrivesTimeByWaiting)
 TEST_F(ClockTest, EventsHappenInOrderAtEveryRun)
 {
     const auto run = [] {
-        Log log(sim::now());
+        Log log;
         const int tick = sim::every(10'000, [&] { log.add("tick"); });
-        std::thread a([&] {
-            for (int i = 0; i < 3; ++i) {
-                ms(10);
-                log.add("a");
-            }
-        });
+        const auto waiter = [&log](const char* name, int milliseconds, int times) {
+            return std::thread([=, &log] {
+                for (int i = 0; i < times; ++i) {
+                    ms(milliseconds);
+                    log.add(name);
+                }
+            });
+        };
+        std::thread a = waiter("a", 10, 3);
         sim::await_waiting(1);
-        std::thread b([&] {
-            ms(15);
-            log.add("b");
-            ms(15);
-            log.add("b");
-        });
+        std::thread b = waiter("b", 15, 2);
         sim::await_waiting(2);
         for (int i = 0; i < 1000; ++i) {
             std::this_thread::yield(); // time stands still while this thread works
         }
-        EXPECT_TRUE(log.lines().empty());
+        EXPECT_TRUE(log.lines.empty());
         EXPECT_EQ(sim::waiting_threads(), 2);
         EXPECT_EQ(sim::taking_part(), 3);
         ms(35);
@@ -105,7 +90,7 @@ TEST_F(ClockTest, EventsHappenInOrderAtEveryRun)
         sim::cancel(tick);
         join(a);
         join(b);
-        return log.lines();
+        return log.lines;
     };
     const std::vector<std::string> expected{"tick@10", "a@10", "b@15", "tick@20", "a@20",
                                             "tick@30", "b@30", "a@30", "main@35"};
@@ -116,7 +101,7 @@ TEST_F(ClockTest, EventsHappenInOrderAtEveryRun)
 
 TEST_F(ClockTest, TicksMayChangeTicks)
 {
-    Log log(sim::now());
+    Log log;
     int second = 0;
     int first = 0;
     first = sim::every(10'000, [&] {
@@ -130,7 +115,7 @@ TEST_F(ClockTest, TicksMayChangeTicks)
     ms(32);
     sim::cancel(second);
     ms(100);
-    EXPECT_EQ(log.lines(),
+    EXPECT_EQ(log.lines,
               (std::vector<std::string>{"first@10", "second@15", "first@20", "second@20", "second@25", "second@30"}));
 }
 
@@ -153,21 +138,19 @@ TEST_F(ClockTest, PacedTimeRunsEveryTickInItsOwnTime)
 // Threads wait throughout while the way time passes changes under them.
 TEST_F(ClockTest, SwitchingLosesNoWakeUp)
 {
-    constexpr int kThreads = 4;
     std::atomic<bool> stop{false};
     std::atomic<int> waits{0};
     std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&, t] {
-            while (!stop) {
-                sim::wait(1000 + 77 * t);
-                ++waits;
+    for (const int microseconds : {1000, 1077, 1154, 1231}) {
+        threads.emplace_back([&, microseconds] {
+            for (; !stop; ++waits) {
+                sim::wait(microseconds);
             }
         });
     }
     std::atomic<int> ticks{0};
     const int tick = sim::every(3000, [&] { ++ticks; });
-    sim::await_waiting(kThreads);
+    sim::await_waiting(4);
     sim::Microseconds last = sim::now();
     for (int i = 0; i < 40; ++i) {
         const int before = waits;
@@ -179,8 +162,7 @@ TEST_F(ClockTest, SwitchingLosesNoWakeUp)
             sim::wait(1000);
         }
     }
-    // A tick may switch too.
-    for (const bool paced : {true, false, true, false}) {
+    for (const bool paced : {true, false, true, false}) { // a tick may switch too
         const int once = sim::every(1000, [=] { paced ? sim::use_paced_time(1000.0) : sim::use_virtual_time(); });
         sim::wait(2500);
         sim::cancel(once);
@@ -190,9 +172,7 @@ TEST_F(ClockTest, SwitchingLosesNoWakeUp)
     sim::cancel(tick);
     EXPECT_GT(ticks, 20);
     stop = true;
-    for (std::thread& thread : threads) {
-        join(thread);
-    }
+    std::ranges::for_each(threads, join);
 }
 
 } // namespace
