@@ -29,29 +29,41 @@ using namespace sim::picture;
 using testing::ElementsAre;
 using testing::FloatNear;
 
-constexpr int kWidth = 320;
-constexpr int kHeight = 240;
-
-Image shown(const Look& look)
-{
-    return render(look, kWidth, kHeight);
-}
-
 Colour patch(const Image& image, int number)
 {
     return mean_colour(image, patch_area(image, number));
 }
 
+/// A look to change, and how it was shown at first.
+class Picture : public testing::Test
+{
+protected:
+    Image shown() const
+    {
+        return render(look, 320, 240);
+    }
+    Colour shown_patch(int number) const
+    {
+        return patch(shown(), number);
+    }
+    double measured(Region region, double (*measure)(const Image&, Area)) const
+    {
+        const Image image = shown();
+        return measure(image, region_area(image, region));
+    }
+    double noise() const
+    {
+        return measured(Region::flat, luma_deviation);
+    }
+
+    Look look = neutral_look();
+    const Image plain = shown();
+};
+
 /// Distance of a colour from grey: its largest channel less its smallest.
 float cast(const Colour& c)
 {
     return std::max({c.red, c.green, c.blue}) - std::min({c.red, c.green, c.blue});
-}
-
-double noise(const Look& look)
-{
-    const Image image = shown(look);
-    return luma_deviation(image, region_area(image, Region::flat));
 }
 
 void set_nr2d(Look& look, float strength)
@@ -114,17 +126,16 @@ void set_grids(Grids& grids, double share)
     }
 }
 
-TEST(Picture, GreysAreGreyAndInOrderInANeutralLook)
+TEST_F(Picture, GreysAreGreyAndInOrderInANeutralLook)
 {
-    const Image image = shown(neutral_look());
     for (int i = kWhitePatch; i <= kBlackPatch; ++i) {
-        EXPECT_LT(cast(patch(image, i)), 0.002F) << patch_name(i);
-        EXPECT_TRUE(i == kWhitePatch || patch(image, i).green < patch(image, i - 1).green - 0.05F) << patch_name(i);
+        EXPECT_LT(cast(patch(plain, i)), 0.002F) << patch_name(i);
+        EXPECT_TRUE(i == kWhitePatch || patch(plain, i).green < patch(plain, i - 1).green - 0.05F) << patch_name(i);
     }
-    EXPECT_GT(cast(patch(image, 0)), 0.1F) << "a colour is not grey";
+    EXPECT_GT(cast(patch(plain, 0)), 0.1F) << "a colour is not grey";
 }
 
-TEST(Picture, OnlyTheRightGainsBalanceALight)
+TEST_F(Picture, OnlyTheRightGainsBalanceALight)
 {
     const struct {
         double neutral_red, neutral_blue;
@@ -136,11 +147,10 @@ TEST(Picture, OnlyTheRightGainsBalanceALight)
         {1.0, 1.0, {1.0F, 1.6F, 1.0F, 1.0F}, -1.0F, -1.0F}, {1.0, 1.0, {1.0F, 1.0F, 1.6F, 1.0F}, -1.0F, -1.0F},
     };
     for (const auto& [red, blue, gain, red_cast, blue_cast] : cases) {
-        Look look = neutral_look();
         look.neutral_red = red;
         look.neutral_blue = blue;
         look.wb_gain = gain;
-        const Colour grey = patch(shown(look), kMidGreyPatch);
+        const Colour grey = shown_patch(kMidGreyPatch);
         for (const auto& [excess, sign] :
              {std::pair(grey.red - grey.green, red_cast), {grey.blue - grey.green, blue_cast}}) {
             EXPECT_TRUE(sign == 0.0F ? std::abs(excess) < 0.003F : excess * sign > 0.03F)
@@ -149,13 +159,11 @@ TEST(Picture, OnlyTheRightGainsBalanceALight)
     }
 }
 
-TEST(Picture, ColourProcessing)
+TEST_F(Picture, ColourProcessing)
 {
-    const Image plain = shown(neutral_look());
-    const auto processed = [](uint8_t brightness, uint8_t contrast, uint8_t saturation, uint8_t hue) {
-        Look look = neutral_look();
+    const auto processed = [this](uint8_t brightness, uint8_t contrast, uint8_t saturation, uint8_t hue) {
         look.acp = {{}, brightness, contrast, saturation, hue};
-        return shown(look);
+        return shown();
     };
     const Image colourless = processed(128, 128, 0, 128);
     const Image vivid = processed(128, 128, 160, 128);
@@ -183,30 +191,27 @@ TEST(Picture, ColourProcessing)
     EXPECT_NEAR((grey(hard, 20) - grey(hard, 22)) / (grey(plain, 20) - grey(plain, 22)), 170.0 / 128.0, 0.01);
 }
 
-TEST(Picture, AManualToneCurveReplacesTheDefault)
+TEST_F(Picture, AManualToneCurveReplacesTheDefault)
 {
-    Look look = neutral_look();
-    const auto level = [&look](int number) { return patch(shown(look), number).green; };
     for (const double exponent : {0.40, 0.63, 1.0}) {
         set_gamma(look, exponent);
-        EXPECT_NEAR(level(kMidGreyPatch), std::pow(0.19, exponent), 0.004) << exponent;
-        EXPECT_NEAR(level(kBlackPatch), std::pow(0.03, exponent), 0.004) << exponent;
+        EXPECT_NEAR(shown_patch(kMidGreyPatch).green, std::pow(0.19, exponent), 0.004) << exponent;
+        EXPECT_NEAR(shown_patch(kBlackPatch).green, std::pow(0.03, exponent), 0.004) << exponent;
     }
     look.exposure = 0.5;
-    EXPECT_NEAR(level(kWhitePatch), 0.45, 0.003) << "half the light";
+    EXPECT_NEAR(shown_patch(kWhitePatch).green, 0.45, 0.003) << "half the light";
     look.exposure = 1.0;
     look.gamma.atrrV30.mode = GAMMA_MODE_AUTO;
-    EXPECT_NEAR(level(kMidGreyPatch), 0.473, 0.003) << "19 % through the sRGB curve";
+    EXPECT_NEAR(shown_patch(kMidGreyPatch).green, 0.473, 0.003) << "19 % through the sRGB curve";
 }
 
-TEST(Picture, RangeCompressionLiftsShadowsMoreThanWhite)
+TEST_F(Picture, RangeCompressionLiftsShadowsMoreThanWhite)
 {
-    Look look = neutral_look();
     look.drc.stAutoV30.DrcTuningPara.Enable = true;
-    const Image plain = shown(look);
+    const Image enabled = shown();
     std::ranges::fill(look.drc.stAutoV30.DrcTuningPara.DrcGain.DrcGain, 2.2F);
-    const Image lifted = shown(look);
-    const auto ratio = [&](int i) { return patch(lifted, i).green / patch(plain, i).green; };
+    const Image lifted = shown();
+    const auto ratio = [&](int i) { return patch(lifted, i).green / patch(enabled, i).green; };
     EXPECT_GT(ratio(kBlackPatch), 1.3F);
     EXPECT_GT(ratio(kBlackPatch), ratio(kMidGreyPatch));
     EXPECT_NEAR(ratio(kWhitePatch), 1.0F, 0.02F);
@@ -215,82 +220,72 @@ TEST(Picture, RangeCompressionLiftsShadowsMoreThanWhite)
     }
 }
 
-TEST(Picture, NoiseGrowsWithGainAndShrinksWithEitherFilter)
+TEST_F(Picture, NoiseGrowsWithGainAndShrinksWithEitherFilter)
 {
-    Look look = neutral_look();
     double before = 0.0;
     for (const double gain : {1.0, 4.0, 16.0, 64.0}) {
         look.sensor_gain = gain;
-        EXPECT_GT(noise(look), 1.5 * before) << gain;
-        before = noise(look);
+        EXPECT_GT(noise(), 1.5 * before) << gain;
+        before = noise();
     }
-
-    Look linear = neutral_look();
-    set_gamma(linear, 1.0);
-    const Image image = shown(linear);
-    EXPECT_GT(luma_deviation(image, patch_area(image, kWhitePatch)),
-              2.0 * luma_deviation(image, patch_area(image, kBlackPatch)))
-        << "light itself is noisy";
-
-    look.sensor_gain = 16.0;
-    const double unfiltered = noise(look);
-    before = unfiltered;
+    const double unfiltered = before;
     for (const float strength : {0.5F, 1.5F, 3.0F, 7.0F}) {
         set_nr2d(look, strength);
-        EXPECT_LT(noise(look), 0.97 * before) << "2D " << strength;
-        before = noise(look);
+        EXPECT_LT(noise(), 0.97 * before) << "2D " << strength;
+        before = noise();
     }
     look.nr2d.stAuto.st2DParams.enable = 0;
-    EXPECT_EQ(noise(look), unfiltered);
+    EXPECT_EQ(noise(), unfiltered);
     for (const float strength : {0.0F, 0.6F, 3.0F, 6.0F}) {
         set_nr3d(look, strength);
-        EXPECT_NEAR(noise(look), unfiltered / std::sqrt(1.0 + strength), 0.03 * unfiltered) << "3D " << strength;
+        EXPECT_NEAR(noise(), unfiltered / std::sqrt(1.0 + strength), 0.03 * unfiltered) << "3D " << strength;
     }
+
+    look = neutral_look();
+    set_gamma(look, 1.0);
+    const Image linear = shown();
+    EXPECT_GT(luma_deviation(linear, patch_area(linear, kWhitePatch)),
+              2.0 * luma_deviation(linear, patch_area(linear, kBlackPatch)))
+        << "light itself is noisy";
 }
 
-TEST(Picture, FiltersTakeTheStrengthOfTheGainsIsoStep)
+TEST_F(Picture, FiltersTakeTheStrengthOfTheGainsIsoStep)
 {
     for (const double gain : {15.0, 16.0, 31.0, 32.0}) {
-        Look look = neutral_look();
         look.sensor_gain = gain;
-        const double unfiltered = noise(look);
         set_nr3d(look, 0.0F);
+        const double unfiltered = noise();
         look.nr3d.stAuto.st3DParams.lo_filter_strength[4] = 8.0F; // ISO 800: gain 16 up to below 32
         look.nr3d.stAuto.st3DParams.hi_filter_strength[4] = 8.0F;
-        EXPECT_EQ(noise(look) < 0.5 * unfiltered, gain >= 16.0 && gain < 32.0) << gain;
+        EXPECT_EQ(noise() < 0.5 * unfiltered, gain >= 16.0 && gain < 32.0) << gain;
     }
 }
 
-TEST(Picture, SharpeningSteepensEdgesAndSpatialFilteringSoftensThem)
+TEST_F(Picture, SharpeningSteepensEdgesAndSpatialFilteringSoftensThem)
 {
-    const auto star = [](const Look& look, double (*measure)(const Image&, Area)) {
-        const Image image = shown(look);
-        return measure(image, region_area(image, Region::star));
-    };
-    Look look = neutral_look();
-    const double plain = star(look, steepest_edge);
-    double before = plain;
+    const double unsharpened = measured(Region::star, steepest_edge);
+    double before = unsharpened;
     for (const float ratio : {1.0F, 3.5F, 6.5F}) {
         set_sharp(look, ratio);
-        EXPECT_GT(star(look, steepest_edge), 1.02 * before) << ratio;
-        before = star(look, steepest_edge);
+        const double edge = measured(Region::star, steepest_edge);
+        EXPECT_GT(edge, 1.02 * before) << ratio;
+        before = edge;
     }
     look.sharp.eMode = ASHARP4_OP_MODE_OFF;
-    EXPECT_EQ(star(look, steepest_edge), plain);
+    EXPECT_EQ(measured(Region::star, steepest_edge), unsharpened);
     look.sensor_gain = 16.0;
-    const double unfiltered = star(look, luma_deviation);
+    const double unfiltered = measured(Region::star, luma_deviation);
     set_nr2d(look, 7.0F);
-    EXPECT_LT(star(look, luma_deviation), 0.9 * unfiltered);
+    EXPECT_LT(measured(Region::star, luma_deviation), 0.9 * unfiltered);
 }
 
-TEST(Picture, ShadingCorrectionFlattensTheFallOff)
+TEST_F(Picture, ShadingCorrectionFlattensTheFallOff)
 {
-    Look look = neutral_look();
     set_gamma(look, 1.0);
     look.fall_off = {0.66F, 0.54F, 0.50F};
     // The frame around the patches, its corner against its mid-left, and a patch in the middle.
-    const auto measured = [&look] {
-        const Image image = shown(look);
+    const auto levels = [this] {
+        const Image image = shown();
         const Colour corner = mean_colour(image, {0, 0, 8, 8});
         const Colour side = mean_colour(image, {0, 114, 8, 126});
         return std::vector{corner.red / side.red, corner.green / side.green, corner.blue / side.blue,
@@ -298,7 +293,7 @@ TEST(Picture, ShadingCorrectionFlattensTheFallOff)
     };
     const auto even = FloatNear(1.0F, 0.03F);
     const auto flat = ElementsAre(even, even, even, FloatNear(0.9F, 0.01F));
-    const std::vector<float> raw = measured();
+    const std::vector<float> raw = levels();
     const auto untouched = testing::Pointwise(FloatNear(1.0e-4F), raw);
     EXPECT_LT(raw[1], 0.75F);
     EXPECT_LT(raw[0], raw[2]);
@@ -318,53 +313,49 @@ TEST(Picture, ShadingCorrectionFlattensTheFallOff)
         illuminant.wbGain[1] = i == 0 ? 1.8F : 1.0F;
         set_grids(table, i);
     }
-    EXPECT_THAT(measured(), untouched) << "bypassed";
+    EXPECT_THAT(levels(), untouched) << "bypassed";
     lsc.byPass = false;
-    EXPECT_THAT(measured(), flat);
+    EXPECT_THAT(levels(), flat);
     lsc.stAuto.common.enable = false;
-    EXPECT_THAT(measured(), untouched) << "disabled";
+    EXPECT_THAT(levels(), untouched) << "disabled";
     lsc.stAuto.common.enable = true;
     look.wb_gain.rgain = 1.0F;
     look.wb_gain.bgain = 2.9F;
-    EXPECT_THAT(measured(), untouched) << "the tungsten table";
+    EXPECT_THAT(levels(), untouched) << "the tungsten table";
 
     lsc.mode = RK_AIQ_LSC_MODE_MANUAL;
     look.wb_gain = neutral_look().wb_gain;
     set_grids(lsc.stManual, 1.0);
-    EXPECT_THAT(measured(), flat);
+    EXPECT_THAT(levels(), flat);
 }
 
-TEST(Picture, OnlyFullRangeBt709SuitsTheDisplay)
+TEST_F(Picture, OnlyFullRangeBt709SuitsTheDisplay)
 {
-    const Image plain = shown(neutral_look());
-    Look look = neutral_look();
     set_matrix(look, 0, {0.2126F, 0.7152F, 0.0722F, -0.1146F, -0.3854F, 0.5F, 0.5F, -0.4542F, -0.0458F});
-    const Image matching = shown(look);
+    const Image matching = shown();
     for (int i = 0; i < kPatches; ++i) {
         EXPECT_NEAR(patch(matching, i).red, patch(plain, i).red, 0.003) << patch_name(i);
         EXPECT_NEAR(patch(matching, i).blue, patch(plain, i).blue, 0.003) << patch_name(i);
     }
     set_matrix(look, 16, {0.1826F, 0.6142F, 0.062F, -0.1006F, -0.3386F, 0.4392F, 0.4392F, -0.3989F, -0.0403F});
-    const Image limited = shown(look);
     for (const int i : {kWhitePatch, kMidGreyPatch, kBlackPatch}) {
-        EXPECT_NEAR(patch(limited, i).green, 16.0 / 255.0 + 219.0 / 255.0 * patch(plain, i).green, 0.004);
+        EXPECT_NEAR(shown_patch(i).green, 16.0 / 255.0 + 219.0 / 255.0 * patch(plain, i).green, 0.004);
     }
     set_matrix(look, 0, {0.299F, 0.587F, 0.114F, -0.169F, -0.331F, 0.5F, 0.5F, -0.419F, -0.081F});
-    const Image other = shown(look);
-    EXPECT_LT(cast(patch(other, kMidGreyPatch)), 0.003F);
-    EXPECT_GT(std::abs(patch(other, 13).green - patch(plain, 13).green), 0.02F) << "greens differ";
+    EXPECT_LT(cast(shown_patch(kMidGreyPatch)), 0.003F);
+    EXPECT_GT(std::abs(shown_patch(13).green - patch(plain, 13).green), 0.02F) << "greens differ";
 }
 
-TEST(Picture, AnyBlockContentGivesAPicture)
+TEST_F(Picture, AnyBlockContentGivesAPicture)
 {
-    const auto in_range = [](const Image& image) {
-        return image.pixels.size() == 64U * 48U && std::ranges::all_of(image.pixels, [](const Colour& c) {
-                   const auto shows = [](float level) { return level >= 0.0F && level <= 1.0F; };
-                   return shows(c.red) && shows(c.green) && shows(c.blue);
-               });
+    const auto expect_picture = [this] {
+        const std::vector<Colour> pixels = render(look, 64, 48).pixels;
+        EXPECT_EQ(pixels.size(), 64U * 48U);
+        const auto shows = [](float level) { return level >= 0.0F && level <= 1.0F; };
+        EXPECT_TRUE(std::ranges::all_of(
+            pixels, [&](const Colour& c) { return shows(c.red) && shows(c.green) && shows(c.blue); }));
     };
     for (const float bad : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(), -1.0F}) {
-        Look look = neutral_look();
         std::memset(&look.lsc, 0x7F, sizeof look.lsc); // endless names and lengths
         look.lsc.byPass = false;
         look.lsc.stAuto.common.enable = true;
@@ -378,15 +369,15 @@ TEST(Picture, AnyBlockContentGivesAPicture)
         set_matrix(look, -1000, {bad, bad, bad, bad, bad, bad, bad, bad, bad});
         look.wb_gain = {bad, bad, bad, bad};
         look.neutral_red = look.neutral_blue = look.exposure = look.sensor_gain = static_cast<double>(bad);
-        EXPECT_TRUE(in_range(render(look, 64, 48))) << bad;
+        expect_picture();
     }
-    EXPECT_TRUE(in_range(render(Look{}, 64, 48)));
+    look = Look{};
+    expect_picture();
 }
 
-TEST(Picture, SizesWithoutAPictureGiveNone)
+TEST_F(Picture, SizesWithoutAPictureGiveNone)
 {
-    const Look look = neutral_look();
-    for (const auto& [width, height] : {std::pair(0, 10), std::pair(10, -1), std::pair(kMaxSide + 1, 10)}) {
+    for (const auto& [width, height] : {std::pair(0, 10), {10, -1}, {kMaxSide + 1, 10}}) {
         EXPECT_TRUE(render(look, width, height).pixels.empty());
     }
     for (const int side : {1, 2, 7}) {
@@ -396,13 +387,13 @@ TEST(Picture, SizesWithoutAPictureGiveNone)
     }
     EXPECT_TRUE(contact_sheet({}, 3).pixels.empty());
     EXPECT_TRUE(side_by_side({{"none", Image{}}}).pixels.empty());
-    EXPECT_TRUE(
-        side_by_side({{"wide", render(look, kMaxSide, 1)}, {"wide", render(look, kMaxSide, 1)}}).pixels.empty());
+    const Image wide = render(look, kMaxSide, 1);
+    EXPECT_TRUE(side_by_side({{"wide", wide}, {"wide", wide}}).pixels.empty());
 }
 
-TEST(Picture, SheetsHoldTheImagesUnderTheirLabels)
+TEST_F(Picture, SheetsHoldTheImagesUnderTheirLabels)
 {
-    const Image small = render(neutral_look(), 160, 120);
+    const Image small = render(look, 160, 120);
     const Image pair = side_by_side({{"", small}, {"plain", small}});
     const Image sheet = contact_sheet({{"a", small}, {"b", small}, {"c", small}}, 2);
     EXPECT_EQ(sheet.width, pair.width);
@@ -423,21 +414,20 @@ TEST(Picture, SheetsHoldTheImagesUnderTheirLabels)
     EXPECT_GT(luma_deviation(pair, {gap + small.width, 0, pair.width, top}), 0.01) << "the label's ink";
 }
 
-TEST(Picture, FilesAppearWholeOrNotAtAll)
+TEST_F(Picture, FilesAppearWholeOrNotAtAll)
 {
     namespace fs = std::filesystem;
     const fs::path folder = fs::path(testing::TempDir()) / "picture_test";
     fs::remove_all(folder);
     fs::create_directories(folder / "taken.png" / "inner");
-    const Image image = render(neutral_look(), 64, 48);
     const std::string good = folder / "chart.png";
-    EXPECT_EQ(write_png(good, image), "");
+    EXPECT_EQ(write_png(good, plain), "");
     std::string head(24, '\0');
     std::ifstream(good, std::ios::binary).read(head.data(), 24);
-    EXPECT_EQ(head, std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\0\x40\0\0\0\x30", 24));
+    EXPECT_EQ(head, std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\1\x40\0\0\0\xF0", 24));
     for (const auto& [name, reason] : {std::pair("missing/chart.png", "No such file"), {"taken.png", "directory"}}) {
         const std::string path = folder / name;
-        EXPECT_THAT(write_png(path, image), testing::AllOf(testing::StartsWith(path), testing::HasSubstr(reason)));
+        EXPECT_THAT(write_png(path, plain), testing::AllOf(testing::StartsWith(path), testing::HasSubstr(reason)));
     }
     EXPECT_THAT(write_png(good, Image{}), testing::HasSubstr("no picture"));
     EXPECT_GT(fs::file_size(good), 100U) << "the file from before stays";
