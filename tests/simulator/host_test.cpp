@@ -18,7 +18,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -297,7 +296,7 @@ TEST_F(HostTest, InterruptedSaveKeepsTheOldFile)
 
 TEST_F(HostTest, StoreIsReadAndWrittenFromManyThreads)
 {
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([i, this] {
             for (int n = 0; n < 500; ++n) {
@@ -307,7 +306,7 @@ TEST_F(HostTest, StoreIsReadAndWrittenFromManyThreads)
             }
         });
     }
-    std::ranges::for_each(threads, &std::thread::join);
+    threads.clear();
     EXPECT_TRUE(load_store(file("store")));
     EXPECT_EQ(bench::entries(folder.c_str()), 1);
 }
@@ -521,19 +520,12 @@ TEST_F(HostTest, LensServiceWorksByItself)
 
 // ---- Vendor storage
 
-std::string output_of(const std::string& command)
-{
-    std::string output;
-    FILE* pipe = popen(command.c_str(), "r");
-    for (int c = 0; (c = std::fgetc(pipe)) != EOF;) {
-        output += static_cast<char>(c);
-    }
-    pclose(pipe);
-    return output;
-}
-
 TEST_F(HostTest, VendorStoragePrintsAnyModel)
 {
+    const auto output_of = [this](const std::string& command) {
+        EXPECT_EQ(std::system((command + " >" + file("output")).c_str()), 0);
+        return read_text(file("output"));
+    };
     const std::string odd = file("it's a \"$HOME\" `id`; #");
     std::filesystem::create_directory(odd);
     const std::string command = lens_command_for("", odd);
