@@ -540,10 +540,14 @@ TEST_F(Engine, ManualIsObeyedAtOnceAndRampsRunEvenly)
         run_frame(1.0);
         EXPECT_NEAR(live(0).mean_luma, luma, 0.01);
     }
+    change<Uapi_ExpSwAttrV2_t>(ctx, [](auto& ae) { ae.AecOpType = RK_AIQ_OP_MODE_AUTO; });
+    set_scene(0, 50.0);
+    run_frames(60);
+    EXPECT_NEAR(live(0).mean_luma, 60.0, 0.5) << "automatic again";
     rk_aiq_uapi2_sysctl_stop(ctx, false);
     set_scene(0, 30.0);
     run_frame(1.0);
-    EXPECT_NEAR(live(0).mean_luma, 45.0, 0.01) << "only a running context exposes";
+    EXPECT_NEAR(live(0).mean_luma, 60.0, 0.5) << "only a running context exposes";
 }
 
 // ---- White balance ------------------------------------------------------------------------------------------------
