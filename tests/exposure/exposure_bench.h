@@ -80,9 +80,4 @@ inline std::string short_form(const sim::Call& call)
     return function.starts_with("rk_aiq") ? function.substr(function.rfind('_') + 1) : function + value;
 }
 
-inline bool is_engine_call(std::string_view call)
-{
-    return call.find_first_of(":=") == std::string_view::npos;
-}
-
 } // namespace bench

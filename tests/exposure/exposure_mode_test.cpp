@@ -1,4 +1,4 @@
-// The exposure mode: every call that entering a mode makes, in order, and what is left of it when the engine fails.
+// The exposure mode: every call that entering a mode makes, in order.
 // Each test runs in a process of its own: the first mode change of a process makes calls that no later one makes.
 #include "exposure_bench.h"
 
@@ -68,18 +68,11 @@ Words step_calls(const Mode& mode, const std::string& step)
     return calls;
 }
 
-// The calls of a mode change whose `failing`th engine call fails (-1: none): a step ends at its failure, the others go
-// on.
-Words expected_calls(const Mode& mode, int failing = -1)
+Words expected_calls(const Mode& mode)
 {
     Words calls = words(std::string(kReads) + " set:exposure_mode=" + std::to_string(mode.mode));
     for (const std::string& step : mode.steps) {
-        for (const std::string& call : step_calls(mode, step)) {
-            calls.push_back(call);
-            if (is_engine_call(call) && failing-- == 0) {
-                break;
-            }
-        }
+        std::ranges::copy(step_calls(mode, step), std::back_inserter(calls));
     }
     return calls;
 }
@@ -125,29 +118,6 @@ TEST_F(ExposureMode, MakesItsCallsInOrder)
         }
         const bool manual = mode.mode == MANUAL_EXPOSURE || mode.mode == SMART_EXPOSURE;
         EXPECT_EQ(ae().AecOpType, manual ? RK_AIQ_OP_MODE_MANUAL : RK_AIQ_OP_MODE_AUTO);
-    }
-}
-
-TEST_F(ExposureMode, GoesOnAfterEachEngineFailure)
-{
-    KIV_Set_exposure_mode(kCamera, LOW_LIGHT);
-    for (const Mode& mode : kEntered) {
-        Words engine_calls;
-        const Words all = expected_calls(mode);
-        std::copy_if(all.begin(), all.end(), std::back_inserter(engine_calls), is_engine_call);
-        for (std::size_t failing = 0; failing < engine_calls.size(); ++failing) {
-            const std::string& failed = engine_calls[failing];
-            const auto last = engine_calls.begin() + static_cast<std::ptrdiff_t>(failing) + 1;
-            const auto nth = static_cast<int>(std::count(engine_calls.begin(), last, failed));
-            SCOPED_TRACE("mode " + std::to_string(mode.mode) + ", " + failed + " number " + std::to_string(nth));
-            fill_store();
-            sim::clear_faults();
-            sim::inject_fault((failed.ends_with("Range") ? "rk_aiq_uapi2_" : "rk_aiq_user_api2_ae_") + failed, nth, -7);
-            EXPECT_THAT(enter(kCamera, mode.mode, 0),
-                        ElementsAreArray(expected_calls(mode, static_cast<int>(failing))));
-            EXPECT_EQ(sim::faults_struck(), 1);
-            EXPECT_EQ(stored(kCamera, "exposure_mode"), mode.mode);
-        }
     }
 }
 
