@@ -132,6 +132,21 @@ TEST_F(ExposureMode, FirstChangeOfTheProcessAppliesDrc)
     EXPECT_EQ(std::count(later.begin(), later.end(), "iris_mode=0"), 1);
 }
 
+TEST_F(ExposureMode, DrivesTheIrisBeforeWhatTheModeLogsThen)
+{
+    for (const auto& [mode, last] :
+         {std::pair{WIDE_DYNAMIC_RANGE, "set:exposure_mode=33"}, {SMART_EXPOSURE, "setExpSwAttr kiv_traceout=6"}}) {
+        begin(AUTO_EXPOSURE);
+        sim::host::set_module_level(6);
+        sim::host::start_log_capture(1000, true);
+        const Words calls = enter(kCamera, mode, 0);
+        sim::host::stop_log_capture();
+        sim::host::set_module_level(0);
+        const Words expected = words(std::string(last) + " iris_mode=1 kiv_traceout=6");
+        EXPECT_FALSE(std::ranges::search(calls, expected).empty()) << ::testing::PrintToString(calls);
+    }
+}
+
 TEST_F(ExposureMode, CompanionsDoWhatTheySay)
 {
     EXPECT_THAT(sensor_vpss_group, ElementsAre(0, -1, -1, -1));
