@@ -134,15 +134,11 @@ TEST_F(ExposureMode, FirstChangeOfTheProcessAppliesDrc)
 
 TEST_F(ExposureMode, DrivesTheIrisBeforeWhatTheModeLogsThen)
 {
-    for (const auto& [mode, last] :
-         {std::pair{WIDE_DYNAMIC_RANGE, "set:exposure_mode=33"}, {SMART_EXPOSURE, "setExpSwAttr kiv_traceout=6"}}) {
+    for (const auto& [mode, last] : {std::pair{WIDE_DYNAMIC_RANGE, "para_set_isp_exposure_mode_cur"},
+                                     {SMART_EXPOSURE, "rk_aiq_user_api2_ae_setExpSwAttr kiv_traceout"}}) {
         begin(AUTO_EXPOSURE);
-        sim::host::set_module_level(6);
-        sim::host::start_log_capture(1000, true);
-        const Words calls = enter(kCamera, mode, 0);
-        sim::host::stop_log_capture();
-        sim::host::set_module_level(0);
-        const Words expected = words(std::string(last) + " iris_mode=1 kiv_traceout=6");
+        const Words calls = names_of_calls_and_traces([mode = mode] { KIV_Set_exposure_mode(kCamera, mode); });
+        const Words expected = words(std::string(last) + " iris_mode kiv_traceout");
         EXPECT_FALSE(std::ranges::search(calls, expected).empty()) << ::testing::PrintToString(calls);
     }
 }

@@ -153,6 +153,16 @@ TEST_F(AwbFollow, Passes)
     }
 }
 
+TEST_F(AwbFollow, LogsTheGainsBeforeItWritesThem)
+{
+    EXPECT_EQ(start(), kApply);
+    put_measured(kPano, 1.8F, 1.6F);
+    const Words calls = names_of_calls_and_traces([] { sim::wait(34'000); });
+    const auto written = std::ranges::find(calls, "rk_aiq_user_api2_awb_SetWpModeAttrib");
+    ASSERT_NE(written, calls.end());
+    EXPECT_EQ(std::count(written, calls.end(), "kiv_traceout"), 0);
+}
+
 TEST_F(AwbFollow, FailuresWithinAPass)
 {
     const std::string error = "aiq ctx error";
