@@ -78,6 +78,7 @@ TEST_F(Context, TheOtpFlagDecidesThePlan)
         {"", 0},
         {"serial = 1\nversion 1\n", 0},
         {"serial = 7\n\nflag = 1\nflag = 0\n", 1}, // the first one counts
+        {"flag1\nflag0\n", 1},
         {"flag = 0\nflag = 1\n", 0},
         {"flag = one\nflag = 1\n", 1}, // a line without a number does not
         {"the flag = 1\n", 0},         // the line has to begin with it

@@ -228,6 +228,7 @@ TEST_F(Lifecycle, AGroupStartBuildsTheGroupInOrder)
     EXPECT_THAT(set_up.sensors, ElementsAre(3, 0, 6));
     EXPECT_EQ(set_up.iq_directory, kDirectory);
     EXPECT_EQ(set_up.mode, RK_AIQ_WORKING_MODE_NORMAL);
+    EXPECT_EQ(rkipc_aiq_use_group, 1);
 
     // On an occupied slot the old group is stopped and destroyed first.
     const void* old = slot();

@@ -190,6 +190,12 @@ TEST_F(LensShading, TheLoaderReadsAsMuchAsThereIsRoomFor)
 {
     char buf[16];
     EXPECT_EQ(user_load_shading_file(buf, sizeof buf), -1); // no file
+    std::filesystem::create_directory(shading_file);
+    EXPECT_EQ(user_load_shading_file(buf, sizeof buf), -1); // cannot be read
+    std::filesystem::remove(shading_file);
+    write_bytes(shading_file, "");
+    EXPECT_EQ(user_load_shading_file(buf, sizeof buf), 0); // nothing to read
+    EXPECT_EQ(user_load_shading_file(buf, 0), 0);
     write_bytes(shading_file, "shading");
     EXPECT_EQ(user_load_shading_file(buf, -1), -1);
     std::memset(buf, '.', sizeof buf);

@@ -1,6 +1,7 @@
 // Lens type: what the vendor storage's output means, and what happens when it cannot be asked.
 #include "host/vendor_storage.h"
 #include "support/bench.h"
+#include "support/threads.h"
 
 #include <sys/resource.h>
 #include <thread>
@@ -101,9 +102,11 @@ TEST_F(LensType, ThreadsAskAtOnce)
             EXPECT_EQ(KIV_Get_Len_Types(), KIV_LEN_SR1053);
         }
     };
+    const long files = entries("/proc/self/fd");
     std::thread other(ask);
     ask();
     other.join();
+    EXPECT_EQ(entries("/proc/self/fd"), files);
 }
 
 } // namespace

@@ -121,6 +121,9 @@ TEST_F(OnePush, WithoutAnEngineNothingIsRemembered)
 
 TEST_F(OnePush, RememberedGains)
 {
+    EXPECT_THAT((std::vector{gs_wb_gain.rgain, gs_wb_gain.grgain, gs_wb_gain.gbgain, gs_wb_gain.bgain}),
+                ElementsAre(2.0839F, 1.0F, 1.0F, 2.0185F));
+    EXPECT_EQ(get_colortemp_rgain(-1), 0.0F);
     set_onepush_ggain(-7, 1001); // one for all cameras: the id is not used
     EXPECT_EQ(get_onepush_ggain(99), 1001);
     set_onepush_ggain(0, INT_MAX); // beyond what a float holds exactly

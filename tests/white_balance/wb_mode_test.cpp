@@ -176,6 +176,7 @@ TEST_F(ColourTemperature, CurveAtEveryLevel)
         const auto [red, blue] = curve(level);
         const int step = (level & 63) % 21;
         tuning(step, 20 - step);
+        set_colortemp_ggain(kCamera, 0.9F);
         EXPECT_EQ(line_of([&] { EXPECT_EQ(set(kCamera, "temperature", level), 0); }),
                   "GetMode1 SetMode1 wait1000 GetGains1 SetGains1");
         EXPECT_EQ(stored(kCamera, "temperature"), level);
