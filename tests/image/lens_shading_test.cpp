@@ -189,7 +189,9 @@ TEST_F(LensShading, SpatialNoiseReductionAppliesTheFileFirst)
 TEST_F(LensShading, TheLoaderReadsAsMuchAsThereIsRoomFor)
 {
     char buf[16];
+    testing::internal::CaptureStderr();
     EXPECT_EQ(user_load_shading_file(buf, sizeof buf), -1); // no file
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::StartsWith("open reg_file fail:"));
     std::filesystem::create_directory(shading_file);
     EXPECT_EQ(user_load_shading_file(buf, sizeof buf), -1); // cannot be read
     std::filesystem::remove(shading_file);

@@ -399,6 +399,7 @@ TEST(IrisFigures, AreTruncatedSinglePrecision)
     EXPECT_EQ(odd.max_iso, INT_MIN);
     EXPECT_EQ(odd.ae_target, INT_MAX);
     EXPECT_EQ(derive_figures(0, inf, 0, 0, 0, 0).iso, 0); // 0 times infinity is no number
+    EXPECT_EQ(derive_figures(0, 0, 0, -0x1p31F, 0, 0x1p31F).cfa_luma, INT_MIN);
 
     for (const int extreme : {INT_MIN, INT_MAX}) { // nothing overflows on the way to a decision
         Rig rig;
