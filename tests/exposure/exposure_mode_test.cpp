@@ -134,11 +134,11 @@ TEST_F(ExposureMode, FirstChangeOfTheProcessAppliesDrc)
 
 TEST_F(ExposureMode, DrivesTheIrisBeforeWhatTheModeLogsThen)
 {
-    for (const auto& [mode, last] : {std::pair{WIDE_DYNAMIC_RANGE, "para_set_isp_exposure_mode_cur"},
-                                     {SMART_EXPOSURE, "rk_aiq_user_api2_ae_setExpSwAttr kiv_traceout"}}) {
+    for (const auto& row : {std::pair{WIDE_DYNAMIC_RANGE, "para_set_isp_exposure_mode_cur"},
+                            {SMART_EXPOSURE, "rk_aiq_user_api2_ae_setExpSwAttr kiv_traceout"}}) {
         begin(AUTO_EXPOSURE);
-        const Words calls = names_of_calls_and_traces([mode = mode] { KIV_Set_exposure_mode(kCamera, mode); });
-        const Words expected = words(std::string(last) + " iris_mode kiv_traceout");
+        const Words calls = names_of_calls_and_traces([&row] { KIV_Set_exposure_mode(kCamera, row.first); });
+        const Words expected = words(std::string(row.second) + " iris_mode kiv_traceout");
         EXPECT_FALSE(std::ranges::search(calls, expected).empty()) << ::testing::PrintToString(calls);
     }
 }

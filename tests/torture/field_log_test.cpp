@@ -69,6 +69,7 @@ std::string shown(const std::string& line, const std::string& folder)
 /// The lines that were logged, the threads' behind those of others.
 Lines log_lines(const std::string& folder)
 {
+    const std::lock_guard lock(logged_mutex);
     Lines lines = std::exchange(logged, {});
     std::ranges::move(std::exchange(logged_by_threads, {}), std::back_inserter(lines));
     std::ranges::transform(lines, lines.begin(), [&](const std::string& line) { return shown(line, folder); });
