@@ -4,8 +4,8 @@
 #include "engine/engine.h"
 #include "host/lens.h"
 #include "isp_ctrl.h"
-#include "isp_ctrl/frame/context.h"
-#include "isp_ctrl/frame/seam.h"
+#include "isp_ctrl/core/context.h"
+#include "isp_ctrl/core/seam.h"
 #include "platformpara/para_isp.h"
 #define HAND hand
 #include "hand/hand.h"

@@ -1,8 +1,8 @@
 // The channel of iris commands: the host's callback, the loop's start, and the sender to the lens service.
 #include "isp_auto_iris.h"
-#include "isp_ctrl/frame/atomic.h"
-#include "isp_ctrl/frame/lock.h"
-#include "isp_ctrl/frame/trace.h"
+#include "isp_ctrl/core/atomic.h"
+#include "isp_ctrl/core/lock.h"
+#include "isp_ctrl/core/trace.h"
 
 #include <arpa/inet.h>
 #include <cstring>

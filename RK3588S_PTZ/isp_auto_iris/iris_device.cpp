@@ -1,6 +1,6 @@
 #include "isp_auto_iris/iris_device.h"
 
-#include "isp_ctrl/frame/seam.h"
+#include "isp_ctrl/core/seam.h"
 
 #include <cstddef>
 #include <fcntl.h>

@@ -5,9 +5,9 @@
 #include "isp_auto_iris/iris_rules.h"
 #include "isp_auto_iris/zoom_levels.h"
 #include "isp_ctrl.h"
-#include "isp_ctrl/frame/atomic.h"
-#include "isp_ctrl/frame/seam.h"
-#include "isp_ctrl/frame/trace.h"
+#include "isp_ctrl/core/atomic.h"
+#include "isp_ctrl/core/seam.h"
+#include "isp_ctrl/core/trace.h"
 #include "platformpara/para_isp.h"
 
 #include <cstring>

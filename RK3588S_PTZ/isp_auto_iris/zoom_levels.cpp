@@ -2,7 +2,7 @@
 #include "isp_auto_iris/zoom_levels.h"
 
 #include "isp_auto_iris.h"
-#include "isp_ctrl/frame/atomic.h"
+#include "isp_ctrl/core/atomic.h"
 
 #include <algorithm>
 

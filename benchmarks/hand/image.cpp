@@ -1,6 +1,6 @@
 // By hand: colour, sharpness, gamma, DRC, noise reduction, lens shading and colour space.
 #include "hand/straight.h"
-#include "isp_ctrl/frame/seam.h"
+#include "isp_ctrl/core/seam.h"
 
 #include <cstring>
 #include <fcntl.h>

@@ -3,8 +3,8 @@
 
 #include "hand/hand.h"
 #include "isp_ctrl.h"
-#include "isp_ctrl/frame/context.h"
-#include "isp_ctrl/frame/trace.h"
+#include "isp_ctrl/core/context.h"
+#include "isp_ctrl/core/trace.h"
 #include "platformpara/para_isp.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 // By hand: white balance. Modes and tuning are those of the automatic mode, the only one measured.
 #include "hand/straight.h"
-#include "isp_ctrl/frame/seam.h"
+#include "isp_ctrl/core/seam.h"
 
 namespace HAND
 {

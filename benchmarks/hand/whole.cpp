@@ -1,9 +1,9 @@
 // By hand: lens type, restore, style and one cycle of each loop.
 #include "af/lens_ctrl.h"
 #include "hand/straight.h"
-#include "isp_ctrl/frame/lock.h"
-#include "isp_ctrl/frame/seam.h"
-#include "isp_ctrl/frame/truncate.h"
+#include "isp_ctrl/core/lock.h"
+#include "isp_ctrl/core/seam.h"
+#include "isp_ctrl/core/truncate.h"
 
 #include <cmath>
 #include <cstdio>

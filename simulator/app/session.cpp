@@ -10,8 +10,8 @@
 #include "host/vendor_storage.h"
 #include "isp_auto_iris.h"
 #include "isp_ctrl.h"
-#include "isp_ctrl/frame/context.h"
-#include "isp_ctrl/frame/seam.h"
+#include "isp_ctrl/core/context.h"
+#include "isp_ctrl/core/seam.h"
 
 #include <charconv>
 #include <filesystem>

@@ -2,7 +2,7 @@
 // library can use the clock too.
 #include "base/clock.h"
 
-#include "frame/seam.h"
+#include "core/seam.h"
 
 namespace sim
 {

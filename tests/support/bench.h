@@ -11,8 +11,8 @@
 #include "host/styles.h"
 #include "host/vin.h"
 #include "isp_auto_iris.h"
-#include "isp_ctrl/frame/context.h"
-#include "isp_ctrl/frame/seam.h"
+#include "isp_ctrl/core/context.h"
+#include "isp_ctrl/core/seam.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -3,7 +3,7 @@
 #include "torture/operations.h"
 #include "torture/world.h"
 
-#include "isp_ctrl/frame/atomic.h"
+#include "isp_ctrl/core/atomic.h"
 #include "support/threads.h"
 
 #include <cstring>

@@ -1,7 +1,7 @@
 // The engine's AE blocks as the exposure setters use them.
 #pragma once
 
-#include "isp_ctrl/frame/call_frame.h"
+#include "isp_ctrl/core/call_frame.h"
 
 namespace isp
 {
@@ -19,7 +19,7 @@ inline constexpr FailureTexts kExposureAttrTexts = {
 /// Stored exposure mode: an Exposure_Mode_E, or any other number that a host stored.
 inline int stored_exposure_mode(const Call& call)
 {
-    return stored(call, para_get_isp_exposure_mode_cur);
+    return read_setting(call, para_get_isp_exposure_mode_cur);
 }
 
 } // namespace isp

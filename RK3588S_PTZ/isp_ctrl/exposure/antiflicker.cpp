@@ -36,12 +36,12 @@ void set_antiflicker(Uapi_AntiFlicker_t& antiflicker, int flicker)
 int KIV_Set_antiflicker(int isp_id, Flicker_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     const int mode = isp::stored_exposure_mode(call);
     ISP_TRACE(__func__, "Enter:antiflicker_val:0x%x cam_ae_mode:%d\n\n", static_cast<int>(value), mode);
-    isp::store(call, para_set_isp_antiflicker_cur, value);
+    isp::write_setting(call, para_set_isp_antiflicker_cur, value);
     if (!takes_antiflicker(mode)) {
         return isp::unfit(call);
     }

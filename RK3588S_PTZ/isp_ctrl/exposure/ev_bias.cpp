@@ -42,7 +42,7 @@ int ev_bias(int level, int expcomp_mode, int backlight)
     if (expcomp_mode == Expcomp_Mode_OFF) {
         level = Expcomp_Level_0;
     }
-    const int bias = isp_Evbias_val_array[isp::bounded_unsigned(level, isp::last_level(isp_Evbias_val_array))];
+    const int bias = isp_Evbias_val_array[isp::clamp_level_unsigned(level, isp::last_level(isp_Evbias_val_array))];
     return backlight == Backlight_Mode_OFF ? bias : bias + kBacklightBias;
 }
 
@@ -56,7 +56,7 @@ bool takes_compensation(int exposure_mode)
 int KIV_Set_bright(int isp_id, Bright_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     const int mode = isp::stored_exposure_mode(call);
@@ -64,40 +64,40 @@ int KIV_Set_bright(int isp_id, Bright_E value)
     if (mode != BRIGHT_PRIORITY) {
         return isp::unfit(call);
     }
-    const int step = isp::bounded(call, value, para_get_isp_bright_max, isp::last_level(ae_compensation_table));
-    isp::store(call, para_set_isp_bright_cur, step);
+    const int step = isp::clamp_level(call, value, para_get_isp_bright_max, isp::last_level(ae_compensation_table));
+    isp::write_setting(call, para_set_isp_bright_cur, step);
     return apply_ev_bias(call, ae_compensation_table[step]);
 }
 
 int KIV_Set_expcomp_mode(int isp_id, Expcomp_Mode_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     const int mode = isp::stored_exposure_mode(call);
-    const int level = isp::stored(call, para_get_isp_expcomp_level_cur);
-    const int backlight = isp::stored(call, para_get_isp_backlight_cur);
+    const int level = isp::read_setting(call, para_get_isp_expcomp_level_cur);
+    const int backlight = isp::read_setting(call, para_get_isp_backlight_cur);
     ISP_TRACE(__func__, "Enter:Mode:0x%x cam_ae_mode:%d\n\n", static_cast<int>(value), mode);
     if (!takes_compensation(mode)) {
         return isp::unfit(call);
     }
-    isp::store(call, para_set_isp_expcomp_mode_cur, value);
+    isp::write_setting(call, para_set_isp_expcomp_mode_cur, value);
     return apply_ev_bias(call, ev_bias(level, value, backlight));
 }
 
 int KIV_Set_expcomp_level(int isp_id, Expcomp_Level_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     const int level =
-        isp::bounded_unsigned(call, value, para_get_isp_expcomp_level_max, isp::last_level(isp_Evbias_val_array));
-    const int backlight = isp::stored(call, para_get_isp_backlight_cur);
-    const int expcomp_mode = isp::stored(call, para_get_isp_expcomp_mode_cur);
+        isp::clamp_level_unsigned(call, value, para_get_isp_expcomp_level_max, isp::last_level(isp_Evbias_val_array));
+    const int backlight = isp::read_setting(call, para_get_isp_backlight_cur);
+    const int expcomp_mode = isp::read_setting(call, para_get_isp_expcomp_mode_cur);
     const int mode = isp::stored_exposure_mode(call);
-    isp::store(call, para_set_isp_expcomp_level_cur, level);
+    isp::write_setting(call, para_set_isp_expcomp_level_cur, level);
     if (!takes_compensation(mode)) {
         return isp::unfit(call);
     }
@@ -109,16 +109,16 @@ int KIV_Set_expcomp_level(int isp_id, Expcomp_Level_E value)
 int KIV_Set_backlight(int isp_id, Backlight_Mode_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     const int mode = isp::stored_exposure_mode(call);
-    const int level = isp::stored(call, para_get_isp_expcomp_level_cur);
-    const int expcomp_mode = isp::stored(call, para_get_isp_expcomp_mode_cur);
+    const int level = isp::read_setting(call, para_get_isp_expcomp_level_cur);
+    const int expcomp_mode = isp::read_setting(call, para_get_isp_expcomp_mode_cur);
     ISP_TRACE(__func__, "Enter:backlight:0x%x cam_ae_mode:%d\n\n", static_cast<int>(value), mode);
     if (mode != AUTO_EXPOSURE && mode != WIDE_DYNAMIC_RANGE) {
         return isp::unfit(call);
     }
-    isp::store(call, para_set_isp_backlight_cur, value);
+    isp::write_setting(call, para_set_isp_backlight_cur, value);
     return apply_ev_bias(call, ev_bias(level, expcomp_mode, value));
 }

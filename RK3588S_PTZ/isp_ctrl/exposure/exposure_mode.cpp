@@ -1,12 +1,9 @@
 // Exposure mode: decides who exposes and who drives the iris, then re-applies the stored settings that the mode uses.
 // The new mode is stored first, because each of those setters looks at it.
 #include "af/lens_ctrl.h"
+#include "isp_ctrl/core/ae_follow.h"
 #include "isp_ctrl/exposure/ae_block.h"
 #include "isp_ctrl/exposure/shutter.h"
-#include "isp_ctrl/following/ae_follow.h"
-#include "isp_ctrl/frame/atomic.h"
-
-int sensor_vpss_group[4] = {0, -1, -1, -1};
 
 namespace
 {
@@ -36,20 +33,8 @@ int isp_exposure_type(int isp_id, int enExpType)
     return isp::result(outcome);
 }
 
-/// The stored exposure settings, read in this order before anything is changed.
+/// The stored exposure settings.
 struct StoredExposure {
-    explicit StoredExposure(const isp::Call& call)
-        : expcomp_mode{isp::stored(call, para_get_isp_expcomp_mode_cur)}, expcomp_level{isp::stored(
-                                                                              call, para_get_isp_expcomp_level_cur)},
-          backlight{isp::stored(call, para_get_isp_backlight_cur)}, drc{isp::stored(call, para_get_isp_drc_cur)},
-          iris{isp::stored(call, para_get_isp_iris_cur)}, shutter{isp::stored(call, para_get_isp_shutter_cur)},
-          gain_limit{isp::stored(call, para_get_isp_gain_limit_cur)},
-          antiflicker{isp::stored(call, para_get_isp_antiflicker_cur)}, bright{isp::stored(call,
-                                                                                           para_get_isp_bright_cur)},
-          manual_gain{isp::stored(call, para_get_isp_manual_gain_cur)}
-    {
-    }
-
     Expcomp_Mode_E expcomp_mode;
     Expcomp_Level_E expcomp_level;
     Backlight_Mode_E backlight;
@@ -61,6 +46,23 @@ struct StoredExposure {
     Bright_E bright;
     Manual_Gain_E manual_gain;
 };
+
+/// Reads them in this order, before anything is changed.
+StoredExposure read_exposure(const isp::Call& call)
+{
+    return {
+        .expcomp_mode = Expcomp_Mode_E{isp::read_setting(call, para_get_isp_expcomp_mode_cur)},
+        .expcomp_level = Expcomp_Level_E{isp::read_setting(call, para_get_isp_expcomp_level_cur)},
+        .backlight = Backlight_Mode_E{isp::read_setting(call, para_get_isp_backlight_cur)},
+        .drc = DRC_E{isp::read_setting(call, para_get_isp_drc_cur)},
+        .iris = Iris_Level_E{isp::read_setting(call, para_get_isp_iris_cur)},
+        .shutter = Shutter_Level_E{isp::read_setting(call, para_get_isp_shutter_cur)},
+        .gain_limit = Gain_Limit_E{isp::read_setting(call, para_get_isp_gain_limit_cur)},
+        .antiflicker = Flicker_E{isp::read_setting(call, para_get_isp_antiflicker_cur)},
+        .bright = Bright_E{isp::read_setting(call, para_get_isp_bright_cur)},
+        .manual_gain = Manual_Gain_E{isp::read_setting(call, para_get_isp_manual_gain_cur)},
+    };
+}
 
 void enter_auto_exposure(int isp_id, const StoredExposure& stored)
 {
@@ -158,11 +160,11 @@ Enter entry_of(int mode)
 int KIV_Set_exposure_mode(int isp_id, Exposure_Mode_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     ISP_TRACE(__func__, "isp_id = %d, Enter:mode:%d\n\n", isp_id, static_cast<int>(value));
-    const StoredExposure stored(call);
+    const StoredExposure stored = read_exposure(call);
 
     static int flag_once = 0; // one for all cameras
     if (__atomic_exchange_n(&flag_once, 1, __ATOMIC_RELAXED) == 0) {
@@ -182,17 +184,5 @@ int KIV_Set_exposure_mode(int isp_id, Exposure_Mode_E value)
 
 int KIV_Set_exposure_mode_priority(int /*isp_id*/, int /*value*/)
 {
-    return 0;
-}
-
-int set_sensor_vpss_group(int /*isp_id*/, int* value)
-{
-    if (value == nullptr) {
-        ISP_TRACE(__func__, "value == NULL\n");
-        return -1;
-    }
-    for (int i = 0; i < 4; ++i) {
-        isp::shared_set(sensor_vpss_group[i], value[i]);
-    }
     return 0;
 }

@@ -30,7 +30,7 @@ bool exposes_automatically(int exposure_mode)
 int KIV_Set_gain_limit(int isp_id, Gain_Limit_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     const int mode = isp::stored_exposure_mode(call);
@@ -38,8 +38,8 @@ int KIV_Set_gain_limit(int isp_id, Gain_Limit_E value)
     if (!exposes_automatically(mode)) {
         return isp::unfit(call);
     }
-    const int level = isp::bounded(call, value, para_get_isp_gain_limit_max);
-    isp::store(call, para_set_isp_gain_limit_cur, level);
+    const int level = isp::clamp_level(call, value, para_get_isp_gain_limit_max);
+    isp::write_setting(call, para_set_isp_gain_limit_cur, level);
     return isp::result(isp::modify<isp::ExpGainRange>(call, kGainRangeTexts, [&](paRange_t& range) {
         range.max = gain_ceiling(level);
         range.min = kUnityGain;
@@ -51,7 +51,7 @@ int KIV_Set_gain_limit(int isp_id, Gain_Limit_E value)
 int KIV_Set_manual_gain(int isp_id, Manual_Gain_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     const int mode = isp::stored_exposure_mode(call);
@@ -59,8 +59,8 @@ int KIV_Set_manual_gain(int isp_id, Manual_Gain_E value)
     if (mode != SHUTTER_PRIORITY && mode != MANUAL_EXPOSURE) {
         return isp::unfit(call);
     }
-    const int level = isp::bounded_unsigned(call, value, para_get_isp_manual_gain_max, INT_MAX);
-    isp::store(call, para_set_isp_manual_gain_cur, level);
+    const int level = isp::clamp_level_unsigned(call, value, para_get_isp_manual_gain_max, INT_MAX);
+    isp::write_setting(call, para_set_isp_manual_gain_cur, level);
     // The engine's operation stays as it is: in SHUTTER_PRIORITY the gain only waits in the manual block.
     const isp::Outcome outcome =
         isp::modify<isp::ExpSwAttr>(call, isp::kExposureAttrTexts, [&](Uapi_ExpSwAttrV2_t& attr) {

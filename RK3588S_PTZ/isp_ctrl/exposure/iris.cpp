@@ -20,11 +20,11 @@ unsigned short iris_position(int maximum, int step)
 int KIV_Set_iris(int isp_id, Iris_Level_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     const int mode = isp::stored_exposure_mode(call);
-    const int maximum = isp::stored(call, para_get_isp_iris_max);
+    const int maximum = isp::read_setting(call, para_get_isp_iris_max);
     if (maximum != kExpectedMaximum) {
         ISP_TRACE(__func__, "iris_max error\n");
     }
@@ -35,9 +35,9 @@ int KIV_Set_iris(int isp_id, Iris_Level_E value)
     if (mode != MANUAL_EXPOSURE && mode != IRIS_PRIORITY && mode != SMART_EXPOSURE) {
         return isp::unfit(call);
     }
-    const int step = isp::bounded_unsigned(call, value, para_get_isp_iris_max, INT_MAX);
+    const int step = isp::clamp_level_unsigned(call, value, para_get_isp_iris_max, INT_MAX);
     if (mode != SMART_EXPOSURE) {
-        isp::store(call, para_set_isp_iris_cur, step);
+        isp::write_setting(call, para_set_isp_iris_cur, step);
     }
     iris_to(iris_position(maximum, step));
     ISP_TRACE(__func__, "Leave\n\n");

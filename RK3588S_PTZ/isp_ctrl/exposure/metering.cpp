@@ -113,11 +113,11 @@ void fill_weights(uint8_t (&weights)[225], int meter)
 int KIV_Set_meter(int isp_id, Meter_Mode_E index)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     ISP_TRACE(__func__, "metering mode: %d\n\n", static_cast<int>(index));
-    isp::store(call, para_set_isp_meter_cur, index);
+    isp::write_setting(call, para_set_isp_meter_cur, index);
     return isp::result(isp::modify<isp::ExpSwAttr>(
         call, kTexts, [&](Uapi_ExpSwAttrV2_t& attr) { fill_weights(attr.GridWeights.uCoeff, index); }));
 }

@@ -25,13 +25,13 @@ RK_FLOAT shutter_osd2isp(int shutter)
 /// The fastest step of an exposure-time range: one below the store's maximum.
 int fastest_of_range(const isp::Call& call)
 {
-    return std::clamp(isp::stored(call, para_get_isp_shutter_max), 1, kFastest + 1) - 1;
+    return std::clamp(isp::read_setting(call, para_get_isp_shutter_max), 1, kFastest + 1) - 1;
 }
 
 int bound_and_store(const isp::Call& call, int shutter)
 {
-    const int step = isp::bounded(call, shutter, para_get_isp_shutter_max, kFastest);
-    isp::store(call, para_set_isp_shutter_cur, step);
+    const int step = isp::clamp_level(call, shutter, para_get_isp_shutter_max, kFastest);
+    isp::write_setting(call, para_set_isp_shutter_cur, step);
     return step;
 }
 
@@ -113,7 +113,7 @@ int isp_ae_shutter_auto(int isp_id)
 int KIV_Set_shutter(int isp_id, Shutter_Level_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     return isp::stored_exposure_mode(call) == MANUAL_EXPOSURE ? isp_me_shutter(isp_id, value)

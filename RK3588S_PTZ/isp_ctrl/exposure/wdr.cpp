@@ -4,12 +4,12 @@
 int KIV_Set_wdr_strength(int isp_id, WDR_Strength_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     ISP_TRACE(__func__, "Enter:KIV_Set_wdr_strength:%d\n\n", static_cast<int>(value));
     const int mode = isp::stored_exposure_mode(call);
-    isp::store(call, para_set_isp_wdr_strength_cur, value);
+    isp::write_setting(call, para_set_isp_wdr_strength_cur, value);
     return mode == WIDE_DYNAMIC_RANGE ? 0 : isp::unfit(call);
 }
 

@@ -1,12 +1,12 @@
 // Exposure following: while camera 0 is in SMART_EXPOSURE, a thread copies the panorama camera's exposure time and
 // analogue gain to the feature camera, the gain raised with the zoom.
-#include "isp_ctrl/following/ae_follow.h"
+#include "isp_ctrl/core/ae_follow.h"
 
 #include "af/lens_ctrl.h"
+#include "isp_ctrl/core/atomic.h"
+#include "isp_ctrl/core/lock.h"
+#include "isp_ctrl/core/seam.h"
 #include "isp_ctrl/exposure/ae_block.h"
-#include "isp_ctrl/frame/atomic.h"
-#include "isp_ctrl/frame/lock.h"
-#include "isp_ctrl/frame/seam.h"
 
 #include <cmath>
 #include <sys/prctl.h>
@@ -129,7 +129,7 @@ Start start_thread()
 void isp::store_exposure_mode(const Call& call, int mode, bool stops)
 {
     const MutexLock lock(follow_mtx);
-    store(call, para_set_isp_exposure_mode_cur, mode);
+    write_setting(call, para_set_isp_exposure_mode_cur, mode);
     if (stops && call.isp_id == kModeCamera) {
         shared_set(gFollowPanoThreadExit, 1);
     }

@@ -2,10 +2,10 @@
 // panorama camera's gains to the followers' in a file.
 #include "isp_ctrl/following/awb_calibration.h"
 
+#include "isp_ctrl/core/atomic.h"
+#include "isp_ctrl/core/record_file.h"
+#include "isp_ctrl/core/seam.h"
 #include "isp_ctrl/following/awb_lines.h"
-#include "isp_ctrl/frame/atomic.h"
-#include "isp_ctrl/frame/record_file.h"
-#include "isp_ctrl/frame/seam.h"
 #include "isp_ctrl/white_balance/wb_blocks.h"
 
 #include <fcntl.h>

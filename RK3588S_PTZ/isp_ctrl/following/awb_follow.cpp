@@ -1,10 +1,10 @@
 // White-balance following: a thread that gives the close and the third camera the panorama camera's gains, mapped
 // through the calibration where there is one.
+#include "isp_ctrl/core/atomic.h"
+#include "isp_ctrl/core/lock.h"
+#include "isp_ctrl/core/seam.h"
 #include "isp_ctrl/following/awb_calibration.h"
 #include "isp_ctrl/following/awb_lines.h"
-#include "isp_ctrl/frame/atomic.h"
-#include "isp_ctrl/frame/lock.h"
-#include "isp_ctrl/frame/seam.h"
 #include "isp_ctrl/white_balance/wb_blocks.h"
 
 #include <sys/prctl.h>

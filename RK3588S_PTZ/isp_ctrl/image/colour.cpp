@@ -1,6 +1,6 @@
 // Colour processing: saturation, hue, luminance and contrast, one field each of one engine block, and black-and-white,
 // which forces the saturation field to 0.
-#include "isp_ctrl/frame/call_frame.h"
+#include "isp_ctrl/core/call_frame.h"
 
 namespace
 {
@@ -31,14 +31,14 @@ constexpr uint8_t low8(RK_U32 value)
 int KIV_Set_saturation(int isp_id, Saturation_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
-    int level = isp::bounded(call, value, para_get_isp_saturation_max, isp::last_level(isp_saturation_val_array));
+    int level = isp::clamp_level(call, value, para_get_isp_saturation_max, isp::last_level(isp_saturation_val_array));
     if (value != kNoColour) { // the store keeps the user's level
-        isp::store(call, para_set_isp_saturation_cur, level);
+        isp::write_setting(call, para_set_isp_saturation_cur, level);
     }
-    if (isp::stored(call, para_get_isp_blackwhite_mode_cur) == BlackWhite_Mode_ON || value == kNoColour) {
+    if (isp::read_setting(call, para_get_isp_blackwhite_mode_cur) == BlackWhite_Mode_ON || value == kNoColour) {
         level = kNoColour;
     }
     ISP_TRACE(__func__, "isp_saturation_val :0x%x\n\n", level);
@@ -51,11 +51,11 @@ int KIV_Set_saturation(int isp_id, Saturation_E value)
 int KIV_Set_hue(int isp_id, HUE_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
-    const int level = isp::bounded(call, value, para_get_isp_hue_max, isp::last_level(isp_hue_val_array));
-    isp::store(call, para_set_isp_hue_cur, level);
+    const int level = isp::clamp_level(call, value, para_get_isp_hue_max, isp::last_level(isp_hue_val_array));
+    isp::write_setting(call, para_set_isp_hue_cur, level);
     ISP_TRACE(__func__, "isp_hue_val :%d\n\n", level);
     isp::modify_regardless<Acp>(call, [&](acp_attrib_t& acp) { acp.hue = low8(isp_hue_val_array[level]); });
     return 0;
@@ -64,13 +64,14 @@ int KIV_Set_hue(int isp_id, HUE_E value)
 int KIV_Set_luminance(int isp_id, Luminance_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     ISP_TRACE(__func__, "isp_luminance_val:%d\n\n", static_cast<int>(value));
     ISP_TRACE(__func__, "isp_id:%d\n\n", isp_id);
-    const int level = isp::bounded(call, value, para_get_isp_luminance_max, isp::last_level(isp_luminance_val_array));
-    isp::store(call, para_set_isp_luminance_cur, level);
+    const int level =
+        isp::clamp_level(call, value, para_get_isp_luminance_max, isp::last_level(isp_luminance_val_array));
+    isp::write_setting(call, para_set_isp_luminance_cur, level);
     isp::modify_regardless<Acp>(call, [&](acp_attrib_t& acp) {
         acp.brightness = low8(isp_luminance_val_array[level]);
         ISP_TRACE(call.function, "rk_isp_set_brightness:  %d\n\n", acp.brightness);
@@ -81,11 +82,11 @@ int KIV_Set_luminance(int isp_id, Luminance_E value)
 int KIV_Set_contrast(int isp_id, Contrast_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
-    const int level = isp::bounded(call, value, para_get_isp_contrast_max, isp::last_level(isp_contrast_val_array));
-    isp::store(call, para_set_isp_contrast_cur, level);
+    const int level = isp::clamp_level(call, value, para_get_isp_contrast_max, isp::last_level(isp_contrast_val_array));
+    isp::write_setting(call, para_set_isp_contrast_cur, level);
 
     // Only a failed read is reported.
     acp_attrib_t acp;
@@ -101,18 +102,13 @@ int KIV_Set_contrast(int isp_id, Contrast_E value)
 int KIV_Set_blackwhite_mode(int isp_id, BlackWhite_Mode_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     ISP_TRACE(__func__, "blackwhite_mode:%d\n\n", static_cast<int>(value));
     // Read before the mode is stored; the saturation setter looks at the stored mode.
-    const int saturation = isp::stored(call, para_get_isp_saturation_cur);
-    isp::store(call, para_set_isp_blackwhite_mode_cur, value);
+    const int saturation = isp::read_setting(call, para_get_isp_saturation_cur);
+    isp::write_setting(call, para_set_isp_blackwhite_mode_cur, value);
     KIV_Set_saturation(isp_id, Saturation_E{value == BlackWhite_Mode_ON ? kNoColour : saturation});
-    return 0;
-}
-
-int KIV_Set_len_type(int /*isp_id*/, int /*value*/)
-{
     return 0;
 }

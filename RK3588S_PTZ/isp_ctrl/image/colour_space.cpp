@@ -1,7 +1,7 @@
 // Colour-space matrix: RGB to YCbCr after ITU-R BT.601 or BT.709, each in a full-range and a limited-range form. The
 // mode is remembered here, not in the store. The limited range is expressed by luma offset and coefficients alone.
-#include "isp_ctrl/frame/atomic.h"
-#include "isp_ctrl/frame/call_frame.h"
+#include "isp_ctrl/core/atomic.h"
+#include "isp_ctrl/core/call_frame.h"
 
 #include <cstring>
 
@@ -43,7 +43,7 @@ int g_csc_mode[isp::kCameras];
 void KIV_Set_csc_mode(int isp_id, CSC_Mode_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return;
     }
     ISP_TRACE(__func__, "csc_mode_val :%d\n\n", static_cast<int>(value));

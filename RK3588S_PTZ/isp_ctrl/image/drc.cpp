@@ -1,5 +1,5 @@
 // Dynamic range compression: one gain over the engine's whole control axis.
-#include "isp_ctrl/frame/call_frame.h"
+#include "isp_ctrl/core/call_frame.h"
 
 namespace
 {
@@ -19,12 +19,12 @@ constexpr float isp_DrcGain_array[] = {1.0F, 1.15F, 1.3F, 1.45F, 1.6F, 1.75F, 1.
 int KIV_Set_drc(int isp_id, DRC_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     ISP_TRACE(__func__, "isp_drcstrenth_val:%d\n\n", static_cast<int>(value));
-    const int level = isp::bounded_unsigned(call, value, para_get_isp_drc_max, isp::last_level(isp_DrcGain_array));
-    isp::store(call, para_set_isp_drc_cur, level);
+    const int level = isp::clamp_level_unsigned(call, value, para_get_isp_drc_max, isp::last_level(isp_DrcGain_array));
+    isp::write_setting(call, para_set_isp_drc_cur, level);
     return isp::result(isp::modify<Drc>(call, kTexts, [&](drc_attrib_t& drc) {
         drc.Version = ADRC_VERSION_3588;
         drc.opMode = DRC_OPMODE_AUTO;

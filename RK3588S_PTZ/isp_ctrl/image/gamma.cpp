@@ -1,5 +1,5 @@
 // Gamma: loads one of six fixed tone curves into the engine as a manual curve.
-#include "isp_ctrl/frame/call_frame.h"
+#include "isp_ctrl/core/call_frame.h"
 
 #include <cstring>
 
@@ -64,11 +64,11 @@ constexpr const uint16_t* kCurves[] = {
 int KIV_Set_gamma(int isp_id, Gamma_Level_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
-    const int level = isp::bounded(call, value, para_get_isp_gamma_max, isp::last_level(kCurves));
-    isp::store(call, para_set_isp_gamma_cur, level);
+    const int level = isp::clamp_level(call, value, para_get_isp_gamma_max, isp::last_level(kCurves));
+    isp::write_setting(call, para_set_isp_gamma_cur, level);
     ISP_TRACE(__func__, "isp_gamma_val :%d\n\n", level);
     return isp::result(isp::modify<Gamma>(call, kTexts, [&](rk_aiq_gamma_attrib_V2_t& gamma) {
         gamma.atrrV30.mode = GAMMA_MODE_MANUAL;

@@ -1,8 +1,8 @@
 // Lens shading: rebuilds the engine's automatic shading correction from the camera's own grids, which were measured for
 // three light sources, for the fitted lens.
-#include "isp_ctrl/frame/call_frame.h"
-#include "isp_ctrl/frame/record_file.h"
-#include "isp_ctrl/frame/seam.h"
+#include "isp_ctrl/core/call_frame.h"
+#include "isp_ctrl/core/record_file.h"
+#include "isp_ctrl/core/seam.h"
 #include "isp_ctrl/image/shading_file.h"
 
 #include <cstring>
@@ -154,7 +154,7 @@ int user_load_shading_file(char* buf, int buf_size)
 int KIV_Set_shading(int isp_id)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     ISP_TRACE(__func__, "KIV_Set_shading()\n\n");

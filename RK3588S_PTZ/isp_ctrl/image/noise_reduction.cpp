@@ -1,6 +1,6 @@
 // Noise reduction in the Bayer domain, spatial (2D) and temporal (3D): one strength for every sensitivity step, or a
 // curve that rises with it.
-#include "isp_ctrl/frame/call_frame.h"
+#include "isp_ctrl/core/call_frame.h"
 #include "isp_ctrl/image/iso_steps.h"
 
 namespace
@@ -45,12 +45,13 @@ constexpr float auto_isp_nr3d_hi_filter_array[RK_AIQ_ISO_STEPS] = {1.8F, 1.95F, 
 int KIV_Set_nr2d(int isp_id, NR2D_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     KIV_Set_shading(isp_id);
-    const int level = isp::bounded(call, value, para_get_isp_nr2d_max, isp::last_level(isp_manu_filtPara_val_array));
-    isp::store(call, para_set_isp_nr2d_cur, level);
+    const int level =
+        isp::clamp_level(call, value, para_get_isp_nr2d_max, isp::last_level(isp_manu_filtPara_val_array));
+    isp::write_setting(call, para_set_isp_nr2d_cur, level);
     ISP_TRACE(__func__, "isp_nr2dlevel_val :0x%x\n\n", level);
     return isp::result(isp::modify<Nr2d>(call, kNr2dTexts, [&](rk_aiq_bayer2dnr_attrib_v2_t& nr) {
         const bool automatic = level == NR2D_AUTO;
@@ -73,11 +74,11 @@ int KIV_Set_nr2d(int isp_id, NR2D_E value)
 int KIV_Set_nr3d(int isp_id, NR3D_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
-    const int level = isp::bounded(call, value, para_get_isp_nr3d_max, isp::last_level(isp_nr3d_lo_filter_array));
-    isp::store(call, para_set_isp_nr3d_cur, level);
+    const int level = isp::clamp_level(call, value, para_get_isp_nr3d_max, isp::last_level(isp_nr3d_lo_filter_array));
+    isp::write_setting(call, para_set_isp_nr3d_cur, level);
     const isp::Outcome outcome = isp::modify<Nr3d>(call, kNr3dTexts, [&](rk_aiq_bayertnr_attrib_v2_t& nr) {
         const bool automatic = level == NR3D_AUTO;
         RK_Bayertnr_Params_V2_t& params = nr.stAuto.st3DParams;

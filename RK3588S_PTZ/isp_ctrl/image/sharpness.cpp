@@ -1,5 +1,5 @@
 // Sharpness: one strength for every sensitivity step, or a curve that weakens as the sensor gain rises.
-#include "isp_ctrl/frame/call_frame.h"
+#include "isp_ctrl/core/call_frame.h"
 #include "isp_ctrl/image/iso_steps.h"
 
 namespace
@@ -25,12 +25,12 @@ constexpr float isp_auto_sharp_array[RK_AIQ_ISO_STEPS] = {6.5F,  6.5F,  6.35F, 6
 int KIV_Set_sharpness(int isp_id, Sharpness_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
-    const int level = isp::bounded(call, value, para_get_isp_sharpness_max, Sharpness_Auto);
+    const int level = isp::clamp_level(call, value, para_get_isp_sharpness_max, Sharpness_Auto);
     ISP_TRACE(__func__, "isp_sharpness_val :%d\n\n", level);
-    isp::store(call, para_set_isp_sharpness_cur, level);
+    isp::write_setting(call, para_set_isp_sharpness_cur, level);
     return isp::result(isp::modify<Sharp>(call, kTexts, [&](rk_aiq_sharp_attrib_v4_t& sharp) {
         isp::fill_iso_steps(sharp.stAuto.stParams.sharp_ratio, level == Sharpness_Auto, isp_auto_sharp_array,
                             isp_sharp_ratio_array, level);

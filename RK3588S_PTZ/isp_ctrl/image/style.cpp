@@ -1,7 +1,7 @@
 // Image styles: a preset of the host's, recorded and, unless the host applies styles itself, applied value by value in
 // a fixed order.
-#include "isp_ctrl/frame/call_frame.h"
-#include "isp_ctrl/frame/setting_step.h"
+#include "isp_ctrl/core/call_frame.h"
+#include "isp_ctrl/core/setting_step.h"
 
 namespace
 {
@@ -52,7 +52,7 @@ constexpr isp::SettingStep kApplied[] = {
 int KIV_Set_style(int isp_id, Imgstyle_Mode_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     ISP_TRACE(__func__, "enter,style:%d\n", static_cast<int>(value));
@@ -61,12 +61,12 @@ int KIV_Set_style(int isp_id, Imgstyle_Mode_E value)
         ISP_TRACE(__func__, "fail,style:%d\n", static_cast<int>(value));
         return -1;
     }
-    isp::store(call, para_set_isp_style_cur, value);
+    isp::write_setting(call, para_set_isp_style_cur, value);
     if (para_isp_style_excute_by_arm() == 1) {
         return ISP_EXCUTE_BYARM;
     }
     for (const StoreStep& step : kStored) {
-        isp::store(call, step.set, para->*step.field);
+        isp::write_setting(call, step.set, para->*step.field);
     }
     for (const isp::SettingStep& step : kApplied) {
         step.apply(isp_id, para->*step.field);

@@ -1,7 +1,7 @@
 // Restore: brings a camera's engine in line with the store. All settings are read before the first is applied, so that
 // what one setter writes back does not change what a later one applies.
-#include "isp_ctrl/frame/call_frame.h"
-#include "isp_ctrl/frame/setting_step.h"
+#include "isp_ctrl/core/call_frame.h"
+#include "isp_ctrl/core/setting_step.h"
 
 namespace
 {
@@ -67,13 +67,13 @@ constexpr isp::SettingStep kApplied[] = {
 void KIV_load_isp_para(int isp_id)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return;
     }
     ISP_TRACE(__func__, "isp_para\n\n");
     Settings settings{};
     for (const ReadStep& step : kRead) {
-        settings.*step.field = isp::stored(call, step.get);
+        settings.*step.field = isp::read_setting(call, step.get);
     }
     for (const isp::SettingStep& step : kApplied) {
         step.apply(isp_id, settings.*step.field);

@@ -93,35 +93,35 @@ isp::Outcome tune(const isp::Call& call, const Tuning& tuning, int mode, const i
 int KIV_Set_rgain_tuning(int isp_id, RGain_Tuning_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
-    const int blue = isp::stored(call, para_get_isp_bgain_tuning_cur);
-    const int mode = isp::stored(call, para_get_isp_wb_mode_cur);
+    const int blue = isp::read_setting(call, para_get_isp_bgain_tuning_cur);
+    const int mode = isp::read_setting(call, para_get_isp_wb_mode_cur);
     ISP_TRACE(__func__, "isp_wbmode called: isp_wbmode_val = %d \n\n", mode);
     ISP_TRACE(__func__, "osd_rgaintuning_val :0x%x\n\n", static_cast<int>(value));
     if (!takes_tuning(mode)) {
         return 0;
     }
-    const int red = isp::bounded(call, value, para_get_isp_rgain_tuning_max);
-    isp::store(call, para_set_isp_rgain_tuning_cur, red);
+    const int red = isp::clamp_level(call, value, para_get_isp_rgain_tuning_max);
+    isp::write_setting(call, para_set_isp_rgain_tuning_cur, red);
     return isp::result(tune(call, kRed, mode, {isp::tuning_step(red), isp::tuning_step(blue)}));
 }
 
 int KIV_Set_bgain_tuning(int isp_id, BGain_Tuning_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
-    const int red = isp::stored(call, para_get_isp_rgain_tuning_cur);
-    const int mode = isp::stored(call, para_get_isp_wb_mode_cur);
+    const int red = isp::read_setting(call, para_get_isp_rgain_tuning_cur);
+    const int mode = isp::read_setting(call, para_get_isp_wb_mode_cur);
     ISP_TRACE(__func__, "osd_bgaintuning_val :0x%x\n\n", static_cast<int>(value));
     if (!takes_tuning(mode)) {
         return 0;
     }
-    const int blue = isp::bounded(call, value, para_get_isp_bgain_tuning_max);
-    isp::store(call, para_set_isp_bgain_tuning_cur, blue);
+    const int blue = isp::clamp_level(call, value, para_get_isp_bgain_tuning_max);
+    isp::write_setting(call, para_set_isp_bgain_tuning_cur, blue);
     const isp::Outcome outcome = tune(call, kBlue, mode, {isp::tuning_step(red), isp::tuning_step(blue)});
     if (outcome != isp::Outcome::failed) {
         ISP_TRACE(__func__, "cam_wb_mode: %d \n", mode);
@@ -132,15 +132,15 @@ int KIV_Set_bgain_tuning(int isp_id, BGain_Tuning_E value)
 int KIV_Set_ggain_tuning(int isp_id, GGain_Tuning_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
-    const int mode = isp::stored(call, para_get_isp_wb_mode_cur);
+    const int mode = isp::read_setting(call, para_get_isp_wb_mode_cur);
     ISP_TRACE(__func__, "isp_wbmode called: isp_wbmode_val = %d \n\n", mode);
     ISP_TRACE(__func__, "osd_ggaintuning_val :0x%x\n\n", static_cast<int>(value));
     if (takes_tuning(mode)) {
-        const int green = isp::bounded(call, value, para_get_isp_ggain_tuning_max);
-        isp::store(call, para_set_isp_ggain_tuning_cur, green);
+        const int green = isp::clamp_level(call, value, para_get_isp_ggain_tuning_max);
+        isp::write_setting(call, para_set_isp_ggain_tuning_cur, green);
     }
     return 0;
 }

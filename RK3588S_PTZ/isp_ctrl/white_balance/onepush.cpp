@@ -1,7 +1,7 @@
 // One-push white balance: the automatic balance runs for a fixed time, its gains are remembered, and the engine then
 // holds them with the user's tuning. A camera without an engine is walked through all the same, with nothing measured.
-#include "isp_ctrl/frame/seam.h"
-#include "isp_ctrl/frame/truncate.h"
+#include "isp_ctrl/core/seam.h"
+#include "isp_ctrl/core/truncate.h"
 #include "isp_ctrl/white_balance/wb_blocks.h"
 
 namespace
@@ -42,11 +42,11 @@ void remember(const isp::Call& call, const rk_aiq_wb_gain_t& gain)
 int KIV_Set_wb_mode_onepush(int isp_id)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     const isp::TuningSteps steps = isp::stored_tuning(call);
-    if (isp::stored(call, para_get_isp_wb_mode_cur) != ONE_PUSH_WHITE_BALANCE) {
+    if (isp::read_setting(call, para_get_isp_wb_mode_cur) != ONE_PUSH_WHITE_BALANCE) {
         return 0;
     }
 

@@ -1,8 +1,8 @@
 // The remembered gains: those of the last one-push measurement and those of the colour temperature. They carry no
 // tuning and survive every mode change.
-#include "isp_ctrl/frame/atomic.h"
-#include "isp_ctrl/frame/call_frame.h"
-#include "isp_ctrl/frame/truncate.h"
+#include "isp_ctrl/core/atomic.h"
+#include "isp_ctrl/core/call_frame.h"
+#include "isp_ctrl/core/truncate.h"
 
 rk_aiq_wb_gain_t gs_wb_gain = {2.0839F, 1.0F, 1.0F, 2.0185F};
 
@@ -22,24 +22,24 @@ float cam_colortemp_bgain[isp::kCameras] = {kBlue, kBlue, kBlue, kBlue, kBlue, k
 
 int onepush(const isp::Call& call, int (*get)(int))
 {
-    return isp::served(call) ? isp::stored(call, get) : -1;
+    return isp::valid_camera(call) ? isp::read_setting(call, get) : -1;
 }
 
 void set_onepush(const isp::Call& call, int (*set)(int, int), int val)
 {
-    if (isp::served(call)) {
-        isp::store(call, set, val);
+    if (isp::valid_camera(call)) {
+        isp::write_setting(call, set, val);
     }
 }
 
 float colortemp(const isp::Call& call, const float (&gains)[isp::kCameras])
 {
-    return isp::served(call) ? isp::shared_get(gains[isp::store_record(call.isp_id)]) : 0.0F;
+    return isp::valid_camera(call) ? isp::shared_get(gains[isp::store_record(call.isp_id)]) : 0.0F;
 }
 
 void set_colortemp(const isp::Call& call, float (&gains)[isp::kCameras], float val)
 {
-    if (isp::served(call)) {
+    if (isp::valid_camera(call)) {
         isp::shared_set(gains[isp::store_record(call.isp_id)], val);
     }
 }

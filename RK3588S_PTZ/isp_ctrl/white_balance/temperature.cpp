@@ -1,6 +1,6 @@
 // Colour temperature: a level becomes kelvin, kelvin become a red and a blue gain along a fixed curve, and the engine
 // holds them with the user's tuning. The same curve serves every camera and lens.
-#include "isp_ctrl/frame/seam.h"
+#include "isp_ctrl/core/seam.h"
 #include "isp_ctrl/white_balance/wb_blocks.h"
 
 namespace
@@ -56,12 +56,12 @@ CurveGains curve_gains(int u16ColorTemp)
 int KIV_Set_temperature(int isp_id, Temperature_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     ISP_TRACE(__func__, "value:%d\n", static_cast<int>(value));
-    const int mode = isp::stored(call, para_get_isp_wb_mode_cur);
-    isp::store(call, para_set_isp_temperature_cur, value);
+    const int mode = isp::read_setting(call, para_get_isp_wb_mode_cur);
+    isp::write_setting(call, para_set_isp_temperature_cur, value);
     if (mode != TEMPERATURE) {
         return 0;
     }

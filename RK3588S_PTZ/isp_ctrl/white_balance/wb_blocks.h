@@ -2,7 +2,7 @@
 // of them share.
 #pragma once
 
-#include "isp_ctrl/frame/call_frame.h"
+#include "isp_ctrl/core/call_frame.h"
 
 namespace isp
 {
@@ -83,8 +83,8 @@ constexpr int tuning_step(int level)
 /// Both stored levels, the red one read first.
 inline TuningSteps stored_tuning(const Call& call)
 {
-    const int red = tuning_step(stored(call, para_get_isp_rgain_tuning_cur));
-    const int blue = tuning_step(stored(call, para_get_isp_bgain_tuning_cur));
+    const int red = tuning_step(read_setting(call, para_get_isp_rgain_tuning_cur));
+    const int blue = tuning_step(read_setting(call, para_get_isp_bgain_tuning_cur));
     return {red, blue};
 }
 

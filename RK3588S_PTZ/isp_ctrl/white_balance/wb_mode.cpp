@@ -1,7 +1,7 @@
 // White-balance mode: rebuilds the engine's white balance from the stored values alone. Leaving a mode restores
 // nothing.
-#include "isp_ctrl/white_balance/manual_gain.h"
 #include "isp_ctrl/white_balance/wb_blocks.h"
+#include "isp_ctrl/white_balance/wb_gain.h"
 
 namespace
 {
@@ -13,8 +13,8 @@ constexpr rk_aiq_wb_gain_t kOutDoor = {2.23F, 1.0F, 1.0F, 2.0F};
 /// The user's settings that the modes use, read in this order before anything is changed.
 struct StoredGains {
     explicit StoredGains(const isp::Call& call)
-        : tuning{isp::stored_tuning(call)}, blue{isp::stored(call, para_get_isp_bgain_cur)},
-          red{isp::stored(call, para_get_isp_rgain_cur)}
+        : tuning{isp::stored_tuning(call)}, blue{isp::read_setting(call, para_get_isp_bgain_cur)},
+          red{isp::read_setting(call, para_get_isp_rgain_cur)}
     {
     }
 
@@ -27,9 +27,9 @@ void enter_temperature(const isp::Call& call, int mode)
 {
     ISP_TRACE(call.function, "TEMPERATURE\n");
     ISP_TRACE(call.function, "enter WBmode_TEMPERATURE_isp_wbmode_val is :%d\n", mode);
-    KIV_Set_temperature(call.isp_id, Temperature_E{isp::stored(call, para_get_isp_temperature_cur)});
+    KIV_Set_temperature(call.isp_id, Temperature_E{isp::read_setting(call, para_get_isp_temperature_cur)});
     ISP_TRACE(call.function, "111111TEMPERATURE_cur_wb_temperature is :%d\n",
-              isp::stored(call, para_get_isp_temperature_cur));
+              isp::read_setting(call, para_get_isp_temperature_cur));
 }
 
 /// Operating mode and gains of a mode. A mode without a name leaves both as the engine holds them.
@@ -87,11 +87,11 @@ bool write_offset(const isp::Call& call, int mode, const isp::TuningSteps& steps
 int KIV_Set_wb_mode(int isp_id, WB_Mode_E value)
 {
     const isp::Call call{__func__, isp_id};
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
     const StoredGains stored(call);
-    isp::store(call, para_set_isp_wb_mode_cur, value);
+    isp::write_setting(call, para_set_isp_wb_mode_cur, value);
     ISP_TRACE(__func__, "isp_wbmode called: isp_wbmode_val = %d \n\n", static_cast<int>(value));
 
     isp::ManualBlocks blocks;

@@ -6,8 +6,8 @@
 #pragma once
 
 #include "isp_ctrl.h"
-#include "isp_ctrl/frame/context.h"
-#include "isp_ctrl/frame/trace.h"
+#include "isp_ctrl/core/context.h"
+#include "isp_ctrl/core/trace.h"
 #include "platformpara/para_isp.h"
 
 #include <algorithm>
@@ -24,19 +24,19 @@ struct Call {
     int isp_id;
 };
 
-inline bool served(const Call& call)
+inline bool valid_camera(const Call& call)
 {
-    return id_served(call.function, call.isp_id);
+    return valid_id(call.function, call.isp_id);
 }
 
 // ---- Store --------------------------------------------------------------------------------------------------------
 
-inline int stored(const Call& call, int (*get)(int))
+inline int read_setting(const Call& call, int (*get)(int))
 {
     return get(store_record(call.isp_id));
 }
 
-inline void store(const Call& call, int (*set)(int, int), int value)
+inline void write_setting(const Call& call, int (*set)(int, int), int value)
 {
     set(store_record(call.isp_id), value);
 }
@@ -50,27 +50,27 @@ constexpr int last_level(const Table& table)
 
 /// Bounds a level by the store's maximum, compared as signed integers, then to 0..last. The maximum is read again for
 /// the assignment.
-inline int bounded(const Call& call, int level, int (*maximum)(int), int last = INT_MAX)
+inline int clamp_level(const Call& call, int level, int (*maximum)(int), int last = INT_MAX)
 {
-    if (level > stored(call, maximum)) {
-        level = stored(call, maximum);
+    if (level > read_setting(call, maximum)) {
+        level = read_setting(call, maximum);
     }
     return std::clamp(level, 0, last);
 }
 
 /// Bounds a level to 0..last as an unsigned integer: a negative one becomes the last.
-inline int bounded_unsigned(int level, int last)
+inline int clamp_level_unsigned(int level, int last)
 {
     return static_cast<unsigned>(level) > static_cast<unsigned>(last) ? last : level;
 }
 
 /// The same against the store's maximum, then the table.
-inline int bounded_unsigned(const Call& call, int level, int (*maximum)(int), int last)
+inline int clamp_level_unsigned(const Call& call, int level, int (*maximum)(int), int last)
 {
-    if (static_cast<unsigned>(level) > static_cast<unsigned>(stored(call, maximum))) {
-        level = stored(call, maximum);
+    if (static_cast<unsigned>(level) > static_cast<unsigned>(read_setting(call, maximum))) {
+        level = read_setting(call, maximum);
     }
-    return bounded_unsigned(level, last);
+    return clamp_level_unsigned(level, last);
 }
 
 inline int unfit(const Call& call)

@@ -1,5 +1,5 @@
 // Manual red and blue gain: one gain each, in MANUAL_WHITE_BALANCE only.
-#include "isp_ctrl/white_balance/manual_gain.h"
+#include "isp_ctrl/white_balance/wb_gain.h"
 
 #include "isp_ctrl/white_balance/wb_blocks.h"
 
@@ -30,15 +30,15 @@ constexpr Colour kBlue = {
 // Expanded for each colour, so that the colour costs nothing at run time.
 [[gnu::always_inline]] inline int set_manual_gain(const isp::Call& call, const Colour& colour, int value)
 {
-    if (!isp::served(call)) {
+    if (!isp::valid_camera(call)) {
         return -1;
     }
-    const int mode = isp::stored(call, para_get_isp_wb_mode_cur);
-    const int level = isp::bounded(call, value, colour.maximum);
+    const int mode = isp::read_setting(call, para_get_isp_wb_mode_cur);
+    const int level = isp::clamp_level(call, value, colour.maximum);
     if (mode != MANUAL_WHITE_BALANCE) {
         return isp::unfit(call);
     }
-    isp::store(call, colour.set, level);
+    isp::write_setting(call, colour.set, level);
     return isp::result(isp::modify<isp::Mwb>(call, isp::kMwbTexts, [&](rk_aiq_wb_mwb_attrib_t& manual) {
         manual.mode = RK_AIQ_MWB_MODE_WBGAIN;
         manual.para.gain.*colour.gain = isp::manual_gain(level);

@@ -1,8 +1,9 @@
 // Lens type: which lens is fitted, by the model name in the board's vendor storage, read afresh at every call.
+// Setting a lens type is accepted, without effect.
 #include "isp_ctrl.h"
-#include "isp_ctrl/frame/lock.h"
-#include "isp_ctrl/frame/seam.h"
-#include "isp_ctrl/frame/trace.h"
+#include "isp_ctrl/core/lock.h"
+#include "isp_ctrl/core/seam.h"
+#include "isp_ctrl/core/trace.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -44,4 +45,9 @@ int KIV_Get_Len_Types(void)
         keep_name(line);
     }
     return std::strcmp(lens_type, kSR1053) == 0 ? KIV_LEN_SR1053 : KIV_LEN_IR0147;
+}
+
+int KIV_Set_len_type(int /*isp_id*/, int /*value*/)
+{
+    return 0;
 }

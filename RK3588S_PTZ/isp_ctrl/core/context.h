@@ -3,7 +3,7 @@
 
 #include "aiq/rk_aiq.h"
 #include "isp_ctrl.h"
-#include "isp_ctrl/frame/atomic.h"
+#include "isp_ctrl/core/atomic.h"
 
 namespace isp
 {
@@ -14,7 +14,7 @@ inline constexpr int kCameras = 8;
 [[gnu::cold]] bool refuse_id(const char* function, int id);
 
 /// Whether an id names a camera or group. If not, writes one trace line, for `function`.
-inline bool id_served(const char* function, int id)
+inline bool valid_id(const char* function, int id)
 {
     if (id >= 0 && id < kCameras) [[likely]] {
         return true;

@@ -1,9 +1,9 @@
 // The engine contexts, the lock that guards them, and the camera roles.
-#include "isp_ctrl/frame/context.h"
+#include "isp_ctrl/core/context.h"
 
 #include "isp_ctrl.h"
-#include "isp_ctrl/frame/atomic.h"
-#include "isp_ctrl/frame/trace.h"
+#include "isp_ctrl/core/atomic.h"
+#include "isp_ctrl/core/trace.h"
 
 rk_aiq_sys_ctx_t* g_aiq_ctx[isp::kCameras];
 rk_aiq_camgroup_ctx_t* g_camera_group_ctx[isp::kCameras];
@@ -20,7 +20,7 @@ int FeaturesIspId = 0;
 
 int set_role(const char* function, int& role, int isp_id)
 {
-    if (!isp::id_served(function, isp_id)) {
+    if (!isp::valid_id(function, isp_id)) {
         return -1;
     }
     isp::shared_set(role, isp_id);

@@ -1,9 +1,9 @@
 // Life of one camera's engine: start, reload, stop, release.
 #include "isp_ctrl.h"
-#include "isp_ctrl/frame/atomic.h"
-#include "isp_ctrl/frame/context.h"
-#include "isp_ctrl/frame/lock.h"
-#include "isp_ctrl/frame/trace.h"
+#include "isp_ctrl/core/atomic.h"
+#include "isp_ctrl/core/context.h"
+#include "isp_ctrl/core/lock.h"
+#include "isp_ctrl/core/trace.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -103,7 +103,7 @@ int sample_common_isp_run(int cam_id)
 
 int stop_engine(const char* function, int cam_id)
 {
-    if (!isp::id_served(function, cam_id)) {
+    if (!isp::valid_id(function, cam_id)) {
         return -1;
     }
     const isp::EngineLock lock;
@@ -148,7 +148,7 @@ int rk_isp_init(int cam_id, char* iqfile_path)
 
 int rk_isp_update(int cam_id)
 {
-    if (!isp::id_served(__func__, cam_id)) {
+    if (!isp::valid_id(__func__, cam_id)) {
         return -1;
     }
     const isp::EngineLock lock;
@@ -173,7 +173,7 @@ int rk_isp_resume(int cam_id)
 
 int rk_isp_deinit(int cam_id)
 {
-    if (!isp::id_served(__func__, cam_id)) {
+    if (!isp::valid_id(__func__, cam_id)) {
         return -1;
     }
     const isp::EngineLock lock;

@@ -1,14 +1,17 @@
 // Camera groups: several sensors that one engine tunes together. A group that starts becomes what settings reach.
+// Also keeps the list of sensors that the host passes for its video processing groups; nothing here reads it.
 #include "isp_ctrl.h"
-#include "isp_ctrl/frame/atomic.h"
-#include "isp_ctrl/frame/context.h"
-#include "isp_ctrl/frame/lock.h"
-#include "isp_ctrl/frame/trace.h"
+#include "isp_ctrl/core/atomic.h"
+#include "isp_ctrl/core/context.h"
+#include "isp_ctrl/core/lock.h"
+#include "isp_ctrl/core/trace.h"
 
 #include <cstddef>
 
 // The failure line of this file: function name and source line stand in it twice.
 #define GROUP_FAILED(function, what) ISP_DEBUG(function, "!!!!!!![%s_%d] " what " failed\n\n", function, __LINE__)
+
+int sensor_vpss_group[4] = {0, -1, -1, -1};
 
 namespace
 {
@@ -24,7 +27,7 @@ void destroy_group(int group_id, rk_aiq_camgroup_ctx_t* ctx)
 template <typename Action>
 int on_group(const char* function, int group_id, Action action)
 {
-    if (!isp::id_served(function, group_id)) {
+    if (!isp::valid_id(function, group_id)) {
         return -1;
     }
     const isp::EngineLock lock;
@@ -40,7 +43,7 @@ int on_group(const char* function, int group_id, Action action)
 
 int rk_isp_init_group(int group_id, int* sns_id, size_t n_sns, char* iqfile_path)
 {
-    if (!isp::id_served(__func__, group_id)) {
+    if (!isp::valid_id(__func__, group_id)) {
         return -1;
     }
     const isp::EngineLock lock;
@@ -119,4 +122,16 @@ int rk_isp_deinit_group(int group_id)
         destroy_group(group_id, ctx);
         return 0;
     });
+}
+
+int set_sensor_vpss_group(int /*isp_id*/, int* value)
+{
+    if (value == nullptr) {
+        ISP_TRACE(__func__, "value == NULL\n");
+        return -1;
+    }
+    for (int i = 0; i < 4; ++i) {
+        isp::shared_set(sensor_vpss_group[i], value[i]);
+    }
+    return 0;
 }

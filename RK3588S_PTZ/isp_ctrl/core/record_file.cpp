@@ -1,6 +1,6 @@
-#include "isp_ctrl/frame/record_file.h"
+#include "isp_ctrl/core/record_file.h"
 
-#include "isp_ctrl/frame/trace.h"
+#include "isp_ctrl/core/trace.h"
 
 #include <cstdio>
 #include <fcntl.h>

@@ -1,7 +1,7 @@
 // The board's one-time-programmable flag, which tells the host which of two plans to follow.
 #include "isp_ctrl.h"
-#include "isp_ctrl/frame/seam.h"
-#include "isp_ctrl/frame/trace.h"
+#include "isp_ctrl/core/seam.h"
+#include "isp_ctrl/core/trace.h"
 
 #include <cstdio>
 #include <cstring>

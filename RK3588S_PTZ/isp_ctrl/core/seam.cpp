@@ -1,4 +1,4 @@
-#include "isp_ctrl/frame/seam.h"
+#include "isp_ctrl/core/seam.h"
 
 namespace isp
 {
