@@ -121,6 +121,11 @@ void save_session()
     saved_store = std::move(text);
 }
 
+std::string session_folder()
+{
+    return folder;
+}
+
 std::string store_path()
 {
     return folder + "/settings.ini";

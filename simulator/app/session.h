@@ -20,6 +20,7 @@ void open_session(const std::string& folder);
 /// Writes the store if it changed. Throws BadInput when it cannot be written.
 void save_session();
 
+std::string session_folder();
 std::string store_path();
 std::string shading_path();
 std::string calibration_path();

@@ -8,6 +8,7 @@
 
 #include <cstring>
 #include <fstream>
+#include <sstream>
 
 // Fontconfig, which finds the labels' font, keeps some memory for the life of the process.
 extern "C" const char* __lsan_default_suppressions();
@@ -96,6 +97,19 @@ TEST_F(App, BadInputGetsOneClearLineAndChangesNothing)
     }
     const kiv_isp_param_s after = sim::host::stored_record(0);
     EXPECT_EQ(std::memcmp(&before, &after, sizeof before), 0);
+}
+
+TEST_F(App, AConfinedCommandWritesOnlyInTheSessionsFolderAndWhereItIsTold)
+{
+    ASSERT_EQ(symlink("/tmp", (folder + "/link").c_str()), 0);
+    std::ostringstream output;
+    const app::RunOptions options{.output = &output, .confined = true};
+    for (const char* file : {"../x", "/tmp/x", "link/x", ".", "sub/../../x"}) {
+        EXPECT_THROW(app::run_line(std::string("shading write ") + file, options), app::BadInput) << file;
+    }
+    EXPECT_TRUE(app::run_line("shading write new.data", options));
+    EXPECT_TRUE(std::filesystem::exists(folder + "/new.data"));
+    EXPECT_EQ(output.str(), "shading file written\n");
 }
 
 TEST_F(App, AScriptEndsAtItsFirstWrongCommandAndNamesTheLine)

@@ -1,0 +1,116 @@
+#include "app/command.h"
+
+#include "app/commands.h"
+#include "app/session.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+#include <utility>
+
+namespace app
+{
+
+namespace
+{
+
+RunOptions running;
+
+} // namespace
+
+RunOptions exchange_options(const RunOptions& options)
+{
+    return std::exchange(running, options);
+}
+
+std::ostream& out()
+{
+    return running.output != nullptr ? *running.output : std::cout;
+}
+
+std::string file_argument(const std::string& word)
+{
+    if (!running.confined) {
+        return word;
+    }
+    // Resolved, so that no link leads out either.
+    std::error_code error;
+    const std::filesystem::path folder = std::filesystem::weakly_canonical(session_folder(), error);
+    const std::filesystem::path file = std::filesystem::weakly_canonical(folder / word, error);
+    const auto rest = std::mismatch(folder.begin(), folder.end(), file.begin(), file.end()).first;
+    if (error || rest != folder.end() || file == folder) {
+        throw BadInput("files are in the session's folder here, not " + word);
+    }
+    return file.string();
+}
+
+int camera_id(const std::string& word)
+{
+    return number<int>(word, 0, kCameras - 1, "a camera");
+}
+
+int camera_with_engine(const std::string& word)
+{
+    const int camera = camera_id(word);
+    if (!has_engine(camera)) {
+        throw BadInput("camera " + word + " has no engine: start it first");
+    }
+    return camera;
+}
+
+const sim::host::Setting& setting_named(const std::string& word)
+{
+    const sim::host::Setting* setting = sim::host::find_setting(word);
+    if (setting == nullptr) {
+        throw BadInput("there is no setting " + word + "; help settings lists them");
+    }
+    return *setting;
+}
+
+std::string range_text(const sim::host::Setting& setting)
+{
+    std::string text = std::to_string(setting.lowest) + " to " + std::to_string(setting.highest);
+    for (const sim::host::ValueName& name : sim::host::names_of(setting)) {
+        text += ", " + std::string(name.name);
+    }
+    return text;
+}
+
+int setting_value(const sim::host::Setting& setting, const std::string& word)
+{
+    const std::optional<int> value = sim::host::value_of(setting, word);
+    if (!value || !setting.in_range(*value)) {
+        throw BadInput(std::string(setting.name) + " takes " + range_text(setting) + ", not " + word);
+    }
+    return *value;
+}
+
+sim::Microseconds duration(const std::string& word)
+{
+    double value = 0.0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+    const std::string unit(end, word.data() + word.size());
+    const double seconds = unit == "ms" ? value / 1e3 : unit == "min" ? value * 60.0 : value;
+    if (error != std::errc{} || (unit != "s" && unit != "ms" && unit != "min") || !(seconds >= 0.0) ||
+        seconds > 86400.0) {
+        throw BadInput("a time is a number with ms, s or min, up to a day, not " + word);
+    }
+    return static_cast<sim::Microseconds>(seconds * 1e6);
+}
+
+bool on_or_off(const std::string& word)
+{
+    if (word != "on" && word != "off") {
+        throw BadInput("on or off, not " + word);
+    }
+    return word == "on";
+}
+
+void check(int result, const std::string& what)
+{
+    if (result != 0) {
+        throw BadInput(what + " failed with " + std::to_string(result));
+    }
+}
+
+} // namespace app

@@ -1,0 +1,94 @@
+// Help, and what belongs to no camera.
+#include "app/command.h"
+#include "app/commands/groups.h"
+
+#include <iomanip>
+#include <ostream>
+
+namespace app
+{
+
+namespace
+{
+
+using sim::host::Setting;
+
+constexpr int kNameWidth = 24;
+constexpr int kUsageWidth = 33;
+
+void echo(const Words& words)
+{
+    for (const std::string& word : words) {
+        out() << word << ' ';
+    }
+    out() << '\n';
+}
+
+std::string usage_of(const Command& command)
+{
+    return std::string(command.name) + (command.arguments.empty() ? "" : " ") + std::string(command.arguments);
+}
+
+void list_commands()
+{
+    for (const Group& group : command_groups()) {
+        out() << group.title << '\n';
+        for (const Command& command : group.commands) {
+            const std::string usage = "  " + usage_of(command);
+            out() << std::left << std::setw(kUsageWidth) << usage;
+            if (usage.size() >= kUsageWidth) {
+                out() << '\n' << std::setw(kUsageWidth) << "";
+            }
+            out() << command.help << '\n';
+        }
+    }
+    out() << "help settings lists all settings with their ranges, help NAME explains one.\n";
+}
+
+void explain(const Setting& setting)
+{
+    const bool action = setting.setter == sim::host::Setter::action;
+    out() << std::left << std::setw(kNameWidth) << setting.name << (action ? "" : range_text(setting) + ": ")
+          << setting.effect;
+    if (!setting.modes.empty()) {
+        out() << " [" << setting.modes << "]";
+    }
+    out() << '\n';
+}
+
+void help(const Words& words)
+{
+    if (words.empty()) {
+        list_commands();
+        return;
+    }
+    bool found = false;
+    for (const Setting& setting : sim::host::kSettingsAndCommands) {
+        if (setting.setter != sim::host::Setter::none && (words[0] == "settings" || words[0] == setting.name)) {
+            found = true;
+            explain(setting);
+        }
+    }
+    if (const Command* command = find_command(words[0]); command != nullptr) {
+        found = true;
+        out() << usage_of(*command) << ": " << command->help << '\n';
+    }
+    if (!found) {
+        throw BadInput("there is nothing called " + words[0]);
+    }
+}
+
+constexpr Command kCommands[] = {
+    {"echo", "TEXT...", "print a line", 0, kMany, echo, Kind::looks},
+    {"help", "[settings | NAME]", "this list, or one thing", 0, 1, help, Kind::looks},
+    {"quit", "", "leave", 0, 0, nullptr, Kind::looks},
+};
+
+} // namespace
+
+std::span<const Command> general_commands()
+{
+    return kCommands;
+}
+
+} // namespace app

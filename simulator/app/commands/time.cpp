@@ -1,0 +1,83 @@
+// Simulated time: letting it pass, watching and recording cameras meanwhile.
+#include "app/command.h"
+#include "app/commands/groups.h"
+#include "app/run_record.h"
+#include "app/session.h"
+
+#include <algorithm>
+#include <ostream>
+
+namespace app
+{
+
+namespace
+{
+
+void run_for(const Words& words)
+{
+    sim::wait(duration(words[0]));
+}
+
+void speed(const Words& words)
+{
+    if (words[0] == "virtual") {
+        sim::use_virtual_time();
+    } else {
+        sim::use_paced_time(number<double>(words[0], 0.01, 1000.0, "a speed"));
+    }
+}
+
+void watch(const Words& words)
+{
+    std::vector<int> cameras;
+    for (std::size_t i = 0; i + 1 < words.size(); ++i) {
+        cameras.push_back(camera_with_engine(words[i]));
+    }
+    constexpr sim::Microseconds kShortest = 500000;
+    constexpr sim::Microseconds kLines = 8;
+    const sim::Microseconds whole = duration(words.back());
+    const sim::Microseconds interval = std::max(kShortest, whole / kLines);
+    for (sim::Microseconds left = whole; left > 0; left -= interval) {
+        sim::wait(std::min(left, interval));
+        for (const int camera : cameras) {
+            out() << live_line(camera) << '\n' << std::flush;
+        }
+    }
+}
+
+void record(const Words& words)
+{
+    if (words[0] == "stop") {
+        stop_recording_run();
+        return;
+    }
+    std::vector<int> cameras;
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        cameras.push_back(camera_with_engine(words[i]));
+    }
+    record_run(file_argument(words[0]), cameras.empty() ? cameras_with_engine() : cameras);
+    on_frame(record_frame);
+}
+
+void plot(const Words& words)
+{
+    plot_run(file_argument(words[0]), file_argument(words[1]));
+    out() << "wrote " << words[1] << '\n';
+}
+
+constexpr Command kCommands[] = {
+    {"run", "TIME", "let simulated time pass", 1, 1, run_for},
+    {"speed", "FACTOR|virtual", "pace of simulated time", 1, 1, speed},
+    {"watch", "CAM... TIME", "live lines for a while", 2, kMany, watch},
+    {"record", "FILE.csv [CAM...] | stop", "record every frame", 1, kMany, record},
+    {"plot", "FILE.csv FILE.svg|.png", "draw a recorded run", 2, 2, plot, Kind::looks},
+};
+
+} // namespace
+
+std::span<const Command> time_commands()
+{
+    return kCommands;
+}
+
+} // namespace app
