@@ -5,7 +5,8 @@
 set -euo pipefail
 
 packages=(
-    cmake fonts-dejavu-core g++ gnuplot-nox libcairo2-dev libcli11-dev libedit-dev ninja-build pkg-config
+    cmake fonts-dejavu-core g++ gnuplot-nox libcairo2-dev libcli11-dev libedit-dev libpng-dev
+    libturbojpeg0-dev ninja-build pkg-config
 )
 ci_packages=(
     libbenchmark-dev libgmock-dev libgtest-dev                       # tests and benchmarks

@@ -32,9 +32,9 @@ sim::picture::Look look_of(int camera)
     return look;
 }
 
-sim::picture::Image picture_of(int camera)
+sim::picture::Image picture_of(int camera, int width, int height)
 {
-    return sim::picture::render(look_of(camera), kPictureWidth, kPictureHeight);
+    return sim::picture::render(look_of(camera), width, height);
 }
 
 } // namespace app

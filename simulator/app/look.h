@@ -12,6 +12,7 @@ inline constexpr int kPictureHeight = 480;
 /// The camera's engine blocks and live values. It needs an engine.
 sim::picture::Look look_of(int camera);
 
-sim::picture::Image picture_of(int camera);
+/// What the camera shows, without a caption. Empty unless both sides are 1 to kMaxSide.
+sim::picture::Image picture_of(int camera, int width = kPictureWidth, int height = kPictureHeight);
 
 } // namespace app

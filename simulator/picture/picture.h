@@ -93,8 +93,14 @@ using Labelled = std::pair<std::string, Image>;
 Image contact_sheet(const std::vector<Labelled>& images, int columns);
 Image side_by_side(const std::vector<Labelled>& images);
 
-/// Writes an 8-bit PNG. The file appears whole or not at all; one that was there stays when writing fails. Returns
-/// what went wrong, empty when nothing did.
-std::string write_png(const std::string& path, const Image& image);
+// ---- Files --------------------------------------------------------------------------------------------------------
+
+/// 8 bits per channel; JPEG with a quality of 1 to 100. Empty when there is no picture.
+std::vector<unsigned char> encode_png(const Image& image);
+std::vector<unsigned char> encode_jpeg(const Image& image, int quality);
+
+/// Writes a PNG, or a JPEG where the name ends in .jpg or .jpeg. The file appears whole or not at all; one that was
+/// there stays when writing fails. Returns what went wrong, empty when nothing did.
+std::string save(const std::string& path, const Image& image);
 
 } // namespace sim::picture

@@ -421,15 +421,15 @@ TEST_F(Picture, FilesAppearWholeOrNotAtAll)
     fs::remove_all(folder);
     fs::create_directories(folder / "taken.png" / "inner");
     const std::string good = folder / "chart.png";
-    EXPECT_EQ(write_png(good, plain), "");
+    EXPECT_EQ(save(good, plain), "");
     std::string head(24, '\0');
     std::ifstream(good, std::ios::binary).read(head.data(), 24);
     EXPECT_EQ(head, std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\1\x40\0\0\0\xF0", 24));
-    for (const auto& [name, reason] : {std::pair("missing/chart.png", "No such file"), {"taken.png", "directory"}}) {
+    for (const auto& [name, reason] : {std::pair("missing/chart.png", "No such file"), {"taken.png", "not a regular file"}}) {
         const std::string path = folder / name;
-        EXPECT_THAT(write_png(path, plain), testing::AllOf(testing::StartsWith(path), testing::HasSubstr(reason)));
+        EXPECT_THAT(save(path, plain), testing::AllOf(testing::StartsWith(path), testing::HasSubstr(reason)));
     }
-    EXPECT_THAT(write_png(good, Image{}), testing::HasSubstr("no picture"));
+    EXPECT_THAT(save(good, Image{}), testing::HasSubstr("no picture"));
     EXPECT_GT(fs::file_size(good), 100U) << "the file from before stays";
     EXPECT_EQ(bench::entries(folder.c_str()), 2) << "nothing partial is left";
 }

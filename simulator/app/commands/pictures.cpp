@@ -70,7 +70,7 @@ constexpr Command kCommands[] = {
 
 void write_picture(const std::string& path, const sim::picture::Image& image)
 {
-    const std::string failed = sim::picture::write_png(path, image);
+    const std::string failed = sim::picture::save(path, image);
     if (!failed.empty()) {
         throw BadInput(failed);
     }

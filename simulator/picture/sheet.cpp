@@ -1,17 +1,13 @@
-// Sheets of labelled images, and PNG files. Cairo draws and encodes.
+// Sheets of labelled images. Cairo draws.
 #include "picture/colour.h"
 
 #include <cairo.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <memory>
-#include <system_error>
 
 namespace sim::picture
 {
@@ -87,12 +83,6 @@ void draw_label(cairo_t* context, const std::string& label, double x, double y, 
     cairo_show_text(context, label.c_str());
 }
 
-cairo_status_t append_to_file(void* file, const unsigned char* data, unsigned int length)
-{
-    return std::fwrite(data, 1, length, static_cast<std::FILE*>(file)) == length ? CAIRO_STATUS_SUCCESS
-                                                                                 : CAIRO_STATUS_WRITE_ERROR;
-}
-
 } // namespace
 
 Image contact_sheet(const std::vector<Labelled>& images, int columns)
@@ -137,36 +127,6 @@ Image contact_sheet(const std::vector<Labelled>& images, int columns)
 Image side_by_side(const std::vector<Labelled>& images)
 {
     return contact_sheet(images, static_cast<int>(std::min<std::size_t>(images.size(), kMaxSide)));
-}
-
-std::string write_png(const std::string& path, const Image& image)
-{
-    if (image.pixels.empty()) {
-        return path + ": there is no picture to write";
-    }
-    const std::string part = path + ".part";
-    const auto failed = [&](const std::string& why) {
-        std::error_code ignored;
-        std::filesystem::remove(part, ignored);
-        return path + ": " + why;
-    };
-    const auto system_error = [] { return std::generic_category().message(errno); };
-
-    std::FILE* const file = std::fopen(part.c_str(), "wb");
-    if (file == nullptr) {
-        return path + ": " + system_error();
-    }
-    const Surface surface = to_surface(image);
-    const cairo_status_t status = cairo_surface_write_to_png_stream(surface.get(), append_to_file, file);
-    const std::string why = status == CAIRO_STATUS_WRITE_ERROR ? system_error() : cairo_status_to_string(status);
-    const bool closed = std::fclose(file) == 0;
-    if (status != CAIRO_STATUS_SUCCESS) {
-        return failed(why);
-    }
-    if (!closed || std::rename(part.c_str(), path.c_str()) != 0) {
-        return failed(system_error());
-    }
-    return {};
 }
 
 } // namespace sim::picture
