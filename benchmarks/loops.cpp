@@ -2,13 +2,12 @@
 
 #include "base/clock.h"
 #include "engine/engine.h"
+#include "hand/hand.h"
 #include "host/lens.h"
 #include "isp_ctrl.h"
 #include "isp_ctrl/core/context.h"
 #include "isp_ctrl/core/seam.h"
 #include "platformpara/para_isp.h"
-#define HAND hand
-#include "hand/hand.h"
 
 #include <array>
 #include <cmath>

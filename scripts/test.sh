@@ -93,7 +93,6 @@ else
     check "lines, branches and conditions" scripts/coverage.sh
     check "a sample of mutants" mutation_sample
     check "fuzzers" scripts/fuzz.sh 5
-    check "work by hand is the library's" build/release/isp_bench --check
     check "instructions per setter" env BUILD=build/release scripts/count-instructions.sh --check
     check "documents of the headers" scripts/docs.sh
     check "clang-format, clang-tidy of the library" scripts/lint.sh RK3588S_PTZ

@@ -1,4 +1,4 @@
-// By hand: lens type, restore, style and one cycle of each loop.
+// By hand: one cycle of each loop. Exposure: panorama camera 1, feature camera 0. White balance: 3, 0 and 2.
 #include "af/lens_ctrl.h"
 #include "hand/straight.h"
 #include "isp_ctrl/core/lock.h"
@@ -6,85 +6,11 @@
 #include "isp_ctrl/core/truncate.h"
 
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
 
-namespace HAND
+namespace hand
 {
-
-bool lens_is_SR1053()
-{
-    static char model[126]; // of the last successful read
-    static pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
-    char line[256] = {};
-    std::FILE* pipe = popen(isp::seam.lens_command, "r");
-    if (pipe != nullptr) {
-        if (std::fgets(line, sizeof line, pipe) == nullptr) {
-            line[0] = '\0';
-        }
-        pclose(pipe);
-    }
-    pthread_mutex_lock(&mutex);
-    if (pipe != nullptr) {
-        const std::size_t length = std::min(std::strcspn(line, " \n"), sizeof model - 1);
-        std::memcpy(model, line, length);
-        model[length] = '\0';
-    }
-    const bool found = std::strcmp(model, "SR1053-50IRC-8M-F20") == 0;
-    pthread_mutex_unlock(&mutex);
-    return found;
-}
-
-#define READ(name) const int name##_ = para_get_isp_##name##_cur(id);
-#define APPLY(name) name(id, name##_);
-#define APPLY_PRESET(name) name(id, preset->name);
-
-int restore(int id, int)
-{
-    CHECK_ID(id)
-    TRACE("isp_para\n\n");
-    // clang-format off
-    READ(exposure_mode) READ(expcomp_mode) READ(expcomp_level) READ(backlight) READ(antiflicker) READ(gain_limit)
-    READ(drc) READ(wdr_strength) READ(meter) READ(luminance) READ(saturation) READ(contrast) READ(sharpness)
-    READ(gamma) READ(blackwhite_mode) READ(wb_mode) READ(awb_sens) READ(hue) READ(rgain_tuning) READ(bgain_tuning)
-    READ(nr2d) READ(nr3d)
-    APPLY(exposure_mode) APPLY(expcomp_mode) APPLY(expcomp_level) APPLY(backlight) APPLY(gain_limit) APPLY(antiflicker)
-    APPLY(drc) APPLY(wdr_strength) APPLY(meter) APPLY(wb_mode) APPLY(awb_sens) APPLY(saturation) APPLY(hue)
-    APPLY(rgain_tuning) APPLY(bgain_tuning) APPLY(luminance) APPLY(contrast) APPLY(sharpness) APPLY(gamma)
-    APPLY(blackwhite_mode) APPLY(nr2d) APPLY(nr3d)
-        // clang-format on
-        return 0;
-}
-
-int style(int id, int value)
-{
-    CHECK_ID(id)
-    TRACE("enter,style:%d\n", value);
-    const kiv_isp_param_s* preset = para_get_isp_style_param(id, value);
-    para_set_isp_style_cur(id, value);
-    if (para_isp_style_excute_by_arm() == 1) {
-        return ISP_EXCUTE_BYARM;
-    }
-    para_set_isp_shutter_cur(id, preset->shutter);
-    para_set_isp_iris_cur(id, preset->iris);
-    para_set_isp_bright_cur(id, preset->bright);
-    para_set_isp_manual_gain_cur(id, preset->manual_gain);
-    para_set_isp_rgain_cur(id, preset->rgain);
-    para_set_isp_bgain_cur(id, preset->bgain);
-    para_set_isp_temperature_cur(id, preset->temperature);
-    // clang-format off
-    APPLY_PRESET(exposure_mode) APPLY_PRESET(backlight) APPLY_PRESET(wb_mode) APPLY_PRESET(expcomp_mode)
-    APPLY_PRESET(expcomp_level) APPLY_PRESET(gain_limit) APPLY_PRESET(meter) APPLY_PRESET(drc) APPLY_PRESET(awb_sens)
-    APPLY_PRESET(rgain_tuning) APPLY_PRESET(bgain_tuning) APPLY_PRESET(saturation) APPLY_PRESET(hue)
-    APPLY_PRESET(luminance) APPLY_PRESET(contrast) APPLY_PRESET(sharpness) APPLY_PRESET(gamma)
-    APPLY_PRESET(blackwhite_mode) APPLY_PRESET(nr2d) APPLY_PRESET(nr3d)
-        // clang-format on
-        return 0;
-}
-
-// ---- Loops: panorama camera 1 and feature camera 0 of exposure, 3, 0 and 2 of white balance -------------------------
 
 void exposure_cycle()
 {
@@ -231,4 +157,4 @@ void iris_cycle(const Iris_Info_Param* record)
     }
 }
 
-} // namespace HAND
+} // namespace hand
