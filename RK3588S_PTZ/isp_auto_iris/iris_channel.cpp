@@ -2,6 +2,7 @@
 #include "isp_auto_iris.h"
 #include "isp_ctrl/core/atomic.h"
 #include "isp_ctrl/core/lock.h"
+#include "isp_ctrl/core/seam.h"
 #include "isp_ctrl/core/trace.h"
 
 #include <arpa/inet.h>
@@ -14,8 +15,6 @@ KIV_AUTO_IRIS_CONTROL_CALLBACK kiv_auto_iris_cb = nullptr;
 
 namespace
 {
-
-constexpr int port = 6789; // UDP port of the lens service
 
 // Datagram: two bytes of header, then the command's six bytes as they are.
 constexpr unsigned char kHeader[2] = {0x77, 0x17};
@@ -64,7 +63,7 @@ int set_auto_iris(iris_ctrl_param_t* param)
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = inet_addr("127.0.0.1");
-    address.sin_port = htons(port);
+    address.sin_port = htons(isp::seam.lens_service_port);
     const int fd = socket(AF_INET, SOCK_DGRAM, 0);
     if (fd < 0) {
         ISP_TRACE(__func__, "socket error\n\n");

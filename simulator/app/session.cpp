@@ -183,10 +183,11 @@ void fit_lens(const std::string& model)
 void set_auto_iris_on(bool on)
 {
     if (on && !iris_loop_started) {
-        const std::string failed = lens_service.open(iris_file);
+        const std::string failed = lens_service.open(iris_file, 0);
         if (!failed.empty()) {
             throw BadInput(failed);
         }
+        isp::seam.lens_service_port = static_cast<unsigned short>(lens_service.port());
         lens_service.publish();
         if (init_auto_iris_control(set_auto_iris) != 0) {
             throw BadInput("the iris loop does not start");

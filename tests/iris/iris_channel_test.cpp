@@ -12,6 +12,7 @@
 #include <vector>
 
 static sockaddr_in sent_to;
+static in_port_t service_port; // where datagrams go instead, unless it is 0
 
 extern "C" {
 ssize_t __real_sendto(int fd, const void* data, std::size_t size, int flags, const sockaddr* address, socklen_t length);
@@ -19,7 +20,9 @@ ssize_t __real_sendto(int fd, const void* data, std::size_t size, int flags, con
 ssize_t __wrap_sendto(int fd, const void* data, std::size_t size, int flags, const sockaddr* address, socklen_t length)
 {
     std::memcpy(&sent_to, address, sizeof sent_to);
-    return __real_sendto(fd, data, size, flags, address, length);
+    sockaddr_in redirected = sent_to;
+    redirected.sin_port = service_port != 0 ? service_port : sent_to.sin_port;
+    return __real_sendto(fd, data, size, flags, reinterpret_cast<const sockaddr*>(&redirected), length);
 }
 }
 
@@ -28,17 +31,19 @@ namespace
 
 using Bytes = std::vector<unsigned char>;
 
-/// A socket in the lens service's place.
+/// A socket that takes the lens service's place, on any port.
 int listen_as_lens_service()
 {
     sockaddr_in address{};
+    socklen_t size = sizeof address;
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(6789);
     const timeval timeout{5, 0};
     const int fd = socket(AF_INET, SOCK_DGRAM, 0);
     setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
-    EXPECT_EQ(bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0) << "port 6789 is taken";
+    EXPECT_EQ(bind(fd, reinterpret_cast<const sockaddr*>(&address), size), 0);
+    EXPECT_EQ(getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size), 0);
+    service_port = address.sin_port;
     return fd;
 }
 
@@ -67,11 +72,13 @@ TEST(IrisChannel, SendsTheRecordBehindTwoBytes)
         EXPECT_EQ(set_auto_iris(&command), 0);
         EXPECT_EQ(sent_to.sin_family, AF_INET); // any other and no address would reach this machine too
         EXPECT_EQ(sent_to.sin_addr.s_addr, htonl(INADDR_LOOPBACK));
+        EXPECT_EQ(ntohs(sent_to.sin_port), 6789);
         Bytes received(64);
         received.resize(static_cast<std::size_t>(std::max<ssize_t>(recv(service, received.data(), 64, 0), 0)));
         EXPECT_EQ(received, row.bytes);
     }
     close(service);
+    service_port = 0;
 }
 
 TEST(IrisChannel, LeaksNothingWhateverFails)

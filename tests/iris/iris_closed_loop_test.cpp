@@ -45,7 +45,8 @@ protected:
     void SetUp() override
     {
         start_camera(0);
-        ASSERT_EQ(service.open(iris_device), "");
+        ASSERT_EQ(service.open(iris_device, 0), "");
+        isp::seam.lens_service_port = static_cast<unsigned short>(service.port());
         sim::wait(0);
         ticks.push_back(sim::every(kLensPeriod, [this] {
             service.poll();

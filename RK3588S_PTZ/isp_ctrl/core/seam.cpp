@@ -10,6 +10,7 @@ constinit Seam seam = {
     .otp_file = "/proc/otp_eeprom-7-50",
     .lens_command = "/usr/bin/vendor_storage -r VENDOR_CUSTOM_ID_1A -t string | grep \"VENDOR_CUSTOM_ID\" | "
                     "sed 's/.*VENDOR_CUSTOM_ID://'",
+    .lens_service_port = 6789,
     .sleep = ::sleep,
     .usleep = ::usleep,
 };

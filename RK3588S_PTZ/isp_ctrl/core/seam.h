@@ -1,6 +1,6 @@
-// What ties the library to the device: fixed paths, the vendor-storage command and the waits. All of it is reached
-// through this one record, which a program that links the static library may change before it calls the library.
-// The shared library does not export it.
+// What ties the library to the device: fixed paths and port, the vendor-storage command and the waits. All of it is
+// reached through this one record, which a program that links the static library may change before it calls the
+// library. The shared library does not export it.
 #pragma once
 
 #include <unistd.h>
@@ -9,11 +9,12 @@ namespace isp
 {
 
 struct Seam {
-    const char* wb_calibration_file; // white-balance calibration, 80 bytes
-    const char* shading_file;        // lens-shading grids, 6936 bytes
-    const char* iris_device;         // shared iris record, 36 bytes, mapped
-    const char* otp_file;            // one-time-programmable memory, text
-    const char* lens_command;        // prints the lens model name, run through the shell
+    const char* wb_calibration_file;  // white-balance calibration, 80 bytes
+    const char* shading_file;         // lens-shading grids, 6936 bytes
+    const char* iris_device;          // shared iris record, 36 bytes, mapped
+    const char* otp_file;             // one-time-programmable memory, text
+    const char* lens_command;         // prints the lens model name, run through the shell
+    unsigned short lens_service_port; // of UDP, on this machine
     unsigned (*sleep)(unsigned seconds);
     int (*usleep)(useconds_t microseconds);
 };
