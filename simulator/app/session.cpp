@@ -13,6 +13,7 @@
 #include "isp_ctrl/core/context.h"
 #include "isp_ctrl/core/seam.h"
 
+#include <atomic>
 #include <charconv>
 #include <filesystem>
 
@@ -30,7 +31,7 @@ std::string folder, calibration_file, shading_file, iris_file, otp_file, lens_co
 std::function<void()> frame_callback;
 sim::host::LensService lens_service;
 bool iris_loop_started = false;
-bool iris_on = false;
+std::atomic<bool> iris_on = false; // read by any thread
 
 std::string saved_store; // as last loaded or saved, to write only what changed
 

@@ -3,6 +3,7 @@
 #include "app/bad_input.h"
 #include "app/commands.h"
 #include "app/session.h"
+#include "app/turn.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -20,6 +21,7 @@ namespace
 /// Runs one line; false to leave. A wrong command is reported in one line on standard error.
 bool run(const std::string& line, const std::string& where, bool& wrong)
 {
+    const Turn turn(line);
     try {
         const bool go_on = run_line(line);
         save_session();

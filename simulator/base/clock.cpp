@@ -245,6 +245,13 @@ void use_virtual_time()
     c.appoint_driver();
 }
 
+double pace()
+{
+    Clock& c = clock();
+    const Lock lock(c.mutex);
+    return c.paced ? c.speed : 0.0;
+}
+
 Microseconds now()
 {
     Clock& c = clock();

@@ -22,6 +22,9 @@ void install_clock();
 void use_paced_time(double speed);
 void use_virtual_time();
 
+/// How many times as fast as the real clock time passes; 0 in virtual time.
+double pace();
+
 Microseconds now();
 
 /// Waits in simulated time on the calling thread. In virtual time a thread takes part from its first wait until it

@@ -3,6 +3,7 @@
 #include "app/commands/groups.h"
 #include "app/run_record.h"
 #include "app/session.h"
+#include "app/turn.h"
 
 #include <algorithm>
 #include <ostream>
@@ -15,7 +16,7 @@ namespace
 
 void run_for(const Words& words)
 {
-    sim::wait(duration(words[0]));
+    wait_in_turn(duration(words[0]));
 }
 
 void speed(const Words& words)
@@ -38,7 +39,7 @@ void watch(const Words& words)
     const sim::Microseconds whole = duration(words.back());
     const sim::Microseconds interval = std::max(kShortest, whole / kLines);
     for (sim::Microseconds left = whole; left > 0; left -= interval) {
-        sim::wait(std::min(left, interval));
+        wait_in_turn(std::min(left, interval));
         for (const int camera : cameras) {
             out() << live_line(camera) << '\n' << std::flush;
         }
