@@ -1,33 +1,49 @@
 #!/usr/bin/env bash
-# Installs the build, moves the installed tree, and builds and runs two programs against it that know nothing else: one
-# in C by pkg-config, one in C++ by the CMake package, with the shared and with the static library.
-#   check_consumers.sh BUILD HOST [EMULATOR...]
-# HOST is the shared object that plays the host. CC names the C compiler, TOOLCHAIN the CMake toolchain file, if any.
+# Installs the build, moves the installed tree, and builds and runs programs against it that know nothing else: the
+# example host by make and by CMake, a host in C by pkg-config, and in C++ by the CMake package with the shared and the
+# static library and in simulated time.
+#   check_consumers.sh BUILD EXAMPLE [EMULATOR...]
+# CC names the C compiler, TOOLCHAIN the CMake toolchain file, if any.
 set -euo pipefail
 build=$1
-host=$2
+example=$2
 run=("${@:3}")
-sources=$(cd "$(dirname "$0")/consumers" && pwd)
+folder=$(cd "$(dirname "$0")" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-cmake --install "$build" --prefix "$work/installed" >/dev/null
-mv "$work/installed" "$work/moved"
+DESTDIR=$work/staged cmake --install "$build" --prefix /usr/local >/dev/null
+mv "$work/staged/usr/local" "$work/moved"
 prefix=$work/moved
 libraries=$(dirname "$(find "$prefix" -name libisp_ctrl.a)")
-rpath=-Wl,-rpath,$libraries:$(dirname "$host")
+export PKG_CONFIG_LIBDIR=$libraries/pkgconfig LDFLAGS="-Wl,-rpath,$libraries" CC=${CC:-cc}
+
+configure() { # SOURCE BUILD
+    cmake -G Ninja -S "$1" -B "$2" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_FIND_ROOT_PATH="$prefix" \
+        ${TOOLCHAIN:+"-DCMAKE_TOOLCHAIN_FILE=$TOOLCHAIN"} >/dev/null
+    cmake --build "$2" >/dev/null
+}
+
+echo "example, make"
+cp -r "$example" "$work/example"
+make -C "$work/example" CFLAGS=-Werror CC="$CC" >/dev/null
+"$folder/run_example.sh" "$work/example/host" "${run[@]}"
+
+echo "example, CMake"
+configure "$work/example" "$work/example/build"
+"${run[@]}" "$work/example/build/host" 2>/dev/null || [[ $? == 2 ]] # its usage
 
 echo "C, pkg-config"
-export PKG_CONFIG_LIBDIR=$libraries/pkgconfig
-pkg-config --exact-version="$(pkg-config --modversion isp_ctrl)" isp_ctrl
+for package in isp_ctrl isp_simulated_engine isp_simulated_host; do
+    pkg-config --exact-version="$(pkg-config --modversion isp_ctrl)" $package
+done
 # shellcheck disable=SC2046 # the flags are words
-"${CC:-cc}" -std=c11 -Wall -Wextra -Wpedantic -Werror $(pkg-config --cflags isp_ctrl) "$sources/c/main.c" \
-    -o "$work/c_host" $(pkg-config --libs isp_ctrl) "$host" "$rpath"
+"$CC" -std=c11 -Wall -Wextra -Wpedantic -Werror $(pkg-config --cflags isp_simulated_host) \
+    "$folder/consumers/c/main.c" -o "$work/c_host" "$LDFLAGS" $(pkg-config --libs isp_simulated_host)
 "${run[@]}" "$work/c_host"
 
 echo "C++, CMake package"
-cmake -G Ninja -S "$sources/cpp" -B "$work/cpp" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_FIND_ROOT_PATH="$prefix" \
-    ${TOOLCHAIN:+"-DCMAKE_TOOLCHAIN_FILE=$TOOLCHAIN"} -DHOST="$host" >/dev/null
-cmake --build "$work/cpp" >/dev/null
-"${run[@]}" "$work/cpp/with_shared"
-"${run[@]}" "$work/cpp/with_static"
+configure "$folder/consumers/cpp" "$work/cpp"
+for program in with_shared with_static in_simulated_time; do
+    "${run[@]}" "$work/cpp/$program"
+done
