@@ -79,7 +79,8 @@ std::string range_text(const sim::host::Setting& setting)
 int setting_value(const sim::host::Setting& setting, const std::string& word)
 {
     const std::optional<int> value = sim::host::value_of(setting, word);
-    if (!value || !setting.in_range(*value)) {
+    const bool named = value && sim::host::name_of(setting, *value) != std::to_string(*value);
+    if (!value || !(named || setting.in_range(*value))) {
         throw BadInput(std::string(setting.name) + " takes " + range_text(setting) + ", not " + word);
     }
     return *value;

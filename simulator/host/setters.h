@@ -20,10 +20,8 @@ struct NamedSetter {
 #define SETTER_level(name, type) {#name, [](int camera, int value) { return KIV_Set_##name(camera, type{value}); }},
 #define SETTER_action(name, type) {#name, [](int camera, int) { return KIV_Set_##name(camera); }},
 #define SETTER_silent(name, type) {#name, [](int camera, int value) { return KIV_Set_##name(camera, type{value}), 0; }},
-#define ISP_SETTING(name, type, access, setter, lowest, highest, initial, effect, modes, results)                      \
-    SETTER_##setter(name, type)
-#define ISP_COMMAND(name, type, access, setter, lowest, highest, initial, effect, modes, results)                      \
-    SETTER_##setter(name, type)
+#define ISP_SETTING(name, type, access, setter, ...) SETTER_##setter(name, type)
+#define ISP_COMMAND(name, type, access, setter, ...) SETTER_##setter(name, type)
 inline constexpr NamedSetter kSetters[] = {
 #include "host/settings.def"
 };

@@ -18,7 +18,7 @@ namespace
 constexpr std::size_t kMostMisuses = 1000;
 
 // A column of the list, `Times` over, as atomics. Not an array of such: g++ 12 leaves its elements zero.
-template <int Setting::*Column, std::size_t Times>
+template <int Setting::* Column, std::size_t Times>
 struct Levels {
     std::atomic<int> at[Times * kFields];
 

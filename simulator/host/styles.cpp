@@ -16,7 +16,7 @@ namespace
 
 struct Difference {
     Imgstyle_Mode_E style;
-    int kiv_isp_param_s::*setting;
+    int kiv_isp_param_s::* setting;
     int value;
 };
 

@@ -72,7 +72,7 @@ TEST_F(App, BadInputGetsOneClearLineAndChangesNothing)
         {"block 0 acp", "camera 0 has no engine"},
         {"set 0 colour 3", "there is no setting colour"},
         {"set 0 saturation", "saturation takes 0 to 14"},
-        {"set 0 saturation 15", "saturation takes 0 to 14, not 15"},
+        {"set 0 saturation 15", "saturation takes 0 to 14, no_colour, not 15"},
         {"set 0 saturation 99999999999999", "saturation takes 0 to 14"},
         {"set 0 blackwhite_mode maybe", "blackwhite_mode takes 0 to 1, off, on, not maybe"},
         {"set 0 hotpixel 1", "takes no value"},

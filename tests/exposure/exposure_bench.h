@@ -1,4 +1,4 @@
-// The exposure setters as one table, for what holds for all of them.
+// The bench of the exposure tests.
 #pragma once
 
 #include "support/bench.h"
@@ -8,37 +8,6 @@ namespace bench
 
 /// Stored modes to try: all with a name, and one without.
 inline constexpr int kModes[] = {0, 3, 10, 11, 13, 33, 34, 35, 99};
-
-struct ExposureSetter {
-    const char* name;
-    const char* modes; // in which it acts, between blanks
-    bool stored_when_refused;
-    int old_level, level; // both good
-    const char* driven;   // beginnings of the names of the engine's fields that it writes
-
-    bool acts_in(int mode) const
-    {
-        return std::string(modes).find(" " + std::to_string(mode) + " ") != std::string::npos;
-    }
-};
-
-#define BIAS_FIELDS "lin_ae.Params.Evbias ae.stAuto.stFrmRate.isFpsFix"
-inline constexpr ExposureSetter kExposureSetters[] = {
-    {"shutter", " 3 10 ", false, 3, 5,
-     "ae.AecOpType ae.stManual.LinearAE.ManualTimeEn ae.stManual.LinearAE.ManualGainEn ae.stManual.LinearAE.TimeValue "
-     "ae.stAuto.LinAeRange.stExpTimeRange ae.stAdvanced.SetAeRangeEn ae.stAdvanced.SetLinAeRange.stExpTimeRange"},
-    {"iris", " 3 11 35 ", false, 9, 12, ""},
-    {"bright", " 13 ", false, 5, 9, BIAS_FIELDS},
-    {"expcomp_mode", " 0 10 11 33 34 35 99 ", false, 3, 2, BIAS_FIELDS},
-    {"expcomp_level", " 0 10 11 33 34 35 99 ", true, 7, 11, BIAS_FIELDS},
-    {"backlight", " 0 33 ", false, 3, 2, BIAS_FIELDS},
-    {"gain_limit", " 0 10 11 13 ", false, 15, 6, "gain_range."},
-    {"manual_gain", " 3 10 ", false, 0, 13, "ae.stManual.LinearAE.ManualGainEn ae.stManual.LinearAE.GainValue"},
-    {"antiflicker", " 0 10 11 13 35 ", true, 2, 1, "ae.stAuto.stAntiFlicker."},
-    {"meter", " 0 3 10 11 13 33 34 35 99 ", true, 0, 1, "ae.GridWeights."},
-    {"wdr_strength", " 33 ", true, 0, 9, ""},
-};
-#undef BIAS_FIELDS
 
 inline constexpr int kCamera = 2;
 

@@ -45,15 +45,34 @@ void list_commands()
     out() << "help settings lists all settings with their ranges, help NAME explains one.\n";
 }
 
+/// A paragraph in lines that fit the width, the first after what is already there.
+void print_wrapped(const std::string& text, int indent)
+{
+    constexpr int kWidth = 79;
+    std::istringstream words(text);
+    int column = indent;
+    for (std::string word; words >> word; column += static_cast<int>(word.size()) + 1) {
+        if (column > indent && column + static_cast<int>(word.size()) > kWidth) {
+            out() << '\n' << std::setw(indent) << "";
+            column = indent;
+        }
+        out() << word << ' ';
+    }
+    out() << '\n';
+}
+
 void explain(const Setting& setting)
 {
     const bool action = setting.setter == sim::host::Setter::action;
-    out() << std::left << std::setw(kNameWidth) << setting.name << (action ? "" : range_text(setting) + ": ")
-          << setting.effect;
-    if (!setting.modes.empty()) {
-        out() << " [" << setting.modes << "]";
+    std::string text = (action ? "" : range_text(setting) + ": ") + std::string(setting.effect);
+    if (setting.effective != sim::host::kAllModes && setting.effective != sim::host::kNoMode) {
+        text += "; in " + sim::host::modes_text(setting.effective);
     }
-    out() << '\n';
+    if (const std::string elsewhere = sim::host::elsewhere_text(setting); !elsewhere.empty()) {
+        text += " [else " + elsewhere + "]";
+    }
+    out() << std::left << std::setw(kNameWidth) << setting.name;
+    print_wrapped(text, kNameWidth);
 }
 
 void help(const Words& words)

@@ -17,18 +17,38 @@ using sim::host::Setting;
 namespace
 {
 
-std::string outcome_text(int result)
+/// What became of a value, where that is not simply that it is stored and in force.
+std::string outcome_text(int camera, const Setting& setting, int value, int result)
 {
-    switch (result) {
-    case ISP_SUCCESS:
-        return "";
-    case ISP_UNFIT:
-        return "  (2: does not apply in the present mode)";
-    case ISP_EXCUTE_BYARM:
+    const kiv_isp_param_s record = sim::host::stored_record(camera);
+    const bool stored = setting.member != nullptr && sim::host::contains(setting.stored, record);
+    if (result == ISP_EXCUTE_BYARM) {
         return "  (3: the host applies styles itself)";
-    default:
+    }
+    if (result != ISP_SUCCESS && result != ISP_UNFIT) {
         return "  (" + std::to_string(result) + ": refused, or the engine failed)";
     }
+    if (result == ISP_UNFIT && !setting.is_mode() && sim::host::contains(setting.accepted, record)) {
+        return "  (2: refused)";
+    }
+    if (setting.setter != sim::host::Setter::action && !setting.in_range(value)) {
+        return "  (shown, not stored)";
+    }
+    if (setting.effective == sim::host::kNoMode) {
+        return stored ? "  (kept, without effect)" : "  (accepted, without effect)";
+    }
+    const std::string unused = sim::host::unused_mode(setting.effective, record);
+    if (unused.empty()) {
+        return !has_engine(camera) ? stored ? "  (no engine: stored)" : "  (no engine)"
+               : stored || setting.member == nullptr
+                   ? ""
+                   : "  (not stored in " + sim::host::unused_mode(setting.stored, record) + ")";
+    }
+    if (setting.is_mode()) {
+        return "  (kept, without effect)";
+    }
+    return stored ? "  (kept for " + sim::host::modes_text(setting.effective) + ")"
+                  : "  (not stored: " + unused + " does not use it)";
 }
 
 void set(const Words& words)
@@ -51,7 +71,7 @@ void set(const Words& words)
     if (!action) {
         out() << " = " << words[2];
     }
-    out() << outcome_text(result) << (has_engine(camera) ? "" : "  (no engine: stored)") << '\n';
+    out() << outcome_text(camera, setting, value, result) << '\n';
 }
 
 void show(const Words& words)
