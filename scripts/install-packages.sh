@@ -1,26 +1,32 @@
 #!/usr/bin/env bash
 # Installs the Debian packages this project needs and the machine lacks.
-#   scripts/install-packages.sh        to build and run the library and isp-sim
-#   scripts/install-packages.sh --ci   also what all checks need: sanitizers, target processor, ABI, documents
+#   scripts/install-packages.sh            to build and run the library and isp-sim
+#   scripts/install-packages.sh --package  also what Debian packages need, for 64-bit Arm too
+#   scripts/install-packages.sh --ci       also what all checks need: sanitizers, target processor, ABI, documents
 set -euo pipefail
 
 packages=(
     cmake fonts-dejavu-core g++ gnuplot-nox libcairo2-dev libcli11-dev libedit-dev libpng-dev
     libturbojpeg0-dev ninja-build pkg-config
 )
+deb_packages=(
+    dpkg-dev lintian make                                            # packages
+    binutils-aarch64-linux-gnu g++-aarch64-linux-gnu qemu-user       # the target's processor
+)
 ci_packages=(
     libbenchmark-dev libgmock-dev libgtest-dev                       # tests and benchmarks
     clang clang-format clang-tidy gcovr python3 valgrind             # checks
     clang-19 libclang-rt-19-dev llvm-19 lld                          # conditions, mutation
-    binutils-aarch64-linux-gnu g++-aarch64-linux-gnu googletest qemu-user # the target's processor
+    googletest                                                       # tests on the target's processor
     abigail-tools binutils                                           # symbols and ABI
     doxygen graphviz                                                 # documents
 )
 case "${1-}" in
 "") ;;
---ci) packages+=("${ci_packages[@]}") ;;
+--package) packages+=("${deb_packages[@]}") ;;
+--ci) packages+=("${deb_packages[@]}" "${ci_packages[@]}") ;;
 *)
-    echo "usage: ${0##*/} [--ci]" >&2
+    echo "usage: ${0##*/} [--package | --ci]" >&2
     exit 2
     ;;
 esac

@@ -94,6 +94,7 @@ else
     check "a sample of mutants" mutation_sample
     check "fuzzers" scripts/fuzz.sh 5
     check "instructions per setter" env BUILD=build/release scripts/count-instructions.sh --check
+    check "Debian packages" scripts/package.sh --check
     check "documents of the headers" scripts/docs.sh
     check "clang-format, clang-tidy of the library" scripts/lint.sh RK3588S_PTZ
 fi

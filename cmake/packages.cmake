@@ -1,0 +1,95 @@
+# Debian packages, one for each install component: libisp-ctrl1 (runtime), libisp-ctrl-dev (development, with the
+# simulated engine and the example host) and isp-sim (program). scripts/package.sh builds them.
+set(ISP_CTRL_MAINTAINER "isp_ctrl developers <isp-ctrl@packages.invalid>" CACHE STRING "Maintainer of the packages")
+set(runtime_package libisp-ctrl${PROJECT_VERSION_MAJOR})
+set(development_package libisp-ctrl-dev)
+set(program_package isp-sim)
+set(CPACK_COMPONENTS_ALL runtime development)
+if(TARGET isp-sim)
+  list(APPEND CPACK_COMPONENTS_ALL program)
+endif()
+
+# Copyright and changelog of every package; the example where Debian keeps examples.
+string(TIMESTAMP today "%a, %d %b %Y 00:00:00 +0000" UTC)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/debian/changelog.in changelog @ONLY)
+execute_process(
+  COMMAND gzip -9 -n -c ${CMAKE_CURRENT_BINARY_DIR}/changelog
+  OUTPUT_FILE ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz COMMAND_ERROR_IS_FATAL ANY
+)
+foreach(component IN LISTS CPACK_COMPONENTS_ALL)
+  install(
+    FILES ${PROJECT_SOURCE_DIR}/cmake/debian/copyright ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${${component}_package}
+    COMPONENT ${component}
+  )
+endforeach()
+install(
+  DIRECTORY examples
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${development_package}
+  COMPONENT development
+)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_PACKAGE_NAME isp-ctrl)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_CONTACT ${ISP_CTRL_MAINTAINER})
+set(CPACK_PACKAGE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/packages)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE
+)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+
+# Of another processor than this machine's, the libraries that a package needs are those of the cross compiler. They are
+# told by that processor's name, which such a package does not need: shlibdeps.sh takes it away.
+if(CMAKE_CROSSCOMPILING)
+  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS /usr/aarch64-linux-gnu/lib)
+  file(CONFIGURE OUTPUT cpack-options.cmake
+       CONTENT "set(SHLIBDEPS_EXECUTABLE \"@PROJECT_SOURCE_DIR@/cmake/debian/shlibdeps.sh\")\n" @ONLY
+  )
+  set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_BINARY_DIR}/cpack-options.cmake)
+endif()
+
+set(about "isp_ctrl turns user levels (shutter step, gain limit, colour temperature
+and about forty more) into attributes of the image-signal-processing
+engine of each camera, lets one camera follow the exposure and the white
+balance of another one, and drives the lens iris.
+"
+)
+# The summary of all packages alike, which CPack would add, is left at its default and so left out.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_NAME} built using CMake")
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime_package})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "camera image control (shared library)
+${about}
+This package holds what a host program needs to run."
+)
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${development_package})
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtime_package} (= ${PROJECT_VERSION})")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "camera image control (development files)
+${about}
+This package holds headers, the static library, the simulated engine and
+host for work without a camera, and a complete example host."
+)
+
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME ${program_package})
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS "fonts-dejavu-core, gnuplot-nox")
+set(CPACK_COMPONENT_PROGRAM_DESCRIPTION "camera image control on a simulated camera
+${about}
+This package holds isp-sim, with which the settings can be tried, seen
+and measured on a simulated camera."
+)
+include(CPack)
