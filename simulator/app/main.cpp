@@ -3,6 +3,9 @@
 #include "app/reference.h"
 #include "app/session.h"
 #include "app/shell.h"
+#ifdef ISP_CTRL_LIVE
+#include "live/serve.h"
+#endif
 
 #include <CLI/CLI.hpp>
 #include <cstdlib>
@@ -48,9 +51,14 @@ int main(int argc, char** argv)
     std::string folder = default_folder();
     std::vector<std::string> scripts;
     bool reference = false;
+    std::string address;
     parser.add_option("--state", folder, "Folder of the camera's files: settings, shading, calibration")
         ->capture_default_str();
     parser.add_flag("--reference", reference, "Print the reference of all settings and commands, and leave");
+#ifdef ISP_CTRL_LIVE
+    parser.add_option("--serve", address, "Serve pages at [HOST:]PORT, 127.0.0.1 where no host is named")
+        ->type_name("[HOST:]PORT");
+#endif
     parser.add_option("SCRIPT", scripts, "Scripts to run instead of a prompt");
     CLI11_PARSE(parser, argc, argv);
     if (reference) {
@@ -59,7 +67,11 @@ int main(int argc, char** argv)
     }
     int status = 1;
     try {
+#ifdef ISP_CTRL_LIVE
+        status = address.empty() ? run(folder, scripts) : live::serve(address, folder, scripts);
+#else
         status = run(folder, scripts);
+#endif
     } catch (const app::BadInput& error) {
         std::cerr << "isp-sim: " << error.what() << '\n';
     }

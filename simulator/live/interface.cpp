@@ -1,0 +1,209 @@
+#include "live/interface.h"
+
+#include "app/bad_input.h"
+#include "app/command.h"
+#include "app/commands.h"
+#include "app/session.h"
+#include "app/turn.h"
+#include "host/store.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace live
+{
+
+namespace
+{
+
+using sim::host::Modes;
+using sim::host::Setting;
+
+constexpr std::chrono::seconds kPatience{30}; // for another's command to end
+
+std::string_view kind_of(const Setting& setting)
+{
+    constexpr std::string_view kKinds[] = {"none", "level", "action", "level", "level"}; // as in Setter
+    return kKinds[static_cast<std::size_t>(setting.setter)];
+}
+
+/// Per mode setting that matters, the values of it; null stands for values without a name.
+Json modes_json(Modes modes)
+{
+    Json result = Json::object();
+    for (const sim::host::ModeSetting& mode : sim::host::kModeSettings) {
+        if ((modes & mode.all) == mode.all) {
+            continue;
+        }
+        Json values = Json::array();
+        Modes bit = mode.first;
+        for (const sim::host::ValueName& name : names_of(*sim::host::find_setting(mode.name))) {
+            if ((modes & bit) != 0) {
+                values.push_back(name.value);
+            }
+            bit <<= 1U;
+        }
+        if ((modes & bit & mode.all) != 0) {
+            values.push_back(nullptr);
+        }
+        result[std::string(mode.name)] = values;
+    }
+    return result;
+}
+
+Json setting_json(const Setting& setting)
+{
+    Json names = Json::array();
+    for (const sim::host::ValueName& name : names_of(setting)) {
+        names.push_back({{"name", name.name}, {"value", name.value}});
+    }
+    return {{"name", setting.name},
+            {"kind", kind_of(setting)},
+            {"group", setting.source.substr(0, setting.source.find('/'))},
+            {"stored", setting.member != nullptr},
+            {"lowest", setting.lowest},
+            {"highest", setting.highest},
+            {"initial", setting.initial},
+            {"names", names},
+            {"effect", setting.effect},
+            {"modes", modes_json(setting.effective)},
+            {"modes_text", sim::host::modes_text(setting.effective)},
+            {"elsewhere", sim::host::elsewhere_text(setting)}};
+}
+
+std::string_view life_text(sim::engine::Life life)
+{
+    constexpr std::string_view kTexts[] = {"none", "initialised", "prepared", "running", "stopped", "none"};
+    return kTexts[static_cast<std::size_t>(life)];
+}
+
+template <typename Action>
+auto in_turn(const std::string& what, Action action)
+{
+    if (!app::take_turn(what, kPatience)) {
+        throw Refusal{503, "busy with " + app::present_turn()};
+    }
+    struct End {
+        ~End()
+        {
+            app::end_turn();
+            take_view();
+        }
+    } end;
+    try {
+        auto result = action();
+        app::save_session();
+        return result;
+    } catch (const app::BadInput& error) {
+        throw Refusal{400, error.what()};
+    }
+}
+
+} // namespace
+
+Json settings_json()
+{
+    Json settings = Json::array();
+    for (const Setting& setting : sim::host::kSettingsAndCommands) {
+        settings.push_back(setting_json(setting));
+    }
+    return {{"settings", settings},
+            {"offers",
+             {{"scenes", Json::array()},
+              {"lights", {"A", "TL84", "D50", "D65"}},
+              {"functions", Json::array()},
+              {"iris_widest", sim::host::kIrisWidest},
+              {"zoom_longest", sim::host::kZoomLongest}}}};
+}
+
+Json state_json(const View& view)
+{
+    Json cameras = Json::array();
+    for (int id = 0; id < kCameras; ++id) {
+        const Camera& camera = view.cameras[static_cast<std::size_t>(id)];
+        const sim::engine::Live& live = camera.live;
+        const bool has_lens = id == 0;
+        cameras.push_back({{"id", id},
+                           {"state", life_text(camera.life)},
+                           {"exposure_mode", camera.settings.exposure_mode},
+                           {"automatic", live.automatic},
+                           {"time", live.time},
+                           {"gain", live.analog_gain * live.isp_dgain},
+                           {"luma", live.mean_luma},
+                           {"target", live.target_luma},
+                           {"converged", live.converged && live.wb_converged},
+                           {"red_gain", live.wb_gain.rgain},
+                           {"blue_gain", live.wb_gain.bgain},
+                           {"light", live.kelvin},
+                           {"iris", has_lens ? Json(view.lens.iris) : Json()},
+                           {"zoom", has_lens ? Json(view.lens.zoom) : Json()}});
+    }
+    return {{"time", view.seconds},
+            {"speed", view.pace},
+            {"busy", view.busy},
+            {"auto_iris", view.auto_iris},
+            {"iris_target", view.lens.iris_target},
+            {"zoom_target", view.lens.zoom_target},
+            {"cameras", cameras}};
+}
+
+Json stored_json(const kiv_isp_param_s& record)
+{
+    Json settings = Json::object();
+    for (const Setting& setting : sim::host::kSettings) {
+        settings[std::string(setting.name)] = record.*setting.member;
+    }
+    return settings;
+}
+
+Json put_setting(int camera, const std::string& name, const Json& body)
+{
+    const Setting* setting = sim::host::find_setting(name);
+    if (setting == nullptr) {
+        throw Refusal{404, "there is no setting " + name};
+    }
+    if (setting->setter == sim::host::Setter::none) {
+        throw Refusal{405, name + " cannot be set"};
+    }
+    const bool action = setting->setter == sim::host::Setter::action;
+    const auto given = body.find("value");
+    std::string word;
+    if (action) {
+        if (given != body.end()) {
+            throw Refusal{400, name + " takes no value"};
+        }
+    } else if (given != body.end() && given->is_string()) {
+        word = given->get<std::string>();
+    } else if (given != body.end() && given->is_number_integer()) {
+        word = given->dump();
+    } else {
+        throw Refusal{400, R"(a body is {"value": 3} or {"value": "name"})"};
+    }
+    const std::string line = "set " + std::to_string(camera) + " " + name + (action ? "" : " " + word);
+    return in_turn(line, [&] {
+        const int result = app::apply(camera, *setting, action ? 0 : app::setting_value(*setting, word));
+        return Json{{"result", result},
+                    {"stored", setting->member != nullptr ? Json(sim::host::stored(camera, *setting)) : Json()}};
+    });
+}
+
+Json run_command(const Json& body)
+{
+    const auto given = body.find("line");
+    if (given == body.end() || !given->is_string()) {
+        throw Refusal{400, R"(a body is {"line": "a command"})"};
+    }
+    const auto line = given->get<std::string>();
+    if (std::any_of(line.begin(), line.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; })) {
+        throw Refusal{400, "a command is one line of text"};
+    }
+    return in_turn(line, [&] {
+        std::ostringstream output;
+        if (!app::run_line(line, {.output = &output, .confined = true})) {
+            throw app::BadInput("the program ends at its own prompt or with SIGTERM");
+        }
+        return Json{{"output", output.str()}};
+    });
+}
+
+} // namespace live

@@ -1,0 +1,90 @@
+#include "live/log_lines.h"
+
+#include "app/session.h"
+#include "app/turn.h"
+#include "host/log.h"
+
+#include <algorithm>
+#include <cctype>
+#include <deque>
+#include <mutex>
+#include <regex>
+
+namespace live
+{
+
+namespace
+{
+
+constexpr std::size_t kKept = 1000;
+constexpr std::size_t kAtOnce = 200;
+constexpr int kTraceLevel = 6;
+
+// Never destroyed: threads may still write while the process ends.
+std::mutex& mutex = *new std::mutex;
+std::deque<Line>& lines = *new std::deque<Line>;
+std::uint64_t last_number = 0;
+
+/// The camera that a line names, or else the one that the command names within which it is written.
+int camera_of(const std::string& text)
+{
+    static const std::regex& named = *new std::regex(R"((?:cam_id is|camera_id is|ID:) ([0-7])\b)");
+    std::smatch match;
+    if (std::regex_search(text, match, named)) {
+        return std::stoi(match[1]);
+    }
+    const std::string command = app::own_turn();
+    const std::size_t space = command.find(' ');
+    if (space == std::string::npos || space + 1 == command.size()) {
+        return -1;
+    }
+    const std::string word = command.substr(space + 1, command.find(' ', space + 1) - space - 1);
+    return word.size() == 1 && word[0] >= '0' && word[0] <= '7' ? word[0] - '0' : -1;
+}
+
+/// "[module KIV_Set_hue +88  ]hue:3\n\n" becomes "KIV_Set_hue: hue:3".
+std::string plain(std::string text)
+{
+    constexpr std::string_view kPrefix = "[module ";
+    if (const std::size_t end = text.find(']'); text.starts_with(kPrefix) && end != std::string::npos) {
+        const std::string function = text.substr(kPrefix.size(), text.find(' ', kPrefix.size()) - kPrefix.size());
+        text = function + ": " + text.substr(end + 1);
+    }
+    std::replace_if(text.begin(), text.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }, ' ');
+    text.erase(text.find_last_not_of(' ') + 1);
+    return text;
+}
+
+void keep(int level, const char* text)
+{
+    Line line{
+        .number = 0, .seconds = app::seconds_now(), .camera = camera_of(text), .level = level, .text = plain(text)};
+    const std::lock_guard lock(mutex);
+    line.number = ++last_number;
+    if (lines.size() == kKept) {
+        lines.pop_front();
+    }
+    lines.push_back(std::move(line));
+}
+
+} // namespace
+
+void keep_log_lines()
+{
+    sim::host::set_module_level(kTraceLevel);
+    sim::host::set_log_callback(keep);
+}
+
+std::vector<Line> log_lines_after(std::uint64_t number)
+{
+    const std::lock_guard lock(mutex);
+    std::vector<Line> found;
+    for (const Line& line : lines) {
+        if (line.number > number && found.size() < kAtOnce) {
+            found.push_back(line);
+        }
+    }
+    return found;
+}
+
+} // namespace live

@@ -1,0 +1,84 @@
+// The server's interface: requests, and events that other modules listen to.
+
+async function request(method, path, body) {
+  const response = await fetch(path, {
+    method,
+    headers: body === undefined ? {} : { 'Content-Type': 'application/json' },
+    body: body === undefined ? undefined : JSON.stringify(body),
+  });
+  const answer = await response.json().catch(() => ({ error: `status ${response.status}` }));
+  if (!response.ok) {
+    throw new Error(answer.error);
+  }
+  return answer;
+}
+
+export const getSettings = () => request('GET', 'api/settings');
+
+export const putSetting = (camera, name, value) =>
+  request('PUT', `api/cameras/${camera}/settings/${name}`, value === undefined ? {} : { value });
+
+export const runCommand = (line) => request('POST', 'api/command', { line });
+
+/** Calls the listeners of each kind of event: state, settings, log, connection (true or false). */
+export function listen(listeners) {
+  let source;
+  const open = () => {
+    source = new EventSource('api/events');
+    for (const kind of ['state', 'settings', 'log']) {
+      source.addEventListener(kind, (event) => listeners[kind](JSON.parse(event.data)));
+    }
+    source.onopen = () => listeners.connection(true);
+    source.onerror = () => {
+      listeners.connection(false);
+      if (source.readyState === EventSource.CLOSED) {
+        setTimeout(open, 2000);
+      }
+    };
+  };
+  open();
+  addEventListener('pagehide', () => source.close());
+  addEventListener('pageshow', (event) => event.persisted && open());
+}
+
+/** Runs an action for the newest of the values that it is given, one at a time. */
+export function latestOnly(action) {
+  let running = false;
+  let waiting = null;
+  return async function call(...values) {
+    waiting = values;
+    if (running) {
+      return;
+    }
+    running = true;
+    while (waiting) {
+      const now = waiting;
+      waiting = null;
+      await action(...now);
+    }
+    running = false;
+  };
+}
+
+export function element(tag, attributes = {}, ...children) {
+  const made = document.createElement(tag);
+  for (const [name, value] of Object.entries(attributes)) {
+    if (name.startsWith('on')) {
+      made.addEventListener(name.slice(2), value);
+    } else if (name in made && name !== 'list') {
+      made[name] = value;
+    } else {
+      made.setAttribute(name, value);
+    }
+  }
+  made.append(...children);
+  return made;
+}
+
+/** "gain_limit" as people read it. */
+export const title = (name) => (name[0].toUpperCase() + name.slice(1)).replaceAll('_', ' ');
+
+/** Tells users of screen readers. */
+export function say(text) {
+  document.getElementById('said').textContent = text;
+}

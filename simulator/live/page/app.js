@@ -1,0 +1,159 @@
+// The page: what the server tells goes to cameras, controls, plots and log.
+import { element, getSettings, listen, runCommand, say } from './api.js';
+import { Cameras } from './cameras.js';
+import { Controls, valueText } from './controls.js';
+import { Plots } from './plot.js';
+
+const node = (id) => document.getElementById(id);
+const SPEEDS = [0.1, 0.25, 0.5, 1, 2, 5, 10, 50];
+const MOST_LINES = 500;
+
+function clockText(seconds) {
+  const minutes = Math.floor(seconds / 60);
+  return `${minutes}:${(seconds - minutes * 60).toFixed(1).padStart(4, '0')}`;
+}
+
+/** The library's lines and the answers to commands. */
+class Log {
+  constructor() {
+    this.lines = node('log-lines');
+    this.filter = node('log-filter');
+    this.last = 0;
+    this.filter.append(element('option', { value: 'all' }, 'all cameras'));
+    for (let id = 0; id < 8; id += 1) {
+      this.filter.append(element('option', { value: String(id) }, `camera ${id}`));
+    }
+    this.filter.addEventListener('change', () => {
+      for (const line of this.lines.children) {
+        line.hidden = !this.wants(line.dataset.camera);
+      }
+    });
+    node('log-clear').addEventListener('click', () => this.lines.replaceChildren());
+  }
+
+  wants(camera) {
+    return this.filter.value === 'all' || camera === this.filter.value || camera === 'said';
+  }
+
+  add(text, camera, time, className = '') {
+    const atEnd = this.lines.scrollHeight - this.lines.scrollTop - this.lines.clientHeight < 30;
+    const tag = camera === null || camera === 'said' ? '' : `camera ${camera}`;
+    const line = element('div', { className, hidden: !this.wants(String(camera)) },
+      element('time', {}, clockText(time)), element('span', { className: 'tag' }, tag), element('span', {}, text));
+    line.dataset.camera = String(camera);
+    this.lines.append(line);
+    while (this.lines.children.length > MOST_LINES) {
+      this.lines.firstChild.remove();
+    }
+    if (atEnd) {
+      this.lines.scrollTop = this.lines.scrollHeight;
+    }
+  }
+
+  show(lines) {
+    for (const { number, time, camera, text } of lines) {
+      if (number > this.last) {
+        this.last = number;
+        this.add(text, camera, time);
+      }
+    }
+  }
+}
+
+function setUpConsole(log, timeNow) {
+  const input = node('command');
+  const typed = [];
+  let place = 0;
+  node('console').addEventListener('submit', async (event) => {
+    event.preventDefault();
+    const line = input.value.trim();
+    if (!line) {
+      return;
+    }
+    typed.push(line);
+    place = typed.length;
+    input.value = '';
+    log.add(`> ${line}`, 'said', timeNow(), 'typed');
+    try {
+      const { output } = await runCommand(line);
+      output.trimEnd().split('\n').filter(Boolean).forEach((text) => log.add(text, 'said', timeNow(), 'answer'));
+      say(output);
+    } catch (error) {
+      log.add(error.message, 'said', timeNow(), 'bad');
+      say(error.message);
+    }
+  });
+  input.addEventListener('keydown', (event) => {
+    const step = { ArrowUp: -1, ArrowDown: 1 }[event.key];
+    if (step && place + step >= 0 && place + step <= typed.length) {
+      event.preventDefault();
+      place += step;
+      input.value = typed[place] ?? '';
+    }
+  });
+}
+
+async function start() {
+  const list = await getSettings();
+  const modes = list.settings.find((setting) => setting.name === 'exposure_mode');
+  const log = new Log();
+  let time = 0;
+  setUpConsole(log, () => time);
+
+  const plots = new Plots(node('plots'));
+  const cameras = new Cameras(node('cameras'), {
+    modeName: (value) => valueText(modes, value).replaceAll('_', ' '),
+    onSelect: (id) => {
+      controls.select(id);
+      plots.select(id);
+      node('plot-camera').textContent = `camera ${id}`;
+    },
+    onStart: (ids) => runCommand(`start ${ids.join(' ')}`).catch((error) => say(error.message)),
+  });
+  const controls = new Controls({
+    choiceNode: node('camera-choice'),
+    tabsNode: node('tabs'),
+    pagesNode: node('pages'),
+    list,
+    onCamera: (id) => cameras.select(id),
+  });
+
+  const speed = node('speed');
+  speed.append(...SPEEDS.map((value) => element('option', { value: String(value) }, `${value} ×`)));
+  speed.addEventListener('change', () => runCommand(`speed ${speed.value}`).catch((error) => say(error.message)));
+
+  let busySince = 0;
+  listen({
+    settings: (change) => controls.showSettings(change),
+    log: (lines) => log.show(lines),
+    state: (state) => {
+      time = state.time;
+      node('clock').textContent = clockText(time);
+      if (document.activeElement !== speed) {
+        if (![...speed.options].some((option) => Number(option.value) === state.speed)) {
+          speed.append(element('option', { value: String(state.speed) }, `${state.speed} ×`));
+        }
+        speed.value = String(state.speed);
+      }
+      busySince = state.busy ? busySince || performance.now() : 0;
+      node('busy').hidden = !busySince || performance.now() - busySince < 300;
+      node('busy').textContent = state.busy;
+      cameras.show(state.cameras);
+      controls.showState(state);
+      plots.add(state);
+      const there = state.cameras.filter((camera) => camera.state !== 'none');
+      if (there.length > 0 && !there.some((camera) => camera.id === cameras.selected)) {
+        cameras.select(there[0].id);
+      }
+    },
+    connection: (open) => {
+      node('connection').textContent = open ? 'live' : 'no connection';
+      node('connection').classList.toggle('lost', !open);
+    },
+  });
+}
+
+start().catch((error) => {
+  node('connection').textContent = error.message;
+  node('connection').classList.add('lost');
+});

@@ -1,0 +1,288 @@
+// A card per running camera: its live picture with histogram, its exposure, a held still to compare with.
+import { element } from './api.js';
+
+const GRID_PERIOD = 100; // milliseconds between pictures
+const LARGE_PERIOD = 40;
+
+export function shutterText(seconds) {
+  if (!(seconds > 0)) {
+    return '–';
+  }
+  return seconds >= 0.3 ? `${seconds.toFixed(2)} s` : `1/${Math.round(1 / seconds)} s`;
+}
+
+function fNumber(iris) {
+  return iris < 1 ? 'closed' : `F${((1.8 * 800) / iris).toFixed(1)}`;
+}
+
+/** Counts of 64 steps per channel, and the shares of pixels that are clipped. */
+function histogramOf(pixels) {
+  const counts = [new Float32Array(64), new Float32Array(64), new Float32Array(64)];
+  let dark = 0;
+  let bright = 0;
+  for (let i = 0; i < pixels.length; i += 4) {
+    const [r, g, b] = [pixels[i], pixels[i + 1], pixels[i + 2]];
+    counts[0][r >> 2] += 1;
+    counts[1][g >> 2] += 1;
+    counts[2][b >> 2] += 1;
+    dark += Math.max(r, g, b) <= 3 ? 1 : 0;
+    bright += Math.max(r, g, b) >= 253 ? 1 : 0;
+  }
+  const total = pixels.length / 4;
+  return { counts, dark: dark / total, bright: bright / total };
+}
+
+function drawHistogram(canvas, { counts, dark, bright }) {
+  const context = canvas.getContext('2d');
+  const { width, height } = canvas;
+  context.clearRect(0, 0, width, height);
+  const sorted = [...counts[0], ...counts[1], ...counts[2]].sort((a, b) => b - a);
+  const top = Math.max(sorted[6], 1); // a few peaks may stick out
+  context.globalCompositeOperation = 'lighter';
+  ['#e0433b', '#35b04a', '#3f7df0'].forEach((colour, channel) => {
+    context.fillStyle = colour;
+    context.beginPath();
+    context.moveTo(0, height);
+    counts[channel].forEach((count, i) => {
+      const y = height - Math.min(1, count / top) * (height - 4);
+      context.lineTo((i / 64) * width, y);
+      context.lineTo(((i + 1) / 64) * width, y);
+    });
+    context.lineTo(width, height);
+    context.fill();
+  });
+  context.globalCompositeOperation = 'source-over';
+  const mark = (x, step, share) => { // a triangle in the corner where pixels are clipped
+    if (share > 0.001) {
+      context.fillStyle = '#ffd23f';
+      context.beginPath();
+      context.moveTo(x, 0);
+      context.lineTo(x + step, 0);
+      context.lineTo(x, Math.abs(step));
+      context.fill();
+    }
+  };
+  mark(0, 14, dark);
+  mark(width, -14, bright);
+}
+
+class CameraCard {
+  constructor(id, actions) {
+    this.id = id;
+    this.still = null;
+    this.tag = '';
+    this.large = false;
+    this.visible = true;
+    this.open = true;
+    this.picture = element('canvas', { className: 'picture', width: 640, height: 480, role: 'img' });
+    this.histogram = element('canvas', { className: 'histogram', width: 128, height: 56, role: 'img' });
+    this.name = element('button', {
+      type: 'button', className: 'name', onclick: () => actions.select(id), title: 'Show the controls of this camera',
+    }, `Camera ${id}`);
+    this.mode = element('span', { className: 'chip' });
+    this.enlarge = element('button', {
+      type: 'button', onclick: () => actions.enlarge(id), 'aria-pressed': 'false',
+    }, 'Enlarge');
+    this.hold = element('button', { type: 'button', onclick: () => this.toggleHold(), 'aria-pressed': 'false' }, 'Hold');
+    this.split = element('input', {
+      type: 'range', className: 'split', min: 0, max: 100, value: 50, oninput: () => this.draw(),
+      'aria-label': `Camera ${id}: held picture on the left, live picture on the right`,
+    });
+    this.splitRow = element('div', { className: 'split-row', hidden: true }, 'held', this.split, 'live');
+    this.figures = {};
+    const figure = (key, label, hint) => {
+      this.figures[key] = element('dd', {}, '–');
+      return element('div', { title: hint }, element('dt', {}, label), this.figures[key]);
+    };
+    this.meter = element('i');
+    this.target = element('b');
+    this.node = element('article', { className: 'camera card', 'aria-label': `Camera ${id}` },
+      element('div', { className: 'frame', onclick: () => actions.enlarge(id) },
+        this.picture, this.histogram),
+      element('div', { className: 'camera-head' }, this.name, this.mode,
+        element('span', { className: 'buttons' }, this.hold, this.enlarge)),
+      this.splitRow,
+      element('dl', { className: 'figures' },
+        figure('time', 'time', 'Exposure time'), figure('gain', 'gain', 'Analogue times digital gain'),
+        figure('luma', 'luma', 'Measured luma and its target'), figure('wb', 'R / B', 'White-balance gains'),
+        figure('light', 'light', 'Colour temperature of the light'), figure('iris', 'iris', 'Aperture'),
+        figure('zoom', 'zoom', 'Position of the zoom, motor steps')),
+      element('div', { className: 'meter', title: 'Luma, and the target as a mark' }, this.meter, this.target));
+    this.node.dataset.camera = id;
+    this.observer = new IntersectionObserver(([entry]) => { this.visible = entry.isIntersecting; });
+    this.observer.observe(this.node);
+    this.sampler = new OffscreenCanvas(160, 120).getContext('2d', { willReadFrequently: true });
+    this.sampler.imageSmoothingEnabled = false;
+    this.run();
+  }
+
+  close() {
+    this.open = false;
+    this.observer.disconnect();
+    this.node.remove();
+  }
+
+  /** Fetches pictures for as long as the card is there; one that has not changed is not sent again. */
+  async run() {
+    while (this.open) {
+      const begun = performance.now();
+      let pause = this.large ? LARGE_PERIOD : GRID_PERIOD;
+      if (this.visible && document.visibilityState === 'visible') {
+        try {
+          await this.fetchPicture();
+        } catch {
+          pause = 1000;
+        }
+      }
+      const left = pause - (performance.now() - begun);
+      await new Promise((resolve) => setTimeout(resolve, Math.max(left, 4)));
+    }
+  }
+
+  async fetchPicture() {
+    const shown = this.node.clientWidth * Math.min(devicePixelRatio, 2);
+    const width = Math.min(1280, Math.max(320, Math.ceil(shown / 160) * 160));
+    const response = await fetch(`api/cameras/${this.id}/picture.jpg?width=${width}`,
+      { headers: this.tag ? { 'If-None-Match': this.tag } : {} });
+    if (response.status === 304) {
+      return;
+    }
+    if (!response.ok) {
+      throw new Error(`status ${response.status}`);
+    }
+    this.tag = response.headers.get('ETag');
+    const bitmap = await createImageBitmap(await response.blob());
+    this.live?.close();
+    this.live = bitmap;
+    this.draw();
+    this.sampler.drawImage(bitmap, 0, 0, 160, 120);
+    const histogram = histogramOf(this.sampler.getImageData(0, 0, 160, 120).data);
+    drawHistogram(this.histogram, histogram);
+    const percent = (share) => `${(share * 100).toFixed(1)} %`;
+    this.histogram.title = `clipped: dark ${percent(histogram.dark)}, bright ${percent(histogram.bright)}`;
+    this.histogram.ariaLabel = `Histogram, ${this.histogram.title}`;
+  }
+
+  draw() {
+    const { picture, live, still } = this;
+    if (!live) {
+      return;
+    }
+    if (picture.width !== live.width) {
+      picture.width = live.width;
+      picture.height = live.height;
+    }
+    const context = picture.getContext('2d');
+    context.drawImage(live, 0, 0);
+    if (still) {
+      const part = this.split.value / 100;
+      const x = Math.round(picture.width * part);
+      context.drawImage(still, 0, 0, still.width * part, still.height, 0, 0, x, picture.height);
+      context.fillStyle = '#fff';
+      context.fillRect(x - 1, 0, 2, picture.height);
+    }
+  }
+
+  async toggleHold() {
+    if (this.still) {
+      this.still.close();
+      this.still = null;
+    } else if (this.live) {
+      this.still = await createImageBitmap(this.live);
+    }
+    this.hold.setAttribute('aria-pressed', String(Boolean(this.still)));
+    this.splitRow.hidden = !this.still;
+    this.draw();
+  }
+
+  show(state, modeName) {
+    const { figures } = this;
+    this.mode.textContent = state.state === 'running' ? modeName : state.state;
+    figures.time.textContent = shutterText(state.time);
+    figures.gain.textContent = `×${state.gain.toFixed(2)}`;
+    figures.luma.textContent = `${state.luma.toFixed(0)} of ${state.target.toFixed(0)}`;
+    figures.wb.textContent = `${state.red_gain.toFixed(2)} / ${state.blue_gain.toFixed(2)}`;
+    figures.light.textContent = `${Math.round(state.light)} K`;
+    for (const key of ['iris', 'zoom']) {
+      figures[key].parentNode.hidden = state[key] === null;
+    }
+    if (state.iris !== null) {
+      figures.iris.textContent = fNumber(state.iris);
+      figures.zoom.textContent = Math.round(state.zoom);
+    }
+    this.meter.style.width = `${(state.luma / 255) * 100}%`;
+    this.target.style.left = `${(state.target / 255) * 100}%`;
+    this.picture.ariaLabel = `Live picture: ${figures.time.textContent}, gain ${state.gain.toFixed(1)}, ` +
+      `luma ${figures.luma.textContent}`;
+  }
+
+  setLarge(large, others) {
+    this.large = large;
+    this.node.classList.toggle('large', large);
+    this.node.classList.toggle('small', others);
+    this.enlarge.setAttribute('aria-pressed', String(large));
+    this.enlarge.textContent = large ? 'Shrink' : 'Enlarge';
+  }
+}
+
+export class Cameras {
+  constructor(node, { onSelect, modeName, onStart }) {
+    this.node = node;
+    this.cards = new Map();
+    this.large = null;
+    this.selected = null;
+    this.onSelect = onSelect;
+    this.modeName = modeName;
+    this.empty = element('div', { className: 'empty card' },
+      element('p', {}, 'No camera runs.'),
+      element('button', { type: 'button', className: 'primary', onclick: () => onStart([0, 1, 2, 3]) },
+        'Start cameras 0 to 3'));
+  }
+
+  show(states) {
+    for (const state of states) {
+      const there = this.cards.get(state.id);
+      if (state.state === 'none') {
+        there?.close();
+        this.cards.delete(state.id);
+        continue;
+      }
+      if (!there) {
+        const card = new CameraCard(state.id, {
+          select: (id) => this.select(id),
+          enlarge: (id) => this.enlarge(this.large === id ? null : id),
+        });
+        this.cards.set(state.id, card);
+        const later = [...this.node.children].find((child) => Number(child.dataset.camera) > state.id);
+        this.node.insertBefore(card.node, later ?? null);
+      }
+      this.cards.get(state.id).show(state, this.modeName(state.exposure_mode));
+    }
+    this.empty.remove();
+    if (this.cards.size === 0) {
+      this.node.append(this.empty);
+    }
+    this.node.classList.toggle('single', this.cards.size === 1);
+    if (this.large !== null && !this.cards.has(this.large)) {
+      this.enlarge(null);
+    }
+  }
+
+  select(id) {
+    this.selected = id;
+    for (const [other, card] of this.cards) {
+      card.node.classList.toggle('selected', other === id);
+    }
+    this.onSelect(id);
+  }
+
+  enlarge(id) {
+    this.large = id;
+    for (const [other, card] of this.cards) {
+      card.setLarge(other === id, id !== null && other !== id);
+    }
+    if (id !== null) {
+      this.select(id);
+    }
+  }
+}

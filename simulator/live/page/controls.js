@@ -1,0 +1,528 @@
+// The controls: one per setting of the server's list, grouped as there, and those of scene, lens, faults and
+// calibration.
+import { element, latestOnly, putSetting, runCommand, say, title } from './api.js';
+
+const GROUPS = { exposure: 'Exposure', white_balance: 'White balance', image: 'Image' };
+const ONE_PUSH_SECONDS = 4;
+const CALIBRATION_SECONDS = 9;
+
+let ids = 0;
+const newId = () => `c${(ids += 1)}`;
+
+/** Whether modes as the list gives them, per mode setting its values (null: those without a name), cover a record. */
+export function covers(modes, record, settings) {
+  return Object.entries(modes).every(([name, values]) => {
+    const named = settings.get(name).names.some((known) => known.value === record[name]);
+    return values.includes(named ? record[name] : null);
+  });
+}
+
+export function valueText(setting, value) {
+  return setting.names.find((known) => known.value === value)?.name ?? String(value);
+}
+
+/** How a setting is shown. */
+function formOf(setting) {
+  if (setting.name === 'style') {
+    return 'styles';
+  }
+  if (setting.kind === 'action') {
+    return 'action';
+  }
+  const names = setting.names.map((known) => known.name);
+  if (names.length === 2 && names.includes('on') && names.includes('off')) {
+    return 'switch';
+  }
+  const modes = setting.names.length >= 3 && setting.names.length <= 8 && setting.highest - setting.lowest > 16;
+  const allNamed = setting.names.length === setting.highest - setting.lowest + 1 && setting.names.length <= 8;
+  return modes || allNamed ? 'choice' : 'slider';
+}
+
+/** Buttons of which one is chosen; arrow keys move as among radio buttons, which they are. */
+function choice(label, options, onChoose, className = 'pills') {
+  const group = newId();
+  const inputs = new Map();
+  const node = element('div', { className, role: 'radiogroup', 'aria-label': label });
+  for (const [value, text] of options) {
+    const input = element('input', { type: 'radio', name: group, id: newId(), onchange: () => onChoose(value) });
+    inputs.set(value, input);
+    node.append(element('span', {}, input, element('label', { htmlFor: input.id }, text)));
+  }
+  return {
+    node,
+    show(value) {
+      for (const [other, input] of inputs) {
+        input.checked = other === value;
+      }
+    },
+  };
+}
+
+class Row {
+  constructor(setting, context) {
+    this.setting = setting;
+    this.context = context;
+    this.value = setting.initial;
+    this.touched = 0;
+    this.label = element('label', { className: 'label', title: `${setting.name}: ${setting.effect}` },
+      title(setting.name));
+    this.text = element('output', { className: 'value' });
+    this.reset = element('button', {
+      type: 'button', className: 'reset', onclick: () => this.put(setting.initial),
+      title: `Back to ${valueText(setting, setting.initial)}`,
+      'aria-label': `${title(setting.name)}: back to ${valueText(setting, setting.initial)}`,
+    }, '↺');
+    this.note = element('p', { className: 'note', id: newId() });
+    this.control = this.makeControl();
+    this.node = element('div', { className: `row ${this.form}` }, this.label, this.control, this.text, this.reset,
+      this.note);
+    this.node.dataset.setting = setting.name;
+    this.send = latestOnly((camera, value) => this.request(camera, value));
+  }
+
+  makeControl() {
+    const { setting } = this;
+    this.form = formOf(setting);
+    const described = { 'aria-describedby': this.note.id };
+    if (this.form === 'action') {
+      this.input = element('button', { type: 'button', onclick: () => this.put(), ...described },
+        setting.name === 'wb_mode_onepush' ? 'Measure' : 'Apply');
+      this.progress = element('progress', { max: 1, value: 0, hidden: true, 'aria-label': 'Progress' });
+      return element('span', { className: 'control' }, this.input, this.progress);
+    }
+    if (this.form === 'switch') {
+      const on = setting.names.find((known) => known.name === 'on').value;
+      const off = setting.names.find((known) => known.name === 'off').value;
+      this.input = element('input', {
+        type: 'checkbox', className: 'switch', role: 'switch', id: newId(), ...described,
+        onchange: () => this.put(this.input.checked ? on : off),
+      });
+      this.label.htmlFor = this.input.id;
+      this.showControl = (value) => { this.input.checked = value === on; };
+      return element('span', { className: 'control' }, this.input);
+    }
+    if (this.form === 'choice') {
+      const made = choice(title(setting.name), setting.names.map(({ name, value }) => [value, name.replaceAll('_', ' ')]),
+        (value) => this.put(value));
+      made.node.setAttribute('aria-describedby', this.note.id);
+      this.showControl = made.show;
+      return made.node;
+    }
+    this.input = element('input', {
+      type: 'range', min: setting.lowest, max: setting.highest, step: 1, id: newId(), ...described,
+      oninput: () => this.put(Number(this.input.value)),
+    });
+    this.label.htmlFor = this.input.id;
+    this.showControl = (value) => {
+      this.input.value = value;
+      this.input.ariaValueText = valueText(setting, value);
+    };
+    const mark = element('i', { className: 'initial', title: `initially ${valueText(setting, setting.initial)}` });
+    mark.style.setProperty('--at', (setting.initial - setting.lowest) / (setting.highest - setting.lowest));
+    return element('span', { className: 'control ranged' }, this.input, mark);
+  }
+
+  put(value) {
+    this.touched = performance.now();
+    if (value !== undefined && this.showControl) {
+      this.showControl(value);
+      this.text.textContent = valueText(this.setting, value);
+    }
+    this.send(this.context.camera(), value);
+  }
+
+  async request(camera, value) {
+    const { setting } = this;
+    const slow = setting.name === 'wb_mode_onepush';
+    this.node.classList.add('sending');
+    const progress = slow ? this.context.progress(this.progress, ONE_PUSH_SECONDS) : null;
+    try {
+      const { result, stored } = await putSetting(camera, setting.name, value);
+      this.outcome(result, stored, value);
+      if (stored !== null && camera === this.context.camera()) {
+        this.value = stored;
+      }
+    } catch (error) {
+      this.tell(error.message, 'bad');
+    }
+    progress?.end();
+    this.node.classList.remove('sending');
+    if (setting.stored && performance.now() - this.touched > 150) {
+      this.showValue();
+    } else {
+      setTimeout(() => this.showValue(), 200);
+    }
+  }
+
+  /** The library's own result, in place. */
+  outcome(result, stored, asked) {
+    const { setting } = this;
+    if (result === 2) {
+      const kept = stored === asked;
+      this.tell(kept ? `Result 2: kept, takes effect in ${setting.modes_text}`
+        : `Result 2: not stored, takes effect in ${setting.modes_text}`, 'warn');
+    } else if (result === 3) {
+      this.tell('Result 3: the host applies styles itself', 'warn');
+    } else if (result !== 0) {
+      this.tell(`Result ${result}: refused, or the engine failed`, 'bad');
+    } else {
+      this.tell('');
+    }
+  }
+
+  tell(text, kind = '') {
+    this.message = text;
+    this.messageKind = kind;
+    this.showNote();
+    if (text) {
+      say(`${title(this.setting.name)}: ${text}`);
+      clearTimeout(this.timer);
+      this.timer = setTimeout(() => { this.message = ''; this.showNote(); }, 12000);
+    }
+  }
+
+  showNote() {
+    const reason = this.reason ?? '';
+    this.note.textContent = this.message || reason;
+    this.note.className = `note ${this.message ? this.messageKind : ''}`;
+  }
+
+  showValue() {
+    const { setting } = this;
+    if (this.showControl) {
+      this.showControl(this.value);
+      this.text.textContent = this.form === 'slider' ? valueText(setting, this.value) : '';
+    }
+    this.node.classList.toggle('changed', setting.stored && this.value !== setting.initial);
+  }
+
+  show(record) {
+    const { setting } = this;
+    if (setting.stored) {
+      this.value = record[setting.name];
+    }
+    if (performance.now() - this.touched > 400) {
+      this.showValue();
+    }
+    const applies = covers(setting.modes, record, this.context.settings);
+    const without = setting.modes_text === 'none';
+    this.reason = applies || without ? '' : `takes effect in ${setting.modes_text}`;
+    this.node.classList.toggle('unused', !applies && !without);
+    this.showNote();
+  }
+}
+
+/** The image styles: each a button, the stored one marked. */
+class Styles extends Row {
+  makeControl() {
+    this.form = 'styles';
+    const made = choice('Image style', this.setting.names.map(({ name, value }) => [value, name.replaceAll('_', ' ')]),
+      (value) => this.put(value), 'pills tiles');
+    this.showControl = made.show;
+    return made.node;
+  }
+}
+
+function section(heading, ...children) {
+  return element('section', { className: 'group' }, element('h3', {}, heading), ...children);
+}
+
+function simpleRow(label, control, value = '') {
+  return element('div', { className: 'row' }, label, control, value);
+}
+
+/** A slider for what is no setting: sends a command line. `show` follows what happens elsewhere. */
+function commandSlider(label, range, line, text) {
+  const output = element('output', { className: 'value' });
+  const note = element('p', { className: 'note', id: newId() });
+  let touched = 0;
+  const send = latestOnly(async (value) => {
+    try {
+      await runCommand(line(value));
+      note.textContent = '';
+    } catch (error) {
+      note.textContent = error.message;
+      note.className = 'note bad';
+      say(error.message);
+    }
+  });
+  const input = element('input', {
+    type: 'range', ...range, id: newId(), 'aria-describedby': note.id,
+    oninput: () => {
+      touched = performance.now();
+      output.textContent = text(Number(input.value));
+      input.ariaValueText = output.textContent;
+      send(Number(input.value));
+    },
+  });
+  output.textContent = text(Number(input.value));
+  return {
+    node: element('div', { className: 'row' }, element('label', { className: 'label', htmlFor: input.id }, label),
+      element('span', { className: 'control ranged' }, input), output, note),
+    show(value) {
+      if (performance.now() - touched > 1500) {
+        input.value = value;
+        output.textContent = text(Number(input.value));
+        input.ariaValueText = output.textContent;
+      }
+    },
+  };
+}
+
+export class Controls {
+  constructor({ choiceNode, tabsNode, pagesNode, list, onCamera, setters }) {
+    this.list = list;
+    this.settings = new Map(list.settings.map((setting) => [setting.name, setting]));
+    this.records = new Map();
+    this.camera = 0;
+    this.rows = [];
+    this.time = 0;
+    this.running = new Set();
+    this.onCamera = onCamera;
+    this.setters = setters;
+    this.choiceNode = choiceNode;
+    this.context = {
+      settings: this.settings,
+      camera: () => this.camera,
+      progress: (bar, seconds) => this.progress(bar, seconds),
+    };
+    const pages = [
+      ...Object.entries(GROUPS).map(([group, text]) => [text, this.settingsPage(group)]),
+      ['Scene', this.scenePage()],
+      ['Tools', this.toolsPage()],
+    ];
+    this.makeTabs(tabsNode, pagesNode, pages);
+  }
+
+  makeTabs(tabsNode, pagesNode, pages) {
+    const tabs = pages.map(([text, page], i) => {
+      page.id = `page${i}`;
+      page.setAttribute('role', 'tabpanel');
+      page.setAttribute('aria-label', text);
+      return element('button', {
+        type: 'button', role: 'tab', 'aria-controls': page.id, onclick: () => open(i),
+        onkeydown: (event) => {
+          const step = { ArrowRight: 1, ArrowLeft: -1 }[event.key];
+          if (step) {
+            open((i + step + pages.length) % pages.length, true);
+          }
+        },
+      }, text);
+    });
+    const open = (chosen, focus) => {
+      tabs.forEach((tab, i) => {
+        tab.setAttribute('aria-selected', String(i === chosen));
+        tab.tabIndex = i === chosen ? 0 : -1;
+        pages[i][1].hidden = i !== chosen;
+      });
+      if (focus) {
+        tabs[chosen].focus();
+      }
+    };
+    tabsNode.append(...tabs);
+    pagesNode.append(...pages.map(([, page]) => page));
+    open(0);
+  }
+
+  settingsPage(group) {
+    const page = element('div', { className: 'page' });
+    const idle = element('details', { className: 'group' }, element('summary', {}, 'Kept or accepted, without effect'));
+    for (const setting of this.list.settings) {
+      if (setting.group !== group || setting.kind === 'none') {
+        continue;
+      }
+      const row = setting.name === 'style' ? new Styles(setting, this.context) : new Row(setting, this.context);
+      this.rows.push(row);
+      if (setting.name === 'style') {
+        page.prepend(row.node);
+      } else {
+        (setting.modes_text === 'none' ? idle : page).append(row.node);
+      }
+    }
+    if (idle.children.length > 1) {
+      page.append(idle);
+    }
+    return page;
+  }
+
+  /** Runs a command of the prompt; a refusal is shown beside the control. */
+  async command(line, note) {
+    try {
+      const { output } = await runCommand(line);
+      note.textContent = output.trim();
+      note.className = 'note';
+    } catch (error) {
+      note.textContent = error.message;
+      note.className = 'note bad';
+      say(error.message);
+    }
+  }
+
+  scenePage() {
+    const offers = this.list.offers;
+    const note = element('p', { className: 'note', 'aria-live': 'polite' });
+    const button = (text, line) =>
+      element('button', { type: 'button', onclick: () => this.command(line(), note) }, text);
+    const over = element('select', { 'aria-label': 'Time in which the luminance is reached' },
+      ...['at once', '2s', '10s', '30s'].map((text) => element('option', { value: text === 'at once' ? '' : text },
+        text === 'at once' ? text : `in ${text.slice(0, -1)} s`)));
+    const luminanceText = (value) => `${(10 ** value).toPrecision(2).replace(/e\+?(\d+)/, (_, e) => `e${e}`)}`;
+    this.luminance = commandSlider('Luminance, cd/m²', { min: 0, max: 4.7, step: 0.05, value: 2 },
+      (value) => `scene ${this.camera} ${(10 ** value).toFixed(2)} ${over.value}`.trim(),
+      (value) => (10 ** value >= 1000 ? `${(10 ** value / 1000).toFixed(1)} k` : luminanceText(value)));
+    this.light = commandSlider('Light, K', { min: 2000, max: 10000, step: 100, value: 5000 },
+      (value) => `light ${this.camera} ${value}`, (value) => String(value));
+    this.zoom = commandSlider('Zoom', { min: 0, max: offers.zoom_longest, step: 50, value: 0 },
+      (value) => `zoom ${value}`, (value) => String(value));
+    this.iris = commandSlider('Iris position', { min: 0, max: offers.iris_widest, step: 5, value: offers.iris_widest },
+      (value) => `iris to ${value}`, (value) => String(value));
+    this.autoIris = element('input', {
+      type: 'checkbox', className: 'switch', role: 'switch', id: newId(),
+      onchange: () => this.command(`iris auto ${this.autoIris.checked ? 'on' : 'off'}`, note),
+    });
+    const flicker = this.settings.get('antiflicker');
+    const mains = new Row(flicker, this.context);
+    mains.label.textContent = 'Mains frequency';
+    this.rows.push(mains);
+    return element('div', { className: 'page' },
+      offers.scenes.length === 0 ? ''
+        : section('Scene in front of the camera', element('div', { className: 'buttons wrap' },
+          ...offers.scenes.map((name) => button(title(name), () => `scene ${this.camera} ${name}`)))),
+      section('Light', this.luminance.node, simpleRow(element('span', { className: 'label' }, 'is reached'), over),
+        this.light.node,
+        simpleRow(element('span', { className: 'label' }, 'Lamp'), element('span', { className: 'buttons' },
+          ...offers.lights.map((name) => button(name, () => `light ${this.camera} ${name}`)))),
+        mains.node),
+      section('Lens of camera 0', this.zoom.node, this.iris.node,
+        simpleRow(element('label', { className: 'label', htmlFor: this.autoIris.id }, 'Automatic iris'),
+          element('span', { className: 'control' }, this.autoIris))),
+      note);
+  }
+
+  toolsPage() {
+    const offers = this.list.offers;
+    const notes = [0, 1, 2].map(() => element('p', { className: 'note', 'aria-live': 'polite' }));
+    const buttons = [];
+    const calibrate = (text, which) => {
+      const bar = element('progress', { max: 1, value: 0, hidden: true, 'aria-label': 'Progress' });
+      const start = element('button', {
+        type: 'button',
+        onclick: async () => {
+          const progress = this.progress(bar, CALIBRATION_SECONDS);
+          start.disabled = true;
+          await this.command(`calibrate ${which}`, notes[0]);
+          start.disabled = false;
+          progress.end();
+        },
+      }, text);
+      buttons.push(start);
+      return element('div', { className: 'buttons' }, start, bar);
+    };
+    const fault = {
+      name: element('input', { id: newId(), value: offers.functions[0] ?? '', autocomplete: 'off', spellcheck: false }),
+      nth: element('input', { id: newId(), type: 'number', min: 1, max: 1000000, value: 1 }),
+      code: element('input', { id: newId(), type: 'number', min: -32768, max: 32767, value: -1 }),
+      always: element('input', { id: newId(), type: 'checkbox', className: 'switch', role: 'switch' }),
+    };
+    const names = element('datalist', { id: newId() }, ...offers.functions.map((name) => element('option', { value: name })));
+    fault.name.setAttribute('list', names.id);
+    const field = (text, input) => element('div', { className: 'row' },
+      element('label', { className: 'label', htmlFor: input.id }, text), element('span', { className: 'control' }, input));
+    return element('div', { className: 'page' },
+      section('Cameras',
+        element('div', { className: 'buttons wrap', id: 'camera-switches' }), notes[2]),
+      section('White-balance calibration of cameras 0, 2 and 3',
+        calibrate('1. Measure D65', 'd65'), calibrate('2. Measure A', 'a'),
+        element('div', { className: 'buttons' },
+          element('button', { type: 'button', onclick: () => this.command('follow wb on', notes[0]) }, 'Follow camera 3'),
+          element('button', { type: 'button', onclick: () => this.command('follow wb off', notes[0]) }, 'Follow no more')),
+        notes[0]),
+      section('Make a call of the engine or host fail', names, field('Function', fault.name),
+        field('Its call, from now', fault.nth), field('Code', fault.code), field('And every later one', fault.always),
+        element('div', { className: 'buttons' },
+          element('button', {
+            type: 'button',
+            onclick: () => this.command(`fault ${fault.name.value} ${fault.nth.value} ${fault.code.value}` +
+              (fault.always.checked ? ' always' : ''), notes[1]),
+          }, 'Inject'),
+          element('button', { type: 'button', onclick: () => this.command('fault clear', notes[1]) }, 'Clear all')),
+        notes[1]));
+  }
+
+  /** A bar that fills with simulated time. */
+  progress(bar, seconds) {
+    const started = this.time;
+    const running = { step: () => { bar.value = Math.min(1, (this.time - started) / seconds); } };
+    bar.hidden = false;
+    bar.value = 0;
+    this.running.add(running);
+    return {
+      end: () => {
+        this.running.delete(running);
+        bar.hidden = true;
+      },
+    };
+  }
+
+  /** Which cameras there are; the buttons that start and stop them. */
+  showCameras(states) {
+    const lives = states.map((state) => state.state).join();
+    if (lives === this.lives) {
+      return;
+    }
+    this.lives = lives;
+    const there = states.filter((state) => state.state !== 'none');
+    this.choice = choice('Camera', there.map(({ id }) => [id, `Camera ${id}`]), (id) => this.onCamera(id));
+    this.choice.show(this.camera);
+    this.choiceNode.replaceChildren(...this.choice.node.children);
+    const note = element('p');
+    document.getElementById('camera-switches').replaceChildren(...states.map(({ id, state }) => {
+      const runs = state === 'running';
+      return element('button', {
+        type: 'button', onclick: () => this.command(`${runs ? 'release' : 'start'} ${id}`, note),
+      }, `${runs ? 'Release' : 'Start'} ${id}`);
+    }));
+  }
+
+  select(camera) {
+    this.camera = camera;
+    this.choice?.show(camera);
+    for (const row of this.rows) {
+      row.touched = 0;
+      row.message = '';
+    }
+    this.showRecord();
+  }
+
+  showSettings({ camera, settings }) {
+    this.records.set(camera, { ...this.records.get(camera), ...settings });
+    if (camera === this.camera) {
+      this.showRecord();
+    }
+  }
+
+  showRecord() {
+    const record = this.records.get(this.camera);
+    if (record) {
+      for (const row of this.rows) {
+        row.show(record);
+      }
+    }
+  }
+
+  showState(state) {
+    this.time = state.time;
+    for (const running of this.running) {
+      running.step();
+    }
+    this.showCameras(state.cameras);
+    const camera = state.cameras[this.camera];
+    this.light.show(camera.light);
+    this.zoom.show(state.zoom_target);
+    this.iris.show(state.iris_target);
+    this.autoIris.checked = state.auto_iris;
+    if (camera.luminance !== undefined) {
+      this.luminance.show(Math.log10(Math.max(camera.luminance, 1)));
+    }
+  }
+}

@@ -1,0 +1,96 @@
+// The last 60 simulated seconds of each camera as small plots beside each other.
+import { element } from './api.js';
+
+const SECONDS = 60;
+const PLOTS = [
+  { label: 'Luma', keys: ['luma', 'target'], range: [0, 255], digits: 0 },
+  { label: 'Time, ms', keys: ['ms'], digits: 2 },
+  { label: 'Gain', keys: ['gain'], digits: 2 },
+  { label: 'Iris, steps', keys: ['iris'], range: [0, 820], digits: 0 },
+];
+
+export class Plots {
+  constructor(node) {
+    this.history = new Map();
+    this.camera = 0;
+    this.drawn = 0;
+    const style = (name) => getComputedStyle(document.documentElement).getPropertyValue(name).trim();
+    this.plots = PLOTS.map(({ label, keys, range, digits }) => {
+      const holder = element('figure', { className: 'plot' });
+      node.append(holder);
+      const now = element('output');
+      holder.append(element('figcaption', {}, label, now));
+      const axis = { stroke: () => style('--quiet'), grid: { stroke: () => style('--line'), width: 1 }, ticks: { show: false }, font: '11px system-ui' };
+      const plot = new uPlot({
+        width: holder.clientWidth || 300,
+        height: 118,
+        legend: { show: false },
+        cursor: { y: false, sync: { key: 'cameras' } },
+        scales: {
+          x: { time: false, range: (_, low, high) => [high - SECONDS, high] },
+          y: { range: range ?? ((_, low, high) => (high > low * 1.02 ? [Math.max(0, low - (high - low) * 0.1), high + (high - low) * 0.1] : [low * 0.9 - 0.01, high * 1.1 + 0.01])) },
+        },
+        axes: [
+          { ...axis, size: 22, values: (_, ticks) => ticks.map((tick) => `${tick} s`), space: 60 },
+          { ...axis, size: 40, space: 28 },
+        ],
+        series: [{}, ...keys.map((key, i) => ({
+          label: key,
+          stroke: () => style(i === 0 ? '--accent' : '--warn'),
+          width: 1.5,
+          dash: i === 0 ? undefined : [4, 4],
+          points: { show: false },
+        }))],
+      }, [[], ...keys.map(() => [])], holder);
+      new ResizeObserver(() => plot.setSize({ width: holder.clientWidth, height: 118 })).observe(holder);
+      return { plot, keys, now, digits, holder };
+    });
+    matchMedia('(prefers-color-scheme: dark)').addEventListener('change', () =>
+      this.plots.forEach(({ plot }) => plot.redraw(false, true)));
+  }
+
+  add(state) {
+    for (const camera of state.cameras) {
+      if (camera.state !== 'running') {
+        continue;
+      }
+      const points = this.history.get(camera.id) ?? [];
+      this.history.set(camera.id, points);
+      if (points.length > 0 && state.time <= points.at(-1).x) {
+        continue;
+      }
+      points.push({
+        x: state.time, luma: camera.luma, target: camera.target, ms: camera.time * 1000, gain: camera.gain,
+        iris: camera.iris,
+      });
+      while (points[0].x < state.time - SECONDS) {
+        points.shift();
+      }
+      if (points.length > 1200) {
+        points.splice(0, points.length - 1200);
+      }
+    }
+    if (performance.now() - this.drawn > 200) {
+      this.draw();
+    }
+  }
+
+  select(camera) {
+    this.camera = camera;
+    this.draw();
+  }
+
+  draw() {
+    this.drawn = performance.now();
+    const points = this.history.get(this.camera) ?? [];
+    const x = points.map((point) => point.x);
+    for (const { plot, keys, now, digits, holder } of this.plots) {
+      const there = points.length > 0 && points.at(-1)[keys[0]] !== null;
+      holder.hidden = points.length > 0 && !there;
+      if (!holder.hidden) {
+        plot.setData([x, ...keys.map((key) => points.map((point) => point[key]))]);
+        now.textContent = there ? keys.map((key) => points.at(-1)[key].toFixed(digits)).join(' of ') : '';
+      }
+    }
+  }
+}

@@ -1,0 +1,50 @@
+// What pages see of the cameras: a view, taken after each frame and each change, that any number of threads read
+// without asking library or simulator.
+#pragma once
+
+#include "engine/engine.h"
+#include "host/lens.h"
+#include "host/settings.h"
+#include "picture/picture.h"
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace live
+{
+
+inline constexpr int kCameras = 8;
+
+struct Camera {
+    sim::engine::Life life = sim::engine::Life::unknown;
+    kiv_isp_param_s settings{};
+    sim::engine::Live live;
+    std::shared_ptr<const sim::picture::Look> look; ///< null without an engine; the same object while nothing changes
+};
+
+struct View {
+    std::uint64_t number = 0; ///< counts the views, from 1
+    double seconds = 0.0;     ///< simulated
+    double pace = 1.0;        ///< of simulated time
+    std::string busy;         ///< the command that runs
+    sim::host::LensState lens;
+    bool auto_iris = false;
+    std::array<Camera, kCameras> cameras;
+};
+
+/// The latest view, null before the first.
+std::shared_ptr<const View> latest_view();
+
+/// Waits for a view later than `number`, at most so long; the latest view either way.
+std::shared_ptr<const View> await_view(std::uint64_t number, std::chrono::milliseconds patience);
+
+/// Takes a view. Any thread.
+void take_view();
+
+/// Takes a view unless one was taken less than this before: for frames, which follow each other fast at a high pace.
+void take_view_of_frame();
+
+} // namespace live
