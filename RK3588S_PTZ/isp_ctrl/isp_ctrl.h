@@ -29,10 +29,12 @@
 
 #include "aiq/rk_aiq.h"
 
+/**@{*/
 /** Version of the library that this header belongs to. */
 #define ISP_CTRL_VERSION_MAJOR 1
 #define ISP_CTRL_VERSION_MINOR 0
 #define ISP_CTRL_VERSION_PATCH 0
+/**@}*/
 
 /** Setting enums have the underlying type int where the language has it, so that any integer a host passes
  * is a value of the type. */

@@ -9,16 +9,20 @@
 extern "C" {
 #endif
 
-/** Current zoom position in motor steps, 0 being the widest angle. */
+/** Current zoom position in motor steps, 0 being the widest angle.
+ * When: each cycle of exposure following. Threads: exposure following. */
 uint16_t Uvc_Query_Zoom_Position(void);
 
-/** State of the lens calibration; 4 asks the library's iris and exposure threads to end. */
+/** State of the lens calibration; 4 asks the library's iris and exposure threads to end.
+ * When: each cycle of the iris loop and of exposure following. Threads: iris loop, exposure following. */
 int get_lens_calibration_flag(void);
 
-/** 0: the iris stays where iris_to puts it; 1: it is under automatic control. */
+/** 0: the iris stays where iris_to puts it; 1: it is under automatic control.
+ * When: KIV_Set_exposure_mode(). Threads: the caller's. */
 void iris_mode(unsigned char mode);
 
-/** Drives the iris to a position, 0 being the widest aperture. */
+/** Drives the iris to a position, 0 being the widest aperture.
+ * When: KIV_Set_iris(), and KIV_Set_exposure_mode() for MANUAL_EXPOSURE and IRIS_PRIORITY. Threads: the caller's. */
 void iris_to(unsigned short position);
 
 #ifdef __cplusplus

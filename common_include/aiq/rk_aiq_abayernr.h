@@ -61,13 +61,15 @@ typedef struct rk_aiq_bayertnr_attrib_v2_s {
 } rk_aiq_bayertnr_attrib_v2_t;
 
 /**@{*/
-/** Reads and writes the whole block of spatial noise reduction. */
+/** Reads and writes the whole block of spatial noise reduction.
+ * When: KIV_Set_nr2d(). Threads: the caller's. */
 XCamReturn rk_aiq_user_api2_abayer2dnrV2_GetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_bayer2dnr_attrib_v2_t* attr);
 XCamReturn rk_aiq_user_api2_abayer2dnrV2_SetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_bayer2dnr_attrib_v2_t* attr);
 /**@}*/
 
 /**@{*/
-/** Reads and writes the whole block of temporal noise reduction. */
+/** Reads and writes the whole block of temporal noise reduction.
+ * When: KIV_Set_nr3d(). Threads: the caller's. */
 XCamReturn rk_aiq_user_api2_abayertnrV2_GetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_bayertnr_attrib_v2_t* attr);
 XCamReturn rk_aiq_user_api2_abayertnrV2_SetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_bayertnr_attrib_v2_t* attr);
 /**@}*/

@@ -18,7 +18,9 @@ typedef struct acp_attrib_s {
 } acp_attrib_t;
 
 /**@{*/
-/** Reads and writes the whole block of colour processing. */
+/** Reads and writes the whole block of colour processing.
+ * When: KIV_Set_saturation(), KIV_Set_hue(), KIV_Set_luminance(), KIV_Set_contrast(), KIV_Set_blackwhite_mode().
+ * Threads: the caller's. */
 XCamReturn rk_aiq_user_api2_acp_GetAttrib(const rk_aiq_sys_ctx_t* ctx, acp_attrib_t* attr);
 XCamReturn rk_aiq_user_api2_acp_SetAttrib(const rk_aiq_sys_ctx_t* ctx, const acp_attrib_t* attr);
 /**@}*/

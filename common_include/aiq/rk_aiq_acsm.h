@@ -23,7 +23,8 @@ typedef struct rk_aiq_uapi_acsm_attrib_s {
 } rk_aiq_uapi_acsm_attrib_t;
 
 /**@{*/
-/** Reads and writes the whole block of the colour-space matrix. */
+/** Reads and writes the whole block of the colour-space matrix.
+ * When: KIV_Set_csc_mode(). Threads: the caller's. */
 XCamReturn rk_aiq_user_api2_acsm_GetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_uapi_acsm_attrib_t* attr);
 XCamReturn rk_aiq_user_api2_acsm_SetAttrib(const rk_aiq_sys_ctx_t* ctx, const rk_aiq_uapi_acsm_attrib_t* attr);
 /**@}*/

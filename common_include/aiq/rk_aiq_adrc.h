@@ -48,7 +48,8 @@ typedef struct drc_attrib_s {
 } drc_attrib_t;
 
 /**@{*/
-/** Reads and writes the whole block of dynamic range compression. */
+/** Reads and writes the whole block of dynamic range compression.
+ * When: KIV_Set_drc(), KIV_Set_exposure_mode(). Threads: the caller's. */
 XCamReturn rk_aiq_user_api2_adrc_GetAttrib(const rk_aiq_sys_ctx_t* ctx, drc_attrib_t* attr);
 XCamReturn rk_aiq_user_api2_adrc_SetAttrib(const rk_aiq_sys_ctx_t* ctx, drc_attrib_t attr);
 /**@}*/

@@ -134,22 +134,30 @@ typedef struct paRange_s {
 } paRange_t;
 
 /**@{*/
-/** Reads and writes the whole block of the exposure attributes. */
+/** Reads and writes the whole block of the exposure attributes.
+ * When: setters of exposure; exposure following, when it copies an exposure. Threads: the caller's, exposure
+ * following. */
 XCamReturn rk_aiq_user_api2_ae_getExpSwAttr(const rk_aiq_sys_ctx_t* ctx, Uapi_ExpSwAttrV2_t* attr);
 XCamReturn rk_aiq_user_api2_ae_setExpSwAttr(const rk_aiq_sys_ctx_t* ctx, Uapi_ExpSwAttrV2_t attr);
 /**@}*/
 
 /**@{*/
-/** Reads and writes the whole block of the parameters of linear exposure. */
+/** Reads and writes the whole block of the parameters of linear exposure.
+ * When: setters of the exposure bias; reading also kiv_rkisp_cl_getAeinfo() and each cycle of the iris loop.
+ * Threads: the caller's, iris loop. */
 XCamReturn rk_aiq_user_api2_ae_getLinExpAttr(const rk_aiq_sys_ctx_t* ctx, Uapi_LinExpAttrV2_t* attr);
 XCamReturn rk_aiq_user_api2_ae_setLinExpAttr(const rk_aiq_sys_ctx_t* ctx, Uapi_LinExpAttrV2_t attr);
 /**@}*/
 
-/** The exposure in force and the brightness it gives. */
+/** The exposure in force and the brightness it gives.
+ * When: kiv_rkisp_cl_getAeinfo(), each cycle of exposure following and of the iris loop. Threads: the caller's,
+ * exposure following, iris loop. */
 XCamReturn rk_aiq_user_api2_ae_queryExpResInfo(const rk_aiq_sys_ctx_t* ctx, Uapi_ExpQueryInfo_t* info);
 
 /**@{*/
-/** Reads and writes the whole block of the range of the exposure gain. */
+/** Reads and writes the whole block of the range of the exposure gain.
+ * When: KIV_Set_gain_limit(), KIV_Set_exposure_mode(); reading also kiv_rkisp_cl_getAeinfo() and each cycle of the
+ * iris loop. Threads: the caller's, iris loop. */
 XCamReturn rk_aiq_uapi2_getExpGainRange(const rk_aiq_sys_ctx_t* ctx, paRange_t* range);
 XCamReturn rk_aiq_uapi2_setExpGainRange(const rk_aiq_sys_ctx_t* ctx, paRange_t* range);
 /**@}*/

@@ -49,7 +49,8 @@ typedef struct rk_aiq_gamma_attrib_V2_s {
 } rk_aiq_gamma_attrib_V2_t;
 
 /**@{*/
-/** Reads and writes the whole block of the tone curve. */
+/** Reads and writes the whole block of the tone curve.
+ * When: KIV_Set_gamma(). Threads: the caller's. */
 XCamReturn rk_aiq_user_api2_agamma_GetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_gamma_attrib_V2_t* attr);
 XCamReturn rk_aiq_user_api2_agamma_SetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_gamma_attrib_V2_t attr);
 /**@}*/

@@ -103,7 +103,8 @@ typedef struct rk_aiq_lsc_attrib_s {
 } rk_aiq_lsc_attrib_t;
 
 /**@{*/
-/** Reads and writes the whole block of lens shading correction. */
+/** Reads and writes the whole block of lens shading correction.
+ * When: KIV_Set_shading(), KIV_Set_nr2d(). Threads: the caller's. */
 XCamReturn rk_aiq_user_api2_alsc_GetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_lsc_attrib_t* attr);
 XCamReturn rk_aiq_user_api2_alsc_SetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_lsc_attrib_t attr);
 /**@}*/

@@ -37,7 +37,8 @@ typedef struct rk_aiq_sharp_attrib_v4_s {
 } rk_aiq_sharp_attrib_v4_t;
 
 /**@{*/
-/** Reads and writes the whole block of sharpening. */
+/** Reads and writes the whole block of sharpening.
+ * When: KIV_Set_sharpness(). Threads: the caller's. */
 XCamReturn rk_aiq_user_api2_asharpV4_GetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_sharp_attrib_v4_t* attr);
 XCamReturn rk_aiq_user_api2_asharpV4_SetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_sharp_attrib_v4_t* attr);
 /**@}*/

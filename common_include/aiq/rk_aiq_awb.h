@@ -68,22 +68,29 @@ typedef struct rk_aiq_wb_querry_info_s {
 } rk_aiq_wb_querry_info_t;
 
 /**@{*/
-/** Reads and writes the whole block of the operating mode. */
+/** Reads and writes the whole block of the operating mode.
+ * When: setters of white balance, Awb_Calibration(), white-balance following, when the gains change. Threads: the
+ * caller's, white-balance following. */
 XCamReturn rk_aiq_user_api2_awb_GetWpModeAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_uapiV2_wb_opMode_t* attr);
 XCamReturn rk_aiq_user_api2_awb_SetWpModeAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_uapiV2_wb_opMode_t attr);
 /**@}*/
 
 /**@{*/
-/** Reads and writes the whole block of the manual gains. */
+/** Reads and writes the whole block of the manual gains.
+ * When: setters of white balance, white-balance following, when the gains change. Threads: the caller's,
+ * white-balance following. */
 XCamReturn rk_aiq_user_api2_awb_GetMwbAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_wb_mwb_attrib_t* attr);
 XCamReturn rk_aiq_user_api2_awb_SetMwbAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_wb_mwb_attrib_t attr);
 /**@}*/
 
-/** The gains and colour temperature that white balance has reached. */
+/** The gains and colour temperature that white balance has reached.
+ * When: KIV_Set_wb_mode_onepush(), Awb_Calibration(), each cycle of white-balance following. Threads: the caller's,
+ * white-balance following. */
 XCamReturn rk_aiq_user_api2_awb_QueryWBInfo(const rk_aiq_sys_ctx_t* ctx, rk_aiq_wb_querry_info_t* info);
 
 /**@{*/
-/** Reads and writes the whole block of the gain offset. */
+/** Reads and writes the whole block of the gain offset.
+ * When: KIV_Set_wb_mode() and the tuning setters, Awb_Calibration(). Threads: the caller's. */
 XCamReturn rk_aiq_uapi2_getAwbGainOffsetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_uapiV2_wb_awb_wbGainOffset_t* attr);
 XCamReturn rk_aiq_uapi2_setAwbGainOffsetAttrib(const rk_aiq_sys_ctx_t* ctx, rk_aiq_uapiV2_wb_awb_wbGainOffset_t attr);
 /**@}*/

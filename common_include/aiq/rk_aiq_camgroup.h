@@ -23,15 +23,20 @@ typedef struct rk_aiq_camgroup_instance_cfg_s {
     void* pHwEvtCbCtx;
 } rk_aiq_camgroup_instance_cfg_t;
 
-/** A new group's context, or null. */
+/** A new group's context, or null.
+ * When: rk_isp_init_group(). Threads: the caller's. */
 rk_aiq_camgroup_ctx_t* rk_aiq_uapi2_camgroup_create(rk_aiq_camgroup_instance_cfg_t* cfg);
-/** Readies the group's engine for a working mode. */
+/** Readies the group's engine for a working mode.
+ * When: rk_isp_init_group(). Threads: the caller's. */
 XCamReturn rk_aiq_uapi2_camgroup_prepare(rk_aiq_camgroup_ctx_t* ctx, rk_aiq_working_mode_t mode);
-/** Starts processing. */
+/** Starts processing.
+ * When: rk_isp_init_group(), rk_isp_init_group_start(). Threads: the caller's. */
 XCamReturn rk_aiq_uapi2_camgroup_start(rk_aiq_camgroup_ctx_t* ctx);
-/** Stops processing; the context stays. */
+/** Stops processing; the context stays.
+ * When: rk_isp_init_group_stop(), rk_isp_deinit_group(). Threads: the caller's. */
 XCamReturn rk_aiq_uapi2_camgroup_stop(rk_aiq_camgroup_ctx_t* ctx);
-/** Ends the group and its context. */
+/** Ends the group and its context.
+ * When: rk_isp_deinit_group(), a start that fails. Threads: the caller's. */
 XCamReturn rk_aiq_uapi2_camgroup_destroy(rk_aiq_camgroup_ctx_t* ctx);
 
 #ifdef __cplusplus

@@ -21,12 +21,15 @@ typedef struct lib_dbgout_profile {
     void (*log_cb)(int level, const char* text);
 } lib_dbgout_profile_s;
 
-/** The levels in force. The host may change them at any time. */
+/** The levels in force. The host may change them at any time.
+ * When: every step. Threads: all. */
 extern lib_dbgout_profile_s dbgout_profile;
 
 /**@{*/
 /** printf-style; must be callable from any thread, also while the library holds its engine lock, which they must not
- * take. */
+ * take. Messages bring their own line ends, many of them two.
+ * When: kiv_traceout at every step while module_level is above 5, kiv_log_debug while a camera or a group starts.
+ * Threads: all. */
 int kiv_traceout(int level, const char* format, ...)
 #if defined(__GNUC__)
     __attribute__((format(printf, 2, 3)))

@@ -60,7 +60,11 @@ _Static_assert(sizeof(kiv_isp_param_s) == 156, "39 settings of 4 bytes");
 /**@{*/
 /** Of each setting: _cur reads the stored level of record id, _max the highest level allowed for it, and
  * para_set_..._cur stores a level (its result is not looked at). Called from any of the host's threads
- * that call a setter, and from the library's own threads. */
+ * that call a setter, and from the library's own threads.
+ * When: the stored level at restore, when a mode is set, and by setters that depend on it; the highest level at
+ * every change; storing at every change, before the engine is told. The iris loop reads exposure_mode and
+ * antiflicker of record 0 in each cycle, exposure following exposure_mode. Threads: the caller's, iris loop,
+ * exposure following. */
 int para_get_isp_exposure_mode_cur(int id);
 int para_set_isp_exposure_mode_cur(int id, int value);
 
@@ -181,10 +185,12 @@ int para_set_isp_style_cur(int id, int value);
 /**@}*/
 
 /** The preset of an image style, or null when there is none. It belongs to the host and is read during the
- * call only. */
+ * call only.
+ * When: KIV_Set_style(). Threads: the caller's. */
 kiv_isp_param_s* para_get_isp_style_param(int id, int style);
 
-/** 1: the host applies image styles itself. */
+/** 1: the host applies image styles itself.
+ * When: KIV_Set_style(). Threads: the caller's. */
 int para_isp_style_excute_by_arm(void);
 
 #ifdef __cplusplus
