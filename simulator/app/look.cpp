@@ -1,5 +1,6 @@
 #include "app/look.h"
 
+#include "app/scenes.h"
 #include "app/session.h"
 #include "engine/engine.h"
 #include "host/shading_file.h"
@@ -14,6 +15,8 @@ sim::picture::Look look_of(int camera)
     const void* engine = engine_of(camera);
     const sim::engine::Live live = sim::engine::live(camera);
     sim::picture::Look look = sim::picture::neutral_look();
+    look.scene = scene_of(camera);
+    look.magnification = magnification_of(camera);
     look.acp = sim::engine::peek<acp_attrib_t>(engine);
     look.gamma = sim::engine::peek<rk_aiq_gamma_attrib_V2_t>(engine);
     look.drc = sim::engine::peek<drc_attrib_t>(engine);
@@ -25,7 +28,7 @@ sim::picture::Look look_of(int camera)
     look.wb_gain = live.wb_gain;
     look.neutral_red = live.neutral_gain.rgain;
     look.neutral_blue = live.neutral_gain.bgain;
-    look.exposure = live.target_luma > 0.0 ? std::clamp(live.mean_luma / live.target_luma, 0.01, 4.0) : 1.0;
+    look.exposure = live.exposure / sim::engine::kReferenceLuma;
     look.sensor_gain = std::max(1.0, live.analog_gain * live.isp_dgain);
     const auto& grids = sim::host::kShadingGrids; // the lens that the shading file was made for
     look.fall_off = {static_cast<float>(grids[0].k), static_cast<float>(grids[1].k), static_cast<float>(grids[3].k)};

@@ -2,6 +2,7 @@
 
 #include "af/lens_ctrl.h"
 #include "app/bad_input.h"
+#include "app/scenes.h"
 #include "engine/engine.h"
 #include "host/lens.h"
 #include "host/lens_service.h"
@@ -22,8 +23,6 @@ namespace app
 
 namespace
 {
-
-constexpr int kZoomCamera = 0; // the feature camera's lens is the one with motors
 
 // The library keeps pointers into these.
 std::string folder, calibration_file, shading_file, iris_file, otp_file, lens_command;
@@ -46,6 +45,7 @@ void run_frame()
         lens_service.publish();
     }
     sim::engine::set_aperture(kZoomCamera, sim::host::lens_transmission());
+    meter_scenes();
     sim::engine::run_frame(kSeconds);
     if (frame_callback) {
         frame_callback();
@@ -90,6 +90,7 @@ void open_session(const std::string& path)
     sim::install_clock();
     sim::engine::reset();
     sim::host::reset_store();
+    reset_scenes();
     point_library_at_folder();
     const sim::host::FileResult loaded = sim::host::load_store(store_path());
     if (!loaded && loaded.status != sim::host::FileResult::Status::missing) {

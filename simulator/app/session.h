@@ -11,6 +11,7 @@ namespace app
 {
 
 inline constexpr int kCameras = 8;
+inline constexpr int kZoomCamera = 0; // the feature camera's lens is the one with motors
 inline constexpr sim::Microseconds kFramePeriod = 33333;
 
 /// Sets everything up in a folder, which is made if it is not there, and loads the parameter store from it. Throws

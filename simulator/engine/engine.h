@@ -88,6 +88,11 @@ std::vector<FieldText> changes(const Snapshot& before, const Snapshot& after);
 /// Scene luminance in front of a sensor, in cd/m2. Moves there evenly over `seconds` of simulated time.
 void set_scene(int sensor, double luminance, double seconds = 0.0);
 
+/// What metering sees of a scene of luminance 1, row by row from the top: kMeteringSide x kMeteringSide samples of the
+/// picture behind lens and shading correction. A scene is even, all samples 1, at first and where there are none.
+inline constexpr int kMeteringSide = 60; // 4 x 4 samples make one of the 15 x 15 cells
+void set_metering(int sensor, std::vector<float> samples);
+
 /// Illuminant in front of a sensor: correlated colour temperature in kelvin, or a named one ("A", "TL84", "D50",
 /// "D65"); false for an unknown name.
 void set_illuminant(int sensor, double kelvin);
@@ -99,12 +104,16 @@ void set_response(int sensor, double red, double blue);
 /// Relative light through the lens onto a sensor, 1.0 fully open; read at every frame. All open at first.
 void set_aperture(int sensor, double transmission);
 
+/// Live::exposure of a scene that has the luma of the first set-point, without any bias.
+inline constexpr double kReferenceLuma = 60.0;
+
 /// What a sensor's exposure and white balance have reached.
 struct Live {
     bool automatic = true; // exposure
     double time = 0.0;     // seconds
     double analog_gain = 1.0;
     double isp_dgain = 1.0;
+    double exposure = 0.0;  // the luma of a sample of 1, were there no limit: light times time times gain
     double mean_luma = 0.0; // 0 to 255
     double target_luma = 0.0;
     bool converged = false;

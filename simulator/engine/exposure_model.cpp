@@ -1,6 +1,8 @@
 // The exposure model; exposure_model.h states its formula.
 #include "engine/exposure_model.h"
 
+#include "engine/engine.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -14,24 +16,8 @@ constexpr double kSensitivity = 30.0; // luma per cd/m2 and second
 constexpr double kAnalogGainMax = 16.0;
 constexpr double kDeadBand = 0.005; // of the target
 constexpr double kStepMax = 8.0;    // of exposure, per frame before damping
-constexpr std::size_t kSide = 15;
-
-// The scene: a bright window in the upper right, the rest falling off from top to bottom; on average 1.
-constexpr std::array<double, RK_AIQ_AE_GRID_CELLS> kScene = [] {
-    std::array<double, RK_AIQ_AE_GRID_CELLS> cells{};
-    double sum = 0.0;
-    for (std::size_t i = 0; i < cells.size(); ++i) {
-        const std::size_t row = i / kSide;
-        const std::size_t column = i % kSide;
-        const bool window = row >= 2 && row <= 5 && column >= 9 && column <= 12;
-        cells[i] = window ? 4.0 : 1.1 - 0.04 * static_cast<double>(row);
-        sum += cells[i];
-    }
-    for (double& cell : cells) {
-        cell *= RK_AIQ_AE_GRID_CELLS / sum;
-    }
-    return cells;
-}();
+constexpr double kLumaMax = 255.0;
+constexpr std::size_t kCells = 15; // per side
 
 // Longest and shortest time that automatic operation may use, in seconds, and the step that it keeps to (0: none).
 struct TimeRange {
@@ -121,20 +107,24 @@ void expose_by_hand(const Uapi_LinearManual_t& manual, Uapi_ExpQueryInfo_t& resu
     exposure.digital_gain = 1.0F;
 }
 
-} // namespace
-
-double target_luma(const Blocks& blocks)
+double mean_luma(const Cam15x15UCharMatrix_t& weights, double exposure, std::span<const float> samples)
 {
-    return std::clamp(blocks.setpoints[0] * std::exp2(blocks.lin_ae.Params.Evbias / 100.0), 1.0, 250.0);
-}
-
-double mean_luma(const Cam15x15UCharMatrix_t& weights, double light, double exposure)
-{
+    constexpr std::size_t kPart = kMeteringSide / kCells;
+    if (samples.size() != std::size_t{kMeteringSide} * kMeteringSide) {
+        return std::clamp(exposure, 0.0, kLumaMax); // an even scene
+    }
+    std::array<float, RK_AIQ_AE_GRID_CELLS> cells{};
+    const auto level = static_cast<float>(std::min(exposure, 1.0e9));
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const std::size_t row = i / kMeteringSide / kPart;
+        const std::size_t column = i % kMeteringSide / kPart;
+        cells[row * kCells + column] += std::min(level * samples[i], static_cast<float>(kLumaMax));
+    }
     double sum = 0.0;
     double weighted = 0.0;
     double weight_sum = 0.0;
-    for (std::size_t i = 0; i < kScene.size(); ++i) {
-        const double luma = std::clamp(kSensitivity * light * kScene[i] * exposure, 0.0, 255.0);
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        const double luma = static_cast<double>(cells[i]) / (kPart * kPart);
         sum += luma;
         weighted += weights.uCoeff[i] * luma;
         weight_sum += weights.uCoeff[i];
@@ -142,7 +132,20 @@ double mean_luma(const Cam15x15UCharMatrix_t& weights, double light, double expo
     return weight_sum > 0.0 ? weighted / weight_sum : sum / RK_AIQ_AE_GRID_CELLS;
 }
 
-void run_exposure(Blocks& blocks, double light)
+} // namespace
+
+double target_luma(const Blocks& blocks)
+{
+    return std::clamp(blocks.setpoints[0] * std::exp2(blocks.lin_ae.Params.Evbias / 100.0), 1.0, 250.0);
+}
+
+double exposure_of(const Uapi_LinearExp_t& exposure, double light)
+{
+    return kSensitivity * light * exposure.integration_time * exposure.analog_gain * exposure.digital_gain *
+           exposure.isp_dgain;
+}
+
+void run_exposure(Blocks& blocks, double light, std::span<const float> samples)
 {
     Uapi_ExpQueryInfo_t& result = blocks.exposure_result;
     const bool automatic = blocks.ae.AecOpType != RK_AIQ_OP_MODE_MANUAL;
@@ -153,10 +156,8 @@ void run_exposure(Blocks& blocks, double light)
         expose_by_hand(blocks.ae.stManual.LinearAE, result);
     }
 
-    const Uapi_LinearExp_t& now = result.LinAeInfo.LinearExp;
-    const double luma =
-        mean_luma(blocks.ae.GridWeights, light,
-                  static_cast<double>(now.integration_time) * now.analog_gain * now.digital_gain * now.isp_dgain);
+    const double exposure = exposure_of(result.LinAeInfo.LinearExp, light);
+    const double luma = mean_luma(blocks.ae.GridWeights, exposure, samples);
     const double target = target_luma(blocks);
     result.LinAeInfo.MeanLuma = static_cast<float>(luma);
     result.LinAeInfo.LumaDeviation = static_cast<float>(luma - target);

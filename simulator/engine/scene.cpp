@@ -20,6 +20,7 @@ struct Sensor {
     Illuminant light;
     Response response;
     double transmission = 1.0;
+    std::vector<float> samples; // what metering sees; empty: an even scene
 };
 
 std::mutex mutex; // taken before a context's lock
@@ -86,6 +87,11 @@ void set_scene(int index, double luminance, double seconds)
     });
 }
 
+void set_metering(int index, std::vector<float> samples)
+{
+    with_sensor(index, [&](Sensor& sensor) { sensor.samples = std::move(samples); });
+}
+
 void set_illuminant(int index, double kelvin)
 {
     with_sensor(index, [&](Sensor& sensor) { sensor.light = {.kelvin = kelvin}; });
@@ -121,7 +127,7 @@ void run_frame(double seconds)
         const std::lock_guard lock(context.lock);
         if (context.life == Life::running) {
             const Sensor& sensor = sensors[static_cast<std::size_t>(context.sensors[0])];
-            run_exposure(context.blocks, sensor.luminance * sensor.transmission);
+            run_exposure(context.blocks, sensor.luminance * sensor.transmission, sensor.samples);
             run_white_balance(context.blocks, sensor.light, sensor.response);
         }
     }
@@ -131,7 +137,9 @@ void run_frame(double seconds)
 Live live(int index)
 {
     Live result;
+    double light = 0.0;
     with_sensor(index, [&](const Sensor& sensor) {
+        light = sensor.luminance * sensor.transmission;
         result.kelvin = sensor.light.kelvin;
         result.neutral_gain = ideal_gains(sensor.light, sensor.response);
     });
@@ -151,6 +159,7 @@ Live live(int index)
         result.time = exposure.LinAeInfo.LinearExp.integration_time;
         result.analog_gain = exposure.LinAeInfo.LinearExp.analog_gain;
         result.isp_dgain = exposure.LinAeInfo.LinearExp.isp_dgain;
+        result.exposure = exposure_of(exposure.LinAeInfo.LinearExp, light);
         result.mean_luma = exposure.LinAeInfo.MeanLuma;
         result.target_luma = target_luma(context.blocks);
         result.converged = exposure.IsConverged;

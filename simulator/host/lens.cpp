@@ -110,6 +110,11 @@ double lens_transmission()
     return opening * opening;
 }
 
+double magnification(double zoom)
+{
+    return std::exp2(3.0 * zoom / kZoomLongest);
+}
+
 } // namespace sim::host
 
 uint16_t Uvc_Query_Zoom_Position(void)

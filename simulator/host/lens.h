@@ -4,6 +4,7 @@
 //     transmission = (min(p, widest(zoom)) / 800)^2,
 // 1 being fully open. The front of the lens limits the opening where it is zoomed in: widest() is 800 at the widest
 // angle, 723 at zoom 2556, 638 from zoom 3746 on and linear in between; opening further brings no more light.
+// The zoom magnifies by 2^(3 x zoom / 7000): up to 8 times.
 #pragma once
 
 namespace sim::host
@@ -49,5 +50,8 @@ void step_lens(double seconds);
 /// The widest useful iris position at a zoom position, and the light that passes, 0 to 1.
 double widest_iris(double zoom);
 double lens_transmission();
+
+/// Relative to the widest angle.
+double magnification(double zoom);
 
 } // namespace sim::host

@@ -33,7 +33,8 @@ constexpr std::array<Patch, kPatches> kPatchTable = {{
     {"dark grey", {0.090F, 0.090F, 0.090F}}, {"black", {0.030F, 0.030F, 0.030F}},
 }};
 
-constexpr float kFrame = 0.11F; // reflectance around the patches
+// Reflectance around the patches: brings the chart's mean to kReferenceLevel.
+constexpr float kFrame = 0.124F;
 constexpr float kFlat = 0.18F;
 constexpr float kDark = 0.06F; // of the detail regions
 constexpr float kBright = 0.60F;
@@ -61,11 +62,11 @@ constexpr Place region_place(Region region)
     return {0.035F + 0.3165F * static_cast<float>(column), 0.690F, 0.297F, 0.270F};
 }
 
-/// The pixels of a place, leaving out `border` (part of its sides) all round.
-Area pixels_of(const Place& place, int width, int height, float border)
+/// The pixels of a place, leaving out `border` (part of its sides) all round. A magnified place may lie outside.
+Area pixels_of(const Place& place, int width, int height, float magnification, float border)
 {
-    const auto pixel = [](float position, int side) {
-        return static_cast<int>(std::lround(position * static_cast<float>(side)));
+    const auto pixel = [magnification](float position, int side) {
+        return static_cast<int>(std::lround(((position - 0.5F) * magnification + 0.5F) * static_cast<float>(side)));
     };
     const float dx = border * place.width;
     const float dy = border * place.height;
@@ -73,12 +74,12 @@ Area pixels_of(const Place& place, int width, int height, float border)
             pixel(place.y0 + place.height - dy, height)};
 }
 
-/// Paints an area; `reflectance` gets the pixel's centre, in pixels from the area's corner.
+/// Paints what an image shows of an area; `reflectance` gets the pixel's centre, in pixels from the area's corner.
 template <typename Reflectance>
 void paint(Image& image, const Area& area, Reflectance reflectance)
 {
-    for (int y = area.y0; y < area.y1; ++y) {
-        for (int x = area.x0; x < area.x1; ++x) {
+    for (int y = std::max(area.y0, 0); y < std::min(area.y1, image.height); ++y) {
+        for (int x = std::max(area.x0, 0); x < std::min(area.x1, image.width); ++x) {
             image.pixels[index_of(x, y, image.width)] =
                 reflectance(static_cast<float>(x - area.x0) + 0.5F, static_cast<float>(y - area.y0) + 0.5F);
         }
@@ -122,32 +123,38 @@ const char* patch_name(int patch)
     return patch >= 0 && patch < kPatches ? kPatchTable[static_cast<std::size_t>(patch)].name : "";
 }
 
-Area patch_area(const Image& image, int patch)
+Area patch_area(const Image& image, int patch, float magnification)
 {
-    return patch >= 0 && patch < kPatches ? pixels_of(patch_place(patch), image.width, image.height, 0.15F) : Area{};
+    return patch >= 0 && patch < kPatches
+               ? pixels_of(patch_place(patch), image.width, image.height, magnification, 0.15F)
+               : Area{};
 }
 
-Area region_area(const Image& image, Region region)
+Area region_area(const Image& image, Region region, float magnification)
 {
-    return pixels_of(region_place(region), image.width, image.height, 0.05F);
+    return pixels_of(region_place(region), image.width, image.height, magnification, 0.05F);
 }
 
-Image draw_chart(int width, int height)
+Colour patch_reflectance(int patch)
 {
-    Image image{width, height, {}};
-    image.pixels.assign(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), grey(kFrame));
+    return patch >= 0 && patch < kPatches ? kPatchTable[static_cast<std::size_t>(patch)].reflectance : Colour{};
+}
+
+void draw_chart(Image& image, float magnification)
+{
+    const auto area = [&](const Place& place) {
+        return pixels_of(place, image.width, image.height, magnification, 0.0F);
+    };
+    std::ranges::fill(image.pixels, grey(kFrame));
     for (int i = 0; i < kPatches; ++i) {
-        const Colour colour = kPatchTable[static_cast<std::size_t>(i)].reflectance;
-        paint(image, pixels_of(patch_place(i), width, height, 0.0F), [=](float, float) { return colour; });
+        paint(image, area(patch_place(i)), [=](float, float) { return patch_reflectance(i); });
     }
-    const auto area = [&](Region region) { return pixels_of(region_place(region), width, height, 0.0F); };
-    const Area ramp = area(Region::ramp);
+    const Area ramp = area(region_place(Region::ramp));
     const float length = static_cast<float>(std::max(ramp.x1 - ramp.x0, 1));
     paint(image, ramp, [=](float x, float) { return grey(std::pow(x / length, 2.2F)); }); // even to the eye
-    paint_star(image, area(Region::star));
-    paint_edge(image, area(Region::edge));
-    paint(image, area(Region::flat), [](float, float) { return grey(kFlat); });
-    return image;
+    paint_star(image, area(region_place(Region::star)));
+    paint_edge(image, area(region_place(Region::edge)));
+    paint(image, area(region_place(Region::flat)), [](float, float) { return grey(kFlat); });
 }
 
 } // namespace sim::picture

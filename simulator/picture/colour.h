@@ -3,6 +3,8 @@
 
 #include "picture/picture.h"
 
+#include <algorithm>
+
 namespace sim::picture
 {
 
@@ -45,7 +47,8 @@ inline std::size_t index_of(int x, int y, int width)
 /// Bounded to 0 to 1; what is not a number becomes 0.
 inline float unit(float x)
 {
-    return x > 0.0F ? (x < 1.0F ? x : 1.0F) : 0.0F;
+    const float positive = std::max(0.0F, x);
+    return std::min(1.0F, positive);
 }
 
 inline float luma(Colour c)

@@ -1,10 +1,13 @@
-// The picture that a simulated camera would show of a colour chart, so that a setting can be looked at and measured.
-// The engine's blocks and live values go in, an image comes out; nothing here calls the engine.
+// The picture that a simulated camera would show of a scene, so that a setting can be looked at and measured. The
+// engine's blocks and live values go in, an image comes out; nothing here calls the engine.
 #pragma once
 
 #include "aiq/rk_aiq.h"
 
+#include <array>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -18,8 +21,46 @@ struct Colour {
     float blue = 0.0F;
 };
 
+/// Rows from the top, 0.0 (black) to 1.0 (white) as a display gets them. No pixels when there is no picture.
+struct Image {
+    int width = 0;
+    int height = 0;
+    std::vector<Colour> pixels;
+};
+
+inline constexpr int kMaxSide = 8192; // pixels, of any image
+
+// ---- Scenes -------------------------------------------------------------------------------------------------------
+
+/// The linear level that the mean of a scene has at exposure 1: luma 60 of 255.
+inline constexpr float kReferenceLevel = 60.0F / 255.0F;
+
+/// What is in front of a camera.
+struct Scene {
+    std::string name;
+    void (*draw)(Image& image, float magnification) = nullptr; // by formula, or
+    Image photo;                                               // linear
+    float scale = 1.0F;                                        // brings the mean luma to kReferenceLevel
+};
+using SceneRef = std::shared_ptr<const Scene>;
+
+/// The scenes that are drawn by formula: chart, window, stage, night, gradient.
+std::vector<std::string_view> scene_names();
+
+/// One of them, null for any other name.
+SceneRef find_scene(std::string_view name);
+
+/// A photograph, PNG or JPEG of up to 64 million pixels, as a scene: the inverse of sRGB's tone curve gives its light.
+/// Null when that fails, and why in `failed`, which begins with the path.
+SceneRef load_photo(const std::string& path, std::string& failed);
+
+// ---- From scene to display ----------------------------------------------------------------------------------------
+
 /// Everything that shapes the picture. The members' own defaults are no neutral picture: start from neutral_look().
 struct Look {
+    SceneRef scene;             // null: the chart
+    float magnification = 1.0F; // of the zoom, which crops the scene about its middle
+
     // As the engine holds them.
     acp_attrib_t acp{};
     rk_aiq_gamma_attrib_V2_t gamma{};
@@ -34,7 +75,7 @@ struct Look {
     rk_aiq_wb_gain_t wb_gain{1.0F, 1.0F, 1.0F, 1.0F}; // in force
     double neutral_red = 1.0;                         // the gains that would make a grey neutral: what the light and
     double neutral_blue = 1.0;                        // the sensor ask of the white balance
-    double exposure = 1.0;    // light on the sensor, relative to what metering asks for: mean luma / target luma
+    double exposure = 1.0;    // light times time times gain; 1 brings the scene's mean to kReferenceLevel
     double sensor_gain = 1.0; // analogue times digital, sets the noise
     Colour fall_off{};        // of the lens, per channel: tan^2 of the corner's field angle, 0 for none
 };
@@ -42,22 +83,19 @@ struct Look {
 /// Every block at rest, a light that is balanced, no fall-off: a grey patch comes out grey.
 Look neutral_look();
 
-/// Rows from the top, 0.0 (black) to 1.0 (white) as a display gets them. No pixels when there is no picture.
-struct Image {
-    int width = 0;
-    int height = 0;
-    std::vector<Colour> pixels;
-};
-
-inline constexpr int kMaxSide = 8192; // pixels, of any image
-
-/// The chart: 24 colour patches in 4 rows of 6, the last row greys from white to black; below them a grey ramp and
-/// regions for detail and noise. The same look gives the same image. Empty unless both sides are 1 to kMaxSide.
+/// The picture. The same look gives the same image. Empty unless both sides are 1 to kMaxSide.
 Image render(const Look& look, int width, int height);
+
+/// What exposure metering sees, row by row: luma after lens and shading correction at exposure 1, without noise,
+/// relative to kReferenceLevel.
+inline constexpr int kMeteringSide = 60;
+using Metering = std::array<float, kMeteringSide * kMeteringSide>;
+Metering metering(const Look& look);
 
 // ---- Measuring ----------------------------------------------------------------------------------------------------
 
-/// Patches count from 0, row by row from the top left.
+/// The chart: 24 colour patches in 4 rows of 6, the last row greys from white to black; below them a grey ramp and
+/// regions for detail and noise. Patches count from 0, row by row from the top left.
 inline constexpr int kPatches = 24;
 inline constexpr int kWhitePatch = 18;
 inline constexpr int kMidGreyPatch = 21;
@@ -74,9 +112,13 @@ struct Area {
     int y1 = 0;
 };
 
-/// Where a patch or region lies in an image of the chart, its border left out. A wrong patch number gives no pixels.
-Area patch_area(const Image& image, int patch);
-Area region_area(const Image& image, Region region);
+/// Where a patch or region lies in an image of the chart, its border left out; magnified it may lie outside. A wrong
+/// patch number gives no pixels.
+Area patch_area(const Image& image, int patch, float magnification = 1.0F);
+Area region_area(const Image& image, Region region, float magnification = 1.0F);
+
+/// A patch's linear reflectance, with sRGB's primaries.
+Colour patch_reflectance(int patch);
 
 /// All 0 for an area without pixels. Luma is BT.709's.
 Colour mean_colour(const Image& image, Area area);

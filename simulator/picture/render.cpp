@@ -1,4 +1,5 @@
-// The pipeline from the chart to the display, one function per stage in the order of render().
+// The pipeline from the scene to the display, one function per stage in the order of render(). Each stage works on one
+// row of plain floats per channel, which the compiler turns into vector instructions; filters read the rows around it.
 #include "picture/colour.h"
 #include "picture/stages.h"
 
@@ -6,7 +7,9 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <numbers>
+#include <optional>
 
 namespace sim::picture
 {
@@ -15,6 +18,7 @@ namespace
 {
 
 constexpr float kBaseIso = 50.0F;         // sensitivity at gain 1
+constexpr float kFullWell = 1.5F;         // signal at gain 1 that a pixel holds, white being 1
 constexpr float kShotNoise = 5.0e-5F;     // variance per unit of signal at gain 1
 constexpr float kReadNoise = 8.0e-4F;     // deviation at gain 1
 constexpr float kSharpAmount = 0.125F;    // of the detail added back, per unit of the engine's ratio
@@ -39,55 +43,29 @@ float strength(float value)
     return value > 0.0F ? std::min(value, kHighestStrength) : 0.0F;
 }
 
-template <typename Change>
-void for_each_pixel(Image& image, Change change)
-{
-    for (Colour& colour : image.pixels) {
-        colour = change(colour);
-    }
-}
+/// One row of the picture, red, green and blue.
+using Row = std::array<float*, 3>;
+using ConstRow = std::array<const float*, 3>;
 
-/// Mean over (2 * radius + 1)^2 pixels, the border pixels standing for those beyond.
-template <typename T>
-std::vector<T> box_mean(std::vector<T> pixels, int width, int height, int radius)
+/// The last rows that a stage made, as many as the next one reads.
+template <int Rows>
+class Ring
 {
-    const float part = 1.0F / static_cast<float>(2 * radius + 1);
-    std::vector<T> means(pixels.size());
-    const auto average = [&](int dx, int dy) {
-        auto mean = means.begin();
-        for (int y = 0; y < height; ++y) {
-            for (int x = 0; x < width; ++x) {
-                T sum{};
-                for (int d = -radius; d <= radius; ++d) {
-                    sum = sum + pixels[index_of(std::clamp(x + d * dx, 0, width - 1),
-                                                std::clamp(y + d * dy, 0, height - 1), width)];
-                }
-                *mean++ = sum * part;
-            }
-        }
-    };
-    average(1, 0);
-    pixels.swap(means);
-    average(0, 1);
-    return means;
-}
+public:
+    explicit Ring(int width) : width_(static_cast<std::size_t>(width)), floats_(width_ * 3 * Rows) {}
 
-/// Signal = reflectance * response to the light / (1 + k r^2)^2, r being 1 in the corners: the fourth power of the
-/// cosine of the field angle.
-void light_and_lens(const Look& look, Image& image)
-{
-    const Colour response{static_cast<float>(1.0 / look.neutral_red), 1.0F,
-                          static_cast<float>(1.0 / look.neutral_blue)};
-    auto pixel = image.pixels.begin();
-    for (int y = 0; y < image.height; ++y) {
-        const float v = (2.0F * static_cast<float>(y) + 1.0F) / static_cast<float>(image.height) - 1.0F;
-        for (int x = 0; x < image.width; ++x, ++pixel) {
-            const float u = (2.0F * static_cast<float>(x) + 1.0F) / static_cast<float>(image.width) - 1.0F;
-            const Colour root = grey(1.0F) + look.fall_off * (0.5F * (u * u + v * v));
-            *pixel = *pixel * response / (root * root);
-        }
+    Row row(int y)
+    {
+        float* const first = floats_.data() + static_cast<std::size_t>(y % Rows) * 3 * width_;
+        return {first, first + width_, first + 2 * width_};
     }
-}
+
+private:
+    std::size_t width_;
+    std::vector<float> floats_;
+};
+
+// ---- Sensor -------------------------------------------------------------------------------------------------------
 
 /// Frames that the temporal filter averages: 1 + the mean of its two bands' strengths.
 float averaged_frames(const Look& look)
@@ -102,15 +80,21 @@ float averaged_frames(const Look& look)
 
 /// Variance = (gain * shot noise * signal + (gain * read noise)^2) / averaged frames.
 struct Noise {
-    float gain;
-    float frames;
+    float shot;
+    float read;
 
-    float deviation(float signal) const
+    float variance(float signal) const
     {
-        const float read = gain * kReadNoise;
-        return std::sqrt((gain * kShotNoise * std::max(signal, 0.0F) + read * read) / frames);
+        return shot * (signal > 0.0F ? signal : 0.0F) + read;
     }
 };
+
+Noise noise_of(const Look& look)
+{
+    const auto gain = static_cast<float>(look.sensor_gain);
+    const float frames = averaged_frames(look);
+    return {gain * kShotNoise / frames, gain * kReadNoise * gain * kReadNoise / frames};
+}
 
 /// A number of mean 0 and deviation 1, near a normal distribution, that depends on `index` alone: the sum of the
 /// bytes of a mixed 32-bit word.
@@ -125,101 +109,231 @@ float normal(std::uint32_t index)
     return (static_cast<float>(sum) - 510.0F) / kByteSumDeviation;
 }
 
-void add_noise(const Noise& noise, Image& image)
+/// Enough such numbers that no row of a picture looks like another.
+const std::vector<float>& normals()
 {
-    std::uint32_t index = 0;
-    for_each_pixel(image, [&](Colour c) {
-        const auto noisy = [&](float signal) { return signal + noise.deviation(signal) * normal(index++); };
-        return Colour{noisy(c.red), noisy(c.green), noisy(c.blue)};
-    });
+    static const std::vector<float> table = [] {
+        std::vector<float> numbers(65536 + kMaxSide);
+        std::uint32_t index = 0;
+        std::ranges::generate(numbers, [&] { return normal(index++); });
+        return numbers;
+    }();
+    return table;
 }
 
-/// Moves a pixel towards its 5 x 5 mean by s / (s + 4), the less the farther its green is from the mean: by half at
-/// (2 + edge softness) deviations of the noise.
-void filter_2d(const Look& look, const Noise& noise, Image& image)
+/// Light on the sensor = scene * response to the illuminant / (1 + k r^2)^2, r being 1 in the corners: the fourth power
+/// of the cosine of the field angle. A pixel holds kFullWell of it; then the gain.
+void expose(const Look& look, const Planes& scene, int y, Row row)
 {
-    const RK_Bayer2dnr_Params_V2_t& params = look.nr2d.stAuto.st2DParams;
-    const std::size_t step = iso_step(params.iso, look.sensor_gain);
-    const float s = strength(params.filter_strength[step]);
-    if (look.nr2d.eMode == ABAYER2DNR_OP_MODE_INVALID || params.enable == 0 || s == 0.0F) {
-        return;
-    }
-    const float width = 2.0F + strength(params.edgesofts[step]);
-    const std::vector<Colour> means = box_mean(image.pixels, image.width, image.height, 2);
-    for (std::size_t i = 0; i < means.size(); ++i) {
-        const Colour difference = means[i] - image.pixels[i];
-        const float distance = difference.green / (width * noise.deviation(means[i].green));
-        const float weight = s / (s + kHalfStrength) / (1.0F + distance * distance);
-        image.pixels[i] = image.pixels[i] + difference * weight;
-    }
-}
-
-/// Where a pixel lies on the shading grid: the node before it and the part of the way to the next.
-struct GridPlace {
-    std::size_t node;
-    float part;
-};
-
-GridPlace grid_place(int pixel, int side)
-{
-    const float place = RK_AIQ_LSC_SECTORS * (static_cast<float>(pixel) + 0.5F) / static_cast<float>(side);
-    const auto node = std::min<std::size_t>(static_cast<std::size_t>(place), RK_AIQ_LSC_SECTORS - 1);
-    return {node, place - static_cast<float>(node)};
-}
-
-/// Multiplies by the shading gains, bilinear between the nodes.
-void correct_shading(const Look& look, Image& image)
-{
-    const std::optional<ShadingGains> gains = shading_gains(look.lsc, look.wb_gain);
-    if (!gains) {
-        return;
-    }
-    constexpr std::size_t kNodes = RK_AIQ_LSC_SECTORS + 1;
-    auto pixel = image.pixels.begin();
-    for (int y = 0; y < image.height; ++y) {
-        const GridPlace row = grid_place(y, image.height);
-        for (int x = 0; x < image.width; ++x, ++pixel) {
-            const GridPlace column = grid_place(x, image.width);
-            const Colour* const node = gains->data() + row.node * kNodes + column.node;
-            const Colour above = node[0] * (1.0F - column.part) + node[1] * column.part;
-            const Colour below = node[kNodes] * (1.0F - column.part) + node[kNodes + 1] * column.part;
-            *pixel = *pixel * (above * (1.0F - row.part) + below * row.part);
+    const float v = (2.0F * static_cast<float>(y) + 1.0F) / static_cast<float>(scene.height) - 1.0F;
+    const auto gain = static_cast<float>(look.sensor_gain);
+    const auto light = static_cast<float>(look.exposure / look.sensor_gain);
+    const float step = 2.0F / static_cast<float>(scene.width);
+    const std::array response = {light / static_cast<float>(look.neutral_red), light,
+                                 light / static_cast<float>(look.neutral_blue)};
+    const std::array k = {look.fall_off.red, look.fall_off.green, look.fall_off.blue};
+    for (std::size_t c = 0; c < 3; ++c) {
+        const float* const in = scene.channel[c].data() + index_of(0, y, scene.width);
+        float* const out = row[c];
+        const float half_k = 0.5F * k[c];
+        const float middle = 1.0F + half_k * v * v;
+        const float factor = response[c];
+        for (int x = 0; x < scene.width; ++x) {
+            const float u = step * static_cast<float>(x) + (0.5F * step - 1.0F);
+            const float root = middle + half_k * u * u;
+            const float charge = in[x] * factor / (root * root);
+            out[x] = (charge < kFullWell ? charge : kFullWell) * gain;
         }
     }
 }
 
+void add_noise(const Noise& noise, int y, int width, Row row)
+{
+    for (std::uint32_t c = 0; c < 3; ++c) {
+        const std::uint32_t mixed = (static_cast<std::uint32_t>(y) * 3U + c + 1U) * 0x9E3779B9U;
+        const float* const number = normals().data() + (mixed >> 16U);
+        float* const out = row[c];
+        for (int x = 0; x < width; ++x) {
+            out[x] += std::sqrt(noise.variance(out[x])) * number[x];
+        }
+    }
+}
+
+// ---- Raw picture --------------------------------------------------------------------------------------------------
+
+/// Sums of 2 * Radius + 1 neighbours in a row of column sums; the columns at either end stand for those beyond.
+template <int Radius>
+void box_row(const std::array<const float*, 2 * Radius + 1>& rows, int width, float* column, float* out)
+{
+    float* const middle = column + Radius;
+    for (int x = 0; x < width; ++x) {
+        float sum = 0.0F;
+        for (const float* row : rows) {
+            sum += row[x];
+        }
+        middle[x] = sum;
+    }
+    for (int x = 1; x <= Radius; ++x) {
+        middle[-x] = middle[0];
+        middle[width - 1 + x] = middle[width - 1];
+    }
+    constexpr auto kPart = 1.0F / static_cast<float>((2 * Radius + 1) * (2 * Radius + 1));
+    for (int x = 0; x < width; ++x) {
+        float sum = 0.0F;
+        for (int d = 0; d <= 2 * Radius; ++d) {
+            sum += column[x + d];
+        }
+        out[x] = sum * kPart;
+    }
+}
+
+/// Moves a pixel towards its 5 x 5 mean by s / (s + 4), the less the farther its green is from the mean: by half at
+/// (2 + edge softness) deviations of the noise. Strength 0: the stage is off.
+struct Filter2d {
+    float weight = 0.0F;
+    float width = 0.0F;
+};
+
+Filter2d filter_2d_of(const Look& look)
+{
+    const RK_Bayer2dnr_Params_V2_t& params = look.nr2d.stAuto.st2DParams;
+    const std::size_t step = iso_step(params.iso, look.sensor_gain);
+    const float s = strength(params.filter_strength[step]);
+    if (look.nr2d.eMode == ABAYER2DNR_OP_MODE_INVALID || params.enable == 0) {
+        return {};
+    }
+    return {s / (s + kHalfStrength), 2.0F + strength(params.edgesofts[step])};
+}
+
+void filter_2d(const Filter2d& filter, const Noise& noise, Ring<8>& raw, int y, int width, int height, Row row,
+               std::vector<float>& scratch)
+{
+    float* const column = scratch.data();
+    std::array<float*, 3> mean{};
+    for (std::size_t c = 0; c < 3; ++c) {
+        mean[c] = column + (c + 1) * (static_cast<std::size_t>(width) + 4);
+        std::array<const float*, 5> rows{};
+        for (int d = 0; d < 5; ++d) {
+            rows[static_cast<std::size_t>(d)] = raw.row(std::clamp(y + d - 2, 0, height - 1))[c];
+        }
+        box_row<2>(rows, width, column, mean[c]);
+    }
+    const Row in = raw.row(y);
+    float* const weight = column;
+    const float softness = filter.width * filter.width;
+    for (int x = 0; x < width; ++x) {
+        const float tolerance = softness * noise.variance(mean[1][x]);
+        const float distance = mean[1][x] - in[1][x];
+        weight[x] = filter.weight * tolerance / (tolerance + distance * distance);
+    }
+    for (std::size_t c = 0; c < 3; ++c) {
+        for (int x = 0; x < width; ++x) {
+            row[c][x] = in[c][x] + (mean[c][x] - in[c][x]) * weight[x];
+        }
+    }
+}
+
+void balance_white(const Look& look, int width, Row row)
+{
+    const std::array gain = {look.wb_gain.rgain, 0.5F * (look.wb_gain.grgain + look.wb_gain.gbgain),
+                             look.wb_gain.bgain};
+    for (std::size_t c = 0; c < 3; ++c) {
+        for (int x = 0; x < width; ++x) {
+            row[c][x] *= gain[c];
+        }
+    }
+}
+
+/// Multiplies by the shading gains, bilinear between the nodes.
+void correct_shading(const std::optional<ShadingGains>& gains, int y, int width, int height, Row row)
+{
+    if (!gains) {
+        return;
+    }
+    constexpr int kNodes = RK_AIQ_LSC_SECTORS + 1;
+    const float place = RK_AIQ_LSC_SECTORS * (static_cast<float>(y) + 0.5F) / static_cast<float>(height);
+    const int node_row = std::min(static_cast<int>(place), RK_AIQ_LSC_SECTORS - 1);
+    const float part = place - static_cast<float>(node_row);
+    const auto node = [&](int column) {
+        const Colour* const above = gains->data() + node_row * kNodes + column;
+        const Colour gain = above[0] * (1.0F - part) + above[kNodes] * part;
+        return std::array{gain.red, gain.green, gain.blue};
+    };
+    // First pixel whose middle lies in a sector or beyond.
+    const auto first = [width](int sector) {
+        return std::min((2 * sector * width + RK_AIQ_LSC_SECTORS - 1) / (2 * RK_AIQ_LSC_SECTORS), width);
+    };
+    for (int sector = 0; sector < RK_AIQ_LSC_SECTORS; ++sector) {
+        const auto left = node(sector);
+        const auto right = node(sector + 1);
+        const int end = sector + 1 < RK_AIQ_LSC_SECTORS ? first(sector + 1) : width;
+        for (std::size_t c = 0; c < 3; ++c) {
+            const float slope = (right[c] - left[c]) * RK_AIQ_LSC_SECTORS / static_cast<float>(width);
+            const float start = left[c] - (right[c] - left[c]) * static_cast<float>(sector) + 0.5F * slope;
+            for (int x = first(sector); x < end; ++x) {
+                row[c][x] *= start + slope * static_cast<float>(x);
+            }
+        }
+    }
+}
+
+// ---- Tones and colours --------------------------------------------------------------------------------------------
+
 /// Factor = 1 + (g - 1) * (1 - luma)^2: lifts the shadows by g, leaves white. The 13 points of g are taken at the
-/// steps of the sensor gain: 1, 2, 4 and so on.
-void compress_range(const Look& look, Image& image)
+/// steps of the sensor gain: 1, 2, 4 and so on. Returns g - 1.
+float lift_of(const Look& look)
 {
     const DrcTuningPara_t& params = look.drc.stAutoV30.DrcTuningPara;
     if (!params.Enable) {
-        return;
+        return 0.0F;
     }
     const auto point =
         static_cast<std::size_t>(std::clamp(std::log2(std::max(1.0, look.sensor_gain)), 0.0, RK_AIQ_DRC_POINTS - 1.0));
     const float g = params.DrcGain.DrcGain[point];
-    const float lift = g > 1.0F ? std::min(g, kHighestDrcGain) - 1.0F : 0.0F;
-    for_each_pixel(image, [lift](Colour c) {
-        const float dark = 1.0F - unit(luma(c));
-        return c * (1.0F + lift * dark * dark);
-    });
+    return g > 1.0F ? std::min(g, kHighestDrcGain) - 1.0F : 0.0F;
 }
 
-/// The tone curve on 4096 even steps of the input.
-using Curve = std::array<float, 4097>;
+void compress_range(float lift, int width, Row row)
+{
+    if (lift == 0.0F) {
+        return;
+    }
+    for (int x = 0; x < width; ++x) {
+        const float dark = 1.0F - unit(luma({row[0][x], row[1][x], row[2][x]}));
+        const float factor = 1.0F + lift * dark * dark;
+        row[0][x] *= factor;
+        row[1][x] *= factor;
+        row[2][x] *= factor;
+    }
+}
+
+/// The tone curve on 4096 even steps of the input: its level there and its rise to the next.
+struct CurvePoint {
+    float level;
+    float rise;
+};
+using Curve = std::array<CurvePoint, 4097>;
+
+Curve with_rises(const std::array<float, 4097>& levels)
+{
+    Curve curve{};
+    for (std::size_t i = 0; i < curve.size(); ++i) {
+        curve[i] = {levels[i], levels[std::min(i + 1, levels.size() - 1)] - levels[i]};
+    }
+    return curve;
+}
 
 /// The 49 points lie at inputs 0 to 8, then four each at distances of 2, 4, 8 and so on up to 256, the last eight
 /// also at 256, which ends at 4096. Without a manual curve: that of sRGB.
 Curve tone_curve(const rk_aiq_gamma_attr_V30_t& gamma)
 {
-    Curve curve{};
+    std::array<float, 4097> curve{};
     for (std::size_t i = 0; i < curve.size(); ++i) {
         const float x = static_cast<float>(i) / 4096.0F;
         curve[i] = x <= 0.0031308F ? 12.92F * x : 1.055F * std::pow(x, 1.0F / 2.4F) - 0.055F;
     }
     if (gamma.mode != GAMMA_MODE_MANUAL) {
-        return curve;
+        return with_rises(curve);
     }
     std::size_t x = 0;
     for (std::size_t point = 1; point < RK_AIQ_GAMMA_POINTS; ++point) {
@@ -233,72 +347,119 @@ Curve tone_curve(const rk_aiq_gamma_attr_V30_t& gamma)
         }
         x += step;
     }
-    return curve;
+    return with_rises(curve);
 }
 
-void apply_tone_curve(const Look& look, Image& image)
+/// In two loops, because only the first can be done in vectors.
+void apply_tone_curve(const Curve& curve, int width, Row row, std::vector<int>& steps)
 {
-    const Curve curve = tone_curve(look.gamma.atrrV30);
-    const auto tone = [&curve](float level) {
-        const float x = 4096.0F * unit(level);
-        const auto i = std::min(static_cast<std::size_t>(x), curve.size() - 2);
-        return std::lerp(curve[i], curve[i + 1], x - static_cast<float>(i));
-    };
-    for_each_pixel(image, [&](Colour c) { return Colour{tone(c.red), tone(c.green), tone(c.blue)}; });
+    for (std::size_t c = 0; c < 3; ++c) {
+        float* const level = row[c];
+        int* const step = steps.data();
+        for (int x = 0; x < width; ++x) {
+            const float place = 4096.0F * unit(level[x]);
+            step[x] = static_cast<int>(place);
+            level[x] = place - static_cast<float>(step[x]);
+        }
+        for (int x = 0; x < width; ++x) {
+            const CurvePoint& point = curve[static_cast<std::size_t>(step[x])];
+            level[x] = point.level + point.rise * level[x];
+        }
+    }
 }
 
-/// Adds ratio / 8 of what the luma differs from its 3 x 3 mean.
-void sharpen(const Look& look, Image& image)
+/// Of what the luma differs from its 3 x 3 mean, the part that is added: ratio / 8.
+float sharpness_of(const Look& look)
 {
     const RK_SHARP_Params_V4_t& params = look.sharp.stAuto.stParams;
-    const float ratio = strength(params.sharp_ratio[iso_step(params.iso, look.sensor_gain)]);
-    if (look.sharp.eMode == ASHARP4_OP_MODE_OFF || params.enable == 0 || ratio == 0.0F) {
-        return;
+    const bool off = look.sharp.eMode == ASHARP4_OP_MODE_OFF || params.enable == 0;
+    return off ? 0.0F : kSharpAmount * strength(params.sharp_ratio[iso_step(params.iso, look.sensor_gain)]);
+}
+
+void luma_row(ConstRow row, int width, float* out)
+{
+    for (int x = 0; x < width; ++x) {
+        out[x] = luma({row[0][x], row[1][x], row[2][x]});
     }
-    std::vector<float> lumas(image.pixels.size());
-    std::transform(image.pixels.begin(), image.pixels.end(), lumas.begin(), luma);
-    const std::vector<float> means = box_mean(lumas, image.width, image.height, 1);
-    for (std::size_t i = 0; i < lumas.size(); ++i) {
-        image.pixels[i] = image.pixels[i] + grey(kSharpAmount * ratio * (lumas[i] - means[i]));
+}
+
+void sharpen(float amount, Ring<4>& lumas, int y, int width, int height, Row row, std::vector<float>& scratch)
+{
+    std::array<const float*, 3> rows{};
+    for (int d = 0; d < 3; ++d) {
+        rows[static_cast<std::size_t>(d)] = lumas.row(std::clamp(y + d - 1, 0, height - 1))[0];
+    }
+    float* const mean = scratch.data() + width + 4;
+    box_row<1>(rows, width, scratch.data(), mean);
+    for (int x = 0; x < width; ++x) {
+        const float detail = amount * (rows[1][x] - mean[x]);
+        row[0][x] += detail;
+        row[1][x] += detail;
+        row[2][x] += detail;
+    }
+}
+
+/// Three sums of the channels and an offset each.
+struct Matrix {
+    std::array<Colour, 3> factor{}; // of red, green and blue, one column each
+    Colour offset{};
+};
+
+/// The matrix of a function that is one.
+template <typename Function>
+Matrix matrix_of(Function function)
+{
+    const Colour offset = function(Colour{});
+    return {{function(Colour{1.0F, 0.0F, 0.0F}) - offset, function(Colour{0.0F, 1.0F, 0.0F}) - offset,
+             function(Colour{0.0F, 0.0F, 1.0F}) - offset},
+            offset};
+}
+
+void transform(const Matrix& matrix, int width, Row row)
+{
+    const Matrix m = matrix;
+    for (int x = 0; x < width; ++x) {
+        const float red = row[0][x];
+        const float green = row[1][x];
+        const float blue = row[2][x];
+        row[0][x] = unit(m.factor[0].red * red + m.factor[1].red * green + m.factor[2].red * blue + m.offset.red);
+        row[1][x] =
+            unit(m.factor[0].green * red + m.factor[1].green * green + m.factor[2].green * blue + m.offset.green);
+        row[2][x] = unit(m.factor[0].blue * red + m.factor[1].blue * green + m.factor[2].blue * blue + m.offset.blue);
     }
 }
 
 /// Luma: contrast / 128 about mid-level, then brightness - 128 eight-bit steps added. Colour difference: saturation /
 /// 128, turned by (hue - 128) / 128 of 90 degrees.
-void process_colour(const Look& look, Image& image)
+Matrix colour_processing(const acp_attrib_t& acp)
 {
-    const float contrast = static_cast<float>(look.acp.contrast) / 128.0F;
-    const float lift = (static_cast<float>(look.acp.brightness) - 128.0F) / 255.0F;
-    const float saturation = static_cast<float>(look.acp.saturation) / 128.0F;
-    const float angle = (static_cast<float>(look.acp.hue) - 128.0F) / 128.0F * std::numbers::pi_v<float> / 2.0F;
+    const float contrast = static_cast<float>(acp.contrast) / 128.0F;
+    const float lift = (static_cast<float>(acp.brightness) - 128.0F) / 255.0F;
+    const float saturation = static_cast<float>(acp.saturation) / 128.0F;
+    const float angle = (static_cast<float>(acp.hue) - 128.0F) / 128.0F * std::numbers::pi_v<float> / 2.0F;
     const float cosine = saturation * std::cos(angle);
     const float sine = saturation * std::sin(angle);
-    for_each_pixel(image, [=](Colour c) {
+    return matrix_of([=](Colour c) {
         const LumaChroma in = to_luma_chroma(c);
         return to_rgb(
             {(in.y - 0.5F) * contrast + 0.5F + lift, in.cb * cosine - in.cr * sine, in.cb * sine + in.cr * cosine});
     });
 }
 
-/// The engine's matrix and offsets to eight-bit YCbCr, then a display that takes every signal for full-range ITU-R
-/// BT.709: any other matrix or range shows. Unless the block is manual the engine's own matrix suits the display.
-void convert_for_display(const Look& look, Image& image)
+/// The engine's matrix and offsets to YCbCr, then a display that takes every signal for full-range ITU-R BT.709: any
+/// other matrix or range shows. Nothing unless the block is manual: the engine's own matrix suits the display.
+std::optional<Matrix> display_conversion(const rk_aiq_acsm_params_t& csm)
 {
-    const rk_aiq_acsm_params_t& matrix = look.csm.param;
-    const bool manual = matrix.op_mode == RK_AIQ_OP_MODE_MANUAL;
-    for_each_pixel(image, [&](Colour c) {
-        c = {unit(c.red), unit(c.green), unit(c.blue)};
-        if (!manual) {
-            return c;
-        }
-        const auto row = [&](const float* k, int offset) {
-            return unit(k[0] * c.red + k[1] * c.green + k[2] * c.blue + static_cast<float>(offset) / 255.0F);
+    if (csm.op_mode != RK_AIQ_OP_MODE_MANUAL) {
+        return std::nullopt;
+    }
+    return matrix_of([&csm](Colour c) {
+        const auto sum = [&](const float* k, int offset) {
+            return k[0] * c.red + k[1] * c.green + k[2] * c.blue + static_cast<float>(offset) / 255.0F;
         };
         constexpr float kZeroChroma = 128.0F / 255.0F;
-        const Colour shown =
-            to_rgb({row(matrix.coeff, matrix.y_offset), row(matrix.coeff + 3, matrix.c_offset) - kZeroChroma,
-                    row(matrix.coeff + 6, matrix.c_offset) - kZeroChroma});
-        return Colour{unit(shown.red), unit(shown.green), unit(shown.blue)};
+        return to_rgb({sum(csm.coeff, csm.y_offset), sum(csm.coeff + 3, csm.c_offset) - kZeroChroma,
+                       sum(csm.coeff + 6, csm.c_offset) - kZeroChroma});
     });
 }
 
@@ -326,21 +487,87 @@ Image render(const Look& look, int width, int height)
     if (width < 1 || height < 1 || width > kMaxSide || height > kMaxSide) {
         return {};
     }
-    Image image = draw_chart(width, height);
-    light_and_lens(look, image);
-    const Noise noise{static_cast<float>(look.sensor_gain), averaged_frames(look)};
-    add_noise(noise, image);
-    filter_2d(look, noise, image);
-    const Colour balance{look.wb_gain.rgain, 0.5F * (look.wb_gain.grgain + look.wb_gain.gbgain), look.wb_gain.bgain};
-    const Colour level = balance * static_cast<float>(look.exposure);
-    for_each_pixel(image, [level](Colour c) { return c * level; });
-    correct_shading(look, image);
-    compress_range(look, image);
-    apply_tone_curve(look, image);
-    sharpen(look, image);
-    process_colour(look, image);
-    convert_for_display(look, image);
+    const std::shared_ptr<const Planes> scene = draw_scene(look.scene, look.magnification, width, height);
+    const Noise noise = noise_of(look);
+    const Filter2d filter = filter_2d_of(look);
+    const std::optional<ShadingGains> shading = shading_gains(look.lsc, look.wb_gain);
+    const float lift = lift_of(look);
+    const Curve curve = tone_curve(look.gamma.atrrV30);
+    const float sharpness = sharpness_of(look);
+    const Matrix processing = colour_processing(look.acp);
+    const std::optional<Matrix> display = display_conversion(look.csm.param);
+
+    Ring<8> raw(width);
+    Ring<4> toned(width);
+    Ring<4> lumas(width);
+    std::vector<float> scratch(4 * (static_cast<std::size_t>(width) + 4));
+    std::vector<int> steps(static_cast<std::size_t>(width));
+    Image image{width, height, {}};
+    image.pixels.resize(index_of(0, height, width));
+    const auto bytes = static_cast<std::size_t>(width) * sizeof(float);
+    // Row y is exposed, the one two rows above it filtered and toned, the one above that sharpened and shown.
+    for (int y = 0; y < height + 3; ++y) {
+        if (y < height) {
+            expose(look, *scene, y, raw.row(y));
+            add_noise(noise, y, width, raw.row(y));
+        }
+        if (const int t = y - 2; t >= 0 && t < height) {
+            const Row row = toned.row(t);
+            if (filter.weight > 0.0F) {
+                filter_2d(filter, noise, raw, t, width, height, row, scratch);
+            } else {
+                for (std::size_t c = 0; c < 3; ++c) {
+                    std::memcpy(row[c], raw.row(t)[c], bytes);
+                }
+            }
+            balance_white(look, width, row);
+            correct_shading(shading, t, width, height, row);
+            compress_range(lift, width, row);
+            apply_tone_curve(curve, width, row, steps);
+            if (sharpness > 0.0F) {
+                luma_row({row[0], row[1], row[2]}, width, lumas.row(t)[0]);
+            }
+        }
+        if (const int f = y - 3; f >= 0) {
+            const Row row = toned.row(f);
+            if (sharpness > 0.0F) {
+                sharpen(sharpness, lumas, f, width, height, row, scratch);
+            }
+            transform(processing, width, row);
+            if (display) {
+                transform(*display, width, row);
+            }
+            Colour* const out = image.pixels.data() + index_of(0, f, width);
+            for (int x = 0; x < width; ++x) {
+                out[x] = {row[0][x], row[1][x], row[2][x]};
+            }
+        }
+    }
     return image;
+}
+
+Metering metering(const Look& look)
+{
+    constexpr int kColumns = 4 * kMeteringSide; // pixels
+    constexpr int kRows = 3 * kMeteringSide;
+    constexpr float kFaint = 1.0e-4F;
+    Look exposed; // at an exposure that fills no well
+    exposed.fall_off = look.fall_off;
+    exposed.exposure = static_cast<double>(kFaint);
+    const std::shared_ptr<const Planes> scene = draw_scene(look.scene, look.magnification, kColumns, kRows);
+    const std::optional<ShadingGains> shading = shading_gains(look.lsc, look.wb_gain);
+    Metering samples{};
+    Ring<1> ring(kColumns);
+    for (int y = 0; y < kRows; ++y) {
+        const Row row = ring.row(0);
+        expose(exposed, *scene, y, row);
+        correct_shading(shading, y, kColumns, kRows, row);
+        for (int x = 0; x < kColumns; ++x) {
+            samples[index_of(x / 4, y / 3, kMeteringSide)] +=
+                luma({row[0][x], row[1][x], row[2][x]}) / (12.0F * kReferenceLevel * kFaint);
+        }
+    }
+    return samples;
 }
 
 } // namespace sim::picture

@@ -185,67 +185,6 @@ TEST_F(Engine, SensorsThatAreNotThere)
     EXPECT_EQ(live_contexts(), 0);
 }
 
-TEST_F(Engine, ManyStartsLeaveReleasedContextsRecognisable)
-{
-    rk_aiq_sys_ctx_t* released = nullptr;
-    for (int i = 0; i < 10'000; ++i) {
-        rk_aiq_sys_ctx_t* const ctx = make(0);
-        ASSERT_NE(ctx, released);
-        ASSERT_EQ(peek<acp_attrib_t>(ctx).hue, initial<acp_attrib_t>().hue) << "a new context starts afresh";
-        poke(ctx, acp_attrib_t{{}, 0, 0, 0, 200});
-        rk_aiq_uapi2_sysctl_deinit(ctx);
-        released = ctx;
-    }
-    make(0);
-    EXPECT_EQ(life(released), Life::released);
-}
-
-TEST_F(Engine, StartsFramesAndCallsAtOnce)
-{
-    std::atomic<const rk_aiq_sys_ctx_t*> latest{nullptr};
-    std::atomic<int> rounds{0};
-    std::atomic<int> torn{0};
-    std::vector<std::jthread> threads;
-    threads.emplace_back([](const std::stop_token& stop) {
-        while (!stop.stop_requested()) {
-            run_frame(0.01);
-            set_scene(0, 50.0);
-            (void)live(0);
-            std::this_thread::sleep_for(std::chrono::microseconds(100)); // lets the starts have the locks
-        }
-    });
-    for (const uint8_t value : {uint8_t{1}, uint8_t{2}}) {
-        threads.emplace_back([&, value](const std::stop_token& stop) {
-            const acp_attrib_t given{{RK_AIQ_UAPI_MODE_SYNC, true}, value, value, value, value};
-            for (; !stop.stop_requested(); ++rounds) {
-                const rk_aiq_sys_ctx_t* const ctx = latest; // released at times: refused, never a crash
-                acp_attrib_t acp{};
-                if (rk_aiq_user_api2_acp_SetAttrib(ctx, &given) == 0) {
-                    rk_aiq_user_api2_acp_GetAttrib(ctx, &acp);
-                }
-                torn += acp.brightness == acp.hue && acp.contrast == acp.saturation ? 0 : 1;
-                (void)life(ctx);
-            }
-        });
-    }
-    for (int i = 0; i < 60; ++i) {
-        rk_aiq_sys_ctx_t* const ctx = make_running(i % kSensors);
-        latest = ctx;
-        for (const int before = rounds; rounds < before + 100;) {
-            std::this_thread::yield();
-        }
-        rk_aiq_uapi2_sysctl_stop(ctx, false);
-        rk_aiq_uapi2_sysctl_deinit(ctx);
-    }
-    threads.clear();
-    EXPECT_EQ(torn, 0);
-    EXPECT_EQ(live_contexts(), 0);
-    for (const std::string& line : misuses()) {
-        EXPECT_TRUE(line.starts_with("rk_aiq_user_api2_acp_")) << line;
-    }
-    reset();
-}
-
 // ---- Blocks -------------------------------------------------------------------------------------------------------
 
 // Every byte that Set changes comes back from Get, and shows as one changed field of that block of that context, but
@@ -319,41 +258,6 @@ TEST_F(Engine, GoRoundWithEveryFieldInTheTable)
     check_block("nr2d", 3, rk_aiq_user_api2_abayer2dnrV2_GetAttrib, rk_aiq_user_api2_abayer2dnrV2_SetAttrib);
     check_block("nr3d", 3, rk_aiq_user_api2_abayertnrV2_GetAttrib, rk_aiq_user_api2_abayertnrV2_SetAttrib);
     check_block("csm", 6, rk_aiq_user_api2_acsm_GetAttrib, rk_aiq_user_api2_acsm_SetAttrib);
-}
-
-TEST_F(Engine, DescriptionMergesEqualElements)
-{
-    rk_aiq_sys_ctx_t* const ctx = make(0);
-    auto sharp = peek<rk_aiq_sharp_attrib_v4_t>(ctx);
-    float* const ratio = sharp.stAuto.stParams.sharp_ratio;
-    const Snapshot before = snapshot(ctx);
-    std::fill_n(ratio, RK_AIQ_ISO_STEPS, 3.5F);
-    poke(ctx, sharp);
-    const Snapshot flat = snapshot(ctx);
-    EXPECT_EQ(texts(changes(before, flat)), "sharp.stAuto.stParams.sharp_ratio[0..12]=3.5\n");
-    ratio[4] = ratio[5] = 6.0F;
-    ratio[12] = 0.25F;
-    poke(ctx, sharp);
-    EXPECT_EQ(texts(changes(flat, snapshot(ctx))), "sharp.stAuto.stParams.sharp_ratio[4..5]=6\n"
-                                                   "sharp.stAuto.stParams.sharp_ratio[12]=0.25\n");
-    EXPECT_EQ(texts(describe(ctx, "wb_mode")), "sync.sync_mode=1\nsync.done=true\nmode=1\n");
-    EXPECT_EQ(texts(describe(ctx, "gain_range")), "max=15.5\nmin=1\n");
-    EXPECT_TRUE(describe(ctx, "none").empty() && describe(&sharp, "acp").empty());
-}
-
-TEST_F(Engine, SetPointsStayTheEngines)
-{
-    rk_aiq_sys_ctx_t* const ctx = make(0);
-    auto attr = peek<Uapi_LinExpAttrV2_t>(ctx);
-    float* const own = attr.Params.DySetpoint.DySetpoint;
-    ASSERT_EQ(own[0], 60.0F);
-    float given[] = {80.0F, 70.0F};
-    attr.Params.DySetpoint = {2, given};
-    ASSERT_EQ(rk_aiq_user_api2_ae_setLinExpAttr(ctx, attr), 0);
-    given[0] = 0.0F;
-    EXPECT_EQ(peek<Uapi_LinExpAttrV2_t>(ctx).Params.DySetpoint.DySetpoint, own);
-    EXPECT_EQ(own[0], 80.0F);
-    EXPECT_NE(peek<Uapi_LinExpAttrV2_t>(make(1)).Params.DySetpoint.DySetpoint, own);
 }
 
 // ---- Faults -------------------------------------------------------------------------------------------------------
@@ -478,76 +382,27 @@ TEST_F(Engine, ConvergesWithinItsRanges)
     }
 }
 
-TEST_F(Engine, FollowsBiasApertureMeteringAndFrameRate)
+TEST_F(Engine, MetersTheWeightedCellsOfTheScene)
 {
     rk_aiq_sys_ctx_t* const ctx = make_exposing(AECV2_FLICKER_FREQUENCY_OFF);
-    set_scene(0, 300.0);
-    run_frames(60);
-    const double time = live(0).time;
-    for (const auto& [bias, target] :
-         {std::pair(-100.0F, 30.0), {360.0F, 250.0 /* below saturation */}, {0.0F, 60.0}}) {
-        change<Uapi_LinExpAttrV2_t>(ctx, [b = bias](auto& lin) { lin.Params.Evbias = b; });
-        run_frames(60);
-        EXPECT_EQ(live(0).target_luma, target);
-        EXPECT_NEAR(live(0).mean_luma, target, 0.01 * target);
-    }
-    set_aperture(0, 0.5);
-    run_frames(60);
-    EXPECT_NEAR(live(0).time, 2.0 * time, 0.03 * time);
-    set_aperture(0, 1.0);
-
-    const auto weigh = [&](int first_row, int last_row) {
+    std::vector<float> samples(std::size_t{kMeteringSide} * kMeteringSide, 0.5F);
+    std::fill_n(samples.begin(), samples.size() / 5, 2.5F); // the three upper rows of cells; the mean is 0.9
+    set_metering(0, samples);
+    const auto luma = [&](int first_row, int last_row) {
         change<Uapi_ExpSwAttrV2_t>(ctx, [=](auto& ae) {
+            ae.AecOpType = RK_AIQ_OP_MODE_MANUAL;
+            ae.stManual.LinearAE = {true, true, true, 0.02F, 1.0F, 2.0F}; // an even scene would have 120
             for (int i = 0; i < RK_AIQ_AE_GRID_CELLS; ++i) {
                 ae.GridWeights.uCoeff[i] = i / 15 >= first_row && i / 15 <= last_row ? 3 : 0;
             }
         });
-        run_frames(60);
-        return live(0).time;
-    };
-    EXPECT_LT(weigh(0, 5), time) << "the window is in the upper part";
-    EXPECT_GT(weigh(9, 14), time);
-    EXPECT_NEAR(weigh(15, 15), time, 0.03 * time) << "no weight at all: the average";
-
-    set_scene(0, 10.0);
-    change<Uapi_ExpSwAttrV2_t>(ctx, [](auto& ae) { ae.stAuto.stFrmRate.FpsValue = 50.0F; });
-    run_frames(60);
-    EXPECT_FLOAT_EQ(static_cast<float>(live(0).time), 0.02F);
-}
-
-TEST_F(Engine, ManualIsObeyedAtOnceAndRampsRunEvenly)
-{
-    rk_aiq_sys_ctx_t* const ctx = make_exposing(AECV2_FLICKER_FREQUENCY_50HZ);
-    run_frames(30);
-    const auto manual = [ctx](bool time_too, float time, float gain, float time_reached) {
-        change<Uapi_ExpQueryInfo_t>(ctx, [](auto& result) { result.LinAeInfo.LinearExp.isp_dgain = 2.0F; });
-        change<Uapi_ExpSwAttrV2_t>(ctx, [=](auto& ae) {
-            ae.AecOpType = RK_AIQ_OP_MODE_MANUAL;
-            ae.stManual.LinearAE = {time_too, true, false, time, gain, 3.0F};
-        });
         run_frame(1.0 / 30);
-        const Live reached = live(0);
-        EXPECT_FALSE(reached.automatic);
-        EXPECT_EQ(static_cast<float>(reached.time), time_reached);
-        EXPECT_EQ(static_cast<float>(reached.analog_gain), gain) << "not limited";
-        EXPECT_EQ(reached.isp_dgain, 1.0) << "not enabled: none beside a gain by hand";
+        EXPECT_NEAR(live(0).exposure, 120.0, 1e-3);
+        return live(0).mean_luma;
     };
-    manual(true, 0.004F, 26.138F, 0.004F); // not held to the mains
-    manual(false, 0.001F, 2.0F, 0.004F);   // a value that is not enabled is left
-    manual(true, 0.005F, 1.0F, 0.005F);
-    set_scene(0, 300.0, 4.0); // luma 15 to 45
-    for (const double luma : {22.5, 30.0, 37.5, 45.0, 45.0}) {
-        run_frame(1.0);
-        EXPECT_NEAR(live(0).mean_luma, luma, 0.01);
-    }
-    change<Uapi_ExpSwAttrV2_t>(ctx, [](auto& ae) { ae.AecOpType = RK_AIQ_OP_MODE_AUTO; });
-    set_scene(0, 50.0);
-    run_frames(60);
-    EXPECT_NEAR(live(0).mean_luma, 60.0, 0.5) << "automatic again";
-    rk_aiq_uapi2_sysctl_stop(ctx, false);
-    set_scene(0, 30.0);
-    run_frame(1.0);
-    EXPECT_NEAR(live(0).mean_luma, 60.0, 0.5) << "only a running context exposes";
+    EXPECT_NEAR(luma(3, 14), 60.0, 0.01);
+    EXPECT_NEAR(luma(2, 3), (255.0 + 60.0) / 2, 0.01) << "no sample is brighter than 255";
+    EXPECT_NEAR(luma(15, 15), (255.0 + 4 * 60.0) / 5, 0.01) << "no weight at all: the average";
 }
 
 // ---- White balance ------------------------------------------------------------------------------------------------
@@ -580,37 +435,6 @@ TEST_F(Engine, ConvergesToTheIlluminant)
     }
     EXPECT_FALSE(set_illuminant(0, "CWF"));
     EXPECT_EQ(live(0).kelvin, 6504.0);
-}
-
-TEST_F(Engine, OffsetsResponsesAndManualGains)
-{
-    rk_aiq_sys_ctx_t* const ctx = make_running(0);
-    make_running(1);
-    set_response(1, 0.8, 1.25);
-    run_frames(60);
-    const rk_aiq_wb_gain_t plain = live(0).wb_gain;
-    EXPECT_NEAR(live(1).wb_gain.rgain, plain.rgain / 0.8F, 1e-5);
-    EXPECT_NEAR(live(1).wb_gain.bgain, plain.bgain / 1.25F, 1e-5);
-
-    change<rk_aiq_uapiV2_wb_awb_wbGainOffset_t>(ctx, [](auto& o) {
-        o.gainOffset = {true, {0.29F, 9.0F, 9.0F, -0.3F}};
-    });
-    run_frames(60);
-    const rk_aiq_wb_gain_t held = live(0).wb_gain;
-    EXPECT_NEAR(held.rgain, plain.rgain + 0.29F, 1e-5);
-    EXPECT_NEAR(held.bgain, plain.bgain - 0.3F, 1e-5);
-    EXPECT_EQ(held.grgain, 1.0F);
-
-    poke(ctx, rk_aiq_uapiV2_wb_opMode_t{{}, RK_AIQ_WB_MODE_MANUAL});
-    set_illuminant(0, "A");
-    run_frames(10);
-    EXPECT_EQ(live(0).wb_gain.rgain, held.rgain) << "no gains given yet: held";
-    rk_aiq_wb_mwb_attrib_t manual{};
-    manual.mode = RK_AIQ_MWB_MODE_WBGAIN;
-    manual.para.gain = {2.23F, 1.01F, 1.02F, 2.0F};
-    poke(ctx, manual);
-    run_frame(1.0 / 30);
-    EXPECT_EQ(values(live(0).wb_gain), values(manual.para.gain));
 }
 
 } // namespace

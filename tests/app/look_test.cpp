@@ -1,0 +1,118 @@
+// What settings and scenes do to exposure, seen in the picture.
+#include "app/commands.h"
+#include "app/look.h"
+#include "app/session.h"
+#include "engine/engine.h"
+#include "support/bench.h"
+
+#include <cstdlib>
+#include <map>
+#include <sstream>
+
+namespace
+{
+
+using namespace sim::picture;
+
+/// A camera that runs, in a session of its own folder. One per process.
+class AppLook : public testing::Test
+{
+protected:
+    AppLook()
+    {
+        app::open_session(mkdtemp(pattern.data()));
+        app::run_line("start 0", {.output = &said});
+    }
+    ~AppLook() override
+    {
+        std::filesystem::remove_all(pattern);
+    }
+
+    void run(const std::string& line)
+    {
+        app::run_line(line, {.output = &said});
+    }
+
+    /// Mean of the picture before the tone curve, but for the top row of cells, which average metering leaves out.
+    static double linear_mean()
+    {
+        const Look seen = app::look_of(0);
+        Look linear = neutral_look();
+        linear.scene = seen.scene;
+        linear.magnification = seen.magnification;
+        linear.exposure = seen.exposure;
+        linear.sensor_gain = seen.sensor_gain;
+        linear.fall_off = seen.fall_off;
+        linear.lsc = seen.lsc;
+        linear.wb_gain = seen.wb_gain;
+        linear.neutral_red = seen.neutral_red;
+        linear.neutral_blue = seen.neutral_blue;
+        linear.gamma.atrrV30.mode = GAMMA_MODE_MANUAL;
+        linear.gamma.atrrV30.stManual.Gamma_en = false;
+        const Image image = render(linear, 320, 240);
+        return mean_luma(image, {0, 16, 320, 240});
+    }
+
+    std::string pattern = (std::filesystem::temp_directory_path() / "isp_look_XXXXXX").string();
+    std::ostringstream said;
+};
+
+TEST_F(AppLook, BrightnessFollowsLumaAtEveryLevel)
+{
+    const struct {
+        const char* setting;
+        std::vector<const char*> before;
+        double least, most; // luma over all levels
+    } cases[] = {
+        {"expcomp_level", {"scene 0 100", "set 0 exposure_mode auto", "set 0 expcomp_mode on"}, 35, 150},
+        {"backlight", {"set 0 expcomp_mode off", "set 0 backlight off"}, 65, 100},
+        {"gain_limit", {"set 0 backlight off", "scene 0 1"}, 2, 15},
+        {"bright", {"scene 0 100", "set 0 exposure_mode bright_priority"}, 35, 240},
+        {"shutter", {"set 0 exposure_mode manual", "set 0 iris f1.8", "set 0 manual_gain 0", "scene 0 200"}, 2, 150},
+        {"manual_gain", {"set 0 shutter 1/60", "scene 0 20"}, 12, 130},
+        {"iris", {"set 0 manual_gain 0", "scene 0 200"}, 1, 90},
+    };
+    for (const auto& [setting, before, least, most] : cases) {
+        const sim::host::Setting& walked = *sim::host::find_setting(setting);
+        for (const char* line : before) {
+            run(line);
+        }
+        double lowest = 255.0;
+        double highest = 0.0;
+        for (int level = walked.lowest; level <= walked.highest; ++level) {
+            run("set 0 " + std::string(setting) + " " + std::to_string(level));
+            run("run 3s");
+            const double luma = sim::engine::live(0).mean_luma;
+            EXPECT_NEAR(255.0 * linear_mean(), luma, 0.1 * luma + 0.5) << setting << ' ' << level;
+            lowest = std::min(lowest, luma);
+            highest = std::max(highest, luma);
+        }
+        EXPECT_LT(lowest, least) << setting;
+        EXPECT_GT(highest, most) << setting;
+    }
+}
+
+TEST_F(AppLook, ScenesAreMeteredWhereAndAsTheLensShowsThem)
+{
+    run("scene 0 window");
+    std::map<std::string, double> mean;
+    for (const std::string mode : {"average", "center", "smart", "top"}) {
+        run("set 0 meter " + mode);
+        run("run 3s");
+        mean[mode] = linear_mean();
+    }
+    EXPECT_GT(mean["smart"], 1.1 * mean["average"]) << "the dark lower part of the room";
+    EXPECT_GT(mean["average"], 1.1 * mean["center"]) << "the window reaches into the middle";
+    EXPECT_GT(mean["center"], 1.1 * mean["top"]);
+
+    run("set 0 meter average");
+    run("scene 0 stage");
+    run("run 3s");
+    const double whole = sim::engine::live(0).exposure;
+    run("zoom 3700");
+    run("run 6s");
+    EXPECT_LT(sim::engine::live(0).exposure, whole / 2.0) << "the figure fills the picture";
+    EXPECT_NEAR(255.0 * linear_mean(), sim::engine::live(0).mean_luma, 6.0);
+}
+
+} // namespace
