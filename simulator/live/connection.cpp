@@ -228,6 +228,8 @@ bool BoundedServer::process_and_close_socket(socket_t sock)
             ::shutdown(sock, SHUT_RDWR);
         }
     }
+    constexpr int kUnsent = 128 << 10; // bytes that wait for a slow client
+    setsockopt(sock, SOL_SOCKET, SO_SNDBUF, &kUnsent, sizeof kUnsent);
     serve(sock);
     {
         const std::lock_guard lock(mutex_);

@@ -2,9 +2,10 @@
 // that a client takes nothing.
 #pragma once
 
+#include "live/server.h"
+
 #include <httplib.h>
 
-#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -12,15 +13,6 @@
 
 namespace live
 {
-
-struct Limits {
-    int connections = 64;                 ///< further ones are refused with 503
-    int requests = 10000;                 ///< of one connection
-    std::size_t request_bytes = 96 << 10; ///< head and body
-    std::chrono::milliseconds request{10000};
-    std::chrono::milliseconds idle{15000};
-    std::chrono::milliseconds stall{3000}; ///< in which a client takes nothing of what it is sent
-};
 
 class BoundedServer : public httplib::Server
 {

@@ -25,15 +25,18 @@ using httplib::Response;
 using HandlerResponse = httplib::Server::HandlerResponse;
 using Clock = std::chrono::steady_clock;
 
-constexpr int kMostStreams = 40; // pictures and events, so that connections for requests are left
 constexpr std::chrono::milliseconds kStatePeriod{100};
 constexpr std::chrono::milliseconds kPicturePeriod{40};
 constexpr std::chrono::seconds kHeartbeat{5};
 
 struct Serving {
-    Serving() : server({}, [](const Request& request) { return examine(request); }) {}
+    explicit Serving(const Limits& most)
+        : limits(most), server(most, [](const Request& request) { return examine(request); })
+    {
+    }
     static bool examine(const Request& request);
 
+    Limits limits;
     BoundedServer server;
     Address address;
     std::atomic<int> streams{0};
@@ -80,7 +83,7 @@ void refuse(Response& response, const Refusal& why)
 /// Gives a stream its place; false when there is none left.
 bool enter_stream()
 {
-    if (serving->streams.fetch_add(1) < kMostStreams) {
+    if (serving->streams.fetch_add(1) < serving->limits.streams) {
         return true;
     }
     serving->streams.fetch_sub(1);
@@ -342,9 +345,9 @@ void set_up(httplib::Server& server)
 
 } // namespace
 
-std::string start_serving(const Address& address)
+std::string start_serving(const Address& address, const Limits& limits)
 {
-    serving = new Serving;
+    serving = new Serving(limits);
     serving->address = address;
     set_up(serving->server);
     const bool v6 = address.host.front() == '[' && address.host.back() == ']';

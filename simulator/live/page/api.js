@@ -75,8 +75,21 @@ export function element(tag, attributes = {}, ...children) {
   return made;
 }
 
-/** "gain_limit" as people read it. */
-export const title = (name) => (name[0].toUpperCase() + name.slice(1)).replaceAll('_', ' ');
+// Names that say little without the documents; the others are read as they are.
+const TITLES = {
+  bright: 'Brightness bias', expcomp_mode: 'Compensation', expcomp_level: 'Compensation level', meter: 'Metering',
+  antiflicker: 'Anti-flicker', wdr_strength: 'WDR strength', wb_mode: 'White balance', awb_sens: 'Sensitivity',
+  rgain: 'Red gain', bgain: 'Blue gain', rgain_tuning: 'Red tuning', bgain_tuning: 'Blue tuning',
+  ggain_tuning: 'Green tuning', rgain_onepush: 'One-push red', bgain_onepush: 'One-push blue',
+  wb_mode_onepush: 'One-push', blackwhite_mode: 'Black and white', drc: 'Dynamic range', nr2d: 'Noise, 2D',
+  nr3d: 'Noise, temporal', csc_mode: 'Colour space', shading: 'Lens shading', style: 'Image style',
+  len_type: 'Lens type', ccm_style: 'Colour matrix', hotpixel: 'Hot pixels',
+};
+
+export const title = (name) => TITLES[name] ?? (name[0].toUpperCase() + name.slice(1)).replaceAll('_', ' ');
+
+/** A value's name as people read it. */
+export const readable = (name) => name.replaceAll('_', ' ').replace(/(\d)hz$/, '$1 Hz');
 
 /** Tells users of screen readers. */
 export function say(text) {

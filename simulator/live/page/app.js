@@ -1,5 +1,5 @@
 // The page: what the server tells goes to cameras, controls, plots and log.
-import { element, getSettings, listen, runCommand, say } from './api.js';
+import { element, getSettings, listen, readable, runCommand, say } from './api.js';
 import { Cameras } from './cameras.js';
 import { Controls, valueText } from './controls.js';
 import { Plots } from './plot.js';
@@ -102,7 +102,7 @@ async function start() {
 
   const plots = new Plots(node('plots'));
   const cameras = new Cameras(node('cameras'), {
-    modeName: (value) => valueText(modes, value).replaceAll('_', ' '),
+    modeName: (value) => readable(valueText(modes, value)),
     onSelect: (id) => {
       controls.select(id);
       plots.select(id);

@@ -1,6 +1,6 @@
 // The controls: one per setting of the server's list, grouped as there, and those of scene, lens, faults and
 // calibration.
-import { element, latestOnly, putSetting, runCommand, say, title } from './api.js';
+import { element, latestOnly, putSetting, readable, runCommand, say, title } from './api.js';
 
 const GROUPS = { exposure: 'Exposure', white_balance: 'White balance', image: 'Image' };
 const ONE_PUSH_SECONDS = 4;
@@ -74,7 +74,7 @@ class Row {
     }, '↺');
     this.note = element('p', { className: 'note', id: newId() });
     this.control = this.makeControl();
-    this.node = element('div', { className: `row ${this.form}` }, this.label, this.control, this.text, this.reset,
+    this.node = element('div', { className: `row of-${this.form}` }, this.label, this.control, this.text, this.reset,
       this.note);
     this.node.dataset.setting = setting.name;
     this.send = latestOnly((camera, value) => this.request(camera, value));
@@ -102,7 +102,7 @@ class Row {
       return element('span', { className: 'control' }, this.input);
     }
     if (this.form === 'choice') {
-      const made = choice(title(setting.name), setting.names.map(({ name, value }) => [value, name.replaceAll('_', ' ')]),
+      const made = choice(title(setting.name), setting.names.map(({ name, value }) => [value, readable(name)]),
         (value) => this.put(value));
       made.node.setAttribute('aria-describedby', this.note.id);
       this.showControl = made.show;
@@ -206,7 +206,7 @@ class Row {
     }
     const applies = covers(setting.modes, record, this.context.settings);
     const without = setting.modes_text === 'none';
-    this.reason = applies || without ? '' : `takes effect in ${setting.modes_text}`;
+    this.reason = applies || without ? '' : `only in ${setting.modes_text}`;
     this.node.classList.toggle('unused', !applies && !without);
     this.showNote();
   }
@@ -216,7 +216,7 @@ class Row {
 class Styles extends Row {
   makeControl() {
     this.form = 'styles';
-    const made = choice('Image style', this.setting.names.map(({ name, value }) => [value, name.replaceAll('_', ' ')]),
+    const made = choice('Image style', this.setting.names.map(({ name, value }) => [value, readable(name)]),
       (value) => this.put(value), 'pills tiles');
     this.showControl = made.show;
     return made.node;

@@ -31,7 +31,12 @@ export class Plots {
           y: { range: range ?? ((_, low, high) => (high > low * 1.02 ? [Math.max(0, low - (high - low) * 0.1), high + (high - low) * 0.1] : [low * 0.9 - 0.01, high * 1.1 + 0.01])) },
         },
         axes: [
-          { ...axis, size: 22, values: (_, ticks) => ticks.map((tick) => `${tick} s`), space: 60 },
+          {
+            ...axis,
+            size: 22,
+            splits: (u) => [60, 40, 20, 0].map((ago) => u.scales.x.max - ago),
+            values: () => ['', '−40 s', '−20 s', 'now'],
+          },
           { ...axis, size: 40, space: 28 },
         ],
         series: [{}, ...keys.map((key, i) => ({

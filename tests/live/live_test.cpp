@@ -1,0 +1,359 @@
+// The interface of the pages: what it answers, whom it refuses, and what a bad client costs.
+#include "app/bad_input.h"
+#include "app/session.h"
+#include "live/server.h"
+#include "support/bench.h"
+
+#include <httplib.h>
+#include <nlohmann/json.hpp>
+
+#include <arpa/inet.h>
+#include <random>
+
+// Fontconfig, which finds the labels' font, keeps some memory for the life of the process.
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions()
+{
+    return "leak:libfontconfig";
+}
+
+namespace
+{
+
+using namespace std::chrono_literals;
+using Json = nlohmann::json;
+using testing::HasSubstr;
+
+constexpr live::Limits kLimits{.connections = 12,
+                               .streams = 12,
+                               .requests = 10000,
+                               .request_bytes = 96 << 10,
+                               .request = 500ms,
+                               .idle = 5000ms,
+                               .stall = 300ms};
+
+/// A session with camera 0, served. One per process.
+class Live : public testing::Test
+{
+protected:
+    Live()
+    {
+        std::string pattern = (std::filesystem::temp_directory_path() / "isp_live_XXXXXX").string();
+        folder = mkdtemp(pattern.data());
+        app::open_session(folder);
+        sim::use_paced_time(1.0);
+        EXPECT_TRUE(app::start_camera(0));
+        const std::string url = live::start_serving(live::address_of("0"), kLimits);
+        EXPECT_THAT(url, testing::MatchesRegex("http://127.0.0.1:[0-9]+/"));
+        port = std::stoi(url.substr(url.rfind(':') + 1));
+    }
+
+    ~Live() override
+    {
+        live::stop_serving();
+        std::filesystem::remove_all(folder);
+    }
+
+    httplib::Client client() const
+    {
+        httplib::Client made("127.0.0.1", port);
+        made.set_read_timeout(10s);
+        return made;
+    }
+
+    /// A connection whose bytes the test chooses; it gives up reading after ten seconds.
+    int connect_raw(int receive_buffer = 0) const
+    {
+        const int sock = socket(AF_INET, SOCK_STREAM, 0);
+        const timeval patience{.tv_sec = 10, .tv_usec = 0};
+        setsockopt(sock, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+        if (receive_buffer > 0) {
+            setsockopt(sock, SOL_SOCKET, SO_RCVBUF, &receive_buffer, sizeof receive_buffer);
+        }
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        EXPECT_EQ(connect(sock, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        return sock;
+    }
+
+    static void send_raw(int sock, const std::string& bytes)
+    {
+        std::size_t sent = 0;
+        while (sent < bytes.size()) {
+            const ssize_t count = send(sock, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+            if (count <= 0) {
+                return; // the server has ended the connection
+            }
+            sent += static_cast<std::size_t>(count);
+        }
+    }
+
+    /// What comes until the server ends the connection; empty too when it does not end it.
+    static std::string read_all(int sock)
+    {
+        std::string text;
+        char buffer[65536];
+        for (;;) {
+            const ssize_t count = recv(sock, buffer, sizeof buffer, 0);
+            if (count < 0 && errno != ECONNRESET) {
+                ADD_FAILURE() << "the connection does not end";
+                text.clear();
+            }
+            if (count <= 0) {
+                close(sock);
+                return text;
+            }
+            text.append(buffer, static_cast<std::size_t>(count));
+        }
+    }
+
+    std::string host() const
+    {
+        return "Host: 127.0.0.1:" + std::to_string(port) + "\r\n";
+    }
+
+    int stored(const char* name) const
+    {
+        return sim::host::stored(0, *sim::host::find_setting(name));
+    }
+
+    std::string folder;
+    int port = 0;
+};
+
+TEST_F(Live, EachRequestGetsItsAnswerOrOneLineThatSaysWhyNot)
+{
+    struct Row {
+        const char* method;
+        std::string path;
+        httplib::Headers headers; // Host and Content-Type are set where a row has none
+        std::string body;
+        int status;
+        const char* says;
+    };
+    const std::string at = ":" + std::to_string(port);
+    const std::string hue = "/api/cameras/0/settings/hue";
+    const std::string command = "/api/command";
+    const Row rows[] = {
+        {"GET", "/", {}, "", 200, "<title>isp-sim"},
+        {"GET", "/vendor/uplot.js", {}, "", 200, "uPlot"},
+        {"HEAD", "/", {}, "", 200, ""},
+        {"GET", "/api/settings", {}, "", 200, R"("name":"saturation")"},
+        {"GET", "/api/state", {}, "", 200, R"("exposure_mode":0)"},
+        {"GET", "/api/state", {{"Host", "localhost" + at}, {"Origin", "http://localhost" + at}}, "", 200, "cameras"},
+        {"GET", "/api/state", {{"Host", "[::1]" + at}}, "", 200, "cameras"},
+        {"GET", "/api/cameras/0/picture.jpg", {}, "", 200, "\xFF\xD8\xFF"},
+        {"GET", "/api/cameras/0/picture.jpg?width=1", {}, "", 200, "\xFF\xD8\xFF"},
+        {"PUT", hue, {}, R"({"value": 9})", 200, R"({"result":0,"stored":9})"},
+        {"PUT", "/api/cameras/0/settings/gamma", {}, R"({"value": "0.63"})", 200, R"({"result":0,"stored":4})"},
+        {"PUT", "/api/cameras/0/settings/shutter", {}, R"({"value": "1/500"})", 200, R"({"result":2,"stored":1})"},
+        {"PUT", "/api/cameras/5/settings/hue", {}, R"({"value": 3})", 200, R"({"result":0,"stored":3})"},
+        {"PUT", "/api/cameras/0/settings/shading", {}, "{}", 200, R"("result":0)"},
+        {"POST", command, {}, R"({"line": "show 0 hue"})", 200, "hue"},
+        {"POST", command, {}, R"({"line": ""})", 200, R"({"output":""})"},
+
+        {"GET", "/api/state", {{"Host", "camera.example" + at}}, "", 400, "another name"},
+        {"GET", "/api/state", {{"Host", "127.0.0.1:1"}}, "", 400, "another name"},
+        {"PUT", hue, {{"Origin", "http://camera.example"}}, R"({"value": 1})", 400, "other sites"},
+        {"PUT", hue, {{"Origin", "null"}}, R"({"value": 1})", 400, "other sites"},
+        {"GET", "/api/cameras/0/picture.jpg", {{"Sec-Fetch-Site", "cross-site"}}, "", 400, "other sites"},
+        {"PUT", hue, {{"Content-Type", "text/plain"}}, R"({"value": 1})", 415, "application/json"},
+        {"POST", command, {{"Content-Type", "application/x-www-form-urlencoded"}}, "line=stop+0", 415, "json"},
+        {"DELETE", hue, {}, "", 405, "PUT"},
+        {"GET", command, {}, "", 405, "POST"},
+        {"OPTIONS", hue, {}, "", 405, "PUT"},
+        {"GET", "/nothing", {}, "", 404, "/nothing"},
+        {"GET", "/../../etc/passwd", {}, "", 404, "nothing at"},
+        {"GET", "/%2e%2e/%2e%2e/etc/passwd", {}, "", 404, "nothing at"},
+        {"GET", "/api/cameras/8/picture.jpg", {}, "", 404, "nothing at"},
+        {"GET", "/api/cameras/5/picture.jpg", {}, "", 404, "camera 5 has no engine"},
+        {"GET", "/api/cameras/5/stream", {}, "", 404, "camera 5 has no engine"},
+        {"GET", "/api/cameras/0/picture.jpg?width=99999", {}, "", 400, "a width is"},
+        {"GET", "/api/cameras/0/picture.jpg?width=-1", {}, "", 400, "a width is"},
+        {"PUT", "/api/cameras/0/settings/colour", {}, R"({"value": 1})", 404, "there is no setting colour"},
+        {"PUT", "/api/cameras/0/settings/struct_ver", {}, R"({"value": 1})", 405, "cannot be set"},
+        {"PUT", hue, {}, R"({"value": 15})", 400, "hue takes 0 to 14"},
+        {"PUT", hue, {}, R"({"value": 99999999999999999999})", 400, "a body is"},
+        {"PUT", hue, {}, R"({"value": 1.5})", 400, "a body is"},
+        {"PUT", hue, {}, R"({"value": "1 0"})", 400, "hue takes"},
+        {"PUT", hue, {}, R"({"value": null})", 400, "a body is"},
+        {"PUT", hue, {}, R"({"value": 1)", 400, "JSON object"},
+        {"PUT", hue, {}, std::string(60000, '['), 400, "JSON object"},
+        {"PUT", hue, {}, "", 400, "JSON object"},
+        {"PUT", hue, {}, std::string(70000, ' '), 413, "64 KiB"},
+        {"POST", command, {}, R"({"line": "frobnicate"})", 400, "there is no command frobnicate"},
+        {"POST", command, {}, R"({"line": "quit"})", 400, "own prompt"},
+        {"POST", command, {}, R"({"line": "echo a\nquit"})", 400, "one line"},
+        {"POST", command, {}, "{\"line\": \"echo \xFF\"}", 400, "JSON object"},
+        {"POST", command, {}, R"({"line": "record ../run.csv"})", 400, "session's folder"},
+        {"POST", command, {}, R"({"line": "render 0 /tmp/isp_live.png"})", 400, "session's folder"},
+    };
+    for (const Row& row : rows) {
+        httplib::Client one = client();
+        httplib::Request request;
+        request.method = row.method;
+        request.path = row.path;
+        request.headers = row.headers;
+        request.body = row.body;
+        const bool has_body = request.method == "PUT" || request.method == "POST";
+        if (has_body && !request.has_header("Content-Type")) {
+            request.set_header("Content-Type", "application/json");
+        }
+        const httplib::Result result = one.send(request);
+        const std::string what = request.method + " " + row.path + " " + row.body.substr(0, 60);
+        ASSERT_TRUE(result) << what;
+        EXPECT_EQ(result->status, row.status) << what << ": " << result->body.substr(0, 200);
+        EXPECT_THAT(result->body, HasSubstr(row.says)) << what;
+        if (row.status >= 400) {
+            const Json body = Json::parse(result->body, nullptr, false);
+            ASSERT_TRUE(body.is_object() && body.contains("error")) << what;
+            EXPECT_EQ(body["error"].get<std::string>().find('\n'), std::string::npos) << what;
+        }
+        EXPECT_THAT(result->get_header_value("Content-Security-Policy"), HasSubstr("default-src 'self'")) << what;
+    }
+    EXPECT_EQ(stored("hue"), 9);
+    EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(folder).parent_path() / "run.csv"));
+    EXPECT_EQ(app::cameras_with_engine(), std::vector<int>{0});
+}
+
+TEST_F(Live, EventsTellWhatChangedFromAnywhere)
+{
+    std::string told;
+    bool changed = false;
+    std::thread page([&] {
+        client().Get("/api/events", [&](const char* data, std::size_t length) {
+            told.append(data, length);
+            if (!changed && told.find("event: state") != std::string::npos) { // the page is there
+                changed = true;
+                EXPECT_EQ(client().Put("/api/cameras/0/settings/hue", R"({"value": 2})", "application/json")->status,
+                          200);
+                EXPECT_EQ(client().Post("/api/command", R"({"line": "set 3 contrast 4"})", "application/json")->status,
+                          200);
+                sim::host::store(0, *sim::host::find_setting("drc"), 5); // as the library itself would
+            }
+            const char* const news[] = {R"("hue":2)", R"("contrast":4)", R"("drc":5)", "KIV_Set_hue: "};
+            return !std::ranges::all_of(news, [&](const char* one) { return told.find(one) != std::string::npos; });
+        });
+    });
+    page.join(); // the test's own time limit ends what is never told
+    EXPECT_EQ(stored("hue"), 2);
+}
+
+TEST_F(Live, APictureIsSentOnceUntilItChangesAndShowsASettingAtOnce)
+{
+    const auto picture = [&](const std::string& tag) {
+        return client().Get("/api/cameras/0/picture.jpg?width=320", {{"If-None-Match", tag}});
+    };
+    std::this_thread::sleep_for(1500ms); // exposure and white balance settle
+    const std::string tag = picture("")->get_header_value("ETag");
+    EXPECT_EQ(picture(tag)->status, 304);
+    ASSERT_EQ(client().Put("/api/cameras/0/settings/luminance", R"({"value": 14})", "application/json")->status, 200);
+    EXPECT_EQ(picture(tag)->status, 200);
+
+    int pictures = 0;
+    std::string parts;
+    client().Get("/api/cameras/0/stream?width=160", [&](const char* data, std::size_t length) {
+        parts.append(data, length);
+        if (parts.find("--picture\r\nContent-Type: image/jpeg\r\n", 1) != std::string::npos || ++pictures > 1000) {
+            return false;
+        }
+        client().Put("/api/cameras/0/settings/luminance", R"({"value": 3})", "application/json");
+        return true;
+    });
+    EXPECT_LE(pictures, 1000);
+}
+
+TEST_F(Live, ABadClientCostsOnlyItself)
+{
+    const std::string put =
+        "PUT /api/cameras/0/settings/hue HTTP/1.1\r\n" + host() + "Content-Type: application/json\r\n";
+
+    // Heads and bodies without an end, sent fast: an answer or none, but an end.
+    for (const std::string& start : {std::string("GET / HTTP/1.1\r\nX: "), std::string("GET /"),
+                                     put + "Transfer-Encoding: chunked\r\n\r\n1000000\r\n", put + "X-A: "}) {
+        const int sock = connect_raw();
+        send_raw(sock, start + std::string(4 << 20, 'a'));
+        read_all(sock);
+    }
+    // A request that is never finished, and one that trickles.
+    for (const std::string& start : {std::string("GET / HTT"), put + "Content-Length: 10\r\n\r\n{"}) {
+        const int sock = connect_raw();
+        send_raw(sock, start);
+        read_all(sock);
+    }
+    const int trickle = connect_raw();
+    const auto begun = std::chrono::steady_clock::now();
+    while (send(trickle, "G", 1, MSG_NOSIGNAL) == 1 && std::chrono::steady_clock::now() - begun < 10s) {
+        std::this_thread::sleep_for(50ms);
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, 5s);
+    close(trickle);
+
+    // Pages that take nothing of their stream are dropped, so that the places are free again.
+    std::vector<int> stalled;
+    for (int i = 0; i < kLimits.connections; ++i) {
+        stalled.push_back(connect_raw(4096));
+        send_raw(stalled.back(), "GET /api/cameras/0/stream?width=960 HTTP/1.1\r\n" + host() + "\r\n");
+    }
+    EXPECT_THAT(read_all(connect_raw()), HasSubstr("503")) << "no room for another connection";
+    for (int level = 0; level < 14; ++level) {
+        bench::set(0, "luminance", level);
+        std::this_thread::sleep_for(150ms); // a picture that differs is sent
+    }
+    const httplib::Result after = client().Get("/api/state");
+    ASSERT_TRUE(after);
+    EXPECT_EQ(after->status, 200);
+    std::for_each(stalled.begin(), stalled.end(), close);
+}
+
+TEST_F(Live, RandomRequestsEndAndLeaveItServing)
+{
+    std::mt19937 random(20); // always the same
+    const std::string seeds[] = {
+        "PUT /api/cameras/0/settings/hue HTTP/1.1\r\n" + host() +
+            "Content-Type: application/json\r\nContent-Length: 12\r\n\r\n{\"value\": 3}",
+        "POST /api/command HTTP/1.1\r\n" + host() +
+            "Content-Type: application/json\r\nTransfer-Encoding: "
+            "chunked\r\n\r\n10\r\n{\"line\":\"list\"}\n\r\n0\r\n\r\n",
+        "GET /api/cameras/0/picture.jpg?width=160&width=2 HTTP/1.1\r\n" + host() + "Range: bytes=0-1,5-\r\n\r\n",
+    };
+    const std::string pieces[] = {"\r\n",
+                                  "\r\n\r\n",
+                                  "%00",
+                                  "%",
+                                  "../",
+                                  "\xFF",
+                                  ":",
+                                  "-1",
+                                  "18446744073709551616",
+                                  " ",
+                                  "Content-Length: 5\r\n",
+                                  "Expect: 100-continue\r\n",
+                                  "Content-Encoding: gzip\r\n"};
+    for (int round = 0; round < 300; ++round) {
+        std::string bytes = seeds[random() % std::size(seeds)];
+        for (auto changes = random() % 6; changes > 0; --changes) {
+            const std::size_t place = random() % bytes.size();
+            bytes.replace(place, random() % 3, pieces[random() % std::size(pieces)]);
+        }
+        const int sock = connect_raw();
+        send_raw(sock, bytes);
+        shutdown(sock, SHUT_WR);
+        read_all(sock);
+    }
+    EXPECT_EQ(client().Get("/api/state")->status, 200);
+}
+
+TEST(LiveAddress, IsAPortOrAHostAndAPort)
+{
+    EXPECT_EQ(live::address_of("8080").host, "127.0.0.1");
+    EXPECT_EQ(live::address_of("[::1]:80").host, "[::1]");
+    EXPECT_EQ(live::address_of("camera.local:80").port, 80);
+    for (const char* wrong : {"", "x", "65536", "-1", "1.5", "host:", ":80", "80 "}) {
+        EXPECT_THROW(live::address_of(wrong), app::BadInput) << wrong;
+    }
+}
+
+} // namespace
