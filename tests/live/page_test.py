@@ -1,0 +1,248 @@
+#!/usr/bin/python3
+"""The page in a browser without a window, served by a program that also has its prompt: what a control does to store,
+engine and picture, and what happens elsewhere to the controls.
+  page_test.py ISP_SIM [FOLDER]     FOLDER gets pictures of the page"""
+import base64
+import json
+import os
+import pty
+import re
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+import urllib.request
+
+from selenium import webdriver
+from selenium.webdriver.chrome.service import Service
+from selenium.webdriver.common.by import By
+from selenium.webdriver.common.keys import Keys
+
+PROGRAM = sys.argv[1]
+PICTURES = sys.argv[2] if len(sys.argv) > 2 else None
+FLAGS = ("--headless --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-background-networking "
+         "--disable-component-update --disable-sync --window-size=1280,800")
+
+
+class Program:
+    """isp-sim on a terminal of its own, serving."""
+
+    def __init__(self, folder):
+        self.terminal, end = pty.openpty()
+        self.process = subprocess.Popen([PROGRAM, "--state", folder, "--serve", "0"], stdin=end, stdout=end, stderr=end,
+                                        close_fds=True, start_new_session=True)
+        os.close(end)
+        self.said = ""
+        self.url = self.expect(r"http://127\.0\.0\.1:\d+/").group()
+
+    def expect(self, pattern):
+        until = time.monotonic() + 20
+        while not re.search(pattern, self.said):
+            if time.monotonic() > until:
+                raise AssertionError(f"no {pattern} in {self.said}")
+            self.said += os.read(self.terminal, 4096).decode(errors="replace")
+        return re.search(pattern, self.said)
+
+    def type(self, line):
+        os.write(self.terminal, line.encode() + b"\n")
+
+    def request(self, method, path, body=None):
+        data = None if body is None else json.dumps(body).encode()
+        request = urllib.request.Request(self.url + path, data, {"Content-Type": "application/json"}, method=method)
+        with urllib.request.urlopen(request, timeout=20) as answer:
+            return json.load(answer)
+
+    def stored(self, camera, name):
+        return self.request("GET", "api/state")["cameras"][camera]["settings"][name]
+
+    def run(self, line):
+        return self.request("POST", "api/command", {"line": line})["output"]
+
+
+def open_browser(folder):
+    options = webdriver.ChromeOptions()
+    for flag in FLAGS.split():
+        options.add_argument(flag)
+    options.add_argument(f"--user-data-dir={folder}")
+    options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
+    return webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
+
+
+class Page(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folders = [tempfile.TemporaryDirectory() for _ in range(2)]
+        cls.program = Program(cls.folders[0].name)
+        for line in ("start 0 1 2 3", "scene 1 40", "light 2 A", "light 3 D65"):
+            cls.program.type(line)
+        cls.program.expect("camera 3 runs")
+        cls.browser = open_browser(cls.folders[1].name)
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.browser.quit()
+        cls.program.type("quit")
+        status = cls.program.process.wait(20)
+        for folder in cls.folders:
+            folder.cleanup()
+        assert status == 0, status
+
+    def setUp(self):
+        self.program.run("set 0 style default")
+        for name in ("saturation 7", "luminance 7", "hue 7", "exposure_mode auto", "wb_mode auto"):
+            self.program.run(f"set 0 {name}")
+        self.expected = None
+        self.eventually(lambda: self.program.request("GET", "api/state")["cameras"][0]["converged"])
+        self.size(1280, 800)
+        self.browser.get(self.program.url)
+        self.eventually(lambda: len(self.all(".camera")) == 4 and self.brightness(3) > 0)
+
+    def tearDown(self):
+        wrong = [entry["message"] for entry in self.browser.get_log("browser") if entry["level"] in ("SEVERE", "WARNING")]
+        self.assertEqual([text for text in wrong if not self.expected or self.expected not in text], [])
+
+    def eventually(self, condition, patience=15):
+        until = time.monotonic() + patience
+        while not condition():
+            self.assertLess(time.monotonic(), until, "it does not happen")
+            time.sleep(0.05)
+
+    def all(self, css):
+        return self.browser.find_elements(By.CSS_SELECTOR, css)
+
+    def one(self, css):
+        return self.browser.find_element(By.CSS_SELECTOR, css)
+
+    def tab(self, text):
+        self.browser.find_element(By.XPATH, f"//button[@role='tab'][text()='{text}']").click()
+
+    def choose(self, text):
+        self.browser.find_element(By.XPATH, f"//label[text()='{text}']/../input").click()
+
+    def row(self, name):
+        return self.one(f".page:not([hidden]) [data-setting={name}]")
+
+    def slider(self, name):
+        return self.one(f"[data-setting={name}] input[type=range]")
+
+    def note(self, name):
+        return self.one(f"[data-setting={name}] .note").text
+
+    def brightness(self, camera):
+        """The mean of the picture that the page shows."""
+        return self.browser.execute_script("""
+            const copy = new OffscreenCanvas(80, 60).getContext('2d', { willReadFrequently: true });
+            copy.drawImage(document.querySelectorAll('.camera .picture')[arguments[0]], 0, 0, 80, 60);
+            const pixels = copy.getImageData(0, 0, 80, 60).data;
+            return pixels.reduce((sum, value, i) => sum + (i % 4 === 3 ? 0 : value), 0) / pixels.length;""", camera)
+
+    def size(self, width, height, scale=1, dark=False):
+        self.browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
+            "width": width, "height": height, "deviceScaleFactor": scale, "mobile": width < 600})
+        self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": [
+            {"name": "prefers-color-scheme", "value": "dark" if dark else "light"}]})
+
+    def save(self, name):
+        if PICTURES:
+            os.makedirs(PICTURES, exist_ok=True)
+            taken = self.browser.execute_cdp_cmd("Page.captureScreenshot", {"format": "jpeg", "quality": 88})
+            with open(f"{PICTURES}/{name}.jpg", "wb") as file:
+                file.write(base64.b64decode(taken["data"]))
+
+    def test_a_slider_changes_store_engine_and_picture_and_one_click_puts_it_back(self):
+        self.tab("Image")
+        before = self.brightness(0)
+        held = self.program.run("block 0 acp brightness")
+        slider = self.slider("luminance")
+        slider.send_keys(Keys.END)
+        self.eventually(lambda: self.program.stored(0, "luminance") == 14)
+        self.assertNotEqual(self.program.run("block 0 acp brightness"), held)
+        self.eventually(lambda: self.brightness(0) > before + 10)
+        self.assertEqual(self.program.stored(1, "luminance"), 7)
+        reset = self.row("luminance").find_element(By.CSS_SELECTOR, ".reset")
+        self.eventually(reset.is_displayed)
+        reset.click()
+        self.eventually(lambda: self.program.stored(0, "luminance") == 7 and slider.get_property("value") == "7")
+        self.eventually(lambda: abs(self.brightness(0) - before) < 3)
+        self.assertFalse(reset.is_displayed())
+
+    def test_what_happens_at_the_prompt_moves_the_controls(self):
+        self.tab("Image")
+        self.program.type("set 0 hue 3")
+        self.eventually(lambda: self.slider("hue").get_property("value") == "3")
+        self.eventually(lambda: "KIV_Set_hue" in self.one("#log-lines").text)
+        self.program.type("set 1 hue 12")
+        self.browser.find_element(By.XPATH, "//button[text()='Camera 1']").click()
+        self.eventually(lambda: self.slider("hue").get_property("value") == "12")
+        self.expected = "cameras/3/picture.jpg" # that was asked for while the camera went away
+        self.program.type("release 3")
+        self.eventually(lambda: len(self.all(".camera")) == 3)
+        self.program.type("start 3")
+        self.eventually(lambda: len(self.all(".camera")) == 4)
+
+    def test_a_setting_that_does_not_apply_says_so_and_a_refusal_is_shown_in_place(self):
+        self.tab("Exposure")
+        self.eventually(lambda: "manual" in self.note("shutter"))
+        self.assertIn("unused", self.row("shutter").get_attribute("class"))
+        self.slider("shutter").send_keys(Keys.END)
+        self.eventually(lambda: "Result 2: not stored" in self.note("shutter"))
+        self.eventually(lambda: self.slider("shutter").get_property("value") == "1")
+        self.choose("manual")
+        self.eventually(lambda: "unused" not in self.row("shutter").get_attribute("class"))
+        self.slider("shutter").send_keys(Keys.END)
+        self.eventually(lambda: self.program.stored(0, "shutter") == 16)
+        self.expected = "api/command"  # a refused command is an error on the console too
+        self.one("#command").send_keys("set 0 colour 3\n")
+        self.eventually(lambda: "there is no setting colour" in self.one("#log-lines").text)
+
+    def test_a_style_moves_many_controls_and_a_held_picture_stays_beside_the_live_one(self):
+        self.tab("Image")
+        card = self.one(".camera")
+        card.find_element(By.XPATH, ".//button[text()='Enlarge']").click()
+        self.eventually(lambda: self.one(".camera.large .picture").get_property("width") > 640)
+        card.find_element(By.XPATH, ".//button[text()='Hold']").click()
+        self.assertEqual(len(self.all(".page:not([hidden]) .row.changed")), 0)
+        self.choose("food")
+        self.eventually(lambda: len(self.all(".page:not([hidden]) .row.changed")) >= 4)
+        self.assertEqual(self.program.stored(0, "style"), 13)
+        split = card.find_element(By.CSS_SELECTOR, ".split")
+        split.send_keys(Keys.END)
+        held = self.brightness(0)
+        split.send_keys(Keys.HOME)
+        self.eventually(lambda: abs(self.brightness(0) - held) > 1)
+        self.browser.execute_script("arguments[0].value = 50", split)
+        time.sleep(0.5)
+        self.save("live-large")
+        self.size(1280, 800, dark=True)
+        time.sleep(0.5)
+        self.save("live-dark")
+
+    def test_one_push_shows_its_progress(self):
+        self.tab("White balance")
+        self.choose("onepush")
+        self.eventually(lambda: "unused" not in self.row("wb_mode_onepush").get_attribute("class"))
+        self.row("wb_mode_onepush").find_element(By.TAG_NAME, "button").click()
+        progress = self.row("wb_mode_onepush").find_element(By.TAG_NAME, "progress")
+        self.eventually(lambda: float(progress.get_property("value")) > 0.3)
+        self.eventually(lambda: not progress.is_displayed())
+
+    def test_every_control_has_a_name_and_fits_every_window(self):
+        self.save("live")
+        for width, height, scale in ((1280, 800, 1), (390, 844, 2)):
+            self.size(width, height, scale)
+            time.sleep(0.5)
+            for text in ("Exposure", "White balance", "Image", "Scene", "Tools"):
+                self.tab(text)
+                nameless = self.browser.execute_script("""
+                    return [...document.querySelectorAll('button, input, select, canvas')].filter((node) =>
+                        node.checkVisibility() && !(node.labels?.length || node.ariaLabel || node.textContent.trim()))
+                        .filter((node) => !node.closest('.uplot')).map((node) => node.outerHTML);""")
+                self.assertEqual(nameless, [])
+                self.assertLessEqual(self.browser.execute_script("return document.documentElement.scrollWidth"), width)
+        self.tab("Exposure")
+        self.save("live-phone")
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1], verbosity=2)
