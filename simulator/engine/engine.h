@@ -118,6 +118,7 @@ struct Live {
     double target_luma = 0.0;
     bool converged = false;
     rk_aiq_wb_gain_t wb_gain{};
+    double luminance = 0.0;          // of the scene
     double kelvin = 0.0;             // the illuminant's
     rk_aiq_wb_gain_t neutral_gain{}; // the gains that would make a grey neutral
     bool wb_converged = false;

@@ -140,6 +140,7 @@ Live live(int index)
     double light = 0.0;
     with_sensor(index, [&](const Sensor& sensor) {
         light = sensor.luminance * sensor.transmission;
+        result.luminance = sensor.luminance;
         result.kelvin = sensor.light.kelvin;
         result.neutral_gain = ideal_gains(sensor.light, sensor.response);
     });

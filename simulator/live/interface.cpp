@@ -109,7 +109,7 @@ Json settings_json()
     }
     return {{"settings", settings},
             {"offers",
-             {{"scenes", Json::array()},
+             {{"scenes", sim::picture::scene_names()},
               {"lights", {"A", "TL84", "D50", "D65"}},
               {"functions", Json::array()},
               {"iris_widest", sim::host::kIrisWidest},
@@ -134,6 +134,8 @@ Json state_json(const View& view)
                            {"converged", live.converged && live.wb_converged},
                            {"red_gain", live.wb_gain.rgain},
                            {"blue_gain", live.wb_gain.bgain},
+                           {"scene", camera.scene},
+                           {"luminance", live.luminance},
                            {"light", live.kelvin},
                            {"iris", has_lens ? Json(view.lens.iris) : Json()},
                            {"zoom", has_lens ? Json(view.lens.zoom) : Json()}});

@@ -1,11 +1,13 @@
 #include "live/view.h"
 
 #include "app/look.h"
+#include "app/scenes.h"
 #include "app/session.h"
 #include "app/turn.h"
 #include "host/store.h"
 
 #include <condition_variable>
+#include <cstring>
 #include <mutex>
 
 namespace live
@@ -24,15 +26,29 @@ std::mutex mutex; // guards the latest view alone
 std::condition_variable changed;
 std::shared_ptr<const View> latest;
 
-Camera camera_view(int id)
+/// Whether two looks surely give the same picture.
+bool same(const sim::picture::Look& a, const sim::picture::Look& b)
+{
+    const auto equal = [](const auto& one, const auto& other) { return std::memcmp(&one, &other, sizeof one) == 0; };
+    return a.scene == b.scene && equal(a.magnification, b.magnification) && equal(a.acp, b.acp) &&
+           equal(a.gamma, b.gamma) && equal(a.drc, b.drc) && equal(a.sharp, b.sharp) && equal(a.lsc, b.lsc) &&
+           equal(a.nr2d, b.nr2d) && equal(a.nr3d, b.nr3d) && equal(a.csm, b.csm) && equal(a.wb_gain, b.wb_gain) &&
+           equal(a.neutral_red, b.neutral_red) && equal(a.neutral_blue, b.neutral_blue) &&
+           equal(a.exposure, b.exposure) && equal(a.sensor_gain, b.sensor_gain) && equal(a.fall_off, b.fall_off);
+}
+
+Camera camera_view(int id, const Camera& before)
 {
     Camera camera;
     camera.settings = sim::host::stored_record(id);
     const void* engine = app::engine_of(id);
     camera.life = sim::engine::life(engine);
     camera.live = sim::engine::live(id);
+    camera.scene = app::scene_of(id)->name;
     if (engine != nullptr) {
-        camera.look = std::make_shared<const sim::picture::Look>(app::look_of(id));
+        const sim::picture::Look look = app::look_of(id);
+        camera.look =
+            before.look && same(look, *before.look) ? before.look : std::make_shared<const sim::picture::Look>(look);
     }
     return camera;
 }
@@ -48,7 +64,8 @@ void take()
     view->lens = sim::host::lens_state();
     view->auto_iris = app::auto_iris_on();
     for (int id = 0; id < kCameras; ++id) {
-        view->cameras[static_cast<std::size_t>(id)] = camera_view(id);
+        const auto place = static_cast<std::size_t>(id);
+        view->cameras[place] = camera_view(id, before ? before->cameras[place] : Camera());
     }
     taken_at = RealClock::now();
     {

@@ -22,6 +22,7 @@ struct Camera {
     sim::engine::Life life = sim::engine::Life::unknown;
     kiv_isp_param_s settings{};
     sim::engine::Live live;
+    std::string scene;                              ///< its name
     std::shared_ptr<const sim::picture::Look> look; ///< null without an engine; the same object while nothing changes
 };
 

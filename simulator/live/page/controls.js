@@ -366,10 +366,11 @@ export class Controls {
     const over = element('select', { 'aria-label': 'Time in which the luminance is reached' },
       ...['at once', '2s', '10s', '30s'].map((text) => element('option', { value: text === 'at once' ? '' : text },
         text === 'at once' ? text : `in ${text.slice(0, -1)} s`)));
-    const luminanceText = (value) => `${(10 ** value).toPrecision(2).replace(/e\+?(\d+)/, (_, e) => `e${e}`)}`;
+    this.scene = choice('Scene', offers.scenes.map((name) => [name, title(name)]),
+      (name) => this.command(`scene ${this.camera} ${name}`, note), 'pills tiles');
     this.luminance = commandSlider('Luminance, cd/m²', { min: 0, max: 4.7, step: 0.05, value: 2 },
       (value) => `scene ${this.camera} ${(10 ** value).toFixed(2)} ${over.value}`.trim(),
-      (value) => (10 ** value >= 1000 ? `${(10 ** value / 1000).toFixed(1)} k` : luminanceText(value)));
+      (value) => (value >= 3 ? `${(10 ** value / 1000).toFixed(1)} k` : String(Math.round(10 ** value))));
     this.light = commandSlider('Light, K', { min: 2000, max: 10000, step: 100, value: 5000 },
       (value) => `light ${this.camera} ${value}`, (value) => String(value));
     this.zoom = commandSlider('Zoom', { min: 0, max: offers.zoom_longest, step: 50, value: 0 },
@@ -385,9 +386,7 @@ export class Controls {
     mains.label.textContent = 'Mains frequency';
     this.rows.push(mains);
     return element('div', { className: 'page' },
-      offers.scenes.length === 0 ? ''
-        : section('Scene in front of the camera', element('div', { className: 'buttons wrap' },
-          ...offers.scenes.map((name) => button(title(name), () => `scene ${this.camera} ${name}`)))),
+      section('Scene in front of the camera', this.scene.node),
       section('Light', this.luminance.node, simpleRow(element('span', { className: 'label' }, 'is reached'), over),
         this.light.node,
         simpleRow(element('span', { className: 'label' }, 'Lamp'), element('span', { className: 'buttons' },
@@ -521,8 +520,7 @@ export class Controls {
     this.zoom.show(state.zoom_target);
     this.iris.show(state.iris_target);
     this.autoIris.checked = state.auto_iris;
-    if (camera.luminance !== undefined) {
-      this.luminance.show(Math.log10(Math.max(camera.luminance, 1)));
-    }
+    this.luminance.show(Math.log10(Math.max(camera.luminance, 1)));
+    this.scene.show(camera.scene);
   }
 }
