@@ -4,11 +4,13 @@
 #include "engine/scene.h"
 
 #include <algorithm>
+#include <chrono>
 
 namespace sim::engine
 {
 
 constinit std::array<Context, kContexts> contexts{};
+constinit std::atomic<int> call_time{0};
 
 namespace
 {
@@ -139,6 +141,24 @@ XCamReturn refuse_context(const char* function, const void* pointer)
     return XCAM_RETURN_ERROR_PARAM;
 }
 
+void set_call_time(int microseconds)
+{
+    call_time.store(microseconds, std::memory_order_relaxed);
+}
+
+void take_time(Context* context)
+{
+    const auto count = [&](int calls) {
+        if (context) {
+            const std::lock_guard lock(context->lock);
+            context->calls += calls;
+        }
+    };
+    count(1);
+    std::this_thread::sleep_for(std::chrono::microseconds(call_time.load(std::memory_order_relaxed)));
+    count(-1);
+}
+
 Context* create_context(const char* function, std::span<const int> sensors, bool group, const char* iq_directory)
 {
     Registry& r = registry();
@@ -183,6 +203,7 @@ XCamReturn change_life(const char* function, const void* pointer, bool group, Re
     Life before{};
     bool same_kind = true;
     bool in_order = true;
+    bool in_use = false;
     {
         const std::lock_guard lock(context->lock);
         before = context->life;
@@ -205,7 +226,9 @@ XCamReturn change_life(const char* function, const void* pointer, bool group, Re
                 break;
             case Request::release:
                 in_order = before != Life::running;
+                in_use = context->calls > 0;
                 context->life = Life::released;
+                std::fill(std::begin(context->blocks.setpoints), std::end(context->blocks.setpoints), -1.0F);
                 r.released_at[index_of(*context)] = ++r.releases;
                 break;
             }
@@ -217,6 +240,9 @@ XCamReturn change_life(const char* function, const void* pointer, bool group, Re
             return XCAM_RETURN_ERROR_PARAM;
         }
         return refuse_context(function, pointer);
+    }
+    if (in_use) {
+        note_misuse(function, "released while in use, " + describe_context(*context));
     }
     if (!same_kind) {
         note_misuse(function, group ? "a camera's context, not a group's" : "a group's context, not a camera's");
@@ -258,6 +284,7 @@ void reset()
         const std::lock_guard lock(context.lock);
         context.life = Life::unknown;
     }
+    set_call_time(0);
     r.configurations = {};
     r.scenes = {};
     r.released_at = {};

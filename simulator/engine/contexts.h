@@ -45,11 +45,13 @@ struct alignas(64) Context {
     std::atomic<int> sensor{0}; // the first of `sensors`
     std::array<int, RK_AIQ_CAM_GROUP_MAX_CAMS> sensors{};
     int sensor_count = 0;
+    int calls = 0;             // under way that take time
     std::uint64_t started = 0; // order of starts, 0: never
     Blocks blocks{};
 };
 
 extern std::array<Context, kContexts> contexts;
+extern std::atomic<int> call_time; // microseconds
 
 /// The slot that a pointer of the engine's interface stands for, null for a pointer that was never given out.
 inline Context* find(const void* pointer)
@@ -80,6 +82,15 @@ enum class Request { prepare, start, stop, release };
 
 /// Takes a context a step further in its life.
 XCamReturn change_life(const char* function, const void* pointer, bool group, Request request);
+
+/// Lets a call take the time that was set with set_call_time(); the context is in use meanwhile.
+void take_time(Context* context);
+
+/// Whether calls take time.
+inline bool calls_take_time()
+{
+    return call_time.load(std::memory_order_relaxed) != 0;
+}
 
 void set_iq_directory(const Context& context, const char* directory);
 void set_working_mode(const Context& context, rk_aiq_working_mode_t mode);

@@ -39,9 +39,13 @@ struct Configuration {
 Configuration configuration(const void* context);
 
 /// Wrong uses so far, oldest first, one line each ("FUNCTION: use after release, sensor 0"), followed by " (N times)"
-/// when it happened again: use after release, double release, unknown context, a call out of order, a null block, a
-/// second context of a sensor. At most 256 different lines are kept.
+/// when it happened again: use after release, release while a call that takes time uses the context, double release,
+/// unknown context, a call out of order, a null block, a second context of a sensor. At most 256 different lines are
+/// kept.
 std::vector<std::string> misuses();
+
+/// Every call with a context takes this much real time from now on, which is what a call and a release need to meet.
+void set_call_time(int microseconds);
 
 /// Whether the engine finds a sensor (phyId is -1 when it does not). All are there at first.
 void set_sensor_present(int index, bool present);

@@ -24,6 +24,9 @@ XCamReturn with_blocks(const char* function, const void* pointer, const void* bl
     if (!block) [[unlikely]] {
         return refuse_null_block(function);
     }
+    if (calls_take_time()) [[unlikely]] {
+        take_time(context);
+    }
     if (context) [[likely]] {
         const std::lock_guard lock(context->lock);
         if (live(context->life)) [[likely]] {

@@ -10,12 +10,21 @@ using namespace sim::engine;
 namespace
 {
 
+XCamReturn change_slowly(const char* function, const void* ctx, bool group, Request request)
+{
+    const XCamReturn result = change_life(function, ctx, group, request);
+    if (calls_take_time()) {
+        take_time(nullptr); // after the change: what uses the context during its release uses it after the release
+    }
+    return result;
+}
+
 XCamReturn change_camera(const char* function, const rk_aiq_sys_ctx_t* ctx, Request request, long value = 0)
 {
     if (const int fault = sim::note_call(function, recorded_id(find(ctx)), value); fault != 0) {
         return static_cast<XCamReturn>(fault);
     }
-    return change_life(function, ctx, false, request);
+    return change_slowly(function, ctx, false, request);
 }
 
 XCamReturn change_group(const char* function, const rk_aiq_camgroup_ctx_t* ctx, Request request, long value = 0)
@@ -23,7 +32,7 @@ XCamReturn change_group(const char* function, const rk_aiq_camgroup_ctx_t* ctx, 
     if (const int fault = sim::note_call(function, recorded_id(find(ctx)), value); fault != 0) {
         return static_cast<XCamReturn>(fault);
     }
-    return change_life(function, ctx, true, request);
+    return change_slowly(function, ctx, true, request);
 }
 
 // Index of a sensor that is there, -1 for any other name.
@@ -108,7 +117,7 @@ XCamReturn rk_aiq_uapi2_sysctl_stop(const rk_aiq_sys_ctx_t* ctx, bool keep_ext_h
 void rk_aiq_uapi2_sysctl_deinit(rk_aiq_sys_ctx_t* ctx)
 {
     sim::note_call(__func__, recorded_id(find(ctx)));
-    change_life(__func__, ctx, false, Request::release);
+    change_slowly(__func__, ctx, false, Request::release);
 }
 
 XCamReturn rk_aiq_uapi2_sysctl_updateIq(rk_aiq_sys_ctx_t* ctx, char* iq_dir)
