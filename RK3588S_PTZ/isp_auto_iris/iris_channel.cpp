@@ -3,6 +3,7 @@
 #include "isp_ctrl/core/atomic.h"
 #include "isp_ctrl/core/lock.h"
 #include "isp_ctrl/core/seam.h"
+#include "isp_ctrl/core/thread.h"
 #include "isp_ctrl/core/trace.h"
 
 #include <arpa/inet.h>
@@ -38,16 +39,14 @@ int init_auto_iris_control(KIV_AUTO_IRIS_CONTROL_CALLBACK cb)
     const isp::MutexLock lock(start_mtx);
     isp::shared_set(kiv_auto_iris_cb, cb);
     if (g_auto_iris_ctrlProcPid == 0) {
-        pthread_t thread{};
         const auto body = [](void*) -> void* {
             auto_iris_control_main();
             return nullptr; // never reached, the loop ends the thread: GCOVR_EXCL_LINE
         };
-        if (pthread_create(&thread, nullptr, body, nullptr) != 0) {
+        if (!isp::create_thread(g_auto_iris_ctrlProcPid, body)) {
             ISP_TRACE(__func__, "create auto_iris_control_main thread failed!\n\n");
             return -1;
         }
-        g_auto_iris_ctrlProcPid = thread;
         ISP_TRACE(__func__, "create auto_iris_control_main thread OK!\n");
     }
     ISP_TRACE(__func__, "leave\n");
@@ -64,7 +63,7 @@ int set_auto_iris(iris_ctrl_param_t* param)
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = inet_addr("127.0.0.1");
     address.sin_port = htons(isp::seam.lens_service_port);
-    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+    const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (fd < 0) {
         ISP_TRACE(__func__, "socket error\n\n");
         return -1;

@@ -13,12 +13,26 @@
  *   engine refuses it.
  * - A camera without an engine (never started, or released): the level is stored, the trace "aiq ctx error" is
  *   written, result 0. A stopped engine still takes settings.
- * - Threads: "any thread" means from any thread, without a lock of the caller's. Two calls for the same setting of
- *   the same camera may interleave; the last writer wins. A caller that changes settings while it starts or stops
- *   the engine of the same camera orders the two itself, for example with rkipc_get_ctx_mtx(). No function may
- *   be called with that lock held that takes it itself: rk_isp_* only.
+ * - Threads: "any thread" means from any thread, without a lock of the caller's. Engines may be started and released
+ *   while other threads change settings and while the library's own threads run: a release waits for the engine calls
+ *   under way, and calls that come later find no engine. Do not call rk_isp_* while you hold the engine lock,
+ *   rkipc_get_ctx_mtx(); every other function is safe.
+ * - Settings that share a block of the engine: each setter reads the block, changes its own fields and writes it back.
+ *   Two threads that do so at once with one camera lose one of the changes: the store holds it, the engine does not.
+ *   The host orders the calls within each of these lines, for each camera (or group); KIV_Set_style() and
+ *   KIV_load_isp_para() belong to all of them, and two calls of one setter need an order too.
+ *   - saturation, hue, luminance, contrast, blackwhite_mode
+ *   - exposure_mode, shutter, bright, expcomp_mode, expcomp_level, backlight, gain_limit, manual_gain, antiflicker,
+ *     meter, drc. Exposure following writes the feature camera's exposure with the engine lock held: in SMART_EXPOSURE
+ *     hold that lock around such a setter.
+ *   - wb_mode, wb_mode_onepush, temperature, rgain, bgain, rgain_tuning, bgain_tuning, Awb_Calibration().
+ *     White-balance following takes no lock: while it runs, leave the white balance of cameras 0 and 2 to it.
+ *   - shading, nr2d
  * - The host's functions are called on the caller's thread or on a thread of the library's. They must not call back
- *   into the library; para_set_isp_exposure_mode_cur() in particular is called with a lock of the library's held.
+ *   into the library. para_set_isp_exposure_mode_cur(), Uvc_Query_Zoom_Position() and the log functions are called with
+ *   a lock of the library's held and must not wait for a call of the library on another thread either.
+ * - A thread within a call must not be cancelled or leave it by longjmp(). After fork() a child may only exec or exit.
+ *   All signals are blocked in the library's own threads.
  */
 #ifndef ISP_CTRL_H
 #define ISP_CTRL_H
@@ -358,7 +372,8 @@ _Static_assert(sizeof(awb_calibration_s) == 80, "20 fields of 4 bytes");
 
 /* ---- Shared state ------------------------------------------------------------------------------------------------ */
 
-/** Engine context of each camera, null while it has none. Written under g_aiq_mtx. */
+/** Engine context of each camera, null while it has none. Written under g_aiq_mtx; hold that lock while you use one, so
+ * that it is not released. */
 extern ISP_API rk_aiq_sys_ctx_t* g_aiq_ctx[8];
 /** Engine context of each camera group, null while there is none. Written under g_aiq_mtx. */
 extern ISP_API rk_aiq_camgroup_ctx_t* g_camera_group_ctx[8];
@@ -441,7 +456,7 @@ ISP_API int rk_isp_stop(int cam_id);
 ISP_API int rk_isp_resume(int cam_id);
 
 /**
- * Stops and releases a camera's engine.
+ * Stops and releases a camera's engine, once the engine calls of other threads that use it have returned.
  * @param cam_id camera, 0 to 7
  * @retval 0 released, or there was no engine
  * @retval -1 bad id
@@ -490,7 +505,8 @@ ISP_API int rk_isp_init_group_start(int group_id);
 ISP_API int rk_isp_init_group_stop(int group_id);
 
 /**
- * Stops and destroys a group. Settings go on being addressed to groups until the next rk_isp_init().
+ * Stops and destroys a group, once the engine calls of other threads that use it have returned. Settings are still
+ * addressed to groups until the next rk_isp_init().
  * @param group_id group, 0 to 7
  * @retval 0 destroyed, whatever the engine answered
  * @retval -1 bad id or no such group
@@ -499,7 +515,8 @@ ISP_API int rk_isp_init_group_stop(int group_id);
  */
 ISP_API int rk_isp_deinit_group(int group_id);
 
-/** The engine lock, with which a host serialises engine calls of its own with the library's. Any thread. */
+/** The engine lock. A host holds it around engine calls of its own: no context is started or released meanwhile. Any
+ * thread. */
 ISP_API pthread_mutex_t* rkipc_get_ctx_mtx(void);
 
 /**

@@ -25,7 +25,7 @@ namespace hand
 
 STRAIGHT rk_aiq_sys_ctx_t* engine(int id)
 {
-    return isp::engine_context(id);
+    return rkipc_aiq_get_ctx(id);
 }
 
 STRAIGHT int bound(int id, int value, int (*maximum)(int), int last)

@@ -101,7 +101,7 @@ TEST_F(Ids, OtherBadArgumentsAreRefusedToo)
         std::vector<std::string> traces;
     } kRefused[] = {
         {[] { return rk_isp_init_group(1, nullptr, 2, nullptr); },
-         {"rk_isp_init_group: group 1: a group has 1 to 7 sensors, not 0\n\n"}},
+         {"rk_isp_init_group: group 1: the list of sensors is NULL\n\n"}},
         {[] { return rk_isp_init_group(1, kSensors, 8, nullptr); },
          {"rk_isp_init_group: group 1: a group has 1 to 7 sensors, not 8\n\n"}},
         {[] { return rk_isp_init_group_start(1); }, {"rk_isp_init_group_start: there is no group 1\n\n"}},

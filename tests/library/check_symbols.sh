@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The shared library's face to the loader: it defines exactly exported.txt, takes exactly imported.txt from the host
-# program, needs the C library alone, is bound when loaded, and asks for no environment variable.
+# program, needs the C library and libgcc_s alone, is bound when loaded, stays loaded, and asks for no environment
+# variable.
 #   check_symbols.sh LIBRARY      (NM and READELF name the tools)
 set -euo pipefail
 export LC_ALL=C
@@ -31,11 +32,13 @@ if grep -E '^(secure_)?getenv@' <<<"$undefined"; then
     fail "reads the environment"
 fi
 needed=$(sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' <<<"$dynamic")
-if grep -vxE 'libc\.so\.6|libm\.so\.6' <<<"$needed"; then
-    fail "needs more than the C library"
+if grep -vxE 'libc\.so\.6|libm\.so\.6|libgcc_s\.so\.1' <<<"$needed"; then
+    fail "needs more than the C library and libgcc_s"
 fi
+grep -qx 'libgcc_s\.so\.1' <<<"$needed" || fail "does not name libgcc_s, which ends its threads"
 grep -q '(SONAME).*\[libisp_ctrl\.so\.1\]' <<<"$dynamic" || fail "SONAME is not libisp_ctrl.so.1"
 grep -q 'BIND_NOW' <<<"$dynamic" || fail "is not bound when loaded"
+grep -q 'NODELETE' <<<"$dynamic" || fail "can be unloaded under its threads"
 if grep -q 'TEXTREL' <<<"$dynamic"; then
     fail "relocates its code"
 fi

@@ -1,5 +1,5 @@
 // The shared library in a process that was not linked with it: it loads with every symbol bound at once, works on the
-// program's engine and store, and reaches for the camera's own files and waits.
+// program's engine and store, reaches for the camera's own files and waits, and stays when it is unloaded.
 #include "engine/engine.h"
 #include "host/settings.h"
 #include "host/store.h"
@@ -7,16 +7,22 @@
 #include "isp_ctrl.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <mutex>
 #include <string>
+#include <sys/socket.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -25,7 +31,8 @@ namespace
 
 std::mutex mutex;
 std::condition_variable noted;
-std::vector<std::string> notes; // what the process asked of the system, oldest first
+std::vector<std::string> notes;     // what the process asked of the system, oldest first
+std::atomic<int> closed_on_exec{1}; // all files, pipes and sockets so far
 
 void note(const std::string& text)
 {
@@ -55,6 +62,7 @@ extern "C" {
 int open(const char* path, int flags, ...)
 {
     note(path);
+    closed_on_exec &= (flags & O_CLOEXEC) != 0 ? 1 : 0;
     va_list arguments;
     va_start(arguments, flags);
     const mode_t mode = va_arg(arguments, mode_t);
@@ -65,14 +73,23 @@ int open(const char* path, int flags, ...)
 FILE* fopen(const char* path, const char* mode)
 {
     note(path);
+    closed_on_exec &= std::strchr(mode, 'e') != nullptr ? 1 : 0;
     return next_definition<FILE*(const char*, const char*)>("fopen")(path, mode);
 }
 
-FILE* popen(const char* command, const char* /*mode*/)
+FILE* popen(const char* command, const char* mode)
 {
     note(command);
+    closed_on_exec &= std::strchr(mode, 'e') != nullptr ? 1 : 0;
     errno = ENOENT;
     return nullptr;
+}
+
+int socket(int domain, int type, int protocol)
+{
+    note("socket");
+    closed_on_exec &= (type & SOCK_CLOEXEC) != 0 ? 1 : 0;
+    return next_definition<int(int, int, int)>("socket")(domain, type, protocol);
 }
 
 unsigned sleep(unsigned seconds)
@@ -133,12 +150,40 @@ TEST_F(LoadedLibrary, ReachesForTheCamerasOwnPlaces)
     LOADED(user_load_shading_file)(&byte, 1);
     LOADED(getreadotp)();
     LOADED(KIV_Get_Len_Types)();
+    iris_ctrl_param_t command{};
+    LOADED(set_auto_iris)(&command);
     ASSERT_EQ(LOADED(init_auto_iris_control)(LOADED(set_auto_iris)), 0);
 
     for (const char* place : {"/data/wb.dat", "/nvdata/shading.data", "/proc/otp_eeprom-7-50",
                               "/usr/bin/vendor_storage -r VENDOR_CUSTOM_ID_1A -t string | grep \"VENDOR_CUSTOM_ID\" | "
                               "sed 's/.*VENDOR_CUSTOM_ID://'",
-                              "sleep 9", "/dev/sm_af_iris_value"}) {
+                              "socket", "sleep 9", "/dev/sm_af_iris_value"}) {
         EXPECT_TRUE(asked_for(place)) << place;
+    }
+    EXPECT_EQ(closed_on_exec, 1);
+}
+
+// All three threads run on after dlclose(), with all signals blocked.
+TEST_F(LoadedLibrary, StaysForItsThreads)
+{
+    ASSERT_EQ(LOADED(rk_isp_init)(0, nullptr), 0);
+    LOADED(KIV_Set_exposure_mode)(0, SMART_EXPOSURE);
+    LOADED(set_awb_follow_pano)(1);
+    ASSERT_EQ(LOADED(cam_awb_follow_pano_thread)(), 0);
+    ASSERT_EQ(LOADED(init_auto_iris_control)(LOADED(set_auto_iris)), 0);
+    ASSERT_TRUE(asked_for("sleep 9"));
+    ASSERT_EQ(dlclose(library), 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(200)); // several cycles of each
+
+    for (const char* name : {"cam_ae_follow_p", "awb_follow_pano", "auto_iris_contr"}) {
+        std::string blocked = "no such thread";
+        for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+            std::string comm, line;
+            std::getline(std::ifstream(task.path() / "comm"), comm);
+            for (std::ifstream status(task.path() / "status"); comm == name && std::getline(status, line);) {
+                blocked = line.starts_with("SigBlk:") ? line : blocked;
+            }
+        }
+        EXPECT_EQ(blocked, "SigBlk:\tfffffffe7ffbfeff") << name; // but for what cannot be blocked
     }
 }

@@ -117,8 +117,8 @@ inline std::vector<Operation> operations()
                         .run =
                             [=, &setting](int variant) {
                                 const auto i = static_cast<std::size_t>(variant);
-                                return setter.set(0,
-                                                  values.empty() ? setting.highest : values[i % values.size()].value);
+                                const bool named = !values.empty() && values[0].value >= 0; // -1 stores nothing
+                                return setter.set(0, named ? values[i % values.size()].value : setting.highest);
                             },
                         .results = results,
                         .stores = setter.name != "wb_mode_onepush"});

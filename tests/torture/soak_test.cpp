@@ -15,8 +15,10 @@
 namespace
 {
 
-constexpr int kThreads = 4; // thread t sets camera t, and starts and stops camera t + 4 and the group in that slot
-constexpr int kSteps = 8;   // of a life
+// Thread t sets camera t. It starts and stops camera t + 4 and the group in that slot, every fourth time the camera that
+// the next thread sets and follows.
+constexpr int kThreads = 4;
+constexpr int kSteps = 8; // of a life
 
 double minutes()
 {
@@ -78,7 +80,8 @@ void user(int t, sim::Microseconds end, Counts& counts)
         any_setting(t, random);
         ++counts.settings;
         if (step % 2 == 0) {
-            step_of_life(t + kThreads, step / 2);
+            const bool shared = step / 2 / kSteps % 4 == 3;
+            step_of_life(shared ? (t + 1) % kThreads : t + kThreads, step / 2);
             counts.lives += step / 2 % kSteps == 0 || step / 2 % kSteps == 4 ? 1 : 0;
         }
         if (random() % 8 == 0) {
@@ -142,8 +145,12 @@ TEST_F(Soak, EverythingAtOnce)
     sim::clear_faults();
 
     // The threads end when they are asked to.
-    rk_isp_deinit_group(kThreads);
-    bench::start_camera(kThreads); // settings reach cameras again, not groups
+    for (int slot = 0; slot < 2 * kThreads; ++slot) {
+        rk_isp_deinit_group(slot);
+        if (slot >= kThreads || g_aiq_ctx[slot] == nullptr) {
+            bench::start_camera(slot); // settings reach cameras again, not groups
+        }
+    }
     for (int camera = 0; camera < kThreads; ++camera) {
         KIV_Set_exposure_mode(camera, AUTO_EXPOSURE);
     }
@@ -158,7 +165,6 @@ TEST_F(Soak, EverythingAtOnce)
     for (int camera = 0; camera < kThreads; ++camera) {
         set_image(camera, random);
         const int twin = camera + kThreads;
-        rk_isp_deinit_group(twin);
         bench::start_camera(twin);
         sim::host::store_record(twin, sim::host::stored_record(camera));
         KIV_load_isp_para(twin);

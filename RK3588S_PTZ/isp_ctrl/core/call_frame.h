@@ -7,6 +7,7 @@
 
 #include "isp_ctrl.h"
 #include "isp_ctrl/core/context.h"
+#include "isp_ctrl/core/engine_use.h"
 #include "isp_ctrl/core/trace.h"
 #include "platformpara/para_isp.h"
 
@@ -94,17 +95,16 @@ constexpr int result(Outcome outcome)
 [[gnu::cold]] void trace_no_context(const char* function);
 [[gnu::cold]] void trace_failure(const char* function, const char* failed, XCamReturn code);
 
-/// Makes one engine call with the camera's context, which is looked up afresh. `failed` is the trace of a failure, with
-/// the engine's code (ISP_TRACE_FORMAT).
+/// Makes one engine call with the camera's context, which is looked up afresh and not released before `function` has
+/// returned. `failed` is the trace of a failure, with the engine's code (ISP_TRACE_FORMAT).
 template <typename Function>
 [[gnu::always_inline]] inline Outcome engine_call(const Call& call, const char* failed, Function function)
 {
-    const rk_aiq_sys_ctx_t* context = engine_context(call.isp_id);
-    if (context == nullptr) [[unlikely]] {
+    XCamReturn code;
+    if (!use_engine(call.isp_id, [&](const rk_aiq_sys_ctx_t* context) { code = function(context); })) [[unlikely]] {
         trace_no_context(call.function);
         return Outcome::no_context;
     }
-    const XCamReturn code = function(context);
     if (code == XCAM_RETURN_NO_ERROR) [[likely]] {
         return Outcome::done;
     }

@@ -3,6 +3,7 @@
 #include "isp_ctrl.h"
 #include "isp_ctrl/core/atomic.h"
 #include "isp_ctrl/core/context.h"
+#include "isp_ctrl/core/engine_use.h"
 #include "isp_ctrl/core/lock.h"
 #include "isp_ctrl/core/trace.h"
 
@@ -16,11 +17,14 @@ int sensor_vpss_group[4] = {0, -1, -1, -1};
 namespace
 {
 
-void destroy_group(int group_id, rk_aiq_camgroup_ctx_t* ctx)
+/// Stops and destroys a group, if it exists. Under the engine lock.
+void destroy_group(int group_id)
 {
-    rk_aiq_uapi2_camgroup_stop(ctx);
-    rk_aiq_uapi2_camgroup_destroy(ctx);
-    isp::shared_set<rk_aiq_camgroup_ctx_t*>(g_camera_group_ctx[group_id], nullptr);
+    rk_aiq_camgroup_ctx_t* ctx = isp::take_group(group_id);
+    if (ctx != nullptr) {
+        rk_aiq_uapi2_camgroup_stop(ctx);
+        rk_aiq_uapi2_camgroup_destroy(ctx);
+    }
 }
 
 /// Does something with an existing group, under the engine lock. An id that names none is refused.
@@ -47,15 +51,15 @@ int rk_isp_init_group(int group_id, int* sns_id, size_t n_sns, char* iqfile_path
         return -1;
     }
     const isp::EngineLock lock;
-    if (sns_id == nullptr || n_sns == 0 || n_sns >= RK_AIQ_CAM_GROUP_MAX_CAMS) {
-        ISP_TRACE(__func__, "group %d: a group has 1 to 7 sensors, not %zu\n\n", group_id,
-                  sns_id == nullptr ? std::size_t{0} : n_sns);
+    if (sns_id == nullptr) {
+        ISP_TRACE(__func__, "group %d: the list of sensors is NULL\n\n", group_id);
         return -1;
     }
-    rk_aiq_camgroup_ctx_t* old = isp::shared_get(g_camera_group_ctx[group_id]);
-    if (old != nullptr) {
-        destroy_group(group_id, old);
+    if (n_sns == 0 || n_sns >= RK_AIQ_CAM_GROUP_MAX_CAMS) {
+        ISP_TRACE(__func__, "group %d: a group has 1 to 7 sensors, not %zu\n\n", group_id, n_sns);
+        return -1;
     }
+    destroy_group(group_id);
 
     rk_aiq_static_info_t aiq_static_info[RK_AIQ_CAM_GROUP_MAX_CAMS] = {};
     for (std::size_t i = 0; i < n_sns; ++i) {
@@ -118,8 +122,8 @@ int rk_isp_init_group_stop(int group_id)
 
 int rk_isp_deinit_group(int group_id)
 {
-    return on_group(__func__, group_id, [group_id](rk_aiq_camgroup_ctx_t* ctx) {
-        destroy_group(group_id, ctx);
+    return on_group(__func__, group_id, [group_id](rk_aiq_camgroup_ctx_t* /*ctx*/) {
+        destroy_group(group_id);
         return 0;
     });
 }

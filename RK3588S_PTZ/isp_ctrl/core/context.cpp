@@ -37,7 +37,11 @@ bool isp::refuse_id(const char* function, int id)
 
 rk_aiq_sys_ctx_t* rkipc_aiq_get_ctx(int cam_id)
 {
-    return isp::engine_context(cam_id);
+    if (isp::shared_get(rkipc_aiq_use_group) != 0) {
+        // The engine's module calls take a group context in place of a camera context.
+        return reinterpret_cast<rk_aiq_sys_ctx_t*>(isp::shared_get(g_camera_group_ctx[cam_id]));
+    }
+    return isp::shared_get(g_aiq_ctx[cam_id]);
 }
 
 pthread_mutex_t* rkipc_get_ctx_mtx(void)

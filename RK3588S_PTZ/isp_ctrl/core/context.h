@@ -33,21 +33,7 @@ constexpr int store_record(int isp_id)
 extern "C" {
 
 /// The engine context that a camera's settings go to: the group's while rkipc_aiq_use_group is set, else the camera's
-/// own; null when there is none. For ids 0 to 7.
+/// own; null when there is none. For ids 0 to 7. Tells whether there is one: only use_engine() keeps it from being
+/// released.
 rk_aiq_sys_ctx_t* rkipc_aiq_get_ctx(int cam_id);
 }
-
-namespace isp
-{
-
-/// The same for the library itself, without a call.
-inline rk_aiq_sys_ctx_t* engine_context(int cam_id)
-{
-    if (shared_get(rkipc_aiq_use_group) != 0) [[unlikely]] {
-        // The engine's module calls take a group context in place of a camera context.
-        return reinterpret_cast<rk_aiq_sys_ctx_t*>(shared_get(g_camera_group_ctx[cam_id]));
-    }
-    return shared_get(g_aiq_ctx[cam_id]);
-}
-
-} // namespace isp

@@ -30,7 +30,7 @@ void keep_name(const char* line)
 
 int KIV_Get_Len_Types(void)
 {
-    std::FILE* pipe = popen(isp::seam.lens_command, "r");
+    std::FILE* pipe = popen(isp::seam.lens_command, "re");
     char line[256] = {};
     if (pipe == nullptr) {
         ISP_TRACE(__func__, "Failed to run awk command.\n\n");

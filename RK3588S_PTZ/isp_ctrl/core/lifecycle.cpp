@@ -2,6 +2,7 @@
 #include "isp_ctrl.h"
 #include "isp_ctrl/core/atomic.h"
 #include "isp_ctrl/core/context.h"
+#include "isp_ctrl/core/engine_use.h"
 #include "isp_ctrl/core/lock.h"
 #include "isp_ctrl/core/trace.h"
 
@@ -18,11 +19,10 @@ constexpr char kHdrMode[] = "norm"; // "HDR2" would select the HDR working mode
 /// Stops and releases a camera's engine, if it has one. Under the engine lock.
 void release_engine(int cam_id)
 {
-    rk_aiq_sys_ctx_t* ctx = isp::shared_get(g_aiq_ctx[cam_id]);
+    rk_aiq_sys_ctx_t* ctx = isp::take_camera(cam_id);
     if (ctx != nullptr) {
         rk_aiq_uapi2_sysctl_stop(ctx, false);
         rk_aiq_uapi2_sysctl_deinit(ctx);
-        isp::shared_set<rk_aiq_sys_ctx_t*>(g_aiq_ctx[cam_id], nullptr);
     }
 }
 
@@ -65,7 +65,7 @@ int sample_common_isp_init(int cam_id, rk_aiq_working_mode_t WDRMode, const char
     }
     {
         const isp::EngineLock lock;
-        release_engine(cam_id); // of another start of this camera, meanwhile
+        release_engine(cam_id); // another start of this camera may have come first
         isp::shared_set(g_aiq_ctx[cam_id], ctx);
     }
     ISP_TRACE(__func__, "sample_common_isp_init success\n\n");
@@ -87,8 +87,7 @@ int sample_common_isp_run(int cam_id)
         }
         if (rk_aiq_uapi2_sysctl_prepare(ctx, 0, 0, isp::shared_get(g_WDRMode[cam_id])) != XCAM_RETURN_NO_ERROR) {
             ISP_TRACE(__func__, "rkaiq engine prepare failed !\n\n");
-            rk_aiq_uapi2_sysctl_deinit(ctx);
-            isp::shared_set<rk_aiq_sys_ctx_t*>(g_aiq_ctx[cam_id], nullptr);
+            rk_aiq_uapi2_sysctl_deinit(isp::take_camera(cam_id));
             return -1;
         }
         ISP_TRACE(__func__, "rk_aiq_uapi2_sysctl_init/prepare succeed\n\n");

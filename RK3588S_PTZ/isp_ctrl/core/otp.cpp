@@ -8,7 +8,7 @@
 
 int getreadotp(void)
 {
-    std::FILE* file = std::fopen(isp::seam.otp_file, "r");
+    std::FILE* file = std::fopen(isp::seam.otp_file, "re");
     if (file == nullptr) {
         ISP_TRACE(__func__, "erro dont open！\n\n");
         return 1;

@@ -6,6 +6,7 @@
 #include "isp_ctrl/core/atomic.h"
 #include "isp_ctrl/core/lock.h"
 #include "isp_ctrl/core/seam.h"
+#include "isp_ctrl/core/thread.h"
 #include "isp_ctrl/exposure/ae_block.h"
 
 #include <cmath>
@@ -111,16 +112,14 @@ Start start_thread()
         start_wanted = true;
         return Start::there_is_one;
     }
-    pthread_t thread{};
     const auto body = [](void*) -> void* {
         cam_ae_follow_pano_function();
         return nullptr;
     };
-    if (pthread_create(&thread, nullptr, body, nullptr) != 0) {
+    if (!isp::create_thread(g_cam_ae_follow_pano_Pid, body)) {
         return Start::failed;
     }
     thread_exists = true;
-    g_cam_ae_follow_pano_Pid = thread;
     return Start::created;
 }
 

@@ -14,7 +14,7 @@ int kiv_rkisp_cl_getAeinfo(float* again, float* ispdgain, float* time, float* me
 
     // The result is the engine's own code. Without a context each step is traced and fills nothing.
     int ret = -1;
-    const auto ask = [&](const char* failed, auto* engine_function, auto& answer) {
+    const auto ask = [&](const char* failed, auto engine_function, auto& answer) {
         return isp::engine_call(call, failed, [&](const rk_aiq_sys_ctx_t* ctx) {
             const XCamReturn code = engine_function(ctx, &answer);
             ret = code;
@@ -45,11 +45,16 @@ int kiv_rkisp_cl_getAeinfo(float* again, float* ispdgain, float* time, float* me
         *gain_max = range.max;
     }
 
-    Uapi_LinExpAttrV2_t linear;
-    outcome = ask(ISP_TRACE_FORMAT("rk_aiq_user_api2_ae_getLinExpAttr failed with %#x!\n\n"),
-                  rk_aiq_user_api2_ae_getLinExpAttr, linear);
-    if (outcome == isp::Outcome::done && linear.Params.DySetpoint.DySetpoint != nullptr) {
-        *ret_dysetpoint = linear.Params.DySetpoint.DySetpoint[0];
-    }
+    // The set-points belong to the engine, so the first is read while the context is in use.
+    const auto first_setpoint = [](const rk_aiq_sys_ctx_t* ctx, float* setpoint) {
+        Uapi_LinExpAttrV2_t linear;
+        const XCamReturn code = rk_aiq_user_api2_ae_getLinExpAttr(ctx, &linear);
+        if (code == XCAM_RETURN_NO_ERROR && linear.Params.DySetpoint.DySetpoint != nullptr) {
+            *setpoint = linear.Params.DySetpoint.DySetpoint[0];
+        }
+        return code;
+    };
+    outcome = ask(ISP_TRACE_FORMAT("rk_aiq_user_api2_ae_getLinExpAttr failed with %#x!\n\n"), first_setpoint,
+                  *ret_dysetpoint);
     return outcome == isp::Outcome::no_context ? -1 : ret;
 }

@@ -3,6 +3,7 @@
 #include "isp_ctrl/core/atomic.h"
 #include "isp_ctrl/core/lock.h"
 #include "isp_ctrl/core/seam.h"
+#include "isp_ctrl/core/thread.h"
 #include "isp_ctrl/following/awb_calibration.h"
 #include "isp_ctrl/following/awb_lines.h"
 #include "isp_ctrl/white_balance/wb_blocks.h"
@@ -32,8 +33,9 @@ struct Follower {
 template <typename Mod, typename Access>
 XCamReturn silent_call(const Follower& follower, typename Mod::Block& block, Access access)
 {
-    const rk_aiq_sys_ctx_t* context = rkipc_aiq_get_ctx(follower.call.isp_id);
-    return context == nullptr ? XCAM_RETURN_ERROR_FAILED : access(context, block);
+    XCamReturn code = XCAM_RETURN_ERROR_FAILED;
+    isp::use_engine(follower.call.isp_id, [&](const rk_aiq_sys_ctx_t* context) { code = access(context, block); });
+    return code;
 }
 
 void read_blocks(Follower& f)
@@ -141,12 +143,10 @@ int cam_awb_follow_pano_thread(void)
     if (g_cam_awb_follow_pano_Pid != 0) {
         return 0;
     }
-    pthread_t thread{};
-    if (pthread_create(&thread, nullptr, cam_awb_follow_pano_function, nullptr) != 0) {
+    if (!isp::create_thread(g_cam_awb_follow_pano_Pid, cam_awb_follow_pano_function)) {
         ISP_TRACE(__func__, "quenvar create cam_awb_follow_pano_function thread failed!\n\n");
         return -1;
     }
-    g_cam_awb_follow_pano_Pid = thread;
     ISP_TRACE(__func__, "quenvar create cam_awb_follow_pano_function thread success!\n\n");
     return 0;
 }
