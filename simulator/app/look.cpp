@@ -3,9 +3,14 @@
 #include "app/scenes.h"
 #include "app/session.h"
 #include "engine/engine.h"
+#include "host/lens.h"
+#include "host/settings.h"
 #include "host/shading_file.h"
+#include "host/store.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 
 namespace app
 {
@@ -38,6 +43,44 @@ sim::picture::Look look_of(int camera)
 sim::picture::Image picture_of(int camera, int width, int height)
 {
     return sim::picture::render(look_of(camera), width, height);
+}
+
+std::vector<std::string> caption_of(int camera)
+{
+    const sim::engine::Live live = sim::engine::live(camera);
+    const sim::picture::SceneRef scene = scene_of(camera);
+    const auto text = [](double value, const char* format) {
+        std::array<char, 32> written{};
+        std::snprintf(written.data(), written.size(), format, value);
+        return std::string(written.data());
+    };
+    std::string state = "camera " + std::to_string(camera) + "  \u00b7  " + scene->name + " ";
+    state += text(live.luminance, "%.4g cd/m\u00b2 ") + text(live.kelvin, "%.0f K  \u00b7  ");
+    state += live.time > 0.0 ? text(1.0 / live.time, "1/%.0f s  ") : "";
+    state += text(live.analog_gain * live.isp_dgain, "gain %.3g  ");
+    if (camera == kZoomCamera) {
+        const sim::host::LensState lens = sim::host::lens_state();
+        const double opening = std::min(lens.iris, sim::host::widest_iris(lens.zoom));
+        state += opening > 0.0 ? text(1.8 * sim::host::kIrisWidest / opening, "F%.2g  ") : "iris closed  ";
+        state += lens.zoom > 0.0 ? text(sim::host::magnification(lens.zoom), "zoom %.1fx  ") : "";
+    }
+    state += text(live.mean_luma, "luma %.0f  \u00b7  ") + text(double{live.wb_gain.rgain}, "wb %.2f/") +
+             text(double{live.wb_gain.bgain}, "%.2f");
+
+    std::string changed;
+    const kiv_isp_param_s record = sim::host::stored_record(camera);
+    for (const sim::host::Setting& setting : sim::host::kSettings) {
+        if (record.*setting.member != setting.initial) {
+            changed += (changed.empty() ? "" : ", ") + std::string(setting.name) + " " +
+                       sim::host::name_of(setting, record.*setting.member);
+        }
+    }
+    return {state, changed.empty() ? "all settings as at first" : changed};
+}
+
+sim::picture::Panel panel_of(int camera, const std::string& title)
+{
+    return {title, picture_of(camera), caption_of(camera)};
 }
 
 } // namespace app

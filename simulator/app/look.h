@@ -3,6 +3,9 @@
 
 #include "picture/picture.h"
 
+#include <string>
+#include <vector>
+
 namespace app
 {
 
@@ -14,5 +17,11 @@ sim::picture::Look look_of(int camera);
 
 /// What the camera shows, without a caption. Empty unless both sides are 1 to kMaxSide.
 sim::picture::Image picture_of(int camera, int width = kPictureWidth, int height = kPictureHeight);
+
+/// Two lines: light, exposure and white balance of a camera, and the settings that differ from their initial values.
+std::vector<std::string> caption_of(int camera);
+
+/// The picture with a title, which may be empty, and its caption.
+sim::picture::Panel panel_of(int camera, const std::string& title);
 
 } // namespace app

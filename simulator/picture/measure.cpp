@@ -1,7 +1,10 @@
 // Figures from an image.
 #include "picture/colour.h"
 
+#include <lcms2.h>
+
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace sim::picture
@@ -69,6 +72,49 @@ double steepest_edge(const Image& image, Area area)
         }
     }
     return static_cast<double>(steepest);
+}
+
+Histogram histogram(const Image& image)
+{
+    Histogram result;
+    const auto level = [](float value) { return static_cast<std::size_t>(255.0F * unit(value) + 0.5F); };
+    int black = 0;
+    int clipped = 0;
+    for (const Colour& c : image.pixels) {
+        const std::array levels = {level(c.red), level(c.green), level(c.blue), level(luma(c))};
+        for (std::size_t i = 0; i < levels.size(); ++i) {
+            ++result.count[i][levels[i]];
+        }
+        const auto [least, most] = std::minmax({levels[0], levels[1], levels[2]});
+        black += most == 0 ? 1 : 0;
+        clipped += most == 255 ? 1 : 0;
+    }
+    const double pixels = std::max<double>(static_cast<double>(image.pixels.size()), 1.0);
+    result.black = black / pixels;
+    result.clipped = clipped / pixels;
+    return result;
+}
+
+double colour_difference(Colour shown, Colour linear)
+{
+    const auto light = [](float level) {
+        return level <= 0.04045F ? level / 12.92F : std::pow((level + 0.055F) / 1.055F, 2.4F);
+    };
+    constexpr cmsCIEXYZ kWhite{0.95047, 1.0, 1.08883}; // D65, of sRGB
+    const auto lab = [&](Colour c) {
+        const double r = c.red;
+        const double g = c.green;
+        const double b = c.blue;
+        const cmsCIEXYZ xyz{0.4124564 * r + 0.3575761 * g + 0.1804375 * b,
+                            0.2126729 * r + 0.7151522 * g + 0.0721750 * b,
+                            0.0193339 * r + 0.1191920 * g + 0.9503041 * b};
+        cmsCIELab result;
+        cmsXYZ2Lab(&kWhite, &result, &xyz);
+        return result;
+    };
+    const cmsCIELab a = lab({light(shown.red), light(shown.green), light(shown.blue)});
+    const cmsCIELab b = lab(linear);
+    return cmsCIE2000DeltaE(&a, &b, 1.0, 1.0, 1.0);
 }
 
 } // namespace sim::picture

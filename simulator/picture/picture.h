@@ -8,7 +8,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace sim::picture
@@ -126,14 +125,35 @@ double mean_luma(const Image& image, Area area);
 double luma_deviation(const Image& image, Area area); // standard deviation: noise, on a flat area
 double steepest_edge(const Image& image, Area area);  // greatest luma step between horizontal neighbours
 
+/// Occurrences of the levels 0 to 255 in red, green, blue and luma; the shares of pixels that are black, and of those
+/// with a channel at its limit.
+struct Histogram {
+    std::array<std::array<int, 256>, 4> count{};
+    double black = 0.0;
+    double clipped = 0.0;
+};
+Histogram histogram(const Image& image);
+
+/// CIEDE2000 difference of a shown colour from linear light, both under D65, white being 1.
+double colour_difference(Colour shown, Colour linear);
+
 // ---- Showing ------------------------------------------------------------------------------------------------------
 
-using Labelled = std::pair<std::string, Image>;
+/// An image with its title above and the lines of its caption below; lines that are too long are cut.
+struct Panel {
+    std::string title;
+    Image image;
+    std::vector<std::string> caption;
+};
 
-/// The images with their labels above them, `columns` beside each other. Empty when there is no image, or the sheet
-/// would exceed kMaxSide.
-Image contact_sheet(const std::vector<Labelled>& images, int columns);
-Image side_by_side(const std::vector<Labelled>& images);
+/// The panels, `columns` beside each other. Empty when there is no image, or the sheet would exceed kMaxSide.
+Image contact_sheet(const std::vector<Panel>& panels, int columns);
+
+/// How often each of 256 levels occurs, per channel and in the luma.
+Image histogram_graph(const Image& image);
+
+/// The luma levels of each column of the image: left to right as in the image, black below.
+Image waveform_graph(const Image& image);
 
 // ---- Files --------------------------------------------------------------------------------------------------------
 

@@ -1,11 +1,14 @@
 // What settings and scenes do to exposure, seen in the picture.
+#include "app/bad_input.h"
 #include "app/commands.h"
 #include "app/look.h"
 #include "app/session.h"
+#include "base/clock.h"
 #include "engine/engine.h"
 #include "support/bench.h"
 
 #include <cstdlib>
+#include <fstream>
 #include <map>
 #include <sstream>
 
@@ -49,8 +52,8 @@ protected:
         linear.neutral_blue = seen.neutral_blue;
         linear.gamma.atrrV30.mode = GAMMA_MODE_MANUAL;
         linear.gamma.atrrV30.stManual.Gamma_en = false;
-        const Image image = render(linear, 320, 240);
-        return mean_luma(image, {0, 16, 320, 240});
+        const Image image = render(linear, 160, 120);
+        return mean_luma(image, {0, 8, 160, 120});
     }
 
     std::string pattern = (std::filesystem::temp_directory_path() / "isp_look_XXXXXX").string();
@@ -81,7 +84,7 @@ TEST_F(AppLook, BrightnessFollowsLumaAtEveryLevel)
         double highest = 0.0;
         for (int level = walked.lowest; level <= walked.highest; ++level) {
             run("set 0 " + std::string(setting) + " " + std::to_string(level));
-            run("run 3s");
+            sim::wait(2000000);
             const double luma = sim::engine::live(0).mean_luma;
             EXPECT_NEAR(255.0 * linear_mean(), luma, 0.1 * luma + 0.5) << setting << ' ' << level;
             lowest = std::min(lowest, luma);
@@ -113,6 +116,52 @@ TEST_F(AppLook, ScenesAreMeteredWhereAndAsTheLensShowsThem)
     run("run 6s");
     EXPECT_LT(sim::engine::live(0).exposure, whole / 2.0) << "the figure fills the picture";
     EXPECT_NEAR(255.0 * linear_mean(), sim::engine::live(0).mean_luma, 6.0);
+}
+
+TEST_F(AppLook, ComparingStopsWhereASetterFailsAndPutsBack)
+{
+    const std::string path = pattern + "/c.png";
+    run("set 0 meter smart");
+    run("fault rk_aiq_user_api2_ae_setExpSwAttr 2 -1");
+    EXPECT_THROW(run("compare 0 meter average top " + path), app::BadInput);
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_EQ(bench::stored(0, "meter"), Meter_Mode_Smart);
+    run("fault clear");
+    run("compare 0 meter average top " + path);
+    EXPECT_TRUE(std::filesystem::exists(path));
+    EXPECT_EQ(app::caption_of(0).back(), "meter smart");
+}
+
+TEST_F(AppLook, FiguresShowAWrongWhiteBalanceAndOverexposure)
+{
+    const auto figures = [this](const std::string& change) {
+        run(change);
+        run("run 3s");
+        run("measure 0 " + pattern + "/m.csv");
+        std::map<std::string, std::vector<double>> rows;
+        std::ifstream lines(pattern + "/m.csv");
+        for (std::string line, name; std::getline(lines, line);) {
+            std::istringstream fields(line);
+            std::getline(fields, name, ',');
+            for (std::string field; std::getline(fields, field, ',');) {
+                rows[name].push_back(std::atof(field.c_str()));
+            }
+        }
+        return rows;
+    };
+    auto plain = figures("scene 0 100");
+    EXPECT_LT(plain["silver"][3], 3.0) << "CIEDE2000";
+    EXPECT_GT(plain["white"][5], 40.0) << "signal to noise";
+    EXPECT_LT(plain["clipped %"][0], 5.0);
+    EXPECT_NEAR(plain["edge contrast"][0], 195.0, 20.0);
+    double share = 0.0;
+    for (int first = 0; first < 256; first += 16) {
+        share += plain[std::to_string(first)].back();
+    }
+    EXPECT_NEAR(share, 100.0, 0.1);
+    EXPECT_GT(figures("set 0 wb_mode temperature")["silver"][3], 4.0);
+    run("set 0 exposure_mode bright_priority");
+    EXPECT_GT(figures("set 0 bright 20")["clipped %"][0], 60.0);
 }
 
 } // namespace

@@ -61,7 +61,7 @@ void follow(const Words& words)
 
 void balance(const Words& words)
 {
-    std::vector<sim::picture::Labelled> pictures;
+    std::vector<sim::picture::Panel> pictures;
     for (const int camera : {3, 0, 2}) {
         if (!has_engine(camera)) {
             continue;
@@ -70,10 +70,10 @@ void balance(const Words& words)
         label << "camera " << camera << ", gain error " << std::fixed << std::setprecision(2) << gain_error(camera)
               << " %";
         out() << label.str() << '\n';
-        pictures.emplace_back(label.str(), picture_of(camera));
+        pictures.push_back(panel_of(camera, label.str()));
     }
     if (words.size() == 1) {
-        write_picture(file_argument(words[0]), sim::picture::side_by_side(pictures));
+        write_picture(file_argument(words[0]), sim::picture::contact_sheet(pictures, 3));
     }
 }
 
