@@ -117,13 +117,12 @@ struct Live {
     double time = 0.0;     // seconds
     double analog_gain = 1.0;
     double isp_dgain = 1.0;
-    double luminance = 0.0; // of the scene, cd/m2
     double exposure = 0.0;  // the luma of a sample of 1, were there no limit: light times time times gain
     double mean_luma = 0.0; // 0 to 255
     double target_luma = 0.0;
     bool converged = false;
     rk_aiq_wb_gain_t wb_gain{};
-    double luminance = 0.0;          // of the scene
+    double luminance = 0.0;          // of the scene, cd/m2
     double kelvin = 0.0;             // the illuminant's
     rk_aiq_wb_gain_t neutral_gain{}; // the gains that would make a grey neutral
     bool wb_converged = false;
