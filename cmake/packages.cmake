@@ -9,7 +9,8 @@ if(TARGET isp-sim)
   list(APPEND CPACK_COMPONENTS_ALL program)
 endif()
 
-# Copyright and changelog of every package; the example where Debian keeps examples.
+# Copyright and changelog of every package; what the page of isp-sim contains has a licence of its own. The example lies
+# where Debian keeps examples.
 string(TIMESTAMP today "%a, %d %b %Y 00:00:00 +0000" UTC)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/debian/changelog.in changelog @ONLY)
 execute_process(
@@ -17,8 +18,18 @@ execute_process(
   OUTPUT_FILE ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz COMMAND_ERROR_IS_FATAL ANY
 )
 foreach(component IN LISTS CPACK_COMPONENTS_ALL)
+  file(READ ${PROJECT_SOURCE_DIR}/cmake/debian/copyright copyright)
+  if(component STREQUAL "program" AND TARGET isp_sim_live)
+    file(GLOB licences ${PROJECT_SOURCE_DIR}/simulator/live/page/vendor/*.LICENSE)
+    foreach(file IN LISTS licences)
+      get_filename_component(name ${file} NAME_WE)
+      file(READ ${file} licence)
+      string(APPEND copyright "\nThe page that isp-sim serves contains ${name}:\n\n${licence}")
+    endforeach()
+  endif()
+  file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/${component}/copyright "${copyright}")
   install(
-    FILES ${PROJECT_SOURCE_DIR}/cmake/debian/copyright ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz
+    FILES ${CMAKE_CURRENT_BINARY_DIR}/${component}/copyright ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${${component}_package}
     COMPONENT ${component}
   )
@@ -43,14 +54,20 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 
-# Of another processor than this machine's, the libraries that a package needs are those of the cross compiler. They are
-# told by that processor's name, which such a package does not need: shlibdeps.sh takes it away.
+# For another processor than this machine's, what the packages need is found in the tree of that processor's packages,
+# which scripts/package.sh makes, and in what these say of their libraries.
 if(CMAKE_CROSSCOMPILING)
+  if(NOT EXISTS "${CMAKE_SYSROOT}/shlibs")
+    message(FATAL_ERROR "Packages for another processor are built by scripts/package.sh")
+  endif()
   set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS /usr/aarch64-linux-gnu/lib)
-  file(CONFIGURE OUTPUT cpack-options.cmake
-       CONTENT "set(SHLIBDEPS_EXECUTABLE \"@PROJECT_SOURCE_DIR@/cmake/debian/shlibdeps.sh\")\n" @ONLY
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_SYSROOT}/usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}
+                                                  ${CMAKE_SYSROOT}/lib/${CMAKE_LIBRARY_ARCHITECTURE}
   )
+  set(shlibdeps ${CMAKE_CURRENT_BINARY_DIR}/shlibdeps)
+  file(WRITE ${shlibdeps} "#!/bin/sh\nexec dpkg-shlibdeps -L${CMAKE_SYSROOT}/shlibs \"$@\"\n")
+  file(CHMOD ${shlibdeps} PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+  file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/cpack-options.cmake "set(SHLIBDEPS_EXECUTABLE ${shlibdeps})\n")
   set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_BINARY_DIR}/cpack-options.cmake)
 endif()
 

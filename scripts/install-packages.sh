@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages this project needs and the machine lacks.
 #   scripts/install-packages.sh            to build and run the library and isp-sim
+#   scripts/install-packages.sh --list     only names those
 #   scripts/install-packages.sh --package  also what Debian packages need, for 64-bit Arm too
 #   scripts/install-packages.sh --ci       also what all checks need: sanitizers, target processor, ABI, documents
 set -euo pipefail
@@ -10,7 +11,7 @@ packages=(
     libpng-dev libturbojpeg0-dev ninja-build nlohmann-json3-dev pkg-config
 )
 deb_packages=(
-    dpkg-dev lintian make                                            # packages
+    dpkg-dev lintian make mmdebstrap                                 # packages
     binutils-aarch64-linux-gnu g++-aarch64-linux-gnu qemu-user       # the target's processor
 )
 ci_packages=(
@@ -23,10 +24,14 @@ ci_packages=(
 )
 case "${1-}" in
 "") ;;
+--list)
+    printf '%s\n' "${packages[@]}"
+    exit
+    ;;
 --package) packages+=("${deb_packages[@]}") ;;
 --ci) packages+=("${deb_packages[@]}" "${ci_packages[@]}") ;;
 *)
-    echo "usage: ${0##*/} [--package | --ci]" >&2
+    echo "usage: ${0##*/} [--list | --package | --ci]" >&2
     exit 2
     ;;
 esac

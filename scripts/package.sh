@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds the Debian packages in build/packages: libisp-ctrl1, libisp-ctrl-dev and isp-sim for this machine, and, with
-# the cross compiler, the first two for 64-bit Arm.
+# Builds the Debian packages libisp-ctrl1, libisp-ctrl-dev and isp-sim in build/packages, for this machine and, with the
+# cross compiler, for 64-bit Arm.
 #   scripts/package.sh [--check] [amd64] [arm64]     for both when none is named
 # --check: lintian finds no error in them, what they need can be had, and the example host, built and linked with what
 # they hold, runs.
@@ -26,6 +26,25 @@ fi
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
+# The tree of the target's packages that a build for another processor links with, and a list of what they say of their
+# libraries.
+make_sysroot() { # ARCHITECTURE TREE
+    local packages suite
+    packages=$(scripts/install-packages.sh --list | grep -e '-dev$' | tr '\n' ',')
+    if [[ -f $2/shlibs && $(cat "$2/packages") == "$packages" ]]; then
+        return
+    fi
+    # shellcheck source=/dev/null
+    suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
+    rm -rf "$2"
+    # shellcheck disable=SC2016 # the hook is a script of its own
+    mmdebstrap --quiet --variant=extract --architectures="$1" --include="libc6-dev,$packages" --extract-hook='
+        for package in "$1"/var/cache/apt/archives/*.deb; do
+            dpkg-deb --info "$package" shlibs 2>/dev/null
+        done >"$1/shlibs"' "$suite" "$2"
+    echo "$packages" >"$2/packages"
+}
+
 check_packages() { # ARCHITECTURE COMPILER EMULATOR... : of $packages
     local architecture=$1 compiler=$2 emulator=("${@:3}") root=$work/$1 triplet package
     lintian --fail-on error --allow-root "${packages[@]}"
@@ -37,10 +56,11 @@ check_packages() { # ARCHITECTURE COMPILER EMULATOR... : of $packages
     PKG_CONFIG_LIBDIR=$root/usr/lib/$triplet/pkgconfig LDFLAGS="-Wl,-rpath,$root/usr/lib/$triplet" \
         make --silent -C "$work/host-$architecture" CC="$compiler"
     tests/library/run_example.sh "$work/host-$architecture/host" "${emulator[@]}"
+    echo "start 0" >"$work/script"
+    "${emulator[@]}" "$root/usr/bin/isp-sim" --state "$work/state-$architecture" "$work/script"
+    gzip --test "$root/usr/share/man/man1/isp-sim.1.gz"
     if [[ $architecture == "$native" ]]; then
         dpkg --no-act --install "${packages[@]}" >/dev/null
-        "$root/usr/bin/isp-sim" --state "$work/state" --help >/dev/null
-        gzip --test "$root/usr/share/man/man1/isp-sim.1.gz"
     fi
 }
 
@@ -52,7 +72,8 @@ for architecture in "${architectures[@]}"; do
     if [[ $architecture != "$native" ]]; then
         preset=package-$architecture
         compiler=aarch64-linux-gnu-gcc
-        emulator=(qemu-aarch64 -L /usr/aarch64-linux-gnu)
+        emulator=(qemu-aarch64 -L "$PWD/build/sysroot-$architecture")
+        make_sysroot "$architecture" "$PWD/build/sysroot-$architecture"
     fi
     cmake --preset "$preset" >/dev/null
     cmake --build --preset "$preset" | tail -n 1
