@@ -42,6 +42,13 @@ done
     "$folder/consumers/c/main.c" -o "$work/c_host" "$LDFLAGS" $(pkg-config --libs isp_simulated_host)
 "${run[@]}" "$work/c_host"
 
+echo "every header of the simulator"
+(cd "$prefix/include/isp_ctrl_simulator" && find . -name '*.h' -printf '#include "%P"\n') >"$work/headers.cpp"
+[[ $(wc -l <"$work/headers.cpp") -gt 10 ]]
+# shellcheck disable=SC2046
+"$CC" -std=c++20 -fsyntax-only -Wall -Wextra -Wpedantic -Werror $(pkg-config --cflags isp_simulated_host) \
+    "$work/headers.cpp"
+
 echo "C++, CMake package"
 configure "$folder/consumers/cpp" "$work/cpp"
 for program in with_shared with_static in_simulated_time; do
