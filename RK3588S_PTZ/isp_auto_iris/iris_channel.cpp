@@ -21,8 +21,8 @@ namespace
 constexpr unsigned char kHeader[2] = {0x77, 0x17};
 constexpr std::size_t kDatagramSize = sizeof kHeader + sizeof(iris_ctrl_param_t);
 
-pthread_t g_auto_iris_ctrlProcPid = 0; // never cleared: one thread per process
-pthread_mutex_t start_mtx = PTHREAD_MUTEX_INITIALIZER;
+isp::Mutex start_mtx;
+pthread_t g_auto_iris_ctrlProcPid ISP_GUARDED_BY(start_mtx) = 0; // never cleared: one thread per process
 
 int flag_explock_mode = 0;
 int flag_iris_mode = 0;

@@ -21,7 +21,7 @@ constexpr useconds_t kCycle = 32000; // microseconds
 constexpr int kStoreRecord = 0;
 constexpr int kLensCalibrationEnds = 4;
 
-// These outlive a loop: one that starts later goes on from them.
+// These outlive a loop: one that starts later continues from them.
 int auto_iris_flag = isp::iris::kIdle;
 int call_iris_flag = 0; // 1: the last command sent a non-zero step
 

@@ -197,7 +197,8 @@ void choose_steps(LoopState& s, const AeFigures& ae, int cur_iris, int iris_step
     s.IRIS_STEP_OPEN = s.IRIS_STEP;
 }
 
-/// Whether the zoom stands where the loop has settled. A moving zoom is caught up with every 10th cycle.
+/// Whether the zoom is at the position that the loop has settled on. While the zoom moves, the loop settles on its
+/// position of every 10th cycle.
 bool zoom_settled(LoopState& s, int cur_zoom)
 {
     if (cur_zoom == s.last_zoom) {

@@ -6,7 +6,7 @@
 namespace isp::iris
 {
 
-/// Makes the widest positions the ones that get_max_iris() answers.
+/// Makes the widest positions the ones that get_max_iris() returns.
 void publish_widest(const std::array<int, kZoomLevels>& widest);
 
 } // namespace isp::iris

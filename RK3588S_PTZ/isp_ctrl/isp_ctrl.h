@@ -435,7 +435,7 @@ ISP_API int rk_isp_init(int cam_id, char* iqfile_path);
 /**
  * Reloads a camera's tuning from the directory of the last rk_isp_init().
  * @param cam_id camera, 0 to 7
- * @retval 0 handed to the engine, whatever it answered
+ * @retval 0 handed to the engine, whatever it returned
  * @retval -1 bad id, or the camera has no engine (traced as "aiq ctx error")
  *
  * Any thread; takes the engine lock.
@@ -452,7 +452,7 @@ ISP_API int rk_isp_update(int cam_id);
  */
 ISP_API int rk_isp_stop(int cam_id);
 
-/** Does exactly what rk_isp_stop() does: the engine is stopped, not started, and goes on taking settings. */
+/** Does exactly what rk_isp_stop() does: the engine is stopped, not started, and settings still reach it. */
 ISP_API int rk_isp_resume(int cam_id);
 
 /**
@@ -508,15 +508,15 @@ ISP_API int rk_isp_init_group_stop(int group_id);
  * Stops and destroys a group, once the engine calls of other threads that use it have returned. Settings are still
  * addressed to groups until the next rk_isp_init().
  * @param group_id group, 0 to 7
- * @retval 0 destroyed, whatever the engine answered
+ * @retval 0 destroyed, whatever the engine returned
  * @retval -1 bad id or no such group
  *
  * Any thread; takes the engine lock.
  */
 ISP_API int rk_isp_deinit_group(int group_id);
 
-/** The engine lock. A host holds it around engine calls of its own: no context is started or released meanwhile. Any
- * thread. */
+/** The engine lock. A host holds it around engine calls of its own: no context is started or released while it
+ * does. Any thread. */
 ISP_API pthread_mutex_t* rkipc_get_ctx_mtx(void);
 
 /**
@@ -543,7 +543,7 @@ ISP_API int get_isp_switch(int isp_id);
 /**
  * Selects the exposure mode, then re-applies from the store the settings that the mode uses. Every accepted mode also
  * tells the lens whether the iris is automatic, and MANUAL_EXPOSURE and IRIS_PRIORITY move it to the stored step.
- * SMART_EXPOSURE starts exposure following, which goes on only while it is camera 0's stored mode; every other mode,
+ * SMART_EXPOSURE starts exposure following, which lasts only while it is camera 0's stored mode; every other mode,
  * set on camera 0, ends it.
  * @param isp_id camera, 0 to 7
  * @param value a mode; it is stored before it is examined
@@ -904,7 +904,7 @@ ISP_API int KIV_Set_ccm_style(int isp_id, int value);
 
 /**
  * Rebuilds the engine's automatic lens shading from the grids of "/nvdata/shading.data" for the fitted lens. The file
- * is judged first, also for a camera without an engine.
+ * is validated first, also for a camera without an engine.
  * @param isp_id camera, 0 to 7
  * @retval 0 applied, or the camera has no engine (no trace)
  * @retval -1 bad id, the file is missing, unreadable or short, or the engine failed
@@ -998,7 +998,7 @@ ISP_API void cam_ae_follow_pano_function(void);
 /**
  * Measures the cameras' white-balance gains under a reference light and, after the second light, derives how the
  * followers' gains depend on the panorama camera's. Cameras: panorama 3, close 0, third 2; they are left in
- * automatic balance without offsets. Ends white-balance following for good.
+ * automatic balance without offsets. Ends white-balance following permanently.
  * @param val 1: D65, starts a new calibration; 2: A, completes it
  * @retval 0 measured and written; or, with 2, no usable calibration was found and the file was deleted. With 2, a file
  *   that could not be written or deleted is traced only.

@@ -1,4 +1,5 @@
-// Access to variables that threads share: each keeps its plain type, every access is atomic.
+// Access to variables that threads share: each keeps its plain type, every access is atomic. Not std::atomic_ref, which
+// cannot read a const variable before C++26.
 #pragma once
 
 namespace isp

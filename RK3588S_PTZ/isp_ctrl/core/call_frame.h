@@ -19,7 +19,7 @@
 namespace isp
 {
 
-/// One call: the function whose text its traces carry, and the camera.
+/// What is being called: the function, whose name every trace line of the call shows, and the camera it is called for.
 struct Call {
     const char* function;
     int isp_id;
@@ -65,7 +65,7 @@ inline int clamp_level_unsigned(int level, int last)
     return static_cast<unsigned>(level) > static_cast<unsigned>(last) ? last : level;
 }
 
-/// The same against the store's maximum, then the table.
+/// Bounds a level like this by the store's maximum first, then by the table.
 inline int clamp_level_unsigned(const Call& call, int level, int (*maximum)(int), int last)
 {
     if (static_cast<unsigned>(level) > static_cast<unsigned>(read_setting(call, maximum))) {

@@ -9,7 +9,7 @@
 
 #include <cstddef>
 
-// The failure line of this file: function name and source line stand in it twice.
+// The failure line of this file: it contains function name and source line twice.
 #define GROUP_FAILED(function, what) ISP_DEBUG(function, "!!!!!!![%s_%d] " what " failed\n\n", function, __LINE__)
 
 int sensor_vpss_group[4] = {0, -1, -1, -1};
@@ -17,8 +17,8 @@ int sensor_vpss_group[4] = {0, -1, -1, -1};
 namespace
 {
 
-/// Stops and destroys a group, if it exists. Under the engine lock.
-void destroy_group(int group_id)
+/// Stops and destroys a group, if it exists.
+void destroy_group(int group_id) ISP_REQUIRES(isp::engine_mutex)
 {
     rk_aiq_camgroup_ctx_t* ctx = isp::take_group(group_id);
     if (ctx != nullptr) {
@@ -122,7 +122,7 @@ int rk_isp_init_group_stop(int group_id)
 
 int rk_isp_deinit_group(int group_id)
 {
-    return on_group(__func__, group_id, [group_id](rk_aiq_camgroup_ctx_t* /*ctx*/) {
+    return on_group(__func__, group_id, [group_id](rk_aiq_camgroup_ctx_t* /*ctx*/) ISP_REQUIRES(isp::engine_mutex) {
         destroy_group(group_id);
         return 0;
     });

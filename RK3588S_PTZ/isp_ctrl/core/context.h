@@ -22,7 +22,7 @@ inline bool valid_id(const char* function, int id)
     return refuse_id(function, id);
 }
 
-/// The store's record of a camera; what get_isp_switch() answers.
+/// The store's record of a camera; what get_isp_switch() returns.
 constexpr int store_record(int isp_id)
 {
     return isp_id;

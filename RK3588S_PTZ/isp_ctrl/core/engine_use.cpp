@@ -8,14 +8,30 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+// What counts is what the slot holds once the call has been counted. A release empties the slot before it looks at the
+// count, so either this finds the slot empty, or the release finds the call: the order of all four is total.
+template <typename Context>
+Context* isp::count_in(Context* const& slot, EngineCalls& calls)
+{
+    __atomic_add_fetch(&calls.word, 1, __ATOMIC_SEQ_CST);
+    Context* context = __atomic_load_n(&slot, __ATOMIC_SEQ_CST);
+    if (context == nullptr) {
+        end_call(calls);
+    }
+    return context;
+}
+
+template rk_aiq_sys_ctx_t* isp::count_in(rk_aiq_sys_ctx_t* const&, EngineCalls&);
+template rk_aiq_camgroup_ctx_t* isp::count_in(rk_aiq_camgroup_ctx_t* const&, EngineCalls&);
+
 namespace
 {
 
 isp::EngineCalls camera_calls[isp::kCameras];
 isp::EngineCalls group_calls[isp::kCameras];
 
-/// Sleeps until no call is under way. One release at a time, under the engine lock.
-void await_calls(isp::EngineCalls& calls)
+/// Sleeps until no call is under way. One release at a time.
+void await_calls(isp::EngineCalls& calls) ISP_REQUIRES(isp::engine_mutex)
 {
     std::uint32_t word = __atomic_or_fetch(&calls.word, isp::kReleaseWaits, __ATOMIC_SEQ_CST);
     while (word != isp::kReleaseWaits) {
@@ -37,7 +53,7 @@ template <typename Context>
 }
 
 template <typename Context>
-Context* take(Context*& slot, isp::EngineCalls& calls)
+Context* take(Context*& slot, isp::EngineCalls& calls) ISP_REQUIRES(isp::engine_mutex)
 {
     Context* context = __atomic_exchange_n(&slot, nullptr, __ATOMIC_SEQ_CST);
     if (context != nullptr) {

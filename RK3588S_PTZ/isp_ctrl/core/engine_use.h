@@ -8,12 +8,13 @@
 // call waits for that lock: setters, queries, the iris loop and the white-balance functions never take it; exposure
 // following, and a host that holds it around a setter, have it before they count, and then no release is waiting.
 // Calls that find the slot empty do not count, so they cannot keep a release waiting. A call that found a group's
-// context is counted at the group's slot, whatever becomes of rkipc_aiq_use_group meanwhile, and one that found a
+// context is counted at the group's slot, whatever becomes of rkipc_aiq_use_group, and one that found a
 // camera's at the camera's; a release waits for one slot only.
 #pragma once
 
 #include "aiq/rk_aiq.h"
 #include "isp_ctrl/core/atomic.h"
+#include "isp_ctrl/core/lock.h"
 
 #include <cstdint>
 
@@ -37,17 +38,9 @@ inline void end_call(EngineCalls& calls)
 }
 
 /// Counts a call in at a slot that had a context. The context, to be used until end_call(); null if the slot has been
-/// emptied since, then the call is not counted. Only this second look counts: no release can miss it.
+/// emptied since, then the call is not counted. For contexts of cameras and of groups.
 template <typename Context>
-Context* count_in(Context* const& slot, EngineCalls& calls)
-{
-    __atomic_add_fetch(&calls.word, 1, __ATOMIC_SEQ_CST);
-    Context* context = __atomic_load_n(&slot, __ATOMIC_SEQ_CST);
-    if (context == nullptr) {
-        end_call(calls);
-    }
-    return context;
-}
+Context* count_in(Context* const& slot, EngineCalls& calls);
 
 /// An engine context in use, and where the use is counted.
 struct EngineUse {
@@ -72,8 +65,8 @@ template <typename Function>
     return true;
 }
 
-// Empty a slot and return its context, null if it has none, once no call uses it any more. Under the engine lock.
-rk_aiq_sys_ctx_t* take_camera(int cam_id);
-rk_aiq_camgroup_ctx_t* take_group(int group_id);
+// Empty a slot and return its context, null if it has none, once no call uses it any more.
+rk_aiq_sys_ctx_t* take_camera(int cam_id) ISP_REQUIRES(engine_mutex);
+rk_aiq_camgroup_ctx_t* take_group(int group_id) ISP_REQUIRES(engine_mutex);
 
 } // namespace isp

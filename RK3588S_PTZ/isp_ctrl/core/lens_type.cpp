@@ -14,12 +14,12 @@ namespace
 
 constexpr char kSR1053[] = "SR1053-50IRC-8M-F20";
 
-// Name of the last successful read, under its lock.
-char lens_type[126];
-pthread_mutex_t lens_type_mtx = PTHREAD_MUTEX_INITIALIZER;
+// Name of the last successful read.
+isp::Mutex lens_type_mtx;
+char lens_type[126] ISP_GUARDED_BY(lens_type_mtx);
 
 /// Keeps the name that a line begins with: up to the first blank or line feed, at most 125 characters.
-void keep_name(const char* line)
+void keep_name(const char* line) ISP_REQUIRES(lens_type_mtx)
 {
     const std::size_t length = std::min(std::strcspn(line, " \n"), sizeof lens_type - 1);
     std::memcpy(lens_type, line, length);

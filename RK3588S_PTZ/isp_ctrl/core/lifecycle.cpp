@@ -16,8 +16,8 @@ namespace
 constexpr char kDefaultIqDirectory[] = "/etc/iqfiles";
 constexpr char kHdrMode[] = "norm"; // "HDR2" would select the HDR working mode
 
-/// Stops and releases a camera's engine, if it has one. Under the engine lock.
-void release_engine(int cam_id)
+/// Stops and releases a camera's engine, if it has one.
+void release_engine(int cam_id) ISP_REQUIRES(isp::engine_mutex)
 {
     rk_aiq_sys_ctx_t* ctx = isp::take_camera(cam_id);
     if (ctx != nullptr) {
@@ -82,7 +82,7 @@ int sample_common_isp_run(int cam_id)
     {
         const isp::EngineLock lock;
         rk_aiq_sys_ctx_t* ctx = isp::shared_get(g_aiq_ctx[cam_id]);
-        if (ctx == nullptr) { // released meanwhile, by another thread: GCOVR_EXCL_BR_LINE
+        if (ctx == nullptr) { // another thread has released it: GCOVR_EXCL_BR_LINE
             return -1;        // GCOVR_EXCL_LINE
         }
         if (rk_aiq_uapi2_sysctl_prepare(ctx, 0, 0, isp::shared_get(g_WDRMode[cam_id])) != XCAM_RETURN_NO_ERROR) {

@@ -19,7 +19,8 @@ inline bool trace_on()
 // A message as it reaches kiv_traceout: for messages that are passed on before they are written.
 #define ISP_TRACE_FORMAT(text) "[module %s +%-4d]" text
 
-// `function` is the name of the function whose text this is, also where shared code writes the line for it.
+// `function` is the name that the line shows: that of the setter or other function that the message belongs to, also
+// where code shared by several of them writes it.
 #define ISP_TRACE(function, text, ...)                                                                                 \
     do {                                                                                                               \
         if (isp::trace_on()) [[unlikely]] {                                                                            \

@@ -8,9 +8,11 @@ namespace
 // EV bias of a brightness step: -100 + 20 per step.
 constexpr RK_S32 ae_compensation_table[] = {-100, -80, -60, -40, -20, 0,   20,  40,  60,  80,  100, 120,
                                             140,  160, 180, 200, 220, 240, 260, 280, 300, 320, 340, 360};
+static_assert(isp::last_level(ae_compensation_table) == Bright_MAX);
 
 // EV bias of a compensation level: -140 + 20 per level, 0 at Expcomp_Level_0.
 constexpr RK_S16 isp_Evbias_val_array[] = {-140, -120, -100, -80, -60, -40, -20, 0, 20, 40, 60, 80, 100, 120, 140};
+static_assert(isp::last_level(isp_Evbias_val_array) == Expcomp_Level_MAX);
 
 constexpr int kBacklightBias = 80; // added while backlight compensation is on
 

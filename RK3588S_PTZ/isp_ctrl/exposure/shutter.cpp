@@ -13,6 +13,7 @@ constexpr RK_U32 line_value[] = {30,  60,   90,   100,  125,  200,  250,  350,  
                                  725, 1000, 1500, 2000, 3000, 4000, 6000, 10000};
 constexpr int kLongest = 0;
 constexpr int kFastest = isp::last_level(line_value);
+static_assert(kFastest == VISCA_SHUTTER_10000);
 
 /// Exposure time of a step, in seconds.
 RK_FLOAT shutter_osd2isp(int shutter)
@@ -35,7 +36,7 @@ int bound_and_store(const isp::Call& call, int shutter)
     return step;
 }
 
-/// Shutter priority: the engine goes on exposing by itself, within a range of one time.
+/// Shutter priority: the engine still exposes by itself, within a range of one time.
 int isp_ae_shutter(int isp_id, int shutter)
 {
     const isp::Call call{__func__, isp_id};

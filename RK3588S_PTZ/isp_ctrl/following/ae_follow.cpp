@@ -21,13 +21,13 @@ constexpr int kLensCalibrationEnds = 4;
 
 int gFollowPanoThreadExit = 1;
 int gFollowPanoThreadWorking = 0;
-pthread_t g_cam_ae_follow_pano_Pid = 0;
 
 // Start and end are decided under this lock: there is never a second thread, and a start that comes while the thread is
 // about to end is not lost.
-pthread_mutex_t follow_mtx = PTHREAD_MUTEX_INITIALIZER;
-bool thread_exists = false;
-bool start_wanted = false; // a start came during the thread's present cycle
+isp::Mutex follow_mtx;
+pthread_t g_cam_ae_follow_pano_Pid ISP_GUARDED_BY(follow_mtx) = 0;
+bool thread_exists ISP_GUARDED_BY(follow_mtx) = false;
+bool start_wanted ISP_GUARDED_BY(follow_mtx) = false; // a start came during the thread's present cycle
 
 /// What was copied last. The initial values are never measured, so the first cycle always applies.
 struct Applied {
@@ -83,7 +83,8 @@ bool must_end()
            get_lens_calibration_flag() == kLensCalibrationEnds;
 }
 
-/// What the thread decides from here on answers every start so far. A thread that a host gave the body counts too.
+/// Begins a cycle: the thread has seen every start that came before this call, and one that comes later is remembered in
+/// start_wanted. A thread of the host's that runs the body counts as the follow thread too.
 void begin_cycle()
 {
     const isp::MutexLock lock(follow_mtx);

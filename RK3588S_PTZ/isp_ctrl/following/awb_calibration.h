@@ -12,7 +12,7 @@ bool load_complete_calibration(awb_calibration_s& record);
 /// Traces the four lines of a record for `function`.
 void trace_lines(const char* function, const awb_calibration_s& record);
 
-/// 1 once a calibration has begun, for good: white-balance following ends then.
+/// 1 once a calibration has begun. It stays 1 until the process ends: white-balance following ends permanently.
 extern int awb_pano_flag;
 
 // Camera roles of white-balance calibration and following; the roles of exposure following do not apply.

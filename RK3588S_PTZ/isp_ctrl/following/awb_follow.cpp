@@ -18,8 +18,8 @@ constexpr useconds_t kAfterFailure = 100000;
 
 int gAWBFollowPanoThreadExit = 1;
 int gAWBFollowPanoThreadWorking = 0;
-pthread_t g_cam_awb_follow_pano_Pid = 0; // never reset: one thread per process
-pthread_mutex_t start_mtx = PTHREAD_MUTEX_INITIALIZER;
+isp::Mutex start_mtx;
+pthread_t g_cam_awb_follow_pano_Pid ISP_GUARDED_BY(start_mtx) = 0; // never reset: one thread per process
 
 /// One camera that follows: its blocks and the codes of the two calls of a step.
 struct Follower {

@@ -14,6 +14,10 @@ constexpr RK_U32 isp_hue_val_array[] = {100, 104, 108, 112, 116, 120, 124, 128, 
                                         136, 140, 144, 148, 152, 156, 160, 164, 168};
 constexpr RK_U32 isp_luminance_val_array[] = {86, 92, 98, 104, 110, 116, 122, 128, 134, 140, 146, 152, 158, 164, 170};
 constexpr RK_U32 isp_contrast_val_array[] = {86, 92, 98, 104, 110, 116, 122, 128, 134, 140, 146, 152, 158, 164, 170};
+static_assert(isp::last_level(isp_saturation_val_array) == Saturation_MAX);
+static_assert(isp::last_level(isp_hue_val_array) == HUE_MAX + 3);
+static_assert(isp::last_level(isp_luminance_val_array) == Luminance_MAX);
+static_assert(isp::last_level(isp_contrast_val_array) == Contrast_MAX);
 
 constexpr int kNoColour = -1; // saturation level that stands for black-and-white
 

@@ -13,6 +13,7 @@ constexpr isp::FailureTexts kTexts = {
 
 // Gain of a level: 1.0 plus 0.15 per level.
 constexpr float isp_DrcGain_array[] = {1.0F, 1.15F, 1.3F, 1.45F, 1.6F, 1.75F, 1.9F, 2.05F, 2.2F};
+static_assert(isp::last_level(isp_DrcGain_array) == DRC_MAX);
 
 } // namespace
 

@@ -58,6 +58,7 @@ constexpr const uint16_t* kCurves[] = {
     gamma_1_6,   // ISP_GAMMA_0_63
     gamma_ext,   // ISP_GAMMA_0_42
 };
+static_assert(isp::last_level(kCurves) == ISP_GAMMA_0_42);
 
 } // namespace
 

@@ -22,6 +22,8 @@ constexpr isp::FailureTexts kNr3dTexts = {
 // name and are reached only if the store's maximum allows them.
 constexpr float isp_manu_filtPara_val_array[] = {0.0F, 0.5F, 1.5F, 3.0F, 5.0F, 7.0F, 9.0F, 11.0F, 13.0F, 15.0F};
 constexpr float isp_manu_edgesofts_val_array[] = {0.0F, 1.0F, 3.0F, 5.0F, 7.0F, 9.0F, 11.0F, 13.0F, 15.0F, 16.0F};
+static_assert(isp::last_level(isp_manu_filtPara_val_array) == NR2D_AUTO + 3);
+static_assert(std::size(isp_manu_edgesofts_val_array) == std::size(isp_manu_filtPara_val_array));
 
 // The same at each sensitivity step in automatic operation.
 constexpr float isp_auto_filtPara_val_array[RK_AIQ_ISO_STEPS] = {1.0F,  2.0F,  4.0F,  8.0F,  16.0F, 16.0F, 16.0F,
@@ -33,6 +35,8 @@ constexpr float isp_auto_edgesofts_val_array[RK_AIQ_ISO_STEPS] = {1.0F,  2.0F,  
 // and 11 have no name.
 constexpr float isp_nr3d_lo_filter_array[] = {0.0F, 0.6F, 1.2F, 1.8F, 2.4F, 3.0F, 4.0F, 5.0F, 6.0F, 7.0F, 8.0F, 9.0F};
 constexpr float isp_nr3d_hi_filter_array[] = {0.0F, 0.6F, 1.2F, 1.8F, 2.4F, 3.0F, 4.0F, 5.0F, 6.0F, 7.0F, 8.0F, 9.0F};
+static_assert(isp::last_level(isp_nr3d_lo_filter_array) == NR3D_AUTO + 2);
+static_assert(std::size(isp_nr3d_hi_filter_array) == std::size(isp_nr3d_lo_filter_array));
 
 // The same at each sensitivity step in automatic operation.
 constexpr float auto_isp_nr3d_lo_filter_array[RK_AIQ_ISO_STEPS] = {1.8F, 1.95F, 2.1F, 2.3F, 2.6F, 2.8F, 2.8F,

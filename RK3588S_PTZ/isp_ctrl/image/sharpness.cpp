@@ -15,6 +15,7 @@ constexpr isp::FailureTexts kTexts = {
 // Strength of a manual level: 1.0 per level, with steps of 1.5 up to level 3 and to level 15.
 constexpr float isp_sharp_ratio_array[] = {0.0F, 1.0F, 2.0F,  3.5F,  4.5F,  5.5F,  6.5F,  7.5F,
                                            8.5F, 9.5F, 10.5F, 11.5F, 12.5F, 13.5F, 14.5F, 16.0F};
+static_assert(isp::last_level(isp_sharp_ratio_array) == Sharpness_Auto - 1);
 
 // Strength of Sharpness_Auto at each sensitivity step.
 constexpr float isp_auto_sharp_array[RK_AIQ_ISO_STEPS] = {6.5F,  6.5F,  6.35F, 6.2F,  3.75F, 3.75F, 3.75F,

@@ -11,41 +11,25 @@ using Preset = kiv_isp_param_s;
 // Written to the store first, for the setters that read them back.
 struct StoreStep {
     int (*set)(int id, int value);
-    int Preset::*field;
+    int Preset::* field;
 };
+#define STORE(setting) {para_set_isp_##setting##_cur, &Preset::setting}
 constexpr StoreStep kStored[] = {
-    {para_set_isp_shutter_cur, &Preset::shutter},
-    {para_set_isp_iris_cur, &Preset::iris},
-    {para_set_isp_bright_cur, &Preset::bright},
-    {para_set_isp_manual_gain_cur, &Preset::manual_gain},
-    {para_set_isp_rgain_cur, &Preset::rgain},
-    {para_set_isp_bgain_cur, &Preset::bgain},
-    {para_set_isp_temperature_cur, &Preset::temperature},
+    STORE(shutter), STORE(iris), STORE(bright), STORE(manual_gain), STORE(rgain), STORE(bgain), STORE(temperature),
 };
 
+#undef STORE
+
 // Then applied.
+#define STEP(setting) {isp::apply_setting<KIV_Set_##setting>, &Preset::setting}
 constexpr isp::SettingStep kApplied[] = {
-    {isp::apply_setting<KIV_Set_exposure_mode>, &Preset::exposure_mode},
-    {isp::apply_setting<KIV_Set_backlight>, &Preset::backlight},
-    {isp::apply_setting<KIV_Set_wb_mode>, &Preset::wb_mode},
-    {isp::apply_setting<KIV_Set_expcomp_mode>, &Preset::expcomp_mode},
-    {isp::apply_setting<KIV_Set_expcomp_level>, &Preset::expcomp_level},
-    {isp::apply_setting<KIV_Set_gain_limit>, &Preset::gain_limit},
-    {isp::apply_setting<KIV_Set_meter>, &Preset::meter},
-    {isp::apply_setting<KIV_Set_drc>, &Preset::drc},
-    {isp::apply_setting<KIV_Set_awb_sens>, &Preset::awb_sens},
-    {isp::apply_setting<KIV_Set_rgain_tuning>, &Preset::rgain_tuning},
-    {isp::apply_setting<KIV_Set_bgain_tuning>, &Preset::bgain_tuning},
-    {isp::apply_setting<KIV_Set_saturation>, &Preset::saturation},
-    {isp::apply_setting<KIV_Set_hue>, &Preset::hue},
-    {isp::apply_setting<KIV_Set_luminance>, &Preset::luminance},
-    {isp::apply_setting<KIV_Set_contrast>, &Preset::contrast},
-    {isp::apply_setting<KIV_Set_sharpness>, &Preset::sharpness},
-    {isp::apply_setting<KIV_Set_gamma>, &Preset::gamma},
-    {isp::apply_setting<KIV_Set_blackwhite_mode>, &Preset::blackwhite_mode},
-    {isp::apply_setting<KIV_Set_nr2d>, &Preset::nr2d},
-    {isp::apply_setting<KIV_Set_nr3d>, &Preset::nr3d},
+    STEP(exposure_mode), STEP(backlight),       STEP(wb_mode),      STEP(expcomp_mode),
+    STEP(expcomp_level), STEP(gain_limit),      STEP(meter),        STEP(drc),
+    STEP(awb_sens),      STEP(rgain_tuning),    STEP(bgain_tuning), STEP(saturation),
+    STEP(hue),           STEP(luminance),       STEP(contrast),     STEP(sharpness),
+    STEP(gamma),         STEP(blackwhite_mode), STEP(nr2d),         STEP(nr3d),
 };
+#undef STEP
 
 } // namespace
 

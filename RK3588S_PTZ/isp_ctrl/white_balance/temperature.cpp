@@ -37,7 +37,7 @@ constexpr Segment kSegments[] = {
     {3000, 1.043, 0.03, 3.263, 0.0887},
 };
 
-/// Gains of a colour temperature. Below 3000 K the last segment goes on.
+/// Gains of a colour temperature. Below 3000 K the last segment continues.
 CurveGains curve_gains(int u16ColorTemp)
 {
     for (const Segment& s : kSegments) {
@@ -67,7 +67,7 @@ int KIV_Set_temperature(int isp_id, Temperature_E value)
     }
     const isp::TuningSteps steps = isp::stored_tuning(call);
 
-    // Without a context it goes on to the end: the gains are remembered, the engine steps only traced.
+    // Without a context this continues to the end: the gains are remembered, the engine steps only traced.
     isp::ManualBlocks blocks;
     isp::Outcome outcome = isp::fetch<isp::WpMode>(call, blocks.op_mode, isp::kWpModeTexts.get);
     if (outcome == isp::Outcome::done) {
