@@ -7,11 +7,17 @@
 #include "host/settings.h"
 #include "host/store.h"
 
-#include <cstdio>
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cmath>
 #include <cstring>
 #include <fstream>
 #include <iomanip>
+#include <iostream>
+#include <numeric>
 #include <sstream>
+#include <utility>
 
 namespace app
 {
@@ -20,7 +26,10 @@ namespace
 {
 
 std::ofstream run;
+std::string run_path;
+bool write_failed = false;
 std::vector<int> run_cameras;
+std::chrono::steady_clock::time_point flushed;
 
 // Columns of a camera, after the run's own "seconds,iris,zoom".
 constexpr const char* kColumns[] = {"mode", "time_ms", "gain", "luma", "target", "rgain", "bgain"};
@@ -31,19 +40,66 @@ std::string mode_name(int camera)
     return sim::host::name_of(mode, sim::host::stored(camera, mode));
 }
 
-std::string gnuplot_text(const std::string& text)
+struct Mark {
+    std::string words;
+    std::size_t row; // from which it counts
+};
+std::vector<Mark> marks;
+std::string new_mark; // of the next row
+
+// What settling is judged by: the luma of each camera in each row.
+std::vector<double> seconds;
+std::vector<std::vector<double>> lumas;
+
+/// Settled: within 5 % of the mean of the last half second before the next mark.
+constexpr double kBand = 0.05;
+constexpr std::size_t kLastRows = 15;
+
+std::string settling_text(const std::vector<double>& luma, std::size_t first, std::size_t end)
 {
-    std::string result = "'";
-    for (const char c : text) {
-        result += c == '\'' ? std::string("''") : std::string(1, c);
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(2);
+    if (end - first < 2 * kLastRows) {
+        return "too short to tell";
     }
-    return result + "'";
+    const double last = std::accumulate(luma.begin() + static_cast<std::ptrdiff_t>(end - kLastRows),
+                                        luma.begin() + static_cast<std::ptrdiff_t>(end), 0.0) /
+                        kLastRows;
+    const auto off = [&](std::size_t row) { return (luma[row] - last) / std::max(last, 1.0); };
+    std::size_t settled = end;
+    while (settled > first && std::abs(off(settled - 1)) <= kBand) {
+        --settled;
+    }
+    if (end - settled < kLastRows) {
+        return "not settled";
+    }
+    // Beyond the last level, seen from the side on which it was farthest away.
+    std::size_t farthest = first;
+    for (std::size_t row = first; row < end; ++row) {
+        farthest = std::abs(off(row)) > std::abs(off(farthest)) ? row : farthest;
+    }
+    double beyond = 0.0;
+    for (std::size_t row = farthest; row < end; ++row) {
+        beyond = std::max(beyond, off(farthest) > 0.0 ? -off(row) : off(row));
+    }
+    text << "settled after " << std::setw(5) << (settled < end ? seconds[settled] - seconds[first] : 0.0)
+         << " s  overshoot " << std::setprecision(1) << std::setw(5) << 100.0 * beyond << " %  luma " << std::setw(6)
+         << last;
+    return text.str();
 }
 
-bool ends_with(const std::string& text, const char* ending)
+std::string settling_table()
 {
-    return text.size() >= std::strlen(ending) &&
-           text.compare(text.size() - std::strlen(ending), std::string::npos, ending) == 0;
+    std::ostringstream table;
+    for (std::size_t i = 0; i < marks.size(); ++i) {
+        const std::size_t end = i + 1 < marks.size() ? marks[i + 1].row : seconds.size();
+        for (std::size_t c = 0; c < run_cameras.size() && marks[i].row < end; ++c) {
+            table << std::fixed << std::setprecision(2) << std::setw(8) << seconds[marks[i].row] << " s  camera "
+                  << run_cameras[c] << "  " << settling_text(lumas[c], marks[i].row, end) << "  " << marks[i].words
+                  << '\n';
+        }
+    }
+    return table.str();
 }
 
 } // namespace
@@ -64,6 +120,7 @@ std::string live_line(int camera)
 void record_run(const std::string& path, const std::vector<int>& cameras)
 {
     stop_recording_run();
+    run.clear();
     run.open(path, std::ios::trunc);
     if (!run) {
         throw BadInput("cannot write " + path + ": " + std::strerror(errno));
@@ -74,16 +131,29 @@ void record_run(const std::string& path, const std::vector<int>& cameras)
             run << ",camera" << camera << "_" << column;
         }
     }
-    run << '\n';
+    run << ",mark" << std::endl;
+    run_path = path;
     run_cameras = cameras;
+    lumas.assign(cameras.size(), {});
+    seconds.clear();
+    marks.clear();
+    new_mark = "start";
+    flushed = std::chrono::steady_clock::now();
 }
 
-void stop_recording_run()
+std::string stop_recording_run()
 {
+    std::string table;
     if (run.is_open()) {
         run.close();
+        write_failed = !run;
+        table = settling_table();
     }
     run_cameras.clear();
+    if (std::exchange(write_failed, false)) {
+        throw BadInput("not all of the run could be written into " + run_path);
+    }
+    return table;
 }
 
 void record_frame()
@@ -93,64 +163,33 @@ void record_frame()
     }
     const sim::host::LensState lens = sim::host::lens_state();
     run << seconds_now() << ',' << lens.iris << ',' << lens.zoom;
-    for (const int camera : run_cameras) {
-        const sim::engine::Live live = sim::engine::live(camera);
-        run << ',' << mode_name(camera) << ',' << live.time * 1e3 << ',' << live.analog_gain * live.isp_dgain << ','
-            << live.mean_luma << ',' << live.target_luma << ',' << live.wb_gain.rgain << ',' << live.wb_gain.bgain;
+    for (std::size_t i = 0; i < run_cameras.size(); ++i) {
+        const sim::engine::Live live = sim::engine::live(run_cameras[i]);
+        run << ',' << mode_name(run_cameras[i]) << ',' << live.time * 1e3 << ',' << live.analog_gain * live.isp_dgain
+            << ',' << live.mean_luma << ',' << live.target_luma << ',' << live.wb_gain.rgain << ','
+            << live.wb_gain.bgain;
+        lumas[i].push_back(live.mean_luma);
     }
-    run << '\n';
+    run << ',' << new_mark << '\n';
+    if (!new_mark.empty()) {
+        marks.push_back({std::exchange(new_mark, {}), seconds.size()});
+    }
+    seconds.push_back(seconds_now());
+    if (const auto now = std::chrono::steady_clock::now(); now - flushed >= std::chrono::seconds(1)) {
+        flushed = now;
+        if (!run.flush()) {
+            std::cerr << "isp-sim: " << run_path << ": the run is no longer recorded: " << std::strerror(errno) << '\n';
+            run.close();
+            write_failed = true;
+        }
+    }
 }
 
-void plot_run(const std::string& csv, const std::string& picture)
+void mark_run(const std::string& words)
 {
-    run.flush();
-    std::ifstream file(csv);
-    std::string header;
-    if (!std::getline(file, header) || header.rfind("seconds,iris,zoom", 0) != 0) {
-        throw BadInput(csv + " is no recorded run");
-    }
-    const bool svg = ends_with(picture, ".svg");
-    if (!svg && !ends_with(picture, ".png")) {
-        throw BadInput("a plot is an .svg or a .png file, not " + picture);
-    }
-    std::vector<std::string> columns;
-    std::istringstream fields(header);
-    for (std::string field; std::getline(fields, field, ',');) {
-        columns.push_back(field);
-    }
-
-    std::string script =
-        std::string("set terminal ") + (svg ? "svg" : "pngcairo") + " size 1000,1000 noenhanced\n" + "set output " +
-        gnuplot_text(picture) + "\nset datafile separator ','\nset key outside right\n" +
-        "set grid\nset offsets 0, 0, 0.05, 0.05\nset lmargin 12\nset rmargin 28\nset multiplot layout 6,1 title " +
-        gnuplot_text(csv) + "\n";
-    const auto panel = [&](const std::string& title, const std::vector<std::string>& endings) {
-        std::string curves;
-        for (std::size_t i = 0; i < columns.size(); ++i) {
-            for (const std::string& ending : endings) {
-                if (ends_with(columns[i], ending.c_str())) {
-                    curves += (curves.empty() ? "plot " : ", ") + gnuplot_text(csv) +
-                              " using 1:" + std::to_string(i + 1) + " skip 1 with lines linewidth 2 title " +
-                              gnuplot_text(columns[i]);
-                }
-            }
-        }
-        if (!curves.empty()) {
-            script += "set ylabel " + gnuplot_text(title) + "\n" + curves + "\n";
-        }
-    };
-    panel("luma", {"_luma", "_target"});
-    panel("time, ms", {"_time_ms"});
-    panel("gain", {"_gain"});
-    panel("white balance", {"_rgain", "_bgain"});
-    panel("iris, steps", {"iris"});
-    script += "set xlabel 'seconds'\n";
-    panel("zoom, steps", {"zoom"});
-    script += "unset multiplot\n";
-
-    std::FILE* gnuplot = popen("gnuplot", "w");
-    if (gnuplot == nullptr || std::fputs(script.c_str(), gnuplot) < 0 || pclose(gnuplot) != 0) {
-        throw BadInput("gnuplot could not draw " + picture);
+    if (run.is_open()) {
+        new_mark += (new_mark.empty() ? "" : "; ") + words;
+        std::ranges::replace(new_mark, ',', ';');
     }
 }
 

@@ -1,4 +1,4 @@
-// A record of what cameras and lens do over time: live lines, a CSV file, a plot of it.
+// A record of what cameras and lens do over time: live lines, a CSV file, how exposure settled.
 #pragma once
 
 #include <string>
@@ -13,13 +13,15 @@ std::string live_line(int camera);
 /// Writes one row per frame for these cameras, until stop_recording_run(). Throws BadInput when the file cannot be
 /// written.
 void record_run(const std::string& path, const std::vector<int>& cameras);
-void stop_recording_run();
 
-/// Adds the row of the present frame, if a run is being recorded.
+/// Ends the recording, if there is one. Returns a table, a line per mark and camera: how long the luma took to settle
+/// and how far it overshot. Throws BadInput when rows could not be written.
+std::string stop_recording_run();
+
+/// Adds the row of the present frame, if a run is being recorded. Rows reach the file within a second.
 void record_frame();
 
-/// Draws a recorded run as an SVG or PNG picture, by the name's ending, with gnuplot. Throws BadInput when the file is
-/// no recorded run or gnuplot fails.
-void plot_run(const std::string& csv, const std::string& picture);
+/// Marks the present moment of a recorded run with words.
+void mark_run(const std::string& words);
 
 } // namespace app

@@ -7,6 +7,7 @@
 #include "engine/engine.h"
 #include "support/bench.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <map>
@@ -162,6 +163,41 @@ TEST_F(AppLook, FiguresShowAWrongWhiteBalanceAndOverexposure)
     EXPECT_GT(figures("set 0 wb_mode temperature")["silver"][3], 4.0);
     run("set 0 exposure_mode bright_priority");
     EXPECT_GT(figures("set 0 bright 20")["clipped %"][0], 60.0);
+}
+
+TEST_F(AppLook, ARecordedRunTellsHowExposureSettled)
+{
+    const std::string csv = pattern + "/run.csv";
+    run("run 2s");
+    run("record " + csv + " 0");
+    run("run 2s");
+    run("scene 0 20");
+    run("say it gets dark");
+    run("run 3s");
+    said.str("");
+    run("record stop");
+    double start = -1.0;
+    double dark = -1.0;
+    double overshoot = -1.0;
+    EXPECT_EQ(std::sscanf(said.str().c_str(),
+                          " %*f s camera 0 settled after %lf s overshoot %*f %% luma %*f start"
+                          " %*f s camera 0 settled after %lf s overshoot %lf %% luma %*f it gets dark",
+                          &start, &dark, &overshoot),
+              3)
+        << said.str();
+    EXPECT_EQ(start, 0.0);
+    EXPECT_TRUE(dark > 0.1 && dark < 1.5) << dark;
+    EXPECT_TRUE(overshoot >= 0.0 && overshoot < 5.0) << overshoot;
+    testing::internal::CaptureStderr();
+    run("plot " + csv + " " + pattern + "/run.svg");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_GT(std::filesystem::file_size(pattern + "/run.svg"), 1000U);
+
+    run("record /dev/full 0");
+    run("run 60s");
+    testing::internal::CaptureStderr();
+    EXPECT_THROW(run("record stop"), app::BadInput);
+    testing::internal::GetCapturedStderr();
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // Simulated time: letting it pass, watching and recording cameras meanwhile.
 #include "app/command.h"
 #include "app/commands/groups.h"
+#include "app/run_plot.h"
 #include "app/run_record.h"
 #include "app/session.h"
 #include "app/turn.h"
@@ -49,7 +50,7 @@ void watch(const Words& words)
 void record(const Words& words)
 {
     if (words[0] == "stop") {
-        stop_recording_run();
+        out() << stop_recording_run();
         return;
     }
     std::vector<int> cameras;
@@ -58,6 +59,16 @@ void record(const Words& words)
     }
     record_run(file_argument(words[0]), cameras.empty() ? cameras_with_engine() : cameras);
     on_frame(record_frame);
+}
+
+void say(const Words& words)
+{
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : " ") + word;
+    }
+    out() << "-- " << text << '\n';
+    mark_run(text);
 }
 
 void plot(const Words& words)
@@ -70,7 +81,9 @@ constexpr Command kCommands[] = {
     {"run", "TIME", "let simulated time pass", 1, 1, run_for},
     {"speed", "FACTOR|virtual", "pace of simulated time", 1, 1, speed},
     {"watch", "CAM... TIME", "live lines for a while", 2, kMany, watch},
-    {"record", "FILE.csv [CAM...] | stop", "record every frame", 1, kMany, record},
+    {"record", "FILE.csv [CAM...] | stop", "record every frame; tell at the end how exposure settled after each mark",
+     1, kMany, record},
+    {"say", "TEXT...", "print a line, and mark this moment of a recorded run with it", 1, kMany, say, Kind::looks},
     {"plot", "FILE.csv FILE.svg|.png", "draw a recorded run", 2, 2, plot, Kind::looks},
 };
 
