@@ -1,11 +1,15 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and plays the bundled scenarios on the simulated cameras. Settings, recordings and
 # pictures go to build/demo.
-#   scripts/demo.sh [SCENARIO...]      all scenarios without arguments
+#   scripts/demo.sh [SCENARIO...]             all scenarios without arguments
+#   scripts/demo.sh --live [[HOST:]PORT]      four cameras on a page in the browser, until Ctrl-C or quit
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
-if (($# > 0)); then
+live=()
+if [[ ${1-} == --live ]]; then
+    live=(--serve "${2:-8080}")
+elif (($# > 0)); then
     mapfile -t scenarios < <(realpath -- "$@")
 else
     scenarios=("$root"/simulator/app/scenarios/*.isp)
@@ -15,7 +19,7 @@ scripts/install-packages.sh
 log=build/demo-build.log
 mkdir -p build
 echo "Building (log: $log)"
-if ! { cmake --preset release -DISP_CTRL_TESTS=OFF && cmake --build --preset release --target isp-sim; } >"$log" 2>&1; then
+if ! { cmake --preset release -DISP_CTRL_TESTS=OFF -DISP_CTRL_LIVE=ON && cmake --build --preset release --target isp-sim; } >"$log" 2>&1; then
     tail -n 30 "$log" >&2
     exit 1
 fi
@@ -23,6 +27,9 @@ fi
 rm -rf build/demo
 mkdir -p build/demo
 cd build/demo
+if ((${#live[@]} > 0)); then
+    exec "$root/build/release/isp-sim" --state state "${live[@]}" "$root/simulator/live/demo.isp"
+fi
 for scenario in "${scenarios[@]}"; do
     echo
     echo "=== ${scenario##*/}"
