@@ -21,6 +21,7 @@ ci_packages=(
     googletest                                                       # tests on the target's processor
     abigail-tools binutils                                           # symbols and ABI
     doxygen graphviz                                                 # documents
+    chromium chromium-driver python3-selenium                        # the page in a browser
 )
 case "${1-}" in
 "") ;;
