@@ -9,7 +9,7 @@ if (($# == 0)); then
 fi
 
 mapfile -t sources < <(
-    find RK3588S_PTZ common_include simulator tests benchmarks fuzz -name '*.cpp' -o -name '*.c' -o -name '*.h' | sort
+    find RK3588S_PTZ common_include examples simulator tests benchmarks fuzz -name '*.cpp' -o -name '*.c' -o -name '*.h' | sort
 )
 clang-format --dry-run --Werror "${sources[@]}"
 echo "clang-format: ${#sources[@]} files"
