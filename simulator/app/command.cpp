@@ -2,6 +2,8 @@
 
 #include "app/commands.h"
 #include "app/session.h"
+#include "base/calls.h"
+#include "engine/engine.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -15,6 +17,10 @@ namespace
 {
 
 RunOptions running;
+
+// Before the running command: what is new since then may be the reason of a failure.
+std::size_t misuses_before = 0;
+int faults_before = 0;
 
 } // namespace
 
@@ -107,11 +113,22 @@ bool on_or_off(const std::string& word)
     return word == "on";
 }
 
+void note_engine()
+{
+    misuses_before = sim::engine::misuses().size();
+    faults_before = sim::faults_struck();
+}
+
 void check(int result, const std::string& what)
 {
-    if (result != 0) {
-        throw BadInput(what + " failed with " + std::to_string(result));
+    if (result == 0) {
+        return;
     }
+    const std::vector<std::string> misuses = sim::engine::misuses();
+    throw BadInput(what + " failed with " + std::to_string(result) +
+                   (sim::faults_struck() > faults_before ? ": the fault that was asked for"
+                    : misuses.size() > misuses_before    ? ": the engine says " + misuses.back()
+                                                         : ""));
 }
 
 } // namespace app

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "app/bad_input.h"
+#include "app/interrupt.h"
 #include "base/clock.h"
 #include "host/settings.h"
 
@@ -67,7 +68,10 @@ bool on_or_off(const std::string& word);
 /// The values that a setting takes, for people.
 std::string range_text(const sim::host::Setting& setting);
 
-/// Throws BadInput unless a call of the library returned 0.
+/// Notes where the engine is before a command, from which check() finds the reason of a failure.
+void note_engine();
+
+/// Throws BadInput, with the reason where the engine names one, unless a call of the library returned 0.
 void check(int result, const std::string& what);
 
 /// Lets something that takes long run, with a line per simulated second.
@@ -76,8 +80,10 @@ auto with_progress(const std::string& what, Action action)
 {
     int seconds = 0;
     const int handle = sim::every(1000000, [&] { out() << what << ": " << ++seconds << " s\n" << std::flush; });
+    const Hurry hurry;
     const auto result = action();
     sim::cancel(handle);
+    throw_if_interrupted();
     return result;
 }
 

@@ -85,6 +85,7 @@ bool run_line(const std::string& line, const RunOptions& options)
     if (command->kind == Kind::changes) {
         remember_engines();
     }
+    note_engine();
     const Options in_force(options);
     command->run(words);
     return true;

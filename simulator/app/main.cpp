@@ -1,14 +1,18 @@
 // isp-sim: the library at work on a simulated camera, from a prompt or from scripts.
-#include "app/bad_input.h"
+#include "app/interrupt.h"
 #include "app/reference.h"
 #include "app/session.h"
 #include "app/shell.h"
+#include "app/text.h"
 #ifdef ISP_CTRL_LIVE
 #include "live/serve.h"
 #endif
 
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
+#include <exception>
 #include <iostream>
 #include <string>
 #include <unistd.h>
@@ -26,19 +30,61 @@ std::string default_folder()
     return (home != nullptr ? std::string(home) : std::string(".")) + "/.local/state/isp-sim";
 }
 
-int run(const std::string& folder, const std::vector<std::string>& scripts)
+int run(const std::string& folder, bool read_only, const std::vector<std::string>& scripts)
 {
-    app::open_session(folder);
+    app::open_session(folder, read_only);
     if (scripts.empty()) {
         if (isatty(STDIN_FILENO) != 0) {
             sim::use_paced_time(1.0); // a person types: cameras run on while the prompt waits
         }
-        return app::run_prompt(folder + "/history");
+        return app::run_prompt(app::session_folder() + "/history");
     }
     for (const std::string& script : scripts) {
         if (const int status = app::run_script(script); status != 0) {
             return status;
         }
+    }
+    return 0;
+}
+
+int report(const char* what)
+{
+    std::cerr << "isp-sim: " << app::printable(what) << '\n';
+    return 1;
+}
+
+/// One line and status 1 for whatever goes wrong.
+template <typename Action>
+int guarded(Action action)
+{
+    try {
+        return action();
+    } catch (const app::OutputLost& error) {
+        return report((std::string("cannot write the output: ") + error.what()).c_str());
+    } catch (const app::Interrupted&) {
+        return app::kInterrupted;
+    } catch (const std::exception& error) {
+        return report(error.what());
+    } catch (...) {
+        return report("something unknown went wrong");
+    }
+}
+
+/// The same on other threads, where nothing can be caught.
+[[noreturn]] void end_of_thread()
+{
+    std::_Exit(guarded([]() -> int {
+        if (const std::exception_ptr error = std::current_exception()) {
+            std::rethrow_exception(error);
+        }
+        return report("ended by a thread");
+    }));
+}
+
+int print(const std::string& text)
+{
+    if (!(std::cout << text << std::flush)) {
+        throw app::OutputLost(std::strerror(errno));
     }
     return 0;
 }
@@ -52,6 +98,7 @@ int main(int argc, char** argv)
     std::vector<std::string> scripts;
     bool reference = false;
     std::string address;
+    bool read_only = false;
     parser.add_option("--state", folder, "Folder of the camera's files: settings, shading, calibration")
         ->capture_default_str();
     parser.add_flag("--reference", reference, "Print the reference of all settings and commands, and leave");
@@ -60,22 +107,32 @@ int main(int argc, char** argv)
         ->type_name("[HOST:]PORT");
 #endif
     parser.add_option("SCRIPT", scripts, "Scripts to run instead of a prompt");
-    CLI11_PARSE(parser, argc, argv);
-    if (reference) {
-        std::cout << app::settings_reference();
-        return 0;
-    }
-    int status = 1;
+    parser.add_flag("--read-only", read_only, "Look without writing anything to the folder");
+    parser.set_version_flag("--version", "isp-sim " ISP_SIM_VERSION);
     try {
-#ifdef ISP_CTRL_LIVE
-        status = address.empty() ? run(folder, scripts) : live::serve(address, folder, scripts);
-#else
-        status = run(folder, scripts);
-#endif
-    } catch (const app::BadInput& error) {
-        std::cerr << "isp-sim: " << error.what() << '\n';
+        parser.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        constexpr int kUsage = 2;
+        return parser.exit(error) == 0 ? 0 : kUsage;
     }
-    std::cout.flush();
+    std::set_terminate(end_of_thread);
+    app::catch_signals();
+    if (reference) {
+        return guarded([] { return print(app::settings_reference()); });
+    }
+    int status = guarded([&] {
+#ifdef ISP_CTRL_LIVE
+        if (!address.empty()) {
+            return live::serve(address, folder, read_only, scripts);
+        }
+#endif
+        return run(folder, read_only, scripts);
+    });
+    const int closed = guarded([] {
+        app::close_session();
+        return print("");
+    });
+    status = status != 0 ? status : closed;
     // The library's threads are never joined; they end with the process.
     std::_Exit(status);
 }

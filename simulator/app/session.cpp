@@ -2,7 +2,11 @@
 
 #include "af/lens_ctrl.h"
 #include "app/bad_input.h"
+#include "app/calibration_check.h"
+#include "app/recording.h"
 #include "app/scenes.h"
+#include "app/state_folder.h"
+#include "app/text.h"
 #include "engine/engine.h"
 #include "host/lens.h"
 #include "host/lens_service.h"
@@ -17,6 +21,7 @@
 #include <atomic>
 #include <charconv>
 #include <filesystem>
+#include <iostream>
 
 namespace app
 {
@@ -79,35 +84,79 @@ void point_library_at_folder()
 
 } // namespace
 
-void open_session(const std::string& path)
+namespace
 {
-    std::error_code error;
-    std::filesystem::create_directories(path, error);
-    folder = std::filesystem::absolute(path, error).string();
-    if (error || !std::filesystem::is_directory(folder)) {
-        throw BadInput("cannot use the folder " + path + ": " + error.message());
-    }
-    sim::install_clock();
-    sim::engine::reset();
-    sim::host::reset_store();
-    reset_scenes();
+
+/// What the library and the host write at once: a folder that takes these files takes the others.
+void prepare_files()
+{
     point_library_at_folder();
-    const sim::host::FileResult loaded = sim::host::load_store(store_path());
-    if (!loaded && loaded.status != sim::host::FileResult::Status::missing) {
-        throw BadInput(loaded.message);
-    }
-    saved_store = loaded ? store_as_text() : std::string();
-    if (!std::filesystem::exists(shading_file)) {
+    std::error_code error;
+    if (!std::filesystem::exists(shading_file, error)) {
         const std::string failed = sim::host::write_shading_file(shading_file);
         if (!failed.empty()) {
             throw BadInput(failed);
         }
     }
+}
+
+void enter(const std::string& path, bool look_only)
+{
+    StateFolder state = look_only ? copy_of_folder(path, "") : enter_folder(path);
+    folder = state.path;
+    try {
+        prepare_files();
+    } catch (const BadInput& error) {
+        if (state.copied) {
+            throw;
+        }
+        state = copy_of_folder(path, error.what());
+        folder = state.path;
+        prepare_files();
+    }
+    if (!state.note.empty()) {
+        std::cerr << "isp-sim: " << printable(state.note) << '\n';
+    }
+}
+
+void load_settings()
+{
+    const std::string path = store_path();
+    std::error_code error;
+    if (std::filesystem::file_size(path, error) == 0 && !error) {
+        std::filesystem::rename(path, path + ".empty", error);
+        std::cerr << "isp-sim: settings.ini is empty, as after a crash: every setting has its initial value"
+                  << (error ? "" : "; it is kept as settings.ini.empty") << '\n';
+    }
+    const sim::host::FileResult loaded = sim::host::load_store(path);
+    if (!loaded && loaded.status != sim::host::FileResult::Status::missing) {
+        throw BadInput(loaded.message);
+    }
+    saved_store = loaded ? store_as_text() : std::string();
+}
+
+} // namespace
+
+void open_session(const std::string& path, bool look_only)
+{
+    sim::install_clock();
+    sim::engine::reset();
+    sim::host::reset_store();
+    reset_scenes();
+    enter(path, look_only);
+    load_settings();
     for (int camera = 0; camera < kCameras; ++camera) {
         set_light(camera, "D50");
     }
+    report_changed_calibration();
     sim::every(kFramePeriod, run_frame);
     sim::wait(1); // from here on simulated time waits for this thread
+}
+
+void close_session()
+{
+    leave_folder();
+    stop_recording();
 }
 
 void save_session()
@@ -175,9 +224,10 @@ std::vector<int> cameras_with_engine()
 
 void fit_lens(const std::string& model)
 {
-    lens_command = sim::host::lens_command_for(model == "none" ? std::string() : model, folder);
+    std::string failed;
+    lens_command = sim::host::lens_command_for(model == "none" ? std::string() : model, folder, &failed);
     if (lens_command.empty()) {
-        throw BadInput("cannot write the lens model into " + folder);
+        throw BadInput("cannot write the lens model: " + failed);
     }
     isp::seam.lens_command = lens_command.c_str();
 }
@@ -211,7 +261,7 @@ void set_light(int camera, const std::string& light)
     double kelvin = 0.0;
     const auto [end, error] = std::from_chars(light.data(), light.data() + light.size(), kelvin);
     if (error == std::errc{} && end == light.data() + light.size()) {
-        if (kelvin < 1500.0 || kelvin > 12000.0) {
+        if (!(kelvin >= 1500.0 && kelvin <= 12000.0)) {
             throw BadInput("a light has 1500 to 12000 K or a name: A, TL84, D50, D65");
         }
         sim::engine::set_illuminant(camera, kelvin);

@@ -14,9 +14,13 @@ inline constexpr int kCameras = 8;
 inline constexpr int kZoomCamera = 0; // the feature camera's lens is the one with motors
 inline constexpr sim::Microseconds kFramePeriod = 33333;
 
-/// Sets everything up in a folder, which is made if it is not there, and loads the parameter store from it. Throws
-/// BadInput when the folder cannot be used or the store is damaged.
-void open_session(const std::string& folder);
+/// Sets everything up in a folder, which is made if it is not there, and loads the parameter store from it. Where
+/// nothing is to be written there, or cannot be, it works in a copy, and says so. Throws BadInput when the folder
+/// cannot be used or the store is damaged.
+void open_session(const std::string& folder, bool look_only = false);
+
+/// Ends a recording and leaves the folder. Throws BadInput when rows of the recording were lost.
+void close_session();
 
 /// Writes the store if it changed. Throws BadInput when it cannot be written.
 void save_session();

@@ -1,15 +1,22 @@
 #include "app/shell.h"
 
 #include "app/bad_input.h"
+#include "app/calibration_check.h"
 #include "app/commands.h"
+#include "app/interrupt.h"
+#include "app/line_reader.h"
 #include "app/session.h"
+#include "app/text.h"
 #include "app/turn.h"
 
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <editline/readline.h>
-#include <fstream>
 #include <iostream>
+#include <poll.h>
+#include <sstream>
 #include <unistd.h>
 
 namespace app
@@ -18,39 +25,74 @@ namespace app
 namespace
 {
 
-/// Runs one line; false to leave. A wrong command is reported in one line on standard error.
-bool run(const std::string& line, const std::string& where, bool& wrong)
+enum class After { next, leave, wrong, interrupted };
+
+/// Saves before leaving; false, having said why, when that fails.
+bool everything_kept()
 {
-    const Turn turn(line);
     try {
-        const bool go_on = run_line(line);
         save_session();
-        std::cout.flush();
-        return go_on;
-    } catch (const BadInput& error) {
-        std::cout.flush();
-        std::cerr << where << error.what() << '\n';
-        wrong = true;
         return true;
+    } catch (const BadInput& error) {
+        std::cerr << printable(error.what()) << '\n';
+        return false;
     }
 }
 
-int run_stream(std::istream& input, const std::string& name)
+/// Runs one line. A wrong command is reported in one line on standard error.
+After run(const std::string& line, const std::string& where)
 {
-    bool wrong = false;
-    std::string line;
-    for (int number = 1; std::getline(input, line); ++number) {
-        if (!run(line, name + ":" + std::to_string(number) + ": ", wrong)) {
-            break;
+    const Turn turn(line);
+    After after = After::next;
+    try {
+        after = run_line(line) ? After::next : After::leave;
+        save_session();
+    } catch (const Interrupted&) {
+        after = After::interrupted;
+    } catch (const std::exception& error) {
+        std::cout.flush();
+        std::cerr << printable(where) << printable(error.what()) << '\n';
+        after = After::wrong;
+    }
+    if (after == After::interrupted) {
+        everything_kept();
+    }
+    report_changed_calibration();
+    if (!std::cout.flush()) {
+        throw OutputLost(std::strerror(errno));
+    }
+    return after;
+}
+
+int run_lines(LineReader& lines)
+{
+    try {
+        while (const std::optional<std::string> line = lines.next()) {
+            switch (run(*line, lines.place())) {
+            case After::next:
+                break;
+            case After::leave:
+                return 0;
+            case After::wrong:
+                return 1;
+            case After::interrupted:
+                return kInterrupted;
+            }
         }
-        if (wrong) {
-            return 1;
-        }
+    } catch (const Interrupted&) { // while waiting for a line
+        return kInterrupted;
+    } catch (const BadInput& error) {
+        std::cerr << printable(lines.place() + error.what()) << '\n';
+        return 1;
     }
     return 0;
 }
 
+// ---- The prompt. libedit calls back with a line; waiting for its characters is done here, so that a signal ends it.
+
 std::vector<std::string> candidates;
+std::optional<std::string> typed;
+bool end_of_input = false;
 
 char* next_candidate(const char* /*text*/, int state)
 {
@@ -68,42 +110,117 @@ char** complete(const char* text, int /*start*/, int end)
     return rl_completion_matches(text, next_candidate);
 }
 
+void take_line(char* line)
+{
+    end_of_input = line == nullptr;
+    typed = line != nullptr ? line : "";
+    std::free(line);
+    rl_callback_handler_remove();
+}
+
+/// A line that was typed; nothing where a signal dropped it, with end_of_input set at the end.
+std::optional<std::string> read_line()
+{
+    typed.reset();
+    rl_callback_handler_install("isp> ", take_line);
+    pollfd waits[] = {{.fd = STDIN_FILENO, .events = POLLIN, .revents = 0},
+                      {.fd = signal_descriptor(), .events = POLLIN, .revents = 0}};
+    while (!typed) {
+        const int ready = poll(waits, std::size(waits), -1);
+        if (signal_received() != 0) {
+            rl_callback_handler_remove();
+            std::cout << '\n';
+            return std::nullopt;
+        }
+        if (ready > 0 && waits[0].revents != 0) {
+            rl_callback_read_char();
+        }
+    }
+    return typed;
+}
+
+void remember_line(const std::string& line, const std::string& history_file)
+{
+    add_history(line.c_str());
+    const std::string written = history_file + ".tmp-prompt";
+    if (write_history(written.c_str()) == 0) {
+        std::rename(written.c_str(), history_file.c_str());
+    } else {
+        std::remove(written.c_str());
+    }
+}
+
+std::string word_of(const std::string& line)
+{
+    std::istringstream words(line);
+    std::string first, second;
+    words >> first >> second;
+    return second.empty() ? first : "";
+}
+
 } // namespace
 
 int run_prompt(const std::string& history_file)
 {
     if (isatty(STDIN_FILENO) == 0) {
-        return run_stream(std::cin, "standard input");
+        LineReader lines(STDIN_FILENO, "standard input");
+        return run_lines(lines);
     }
+    rl_catch_signals = 0;
     rl_initialize();
     rl_readline_name = "isp-sim";
     rl_attempted_completion_function = complete;
     using_history();
+    stifle_history(1000);
     read_history(history_file.c_str());
     std::cout << "isp-sim: help lists the commands, quit leaves.\n";
-    bool wrong = false;
-    while (char* line = readline("isp> ")) {
-        const std::string text = line;
-        std::free(line);
-        if (!text.empty()) {
-            add_history(text.c_str());
-            write_history(history_file.c_str());
+    bool asked = false;
+    for (;;) {
+        const std::optional<std::string> line = read_line();
+        if (asked_to_end()) {
+            const Turn turn("leaving");
+            everything_kept();
+            return kInterrupted;
         }
-        if (!run(text, "", wrong)) {
-            break;
+        forget_signal();
+        if (!line) {
+            continue;
+        }
+        if (end_of_input || word_of(*line) == "quit" || word_of(*line) == "quit!") {
+            std::cout << (end_of_input ? "\n" : "");
+            const Turn turn("leaving");
+            const bool kept = everything_kept();
+            if (kept || asked || word_of(*line) == "quit!") {
+                return kept ? 0 : 1;
+            }
+            std::cerr << "The last changes are not kept. To leave all the same, quit again, or quit!\n";
+            asked = true;
+            continue;
+        }
+        asked = false;
+        if (!line->empty()) {
+            remember_line(*line, history_file);
+        }
+        const After after = run(*line, "");
+        if (after == After::leave) {
+            return 0;
+        }
+        if (after == After::interrupted && !asked_to_end()) {
+            std::cout << "stopped\n";
+            forget_signal();
         }
     }
-    return 0;
 }
 
 int run_script(const std::string& path)
 {
-    std::ifstream file(path);
-    if (!file) {
-        std::cerr << path << ": " << std::strerror(errno) << '\n';
+    try {
+        LineReader lines(path);
+        return run_lines(lines);
+    } catch (const BadInput& error) {
+        std::cerr << printable(error.what()) << '\n';
         return 1;
     }
-    return run_stream(file, path);
 }
 
 } // namespace app

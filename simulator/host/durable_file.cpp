@@ -15,21 +15,7 @@ namespace sim::host
 namespace
 {
 
-// 0, or what went wrong; a write that was cut short is carried on.
-int write_all(int fd, std::string_view contents)
-{
-    while (!contents.empty()) {
-        const ssize_t written = write(fd, contents.data(), contents.size());
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written < 0) {
-            return errno;
-        }
-        contents.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return 0;
-}
+constexpr std::string_view kTemporaryEnding = ".tmp-"; // and six letters and digits
 
 int write_temporary(std::string& temporary, mode_t mode, std::string_view contents)
 {
@@ -60,6 +46,21 @@ void sync_directory(const std::filesystem::path& directory)
 
 } // namespace
 
+int write_all(int fd, std::string_view contents)
+{
+    while (!contents.empty()) {
+        const ssize_t written = write(fd, contents.data(), contents.size());
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written < 0) {
+            return errno;
+        }
+        contents.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return 0;
+}
+
 std::string write_durably(const std::string& path, std::string_view contents)
 {
     std::error_code unresolved;
@@ -72,7 +73,7 @@ std::string write_durably(const std::string& path, std::string_view contents)
         return path + ": not a regular file"; // a device, say, that a rename would replace
     }
     const mode_t mode = exists ? existing.st_mode & 07777U : 0644U;
-    std::string temporary = target.string() + ".XXXXXX";
+    std::string temporary = target.string() + std::string(kTemporaryEnding) + "XXXXXX";
     int error = write_temporary(temporary, mode, contents);
     if (error == 0 && std::rename(temporary.c_str(), target.c_str()) != 0) {
         error = errno;
@@ -85,6 +86,21 @@ std::string write_durably(const std::string& path, std::string_view contents)
     }
     sync_directory(target.parent_path());
     return {};
+}
+
+void remove_temporaries(const std::string& folder)
+{
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        const std::size_t ending = name.rfind(kTemporaryEnding);
+        std::error_code ignored;
+        if (ending != std::string::npos && name.size() == ending + kTemporaryEnding.size() + 6 &&
+            entry->is_regular_file(ignored)) {
+            std::filesystem::remove(entry->path(), ignored);
+        }
+    }
 }
 
 int read_file(const std::string& path, std::size_t most, std::string& contents)

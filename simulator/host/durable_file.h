@@ -14,6 +14,12 @@ namespace sim::host
 /// Returns "PATH: why" when the file is unchanged, or nothing.
 std::string write_durably(const std::string& path, std::string_view contents);
 
+/// Removes the temporaries that killed programs left in a folder; while nobody else writes there.
+void remove_temporaries(const std::string& folder);
+
+/// Writes all bytes to a descriptor; a write that was cut short is continued. Returns 0 or an errno value.
+int write_all(int descriptor, std::string_view contents);
+
 /// Reads a whole file of at most `most` bytes. Returns 0 or an errno value, EFBIG for a larger file.
 int read_file(const std::string& path, std::size_t most, std::string& contents);
 

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 namespace sim::host
 {
@@ -32,17 +33,21 @@ std::string command_with(const std::string& tool)
 
 } // namespace
 
-std::string lens_command_for(const std::string& model, const std::string& directory)
+std::string lens_command_for(const std::string& model, const std::string& directory, std::string* failed)
 {
     std::error_code error;
     const std::filesystem::path folder = std::filesystem::absolute(directory, error);
     const std::string tool = (folder / "vendor_storage").string();
     const std::string item = model.empty() ? std::string() : "VENDOR_CUSTOM_ID:" + model + '\n';
-    if (error || !write_durably(tool + ".item", item).empty() ||
-        !write_durably(tool, "exec cat \"$0.item\"\n").empty()) {
-        return {};
+    std::string wrong = error ? directory + ": " + error.message() : write_durably(tool + ".item", item);
+    if (wrong.empty()) {
+        wrong = write_durably(tool, "exec cat \"$0.item\"\n");
     }
-    return command_with(tool);
+    const bool written = wrong.empty();
+    if (failed != nullptr) {
+        *failed = std::move(wrong);
+    }
+    return written ? command_with(tool) : std::string();
 }
 
 std::string lens_command_without_tool()

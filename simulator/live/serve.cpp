@@ -1,16 +1,14 @@
 #include "live/serve.h"
 
 #include "app/bad_input.h"
+#include "app/interrupt.h"
 #include "app/session.h"
 #include "app/shell.h"
 #include "app/turn.h"
 #include "live/server.h"
 
-#include <atomic>
-#include <csignal>
-#include <cstdlib>
 #include <iostream>
-#include <thread>
+#include <poll.h>
 #include <unistd.h>
 
 namespace live
@@ -21,14 +19,9 @@ namespace
 
 constexpr std::chrono::seconds kPatience{15}; // longer than any command holds its turn at the usual pace
 
-std::atomic<bool> leaving = false;
-
-/// Ends the serving and saves the settings; does not return on a second thread.
+/// Ends the serving and saves the settings. A signal to end is what serving waits for, and no failure.
 int leave(int status)
 {
-    while (leaving.exchange(true)) {
-        pause();
-    }
     stop_serving();
     try {
         if (app::take_turn("leaving", kPatience)) {
@@ -39,43 +32,31 @@ int leave(int status)
         std::cerr << error.what() << '\n';
         return 1;
     }
-    return status;
+    return status == app::kInterrupted ? 0 : status;
 }
 
 } // namespace
 
-int serve(const std::string& address, const std::string& folder, const std::vector<std::string>& scripts)
+int serve(const std::string& address, const std::string& folder, bool read_only,
+          const std::vector<std::string>& scripts)
 {
     const Address at = address_of(address);
-    const bool terminal = isatty(STDIN_FILENO) != 0;
-    sigset_t ends;
-    sigemptyset(&ends);
-    sigaddset(&ends, SIGTERM);
-    if (!terminal) {
-        sigaddset(&ends, SIGINT);
-    }
-    pthread_sigmask(SIG_BLOCK, &ends, nullptr); // on the threads that start from here on, too
-
-    app::open_session(folder);
+    app::open_session(folder, read_only);
     sim::use_paced_time(1.0);
     std::cout << start_serving(at) << std::endl;
-    std::thread([ends] {
-        int signal = 0;
-        sigwait(&ends, &signal);
-        std::_Exit(leave(0));
-    }).detach();
-
     for (const std::string& script : scripts) {
         if (const int status = app::run_script(script); status != 0) {
             return leave(status);
         }
     }
-    if (!terminal) {
-        for (;;) {
-            pause();
-        }
+    if (isatty(STDIN_FILENO) != 0) {
+        return leave(app::run_prompt(app::session_folder() + "/history"));
     }
-    return leave(app::run_prompt(folder + "/history"));
+    while (app::signal_received() == 0) {
+        pollfd signal = {.fd = app::signal_descriptor(), .events = POLLIN, .revents = 0};
+        poll(&signal, 1, -1);
+    }
+    return leave(0);
 }
 
 } // namespace live

@@ -1,12 +1,18 @@
 // isp-sim's commands: what they do, and what bad input gets.
 #include "app/bad_input.h"
+#include "app/calibration_check.h"
 #include "app/commands.h"
+#include "app/interrupt.h"
 #include "app/session.h"
 #include "app/shell.h"
 #include "host/store.h"
+#include "isp_ctrl.h"
 #include "support/bench.h"
 
+#include <cmath>
+#include <csignal>
 #include <cstring>
+#include <fnmatch.h>
 #include <fstream>
 #include <sstream>
 
@@ -82,6 +88,18 @@ TEST_F(App, BadInputGetsOneClearLineAndChangesNothing)
         {"light 0 moon", "there is no light moon"},
         {"light 0 90", "1500 to 12000 K"},
         {"scene 0 -1", "a luminance in cd/m2"},
+        {"scene 0 nan", "not nan"},
+        {"sensor 0 1 nan", "not nan"},
+        {"speed nan", "not nan"},
+        {"run nans", "a time is a number"},
+        {"light 0 nan", "1500 to 12000 K"},
+        {"fault KIV_nosuch 1 -1", "calls no function KIV_nosuch"},
+        {"reload 0", "camera 0 has no engine"},
+        {"group resume 3", "there is no group 3"},
+        {"group start 3 1 1", "sensor 1 is there twice"},
+        {"calibrate a", "camera 0 has no engine"},
+        {"record /no/such.csv", "No such file"},
+        {"record /dev/full", "No space left"},
         {"trace loud", "on or off"},
         {"fault x", "fault FUNCTION NTH CODE"},
         {"group start 0", "group start ID SENSOR"},
@@ -119,6 +137,95 @@ TEST_F(App, AScriptEndsAtItsFirstWrongCommandAndNamesTheLine)
     EXPECT_EQ(app::run_script(path), 1);
     EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::StartsWith(path + ":3: hue takes 0 to 14, not 99"));
     EXPECT_EQ(stored(0, "hue"), 3);
+}
+
+// A frame's tick raises the signal while the script waits.
+TEST_F(App, ASignalEndsTheWaitAndKeepsSettingsAndRecording)
+{
+    app::catch_signals();
+    for (const int signal : {SIGINT, SIGTERM}) {
+        const int tick = sim::every(2000000, [signal] { std::raise(signal); });
+        const std::string csv = folder + "/run.csv";
+        EXPECT_EQ(app::run_script(script("start 0\nset 0 hue 4\nrecord " + csv + "\nrun 60s\nset 0 hue 5\n")), 130);
+        sim::cancel(tick);
+        EXPECT_EQ(app::asked_to_end(), signal == SIGTERM);
+        app::forget_signal();
+        app::close_session();
+        sim::host::reset_store();
+        ASSERT_TRUE(sim::host::load_store(app::store_path()));
+        EXPECT_EQ(stored(0, "hue"), 4);
+        std::stringstream rows;
+        rows << std::ifstream(csv).rdbuf();
+        EXPECT_NEAR(static_cast<double>(std::ranges::count(rows.str(), '\n')), 61.0, 5.0);
+        EXPECT_TRUE(rows.str().ends_with('\n'));
+    }
+}
+
+TEST_F(App, ACalibrationFileIsValidated)
+{
+    awb_calibration_s lines{};
+    lines.rgain_k = lines.bgain_k = lines.rgain_k2 = lines.bgain_k2 = 1.0F;
+    const auto with = [lines](float awb_calibration_s::* field, float value) {
+        awb_calibration_s changed = lines;
+        changed.*field = value;
+        return std::string(reinterpret_cast<const char*>(&changed), sizeof changed);
+    };
+    const std::pair<std::string, const char*> rows[] = {
+        {with(&awb_calibration_s::rgain_b, 0.1F), ""},
+        {std::string(80, '\0'), ""},
+        {std::string(10, 'x'), "10 instead of 80 bytes"},
+        {std::string(5000, 'x'), "File too large"},
+        {with(&awb_calibration_s::bgain_k, NAN), "the line for blue of camera 0 is not finite"},
+        {with(&awb_calibration_s::rgain_k2, 12.0F), "the line for red of camera 2 gives a gain of 1"},
+        {with(&awb_calibration_s::bgain_b2, -2.0F), "the line for blue of camera 2 gives a gain of -0.03"},
+    };
+    for (const auto& [bytes, says] : rows) {
+        bench::write_bytes(folder + "/wb.dat", bytes);
+        const std::string problem = app::calibration_problem(folder + "/wb.dat");
+        EXPECT_THAT(problem, testing::HasSubstr(says));
+        EXPECT_EQ(problem.empty(), *says == '\0') << problem;
+    }
+}
+
+// The whole program: exit status, messages, what it leaves of a state folder.
+TEST(Program, LosesNothingAndSaysWhy)
+{
+    const struct {
+        const char* shell; // $SIM: the program with the state folder $DIR
+        const char* says;  // output and error, then the status
+    } rows[] = {
+        {"$SIM --version", "isp-sim ?.?.?\n0"},
+        {"$SIM --no-such", "*--no-such*2"},
+        {"echo set 0 hue 3 | $SIM", "*\n0"},
+        {"echo show 0 hue | $SIM", "hue*3\n0"},
+        {"$SIM /", "/:1: Is a directory\n1"},
+        {"${SIM%% *} --state /dev/null", "*/dev/null*something else\n1"},
+        {"$SIM --reference >/dev/full", "*No space left on device\n1"},
+        {"printf 'start 0\\nlist\\n' | $SIM >/dev/full", "*cannot write the output: No space left on device\n1"},
+        {"printf '\\357\\273\\277echo a\\033[2Jb\\n' | $SIM", "a?[2Jb \n0"},
+        {"printf 'x\\033[2J\\n' | $SIM", "standard input:1: there is no command x?[2J*1"},
+        {"head -c 3000000 /dev/zero | tr '\\0' x | $SIM", "standard input:1: the line is longer than 65536 bytes\n1"},
+        {"(echo echo on; sleep 1) | $SIM & sleep 0.3; echo | $SIM", "*is in use by process [1-9]*--read-only*1"},
+        {"echo set 0 hue 9 | $SIM --read-only; grep -m1 hue $DIR/settings.ini", "*\nhue = 3\n0"},
+        {": >$DIR/settings.ini; echo show 0 hue | $SIM; ls $DIR", "*is empty*kept as*hue *7\n*settings.ini.empty*0"},
+        {"touch $DIR/a.tmp-AbCdE1 $DIR/a.backup; : | $SIM; cd $DIR; ls a*", "a.backup\n0"},
+        {"rm -r $DIR/lock; mkdir $DIR/lock; echo show 0 hue | $SIM", "*Is a directory; looking at a copy*hue *\n0"},
+    };
+    std::string folder = (std::filesystem::temp_directory_path() / "isp_program_XXXXXX").string();
+    ASSERT_NE(mkdtemp(folder.data()), nullptr);
+    setenv("DIR", folder.c_str(), 1);
+    setenv("SIM", (ISP_SIM " --state " + folder).c_str(), 1);
+    for (const auto& [shell, says] : rows) {
+        std::FILE* pipe = popen(("(" + std::string(shell) + ") 2>&1; echo $?").c_str(), "r");
+        ASSERT_NE(pipe, nullptr);
+        std::string output;
+        for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe)) {
+            output += static_cast<char>(c);
+        }
+        pclose(pipe);
+        EXPECT_EQ(fnmatch((std::string(says) + "\n").c_str(), output.c_str(), 0), 0) << shell << "\n" << output;
+    }
+    std::filesystem::remove_all(folder);
 }
 
 TEST_F(App, SettingsOfAScriptAreInTheStoresFile)

@@ -1,11 +1,12 @@
 // Starting, stopping and listing cameras.
 #include "app/command.h"
 #include "app/commands/groups.h"
-#include "app/run_record.h"
+#include "app/live_values.h"
 #include "app/session.h"
 #include "engine/engine.h"
 #include "isp_ctrl.h"
 
+#include <algorithm>
 #include <ostream>
 
 namespace app
@@ -28,30 +29,51 @@ template <int (*Function)(int)>
 void for_cameras(const Words& words)
 {
     for (const std::string& word : words) {
-        check(Function(camera_id(word)), "camera " + word + ": the call");
+        check(Function(camera_with_engine(word)), "camera " + word + ": the call");
     }
+}
+
+std::vector<int> group_members(const Words& words)
+{
+    std::vector<int> sensors;
+    for (std::size_t i = 2; i < words.size(); ++i) {
+        const int sensor = number<int>(words[i], 0, sim::engine::kSensors - 1, "a sensor");
+        if (std::ranges::find(sensors, sensor) != sensors.end()) {
+            throw BadInput("sensor " + words[i] + " is there twice");
+        }
+        if (g_aiq_ctx[sensor] != nullptr) {
+            throw BadInput("sensor " + words[i] + " runs as a camera: release " + words[i] + " first");
+        }
+        sensors.push_back(sensor);
+    }
+    if (sensors.size() >= RK_AIQ_CAM_GROUP_MAX_CAMS) {
+        throw BadInput("a group has 1 to " + std::to_string(RK_AIQ_CAM_GROUP_MAX_CAMS - 1) + " sensors");
+    }
+    return sensors;
 }
 
 void group(const Words& words)
 {
     const int id = number<int>(words[1], 0, kCameras - 1, "a group");
     if (words[0] == "start" && words.size() > 2) {
-        std::vector<int> sensors;
-        for (std::size_t i = 2; i < words.size(); ++i) {
-            sensors.push_back(number<int>(words[i], 0, sim::engine::kSensors - 1, "a sensor"));
-        }
+        std::vector<int> sensors = group_members(words);
         check(rk_isp_init_group(id, sensors.data(), sensors.size(), nullptr), "group start");
         out() << "group " << id << " runs with " << sensors.size()
               << " sensors; camera ids now name groups until a camera is started\n";
-    } else if (words[0] == "resume") {
-        check(rk_isp_init_group_start(id), "group start");
-    } else if (words[0] == "stop") {
-        check(rk_isp_init_group_stop(id), "group stop");
-    } else if (words[0] == "release") {
-        check(rk_isp_deinit_group(id), "group release");
-    } else {
+        return;
+    }
+    const bool resumes = words[0] == "resume";
+    const bool stops = words[0] == "stop";
+    if ((!resumes && !stops && words[0] != "release") || words.size() > 2) {
         throw BadInput("group start ID SENSOR..., or group stop, resume or release ID");
     }
+    if (g_camera_group_ctx[id] == nullptr) {
+        throw BadInput("there is no group " + words[1]);
+    }
+    const int result = resumes ? rk_isp_init_group_start(id)
+                       : stops ? rk_isp_init_group_stop(id)
+                               : rk_isp_deinit_group(id);
+    check(result, "group " + words[0]);
 }
 
 void list(const Words& /*words*/)

@@ -7,6 +7,7 @@
 #include "engine/engine.h"
 #include "host/log.h"
 
+#include <algorithm>
 #include <map>
 #include <ostream>
 
@@ -15,6 +16,11 @@ namespace app
 
 namespace
 {
+
+/// What the library calls of engine and host, in order.
+constexpr std::string_view kFunctions[] = {
+#include "called_functions.inc"
+};
 
 using Fields = std::map<std::string, std::string>;
 
@@ -52,10 +58,15 @@ void block(const Words& words)
         }
         throw BadInput("there is no block " + words[1] + "; the blocks are" + names);
     }
+    bool found = false;
     for (const sim::engine::FieldText& field : fields) {
         if (words.size() == 2 || field.name.find(words[2]) != std::string::npos) {
+            found = true;
             out() << words[1] << '.' << field.name << " = " << field.value << '\n';
         }
+    }
+    if (!found) {
+        throw BadInput("no field of " + words[1] + " has " + words[2] + " in its name");
     }
 }
 
@@ -104,6 +115,9 @@ void fault(const Words& words)
     }
     if (words.size() < 3 || (words.size() == 4 && words[3] != "always")) {
         throw BadInput("fault FUNCTION NTH CODE [always], or fault clear");
+    }
+    if (!std::ranges::binary_search(kFunctions, words[0])) {
+        throw BadInput("the library calls no function " + words[0]);
     }
     sim::inject_fault(words[0], number<int>(words[1], 1, 1000000, "the call's number"),
                       number<int>(words[2], -32768, 32767, "a code"), words.size() == 4);

@@ -1,4 +1,5 @@
 // White-balance calibration, and cameras that follow another.
+#include "app/calibration_check.h"
 #include "app/command.h"
 #include "app/commands/groups.h"
 #include "app/commands/pictures.h"
@@ -30,6 +31,12 @@ void calibrate(const Words& words)
         throw BadInput("calibrate d65, then calibrate a");
     }
     const bool first = words[0] == "d65";
+    for (const int camera : {0, 2, 3}) {
+        camera_with_engine(std::to_string(camera));
+    }
+    if (!first && !has_first_light(calibration_path())) {
+        throw BadInput("there is no first light to go with this one: calibrate d65, then calibrate a");
+    }
     for (const int camera : {0, 2, 3}) {
         set_light(camera, first ? "D65" : "A");
     }

@@ -1,6 +1,7 @@
 // Help, and what belongs to no camera.
 #include "app/command.h"
 #include "app/commands/groups.h"
+#include "app/text.h"
 
 #include <iomanip>
 #include <ostream>
@@ -19,7 +20,7 @@ constexpr int kUsageWidth = 33;
 void echo(const Words& words)
 {
     for (const std::string& word : words) {
-        out() << word << ' ';
+        out() << printable(word) << ' ';
     }
     out() << '\n';
 }
@@ -101,6 +102,7 @@ constexpr Command kCommands[] = {
     {"echo", "TEXT...", "print a line", 0, kMany, echo, Kind::looks},
     {"help", "[settings | NAME]", "this list, or one thing", 0, 1, help, Kind::looks},
     {"quit", "", "leave", 0, 0, nullptr, Kind::looks},
+    {"quit!", "", "leave, although changes cannot be kept", 0, 0, nullptr, Kind::looks},
 };
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include "app/command.h"
 #include "app/commands/groups.h"
+#include "app/interrupt.h"
 #include "app/look.h"
 #include "app/scenes.h"
 #include "app/session.h"
@@ -67,7 +68,7 @@ std::vector<sim::picture::Panel> pictures_with(int camera, const Setting& settin
         }
         const std::string mode = sim::host::unused_mode(setting.effective, sim::host::stored_record(camera));
         const bool unfit = result == ISP_UNFIT || (!mode.empty() && !setting.is_mode());
-        sim::wait(2000000); // exposure and white balance settle
+        pass_time(2000000); // exposure and white balance settle
         panels.push_back(panel_of(camera, title + (!unfit         ? ""
                                                    : mode.empty() ? " (not applied)"
                                                                   : " (not applied in " + mode + ")")));

@@ -1,10 +1,11 @@
 // Simulated time: letting it pass, watching and recording cameras meanwhile.
 #include "app/command.h"
 #include "app/commands/groups.h"
+#include "app/interrupt.h"
+#include "app/live_values.h"
+#include "app/recording.h"
 #include "app/run_plot.h"
-#include "app/run_record.h"
 #include "app/session.h"
-#include "app/turn.h"
 
 #include <algorithm>
 #include <ostream>
@@ -17,7 +18,7 @@ namespace
 
 void run_for(const Words& words)
 {
-    wait_in_turn(duration(words[0]));
+    pass_time(duration(words[0]));
 }
 
 void speed(const Words& words)
@@ -40,7 +41,7 @@ void watch(const Words& words)
     const sim::Microseconds whole = duration(words.back());
     const sim::Microseconds interval = std::max(kShortest, whole / kLines);
     for (sim::Microseconds left = whole; left > 0; left -= interval) {
-        wait_in_turn(std::min(left, interval));
+        pass_time(std::min(left, interval));
         for (const int camera : cameras) {
             out() << live_line(camera) << '\n' << std::flush;
         }
@@ -50,14 +51,14 @@ void watch(const Words& words)
 void record(const Words& words)
 {
     if (words[0] == "stop") {
-        out() << stop_recording_run();
+        out() << stop_recording();
         return;
     }
     std::vector<int> cameras;
     for (std::size_t i = 1; i < words.size(); ++i) {
         cameras.push_back(camera_with_engine(words[i]));
     }
-    record_run(file_argument(words[0]), cameras.empty() ? cameras_with_engine() : cameras);
+    start_recording(file_argument(words[0]), cameras.empty() ? cameras_with_engine() : cameras);
     on_frame(record_frame);
 }
 
@@ -68,7 +69,7 @@ void say(const Words& words)
         text += (text.empty() ? "" : " ") + word;
     }
     out() << "-- " << text << '\n';
-    mark_run(text);
+    mark_recording(text);
 }
 
 void plot(const Words& words)
