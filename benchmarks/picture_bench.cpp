@@ -1,0 +1,110 @@
+// isp_picture_bench: the way of a picture of 640 x 480 from the scene to a file. The pipeline at rest, with one stage
+// at work at a time, with all of them, and the two writers.
+#include "picture/picture.h"
+
+#include <algorithm>
+#include <benchmark/benchmark.h>
+#include <iterator>
+
+namespace
+{
+
+using namespace sim::picture;
+
+constexpr int kWidth = 640;
+constexpr int kHeight = 480;
+
+void reduce_noise(Look& look)
+{
+    look.nr2d.eMode = ABAYER2DNR_OP_MODE_AUTO;
+    look.nr2d.stAuto.st2DParams.enable = 1;
+    std::ranges::fill(look.nr2d.stAuto.st2DParams.filter_strength, 3.0F);
+    std::ranges::fill(look.nr2d.stAuto.st2DParams.edgesofts, 3.0F);
+}
+
+void correct_shading(Look& look)
+{
+    auto& grids = look.lsc.stManual;
+    look.fall_off = {0.58F, 0.55F, 0.53F};
+    look.lsc.byPass = false;
+    look.lsc.mode = RK_AIQ_LSC_MODE_MANUAL;
+    for (auto* grid :
+         {&grids.lsc_samples_red, &grids.lsc_samples_greenR, &grids.lsc_samples_greenB, &grids.lsc_samples_blue}) {
+        std::ranges::fill(grid->uCoeff, uint16_t{1500});
+    }
+}
+
+void compress_range(Look& look)
+{
+    look.drc.stAutoV30.DrcTuningPara.Enable = true;
+    std::ranges::fill(look.drc.stAutoV30.DrcTuningPara.DrcGain.DrcGain, 2.0F);
+}
+
+void sharpen(Look& look)
+{
+    look.sharp.eMode = ASHARP4_OP_MODE_AUTO;
+    look.sharp.stAuto.stParams.enable = 1;
+    std::ranges::fill(look.sharp.stAuto.stParams.sharp_ratio, 3.0F);
+}
+
+void convert_for_display(Look& look)
+{
+    constexpr float kFullRange[] = {0.2126F, 0.7152F, 0.0722F, -0.1146F, -0.3854F, 0.5F, 0.5F, -0.4542F, -0.0458F};
+    look.csm.param.op_mode = RK_AIQ_OP_MODE_MANUAL;
+    look.csm.param.c_offset = 128;
+    std::ranges::copy(kFullRange, look.csm.param.coeff);
+}
+
+constexpr struct {
+    const char* name;
+    void (*change)(Look& look);
+} kStages[] = {
+    {"pipeline/at_rest", [](Look&) {}},
+    {"pipeline/noise_reduction", reduce_noise},
+    {"pipeline/shading", correct_shading},
+    {"pipeline/range_compression", compress_range},
+    {"pipeline/sharpening", sharpen},
+    {"pipeline/display_matrix", convert_for_display},
+    {"pipeline/all",
+     [](Look& look) {
+         for (const auto stage : {reduce_noise, correct_shading, compress_range, sharpen, convert_for_display}) {
+             stage(look);
+         }
+     }},
+};
+
+Look look_with(void (*change)(Look& look))
+{
+    Look look = neutral_look();
+    look.sensor_gain = 4.0;
+    change(look);
+    return look;
+}
+
+template <typename Work>
+void add(const char* name, Work work)
+{
+    benchmark::RegisterBenchmark(name, [work](benchmark::State& state) {
+        for (auto _ : state) {
+            benchmark::DoNotOptimize(work());
+        }
+    })->Unit(benchmark::kMillisecond);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    for (const auto& [name, change] : kStages) {
+        const Look look = look_with(change);
+        add(name, [look] { return render(look, kWidth, kHeight).pixels.size(); });
+    }
+    const Look all = look_with(std::rbegin(kStages)->change);
+    const Image image = render(all, kWidth, kHeight);
+    add("metering", [all] { return metering(all)[0]; });
+    add("write/png", [&image] { return encode_png(image).size(); });
+    add("write/jpeg", [&image] { return encode_jpeg(image, 85).size(); });
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
