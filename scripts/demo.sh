@@ -33,7 +33,9 @@ fi
 for scenario in "${scenarios[@]}"; do
     echo
     echo "=== ${scenario##*/}"
-    "$root/build/release/isp-sim" --state state "$scenario"
+    name=${scenario##*/}
+    name=${name%.isp}
+    "$root/build/release/isp-sim" --state "state/${name%.restart}" "$scenario"
 done
 echo
 echo "Files: build/demo"

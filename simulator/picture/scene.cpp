@@ -100,12 +100,12 @@ Colour stage(float x, float y, float blur)
 {
     constexpr float kMiddle = 2.0F / 3.0F;
     const float folds = 0.6F + 0.4F * std::sin(70.0F * x);
-    Colour c = y < 0.72F ? Colour{0.010F, 0.0012F, 0.0015F} * folds : Colour{0.006F, 0.005F, 0.004F};
-    const float beam = box(x, y, kMiddle, 0.37F, 0.04F + 0.17F * y / 0.76F, 0.37F);
+    Colour c = y < 0.84F ? Colour{0.010F, 0.0012F, 0.0015F} * folds : Colour{0.006F, 0.005F, 0.004F};
+    const float beam = box(x, y, kMiddle, 0.44F, 0.04F + 0.20F * y / 0.89F, 0.45F);
     c = c + Colour{0.016F, 0.015F, 0.013F} * inside(beam, 0.05F); // lit haze
-    const float pool = ellipse(x, y, kMiddle, 0.745F, 0.22F, 0.06F);
+    const float pool = ellipse(x, y, kMiddle, 0.89F, 0.25F, 0.065F);
     c = mix(c, Colour{0.42F, 0.33F, 0.24F}, inside(pool, 0.03F));
-    return person(c, x, y, blur, kMiddle, 0.745F, 0.42F, {0.80F, 0.77F, 0.70F});
+    return person(c, x, y, blur, kMiddle, 0.90F, 0.60F, {0.80F, 0.77F, 0.70F});
 }
 
 /// A street by night: lamps of level 300, their glow, lit windows, a wet road.

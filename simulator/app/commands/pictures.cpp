@@ -27,8 +27,11 @@ namespace
 
 void render(const Words& words)
 {
-    const int camera = camera_with_engine(words[0]);
-    write_picture(file_argument(words[1]), sim::picture::contact_sheet({panel_of(camera, "")}, 1));
+    std::vector<sim::picture::Panel> panels;
+    for (std::size_t i = 0; i + 1 < words.size(); ++i) {
+        panels.push_back(panel_of(camera_with_engine(words[i]), ""));
+    }
+    write_picture(file_argument(words.back()), sim::picture::contact_sheet(panels, panels.size() == 4 ? 2 : 3));
 }
 
 // ---- Values of a setting --------------------------------------------------------------------------------------------
@@ -193,7 +196,7 @@ void graph(const Words& words)
 }
 
 constexpr Command kCommands[] = {
-    {"render", "CAM FILE.png|.jpg", "the scene as the camera shows it", 2, 2, render, Kind::looks},
+    {"render", "CAM... FILE.png|.jpg", "what cameras show, side by side", 2, 9, render, Kind::looks},
     {"compare", "CAM SETTING A B... FILE.png|.jpg", "values of a setting side by side", 5, 12, compare},
     {"styles", "CAM FILE.png|.jpg", "contact sheet of all image styles", 2, 2, styles},
     {"measure", "CAM [FILE.csv]",
