@@ -105,13 +105,12 @@ void iris_cycle(const Iris_Info_Param* record)
     if (mode == MANUAL_EXPOSURE || mode == IRIS_PRIORITY || get_lens_calibration_flag() == 4) {
         return;
     }
-    const rk_aiq_sys_ctx_t* ctx = engine(0);
     Uapi_ExpQueryInfo_t info;
     paRange_t range;
     Uapi_LinExpAttrV2_t linear;
-    rk_aiq_user_api2_ae_queryExpResInfo(ctx, &info);
-    rk_aiq_uapi2_getExpGainRange(ctx, &range);
-    rk_aiq_user_api2_ae_getLinExpAttr(ctx, &linear);
+    rk_aiq_user_api2_ae_queryExpResInfo(engine(0), &info);
+    rk_aiq_uapi2_getExpGainRange(engine(0), &range);
+    rk_aiq_user_api2_ae_getLinExpAttr(engine(0), &linear);
     const Uapi_LinearExp_t& exposure = info.LinAeInfo.LinearExp;
     const int time = isp::truncated(exposure.integration_time * 1000000.0F);
     const int iso = isp::truncated((exposure.analog_gain * 10.0F) * (exposure.isp_dgain * 10.0F));

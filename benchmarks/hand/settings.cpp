@@ -92,14 +92,14 @@ bool lens_is_SR1053()
 /// Gain offset of the automatic white balance, then the mode.
 STRAIGHT int tune(int id, int red, int blue)
 {
-    const rk_aiq_sys_ctx_t* ctx = engine(id);
     rk_aiq_uapiV2_wb_opMode_t mode;
     rk_aiq_wb_mwb_attrib_t manual;
-    if (rk_aiq_user_api2_awb_GetWpModeAttrib(ctx, &mode) != 0 || rk_aiq_user_api2_awb_GetMwbAttrib(ctx, &manual) != 0) {
+    if (rk_aiq_user_api2_awb_GetWpModeAttrib(engine(id), &mode) != 0 ||
+        rk_aiq_user_api2_awb_GetMwbAttrib(engine(id), &manual) != 0) {
         return -1;
     }
     rk_aiq_uapiV2_wb_awb_wbGainOffset_t block;
-    const bool read = rk_aiq_uapi2_getAwbGainOffsetAttrib(ctx, &block) == 0;
+    const bool read = rk_aiq_uapi2_getAwbGainOffsetAttrib(engine(id), &block) == 0;
     const bool sr = lens_is_SR1053();
     const auto red_offset = static_cast<float>(red * 0.03 - (sr ? 0.035 : 0.01));
     const auto blue_offset = static_cast<float>(blue * 0.03 - (sr ? 0.03 : 0.0));
@@ -110,10 +110,11 @@ STRAIGHT int tune(int id, int red, int blue)
         block.gainOffset.enable = true;
         block.gainOffset.offset[0] = red_offset;
         block.gainOffset.offset[3] = blue_offset;
-        rk_aiq_uapi2_setAwbGainOffsetAttrib(ctx, block);
+        rk_aiq_uapi2_setAwbGainOffsetAttrib(engine(id), block);
     }
     mode.mode = RK_AIQ_WB_MODE_AUTO;
-    return rk_aiq_user_api2_awb_SetWpModeAttrib(ctx, mode) == 0 && rk_aiq_user_api2_awb_SetMwbAttrib(ctx, manual) == 0
+    return rk_aiq_user_api2_awb_SetWpModeAttrib(engine(id), mode) == 0 &&
+                   rk_aiq_user_api2_awb_SetMwbAttrib(engine(id), manual) == 0
                ? 0
                : -1;
 }
@@ -261,9 +262,8 @@ int shading(int id, int)
     if (got != ssize_t{sizeof grids}) {
         return -1;
     }
-    const rk_aiq_sys_ctx_t* ctx = engine(id);
     rk_aiq_lsc_attrib_t b;
-    if (rk_aiq_user_api2_alsc_GetAttrib(ctx, &b) != 0 || !lens_is_SR1053()) {
+    if (rk_aiq_user_api2_alsc_GetAttrib(engine(id), &b) != 0 || !lens_is_SR1053()) {
         return -1;
     }
     b.byPass = false;
@@ -305,7 +305,7 @@ int shading(int id, int)
             std::memcpy(&table.lsc_samples_red, &grids[4 * light.source], 4 * sizeof grids[0]);
         }
     }
-    return rk_aiq_user_api2_alsc_SetAttrib(ctx, b) == 0 ? 0 : -1;
+    return rk_aiq_user_api2_alsc_SetAttrib(engine(id), b) == 0 ? 0 : -1;
 }
 
 int style(int id, int value)

@@ -3,7 +3,7 @@
 
 #include "hand/hand.h"
 #include "isp_ctrl.h"
-#include "isp_ctrl/core/context.h"
+#include "isp_ctrl/core/engine_use.h"
 #include "isp_ctrl/core/trace.h"
 #include "platformpara/para_isp.h"
 
@@ -23,9 +23,29 @@ namespace hand
         return -1;                                                                                                     \
     }
 
-STRAIGHT rk_aiq_sys_ctx_t* engine(int id)
+/// A camera's context for one engine call, which keeps it from being released, as in the library.
+class Engine
 {
-    return rkipc_aiq_get_ctx(id);
+public:
+    STRAIGHT explicit Engine(int id) : use_(isp::begin_engine_call(id)) {}
+    STRAIGHT ~Engine()
+    {
+        isp::end_call(*use_.calls);
+    }
+    Engine(const Engine&) = delete;
+    Engine& operator=(const Engine&) = delete;
+    STRAIGHT operator const rk_aiq_sys_ctx_t*() const
+    {
+        return use_.context;
+    }
+
+private:
+    isp::EngineUse use_;
+};
+
+STRAIGHT Engine engine(int id)
+{
+    return Engine(id);
 }
 
 STRAIGHT int bound(int id, int value, int (*maximum)(int), int last)
@@ -40,16 +60,15 @@ STRAIGHT int bound(int id, int value, int (*maximum)(int), int last)
 template <auto Get, auto Set, typename Block, typename Change>
 STRAIGHT int change_block(int id, Change change)
 {
-    const rk_aiq_sys_ctx_t* ctx = engine(id);
     Block block;
-    if (Get(ctx, &block) != XCAM_RETURN_NO_ERROR) {
+    if (Get(engine(id), &block) != XCAM_RETURN_NO_ERROR) {
         return -1;
     }
     change(block);
     if constexpr (std::is_invocable_v<decltype(Set), const rk_aiq_sys_ctx_t*, Block*>) {
-        return Set(ctx, &block) == XCAM_RETURN_NO_ERROR ? 0 : -1;
+        return Set(engine(id), &block) == XCAM_RETURN_NO_ERROR ? 0 : -1;
     } else {
-        return Set(ctx, block) == XCAM_RETURN_NO_ERROR ? 0 : -1;
+        return Set(engine(id), block) == XCAM_RETURN_NO_ERROR ? 0 : -1;
     }
 }
 

@@ -11,7 +11,7 @@
 // What counts is what the slot holds once the call has been counted. A release empties the slot before it looks at the
 // count, so either this finds the slot empty, or the release finds the call: the order of all four is total.
 template <typename Context>
-Context* isp::count_in(Context* const& slot, EngineCalls& calls)
+inline Context* isp::count_in(Context* const& slot, EngineCalls& calls)
 {
     __atomic_add_fetch(&calls.word, 1, __ATOMIC_SEQ_CST);
     Context* context = __atomic_load_n(&slot, __ATOMIC_SEQ_CST);
@@ -71,8 +71,10 @@ void isp::wake_release(EngineCalls& calls)
 
 isp::EngineUse isp::begin_engine_call(int cam_id)
 {
-    return shared_get(rkipc_aiq_use_group) != 0 ? begin(g_camera_group_ctx[cam_id], group_calls[cam_id])
-                                                : begin(g_aiq_ctx[cam_id], camera_calls[cam_id]);
+    if (shared_get(rkipc_aiq_use_group) != 0) [[unlikely]] {
+        return begin(g_camera_group_ctx[cam_id], group_calls[cam_id]);
+    }
+    return begin(g_aiq_ctx[cam_id], camera_calls[cam_id]);
 }
 
 rk_aiq_sys_ctx_t* isp::take_camera(int cam_id)
