@@ -5,15 +5,17 @@ set -eu
 cd "$(dirname "$0")/.."
 seconds=${1:-60}
 
-cmake -G Ninja -S . -B build/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
-    -DCMAKE_CXX_COMPILER=clang++ -DISP_CTRL_FUZZERS=ON -DISP_CTRL_TESTS=OFF \
-    -DISP_CTRL_SANITIZE=address,undefined,fuzzer-no-link > /dev/null
-cmake --build build/fuzz --target fuzz_setters fuzz_files fuzz_commands
+cmake --preset fuzz > /dev/null
+cmake --build build/fuzz --target fuzz_setters fuzz_files fuzz_commands > build/fuzz/build.log || {
+    cat build/fuzz/build.log
+    exit 1
+}
 
 status=0
 for name in setters files commands; do
     mkdir -p "build/fuzz/corpus/$name" "build/fuzz/found/$name"
-    examples= length=8192
+    examples=""
+    length=8192
     [ $name != commands ] || { examples=simulator/app/scenarios length=400; } # commands are slow
     echo "fuzz_$name, $seconds s"
     # shellcheck disable=SC2086 # no examples: no argument

@@ -4,6 +4,7 @@
 #   scripts/install-packages.sh --list     only names those
 #   scripts/install-packages.sh --package  also what Debian packages need, for 64-bit Arm too
 #   scripts/install-packages.sh --ci       also what all checks need: sanitizers, target processor, ABI, documents
+#   scripts/install-packages.sh --long     also what scripts/long.sh needs
 set -euo pipefail
 
 packages=(
@@ -16,12 +17,15 @@ deb_packages=(
 )
 ci_packages=(
     libbenchmark-dev libgmock-dev libgtest-dev                       # tests and benchmarks
-    clang clang-format clang-tidy gcovr python3 valgrind             # checks
-    clang-19 libclang-rt-19-dev llvm-19 lld                          # conditions, mutation
+    clang-format-19 clang-tidy-19 python3 shellcheck valgrind        # checks
+    clang-19 libclang-rt-19-dev llvm-19                              # coverage
     googletest                                                       # tests on the target's processor
     abigail-tools binutils                                           # symbols and ABI
     doxygen graphviz                                                 # documents
     chromium chromium-driver python3-selenium                        # the page in a browser
+)
+long_packages=(
+    lld mmdebstrap                                                   # mutation, bare installations of Debian
 )
 case "${1-}" in
 "") ;;
@@ -31,8 +35,9 @@ case "${1-}" in
     ;;
 --package) packages+=("${deb_packages[@]}") ;;
 --ci) packages+=("${deb_packages[@]}" "${ci_packages[@]}") ;;
+--long) packages+=("${deb_packages[@]}" "${ci_packages[@]}" "${long_packages[@]}") ;;
 *)
-    echo "usage: ${0##*/} [--list | --package | --ci]" >&2
+    echo "usage: ${0##*/} [--list | --package | --ci | --long]" >&2
     exit 2
     ;;
 esac

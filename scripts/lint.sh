@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Checks how the code is written: clang-format everywhere, clang-tidy on the library and the simulator.
+# Checks how the code is written: clang-format everywhere, clang-tidy on the library and the simulator, shellcheck on
+# the scripts. The tools are named with their version, on which their results depend.
 #   scripts/lint.sh [FOLDER...]      clang-tidy in these folders alone; takes the compile commands of build/release
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -8,10 +9,15 @@ if (($# == 0)); then
     set -- RK3588S_PTZ simulator
 fi
 
+mapfile -t scripts < <(find scripts tests .ci examples -name '*.sh' -o -path .ci/run | sort)
+shellcheck --severity=warning "${scripts[@]}"
+echo "shellcheck: ${#scripts[@]} files"
+
 mapfile -t sources < <(
-    find RK3588S_PTZ common_include examples simulator tests benchmarks fuzz -name '*.cpp' -o -name '*.c' -o -name '*.h' | sort
+    find RK3588S_PTZ common_include simulator tests benchmarks examples fuzz -name '*.cpp' -o -name '*.c' -o -name '*.h' |
+        sort
 )
-clang-format --dry-run --Werror "${sources[@]}"
+clang-format-19 --dry-run --Werror "${sources[@]}"
 echo "clang-format: ${#sources[@]} files"
 
 # Each file once, although the library is compiled twice.
@@ -25,7 +31,7 @@ json.dump(checked, open(sys.argv[2], "w"))
 print("clang-tidy:", len(checked), "files", flush=True)
 sys.exit(not checked)
 PYTHON
-if ! run-clang-tidy -j 2 -quiet -p "$database" >"$build/clang-tidy.log" 2>&1; then
+if ! run-clang-tidy-19 -j 2 -quiet -p "$database" >"$build/clang-tidy.log" 2>&1; then
     grep -E '(error|warning): ' "$build/clang-tidy.log" | sort -u
     exit 1
 fi

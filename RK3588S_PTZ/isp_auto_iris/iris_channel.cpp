@@ -41,7 +41,7 @@ int init_auto_iris_control(KIV_AUTO_IRIS_CONTROL_CALLBACK cb)
     if (g_auto_iris_ctrlProcPid == 0) {
         const auto body = [](void*) -> void* {
             auto_iris_control_main();
-            return nullptr; // never reached, the loop ends the thread: GCOVR_EXCL_LINE
+            return nullptr; // never reached, the loop ends the thread: LCOV_EXCL_LINE
         };
         if (!isp::create_thread(g_auto_iris_ctrlProcPid, body)) {
             ISP_TRACE(__func__, "create auto_iris_control_main thread failed!\n\n");

@@ -18,8 +18,7 @@ constexpr std::size_t kRecordSize = sizeof(Iris_Info_Param);
 /// Whether the open file is too short to be read through a mapping.
 bool too_short(int fd)
 {
-    struct stat status {
-    };
+    struct stat status{};
     fstat(fd, &status);
     return S_ISREG(status.st_mode) && status.st_size < off_t{kRecordSize};
 }

@@ -33,7 +33,7 @@ struct Blocks {
 
 /// The member of Blocks that holds a `Block`.
 template <typename Block>
-inline constexpr Block Blocks::*member_of = nullptr;
+inline constexpr Block Blocks::* member_of = nullptr;
 template <>
 inline constexpr auto member_of<acp_attrib_t> = &Blocks::acp;
 template <>

@@ -62,7 +62,7 @@ struct Field {
 #define FIELD(block, path, ...)                                                                                        \
     Field                                                                                                              \
     {                                                                                                                  \
-#block, #path, nullptr, shape_of < decltype(Blocks::block.path)>(), offsetof(Blocks, block.path), 1, 0, Values \
+        #block, #path, nullptr, shape_of<decltype(Blocks::block.path)>(), offsetof(Blocks, block.path), 1, 0, Values   \
         {                                                                                                              \
             __VA_ARGS__                                                                                                \
         }                                                                                                              \
@@ -70,7 +70,7 @@ struct Field {
 #define RECORD_FIELD(block, path, member, ...)                                                                         \
     Field                                                                                                              \
     {                                                                                                                  \
-#block, #path, #member, shape_of < decltype(Blocks::block.path[0].member)>(),                                  \
+        #block, #path, #member, shape_of<decltype(Blocks::block.path[0].member)>(),                                    \
             offsetof(Blocks, block.path[0].member), sizeof(Blocks::block.path) / sizeof(Blocks::block.path[0]),        \
             sizeof(Blocks::block.path[0]), Values                                                                      \
         {                                                                                                              \

@@ -17,13 +17,8 @@ struct Case {
 };
 
 #define RETURNS(result, function, ...)                                                                                 \
-    {                                                                                                                  \
-#function, [](int id) { return static_cast<int>(function(id __VA_OPT__(, ) __VA_ARGS__)); }, result            \
-    }
-#define NOTHING(function, ...)                                                                                         \
-    {                                                                                                                  \
-#function, [](int id) { return function(id __VA_OPT__(, ) __VA_ARGS__), 0; }, 0                                \
-    }
+    {#function, [](int id) { return static_cast<int>(function(id __VA_OPT__(, ) __VA_ARGS__)); }, result}
+#define NOTHING(function, ...) {#function, [](int id) { return function(id __VA_OPT__(, ) __VA_ARGS__), 0; }, 0}
 
 int kSensors[] = {0, 1};
 
@@ -82,8 +77,7 @@ TEST_F(Ids, EveryFunctionRefusesThem)
         const bool used = setter.name != "len_type" && setter.name != "ccm_style" && setter.name != "hotpixel" &&
                           setter.name != "exposure_mode_priority";
         const int result = !used || setter.name == "csc_mode" ? 0 : -1; // which has no result
-        expect_refused(
-            name, [&](int id) { return setter.set(id, 1); }, result, used);
+        expect_refused(name, [&](int id) { return setter.set(id, 1); }, result, used);
     }
     EXPECT_EQ(get_PanoramaIspId(), 1);
     EXPECT_EQ(get_onepush_ggain(0), 1);

@@ -16,7 +16,7 @@ constexpr int kCamera = 3;
 // A level's engine value is base + step x level.
 struct Rule {
     std::string_view name;
-    uint8_t acp_attrib_t::*field;
+    uint8_t acp_attrib_t::* field;
     int base;
     int step;
     int last; // of the table

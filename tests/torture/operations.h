@@ -32,18 +32,10 @@ inline std::vector<Operation> operations()
     static float figure[6];
     static iris_ctrl_param_t command{};
     const std::vector<int> any_code = {0, -1};
-#define OP(function, ...)                                                                                              \
-    {                                                                                                                  \
-#function, [](int) { return function(__VA_ARGS__); }                                                           \
-    }
-#define VOID_OP(function, ...)                                                                                         \
-    {                                                                                                                  \
-#function, [](int) { return static_cast<void>(function(__VA_ARGS__)), 0; }                                     \
-    }
+#define OP(function, ...) {#function, [](int) { return function(__VA_ARGS__); }}
+#define VOID_OP(function, ...) {#function, [](int) { return static_cast<void>(function(__VA_ARGS__)), 0; }}
 #define WITH_GROUP(function, ...)                                                                                      \
-    {                                                                                                                  \
-#function, [](int) { return rk_isp_init_group(4, sensors, 2, nullptr), function(__VA_ARGS__); }                \
-    }
+    {#function, [](int) { return rk_isp_init_group(4, sensors, 2, nullptr), function(__VA_ARGS__); }}
     std::vector<Operation> list = {
         OP(rk_isp_init, 0, nullptr),
         OP(rk_isp_update, 0),

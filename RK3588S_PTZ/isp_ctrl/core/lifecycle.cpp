@@ -52,9 +52,8 @@ int sample_common_isp_init(int cam_id, rk_aiq_working_mode_t WDRMode, const char
     }
     ISP_TRACE(__func__, "ID: %d, sensor_name is %s, iqfiles is %s\n\n", cam_id, sensor_name, iq_file_dir);
 
-    // Never "hdr" while kHdrMode is "norm": GCOVR_EXCL_BR_START
-    const char* main_scene = WDRMode == RK_AIQ_WORKING_MODE_NORMAL ? "normal" : "hdr";
-    // GCOVR_EXCL_BR_STOP
+    // Never "hdr" while kHdrMode is "norm".
+    const char* main_scene = WDRMode == RK_AIQ_WORKING_MODE_NORMAL ? "normal" : "hdr"; // LCOV_EXCL_BR_LINE
     if (rk_aiq_uapi2_sysctl_preInit_scene(sensor_name, main_scene, "day") < 0) {
         ISP_TRACE(__func__, "%s: failed to set scene\n\n", sensor_name);
     }
@@ -82,8 +81,8 @@ int sample_common_isp_run(int cam_id)
     {
         const isp::EngineLock lock;
         rk_aiq_sys_ctx_t* ctx = isp::shared_get(g_aiq_ctx[cam_id]);
-        if (ctx == nullptr) { // another thread has released it: GCOVR_EXCL_BR_LINE
-            return -1;        // GCOVR_EXCL_LINE
+        if (ctx == nullptr) { // another thread has released it: LCOV_EXCL_BR_LINE
+            return -1;        // LCOV_EXCL_LINE
         }
         if (rk_aiq_uapi2_sysctl_prepare(ctx, 0, 0, isp::shared_get(g_WDRMode[cam_id])) != XCAM_RETURN_NO_ERROR) {
             ISP_TRACE(__func__, "rkaiq engine prepare failed !\n\n");

@@ -11,7 +11,7 @@ namespace isp
 
 struct SettingStep {
     int (*apply)(int isp_id, int value);
-    int kiv_isp_param_s::*field;
+    int kiv_isp_param_s::* field;
 };
 
 template <typename Setter>

@@ -58,21 +58,16 @@ struct Illuminant {
     Name low_table[2]; // by lens
     Name full_table;
     float wbGain[2][2]; // by lens
-    const lsc_matrix_t shading_saving_para_s::*grids[4];
+    const lsc_matrix_t shading_saving_para_s::* grids[4];
 };
 
 #define NAMES(illuminant)                                                                                              \
     {illuminant}, {{illuminant "_70"}, {illuminant "_30"}}, {illuminant "_100"},                                       \
-        {{RESOLUTION "_" illuminant "_70"}, {RESOLUTION "_" illuminant "_30"}},                                        \
-    {                                                                                                                  \
-        RESOLUTION "_" illuminant "_100"                                                                               \
-    }
+        {{RESOLUTION "_" illuminant "_70"}, {RESOLUTION "_" illuminant "_30"}}, {RESOLUTION "_" illuminant "_100"}
 
 using File = shading_saving_para_s;
 #define GRIDS(source)                                                                                                  \
-    {                                                                                                                  \
-        &File::source##_lsc_red, &File::source##_lsc_greenR, &File::source##_lsc_greenB, &File::source##_lsc_blue      \
-    }
+    {&File::source##_lsc_red, &File::source##_lsc_greenR, &File::source##_lsc_greenB, &File::source##_lsc_blue}
 
 constexpr Illuminant kIlluminants[] = {
     {NAMES("A"), {{0.9908F, 2.9308F}, {1.116F, 3.4932F}}, GRIDS(A)},

@@ -10,7 +10,7 @@ namespace
 struct Colour {
     int (*maximum)(int);
     int (*set)(int, int);
-    float rk_aiq_wb_gain_t::*gain;
+    float rk_aiq_wb_gain_t::* gain;
     const char* trace; // with the gain
 };
 

@@ -1,0 +1,71 @@
+#!/usr/bin/env bash
+# What is random or takes long, half an hour in all: a sample of mutants, the fuzzers, torture and soak under the thread
+# sanitizer, and README's two commands on bare installations of Debian 12 and 13. Writes its result into docs/proof.md.
+# As root, for the bare installations. Logs: build/logs.
+#   scripts/long.sh                all of it
+#   scripts/long.sh PART...        of mutants, fuzzers, threads, bookworm, trixie; docs/proof.md stays as it is
+set -uo pipefail
+cd "$(dirname "$0")/.." || exit
+parts=("$@")
+if ((${#parts[@]} == 0)); then
+    parts=(mutants fuzzers threads bookworm trixie)
+fi
+scripts/install-packages.sh --long || exit 1
+logs=build/logs
+mkdir -p "$logs"
+commit=$(git rev-parse --short=7 HEAD)
+
+mutants() { # another sample at every commit
+    cmake --preset release && cmake --build --preset release &&
+        scripts/mutate.py --longest 60 --sample 150 --seed $((16#$commit)) --strict
+}
+
+fuzzers() {
+    scripts/fuzz.sh 180
+}
+
+threads() {
+    cmake --preset tsan && setarch --addr-no-randomize cmake --build --preset tsan &&
+        ISP_SOAK_MINUTES=20 TSAN_OPTIONS=report_thread_leaks=0 setarch --addr-no-randomize \
+            ctest --test-dir build/tsan -j 2 -L 'long|soak' --output-on-failure
+}
+
+figures() { # PART: the line of its log that tells how much was done
+    case $1 in
+    mutants) grep -E '^all ' "$logs/long-$1.log" | tr -s ' ' ;;
+    fuzzers) awk '/number_of_executed_units/ { sum += $2 } END { print sum " inputs" }' "$logs/long-$1.log" ;;
+    threads) grep -E 'tests passed' "$logs/long-$1.log" ;;
+    *) grep -oE '[0-9]+ passed, [0-9]+ failed' "$logs/long-$1.log" ;;
+    esac | tail -n 1
+}
+
+declare -A what=(
+    [mutants]="a sample of 150 mutants"
+    [fuzzers]="fuzzers, three minutes each"
+    [threads]="torture and soak under the thread sanitizer"
+    [bookworm]="both commands on a bare Debian 12"
+    [trixie]="both commands on a bare Debian 13"
+)
+table=$(mktemp)
+trap 'rm -f "$table"' EXIT
+printf '%s, commit %s, %s cores:\n\n| What | Result | Minutes |\n|---|---|--:|\n' "$(date +%F)" "$commit" "$(nproc)" >"$table"
+failed=0
+for part in "${parts[@]}"; do
+    start=$SECONDS
+    result=passed
+    case $part in
+    mutants | fuzzers | threads) "$part" ;;
+    bookworm | trixie) scripts/bare-root.sh "$part" 'scripts/demo.sh && scripts/test.sh' ;;
+    *)
+        echo "usage: ${0##*/} [mutants] [fuzzers] [threads] [bookworm] [trixie]" >&2
+        exit 2
+        ;;
+    esac >"$logs/long-$part.log" 2>&1 || { result=FAILED && failed=1; }
+    echo "$result: ${what[$part]} ($((SECONDS - start)) s): $(figures "$part")"
+    printf '| %s | %s: %s | %d |\n' "${what[$part]}" "$result" "$(figures "$part")" $(((SECONDS - start + 59) / 60)) >>"$table"
+done
+
+if (($# == 0)); then
+    sed -i -e "/^<!-- long.sh -->/,/^<!-- end -->/ { /^<!-- long.sh -->/r $table" -e '/^<!--/!d }' docs/proof.md
+fi
+exit $failed
