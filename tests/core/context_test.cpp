@@ -1,4 +1,4 @@
-// Camera roles, the plan that the board asks for, and when a trace line is written and how.
+// When a trace line is written and how, and the plan that the board asks for.
 #include "support/bench.h"
 
 #include <cstdio>
@@ -11,20 +11,6 @@ namespace
 {
 
 using Context = Bench;
-
-TEST_F(Context, RolesKeepWhatTheyWereTold)
-{
-    EXPECT_EQ(get_PanoramaIspId(), 1);
-    EXPECT_EQ(get_FeaturesIspId(), 0);
-    EXPECT_EQ(set_PanoramaIspId(7), 0);
-    EXPECT_EQ(set_FeaturesIspId(3), 0);
-    EXPECT_EQ(set_PanoramaIspId(8), -1);
-    EXPECT_EQ(set_FeaturesIspId(-1), -1);
-    EXPECT_EQ(get_PanoramaIspId(), 7);
-    EXPECT_EQ(get_FeaturesIspId(), 3);
-    set_PanoramaIspId(1);
-    set_FeaturesIspId(0);
-}
 
 // Above level 5 only; "[module FUNCTION +LINE]MESSAGE", the line being the statement's own.
 TEST_F(Context, TraceLines)

@@ -1,6 +1,5 @@
 // Ids that name no camera, and other arguments that cannot be: refused before anything is read or written, with one
 // trace line that names them.
-#include "support/bench.h"
 
 using namespace bench;
 
@@ -80,6 +79,10 @@ TEST_F(Ids, EveryFunctionRefusesThem)
         expect_refused(name, [&](int id) { return setter.set(id, 1); }, result, used);
     }
     EXPECT_EQ(get_PanoramaIspId(), 1);
+    EXPECT_EQ(get_FeaturesIspId(), 0);
+    set_FeaturesIspId(3);
+    EXPECT_EQ(get_PanoramaIspId(), 1);
+    EXPECT_EQ(get_FeaturesIspId(), 3);
     EXPECT_EQ(get_onepush_ggain(0), 1);
     for (const int id : {INT_MIN, -1, 5, 8, INT_MAX}) {
         EXPECT_EQ(get_isp_switch(id), id);

@@ -72,13 +72,11 @@ protected:
     // A tested camera, and one that is only ever given levels in range.
     static constexpr int kTested = 7, kReference = 0;
 
-    static void prepare(bool with_engine = true)
+    static void prepare()
     {
         sim::host::reset_store();
         for (const int camera : {kTested, kReference}) {
-            if (with_engine) {
-                start_camera(camera);
-            }
+            start_camera(camera);
             store(camera, "expcomp_mode", Expcomp_Mode_ON);
         }
     }
@@ -206,51 +204,6 @@ TEST_F(Levels, AModeIsStoredAsPassed)
             const bool accepted = sim::host::contains(setting.accepted, sim::host::stored_record(kTested));
             EXPECT_EQ(result, accepted ? 0 : ISP_UNFIT) << level;
             EXPECT_EQ(stored(kTested, setting.name), level);
-        }
-    }
-}
-
-// The level is stored, the result is 0, and a trace says why nothing else happened.
-TEST_F(Levels, WithoutAnEngineTheLevelIsStored)
-{
-    const std::set<std::string_view> needs_none = {"iris", "awb_sens", "ggain_tuning", "wdr_strength"};
-    for (const bool with_maximum : {true, false}) {
-        for (const sim::host::Setting& setting : settings(with_maximum)) {
-            if (setting.name == "exposure_mode") {
-                continue; // many setters in one
-            }
-            SCOPED_TRACE(setting.name);
-            prepare(false);
-            enter_mode_of(setting);
-            const Words traces = traces_of([&] { EXPECT_EQ(set(kTested, setting.name, setting.highest), 0); });
-            EXPECT_EQ(stored(kTested, setting.name), setting.highest);
-            EXPECT_EQ(
-                std::ranges::any_of(traces, [](const std::string& t) { return t.ends_with(": aiq ctx error\n\n"); }),
-                !needs_none.contains(setting.name));
-        }
-    }
-}
-
-// A store that holds nonsense, as a damaged one may: whatever reads it stays within its tables.
-TEST_F(Levels, ThatTheStoreAlreadyHoldsAreBoundedToo)
-{
-    start_camera(kTested);
-    for (const sim::host::Setting& setting : sim::host::kSettings) {
-        for (const int level : {INT_MIN, -1, setting.highest + 1, INT_MAX}) {
-            for_each_mode([&](int exposure_mode, int wb_mode) {
-                if (exposure_mode == SMART_EXPOSURE) {
-                    return; // starts a thread
-                }
-                sim::host::store_record(kTested, sim::host::initial_record());
-                store(kTested, "exposure_mode", exposure_mode);
-                store(kTested, "wb_mode", wb_mode);
-                sim::host::store(kTested, setting, level);
-                KIV_load_isp_para(kTested);
-                KIV_Set_exposure_mode(kTested, Exposure_Mode_E{exposure_mode});
-                KIV_Set_wb_mode(kTested, WB_Mode_E{wb_mode});
-                KIV_Set_blackwhite_mode(kTested, BlackWhite_Mode_OFF);
-                ASSERT_THAT(sim::host::misuses(), testing::IsEmpty()) << setting.name << " " << level;
-            });
         }
     }
 }

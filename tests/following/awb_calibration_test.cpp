@@ -200,6 +200,9 @@ TEST_F(AwbCalibration, FileFunctions)
         EXPECT_EQ(user_load_wb_calibration_file(buf, size), -1);
     }
     EXPECT_EQ(user_load_wb_calibration_file(&record, 80), -1) << "no file";
+    isp::seam.shading_file = isp::seam.wb_calibration_file;
+    EXPECT_EQ(user_load_shading_file(reinterpret_cast<char*>(&record), 80), -1) << "no file";
+    EXPECT_EQ(user_load_shading_file(reinterpret_cast<char*>(&record), -1), -1);
     EXPECT_EQ(file_bytes(wb_file), "no file");
     write_bytes(wb_file, bytes(kExample, 100));
     EXPECT_EQ(user_save_wb_calibration_file(&record, 0), 0);
@@ -209,10 +212,15 @@ TEST_F(AwbCalibration, FileFunctions)
     record.d65_pano_bgain = 8.0F;
     EXPECT_EQ(user_save_wb_calibration_file(&record, 4), 0);
     EXPECT_EQ(file_bytes(wb_file), std::string("\0\0\xe0\x40", 4)) << "little-endian 7.0";
-    record.d65_pano_rgain = 0.0F;
-    EXPECT_EQ(user_load_wb_calibration_file(&record, 80), 0);
-    EXPECT_EQ(record.d65_pano_rgain, 7.0F);
-    EXPECT_EQ(record.d65_pano_bgain, 8.0F) << "nothing beyond the file's end";
+    int (*const loaders[])(awb_calibration_s*) = {
+        [](awb_calibration_s* to) { return user_load_wb_calibration_file(to, 80); },
+        [](awb_calibration_s* to) { return user_load_shading_file(reinterpret_cast<char*>(to), 80); }};
+    for (const auto load : loaders) {
+        record.d65_pano_rgain = 0.0F;
+        EXPECT_EQ(load(&record), 0);
+        EXPECT_EQ(record.d65_pano_rgain, 7.0F);
+        EXPECT_EQ(record.d65_pano_bgain, 8.0F) << "nothing beyond the file's end";
+    }
 }
 
 } // namespace

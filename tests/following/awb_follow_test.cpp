@@ -153,16 +153,6 @@ TEST_F(AwbFollow, Passes)
     }
 }
 
-TEST_F(AwbFollow, LogsTheGainsBeforeItWritesThem)
-{
-    EXPECT_EQ(start(), kApply);
-    put_measured(kPano, 1.8F, 1.6F);
-    const Words calls = names_of_calls_and_traces([] { sim::wait(34'000); });
-    const auto written = std::ranges::find(calls, "rk_aiq_user_api2_awb_SetWpModeAttrib");
-    ASSERT_NE(written, calls.end());
-    EXPECT_EQ(std::count(written, calls.end(), "kiv_traceout"), 0);
-}
-
 TEST_F(AwbFollow, FailuresWithinAPass)
 {
     const std::string error = "aiq ctx error";
@@ -181,16 +171,11 @@ TEST_F(AwbFollow, FailuresWithinAPass)
         std::string next = kNothing; // a reading that was acted on is not repeated
     } rows[] = {
         {{2, 3, 4}, all, ""},
-        {{1, 3, 4}, all, ""},
-        {{1, 2, 4}, all, ""},
         {{1, 2, 3}, all, ""},
         {{1, 2, 3, 4}, first_words(all, 5) + paused, read_failed},
         {{6, 7, 8}, all, ""},
-        {{5, 7, 8}, all, ""},
-        {{5, 6, 8}, all, ""},
         {{5, 6, 7}, all, ""},
         {{5, 6, 7, 8}, first_words(all, 9) + paused, write_failed},
-        {{1, 2, 7, 8}, all, ""},
         {{0}, "Query3" + paused, query_failed, 7, false, all},
         {{}, one, "", kThird},
         {{1, 2}, first_words(one, 3) + paused, read_failed, kThird},

@@ -2,8 +2,6 @@
 // after another.
 #include "support/bench.h"
 
-#include <set>
-
 using namespace bench;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -152,27 +150,6 @@ TEST_F(Sequences, AStyleStoresItsPresetThenAppliesItInItsOrder)
         expect_sequence(sim::host::initial_record(), first, stored, kStyled, preset, apply_style);
     }
     EXPECT_EQ(traces_of(apply_style).front(), "KIV_Set_style: enter,style:5\n");
-}
-
-// Whichever engine call fails, every later setter still runs and stores its level.
-TEST_F(Sequences, AFailingSetterStopsNothing)
-{
-    sim::host::set_preset(style_soft, kTelling[0]);
-    for (void (*const action)() : {restore, apply_style}) {
-        const auto calls = [action](std::string_view prefix) {
-            begin_with(kTelling[0]);
-            return names_of_calls(action, prefix);
-        };
-        const std::vector<std::string> undisturbed = calls("para_set");
-        const std::vector<std::string> engine = calls("rk_aiq");
-        const std::set<std::string> functions(engine.begin(), engine.end());
-        ASSERT_GE(functions.size(), 22); // Get and Set of eleven modules
-        for (const std::string& function : functions) {
-            sim::inject_fault(function, 1, -1, true);
-            EXPECT_EQ(calls("para_set"), undisturbed) << function;
-            sim::clear_faults();
-        }
-    }
 }
 
 TEST_F(Sequences, AHostThatAppliesStylesGetsOnlyTheRecord)

