@@ -1,5 +1,6 @@
 // Ids that name no camera, and other arguments that cannot be: refused before anything is read or written, with one
 // trace line that names them.
+#include "support/bench.h"
 
 using namespace bench;
 
