@@ -344,26 +344,11 @@ Block initial()
     return initial_blocks().*member_of<Block>;
 }
 
-#define INSTANTIATE(Block)                                                                                             \
+#define ISP_MODULE(name, Block, ...)                                                                                   \
     template Block peek<Block>(const void*);                                                                           \
     template void poke<Block>(const void*, const Block&);                                                              \
     template Block initial<Block>();
-
-INSTANTIATE(Uapi_ExpSwAttrV2_t)
-INSTANTIATE(Uapi_LinExpAttrV2_t)
-INSTANTIATE(Uapi_ExpQueryInfo_t)
-INSTANTIATE(paRange_t)
-INSTANTIATE(rk_aiq_uapiV2_wb_opMode_t)
-INSTANTIATE(rk_aiq_wb_mwb_attrib_t)
-INSTANTIATE(rk_aiq_uapiV2_wb_awb_wbGainOffset_t)
-INSTANTIATE(rk_aiq_wb_querry_info_t)
-INSTANTIATE(acp_attrib_t)
-INSTANTIATE(rk_aiq_sharp_attrib_v4_t)
-INSTANTIATE(rk_aiq_gamma_attrib_V2_t)
-INSTANTIATE(drc_attrib_t)
-INSTANTIATE(rk_aiq_lsc_attrib_t)
-INSTANTIATE(rk_aiq_bayer2dnr_attrib_v2_t)
-INSTANTIATE(rk_aiq_bayertnr_attrib_v2_t)
-INSTANTIATE(rk_aiq_uapi_acsm_attrib_t)
+#define ISP_RESULT ISP_MODULE
+#include "engine/modules.def"
 
 } // namespace sim::engine

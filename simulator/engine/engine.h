@@ -52,12 +52,8 @@ void set_sensor_present(int index, bool present);
 
 // ---- Attribute blocks ---------------------------------------------------------------------------------------------
 
-/// What a context holds, without a call of the engine's interface. One specialisation per block type:
-/// Uapi_ExpSwAttrV2_t, Uapi_LinExpAttrV2_t, paRange_t, rk_aiq_uapiV2_wb_opMode_t, rk_aiq_wb_mwb_attrib_t,
-/// rk_aiq_uapiV2_wb_awb_wbGainOffset_t, acp_attrib_t, rk_aiq_sharp_attrib_v4_t, rk_aiq_gamma_attrib_V2_t, drc_attrib_t,
-/// rk_aiq_lsc_attrib_t, rk_aiq_bayer2dnr_attrib_v2_t, rk_aiq_bayertnr_attrib_v2_t, rk_aiq_uapi_acsm_attrib_t. The live
-/// results Uapi_ExpQueryInfo_t and rk_aiq_wb_querry_info_t too: a poked result is what the engine reports until the
-/// next frame.
+/// What a context holds, without a call of the engine's interface, for each block of modules.def. A poked live result
+/// is what the engine reports until the next frame.
 template <typename Block>
 Block peek(const void* context);
 template <typename Block>
@@ -67,8 +63,7 @@ void poke(const void* context, const Block& block);
 template <typename Block>
 Block initial();
 
-/// Names of the blocks ("ae", "lin_ae", "gain_range", "wb_mode", "wb_manual", "wb_offset", "acp", "sharp", "gamma",
-/// "drc", "lsc", "nr2d", "nr3d", "csm").
+/// Names of the blocks that can be set, those of modules.def.
 std::vector<std::string> block_names();
 
 /// One field, or one element of an array, as text ("stManual.LinearAE.TimeValue", "0.0333333").

@@ -43,59 +43,31 @@ XCamReturn get(const char* function, const void* pointer, Block* block)
     return with_blocks(function, pointer, block, [=](const Blocks& blocks) { *block = blocks.*member_of<Block>; });
 }
 
-template <typename Block>
-XCamReturn set(const char* function, const void* pointer, const Block* block)
+/// `passed` is a block or a pointer to one.
+template <typename Passed>
+XCamReturn set(const char* function, const void* pointer, const Passed& passed)
 {
+    const auto* block = [&] {
+        if constexpr (std::is_pointer_v<Passed>) {
+            return passed;
+        } else {
+            return &passed;
+        }
+    }();
     return with_blocks(function, pointer, block, [=](Blocks& blocks) { store(blocks, *block); });
 }
 
 } // namespace
 
-#define GET(function, Block)                                                                                           \
-    XCamReturn function(const rk_aiq_sys_ctx_t* ctx, Block* attr)                                                      \
+#define ISP_RESULT(name, Block, getter)                                                                                \
+    XCamReturn getter(const rk_aiq_sys_ctx_t* ctx, Block* attr)                                                        \
     {                                                                                                                  \
         return get(__func__, ctx, attr);                                                                               \
     }
-#define SET_BY_POINTER(function, Pointer)                                                                              \
-    XCamReturn function(const rk_aiq_sys_ctx_t* ctx, Pointer attr)                                                     \
+#define ISP_MODULE(name, Block, padding, getter, setter, Passed)                                                       \
+    ISP_RESULT(name, Block, getter)                                                                                    \
+    XCamReturn setter(const rk_aiq_sys_ctx_t* ctx, Passed attr)                                                        \
     {                                                                                                                  \
         return set(__func__, ctx, attr);                                                                               \
     }
-#define SET_BY_VALUE(function, Block)                                                                                  \
-    XCamReturn function(const rk_aiq_sys_ctx_t* ctx, Block attr)                                                       \
-    {                                                                                                                  \
-        return set(__func__, ctx, &attr);                                                                              \
-    }
-
-GET(rk_aiq_user_api2_ae_getExpSwAttr, Uapi_ExpSwAttrV2_t)
-SET_BY_VALUE(rk_aiq_user_api2_ae_setExpSwAttr, Uapi_ExpSwAttrV2_t)
-GET(rk_aiq_user_api2_ae_getLinExpAttr, Uapi_LinExpAttrV2_t)
-SET_BY_VALUE(rk_aiq_user_api2_ae_setLinExpAttr, Uapi_LinExpAttrV2_t)
-GET(rk_aiq_user_api2_ae_queryExpResInfo, Uapi_ExpQueryInfo_t)
-GET(rk_aiq_uapi2_getExpGainRange, paRange_t)
-SET_BY_POINTER(rk_aiq_uapi2_setExpGainRange, paRange_t*)
-
-GET(rk_aiq_user_api2_awb_GetWpModeAttrib, rk_aiq_uapiV2_wb_opMode_t)
-SET_BY_VALUE(rk_aiq_user_api2_awb_SetWpModeAttrib, rk_aiq_uapiV2_wb_opMode_t)
-GET(rk_aiq_user_api2_awb_GetMwbAttrib, rk_aiq_wb_mwb_attrib_t)
-SET_BY_VALUE(rk_aiq_user_api2_awb_SetMwbAttrib, rk_aiq_wb_mwb_attrib_t)
-GET(rk_aiq_user_api2_awb_QueryWBInfo, rk_aiq_wb_querry_info_t)
-GET(rk_aiq_uapi2_getAwbGainOffsetAttrib, rk_aiq_uapiV2_wb_awb_wbGainOffset_t)
-SET_BY_VALUE(rk_aiq_uapi2_setAwbGainOffsetAttrib, rk_aiq_uapiV2_wb_awb_wbGainOffset_t)
-
-GET(rk_aiq_user_api2_acp_GetAttrib, acp_attrib_t)
-SET_BY_POINTER(rk_aiq_user_api2_acp_SetAttrib, const acp_attrib_t*)
-GET(rk_aiq_user_api2_asharpV4_GetAttrib, rk_aiq_sharp_attrib_v4_t)
-SET_BY_POINTER(rk_aiq_user_api2_asharpV4_SetAttrib, rk_aiq_sharp_attrib_v4_t*)
-GET(rk_aiq_user_api2_agamma_GetAttrib, rk_aiq_gamma_attrib_V2_t)
-SET_BY_VALUE(rk_aiq_user_api2_agamma_SetAttrib, rk_aiq_gamma_attrib_V2_t)
-GET(rk_aiq_user_api2_adrc_GetAttrib, drc_attrib_t)
-SET_BY_VALUE(rk_aiq_user_api2_adrc_SetAttrib, drc_attrib_t)
-GET(rk_aiq_user_api2_alsc_GetAttrib, rk_aiq_lsc_attrib_t)
-SET_BY_VALUE(rk_aiq_user_api2_alsc_SetAttrib, rk_aiq_lsc_attrib_t)
-GET(rk_aiq_user_api2_abayer2dnrV2_GetAttrib, rk_aiq_bayer2dnr_attrib_v2_t)
-SET_BY_POINTER(rk_aiq_user_api2_abayer2dnrV2_SetAttrib, rk_aiq_bayer2dnr_attrib_v2_t*)
-GET(rk_aiq_user_api2_abayertnrV2_GetAttrib, rk_aiq_bayertnr_attrib_v2_t)
-SET_BY_POINTER(rk_aiq_user_api2_abayertnrV2_SetAttrib, rk_aiq_bayertnr_attrib_v2_t*)
-GET(rk_aiq_user_api2_acsm_GetAttrib, rk_aiq_uapi_acsm_attrib_t)
-SET_BY_POINTER(rk_aiq_user_api2_acsm_SetAttrib, const rk_aiq_uapi_acsm_attrib_t*)
+#include "engine/modules.def"

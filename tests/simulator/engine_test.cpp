@@ -244,20 +244,8 @@ void check_block(const char* name, std::size_t padding, Result (*get)(const rk_a
 
 TEST_F(Engine, GoRoundWithEveryFieldInTheTable)
 {
-    check_block("ae", 20, rk_aiq_user_api2_ae_getExpSwAttr, rk_aiq_user_api2_ae_setExpSwAttr);
-    check_block("lin_ae", 11, rk_aiq_user_api2_ae_getLinExpAttr, rk_aiq_user_api2_ae_setLinExpAttr);
-    check_block("gain_range", 0, rk_aiq_uapi2_getExpGainRange, rk_aiq_uapi2_setExpGainRange);
-    check_block("wb_mode", 3, rk_aiq_user_api2_awb_GetWpModeAttrib, rk_aiq_user_api2_awb_SetWpModeAttrib);
-    check_block("wb_manual", 3, rk_aiq_user_api2_awb_GetMwbAttrib, rk_aiq_user_api2_awb_SetMwbAttrib);
-    check_block("wb_offset", 6, rk_aiq_uapi2_getAwbGainOffsetAttrib, rk_aiq_uapi2_setAwbGainOffsetAttrib);
-    check_block("acp", 3, rk_aiq_user_api2_acp_GetAttrib, rk_aiq_user_api2_acp_SetAttrib);
-    check_block("sharp", 3, rk_aiq_user_api2_asharpV4_GetAttrib, rk_aiq_user_api2_asharpV4_SetAttrib);
-    check_block("gamma", 9, rk_aiq_user_api2_agamma_GetAttrib, rk_aiq_user_api2_agamma_SetAttrib);
-    check_block("drc", 6, rk_aiq_user_api2_adrc_GetAttrib, rk_aiq_user_api2_adrc_SetAttrib);
-    check_block("lsc", 12, rk_aiq_user_api2_alsc_GetAttrib, rk_aiq_user_api2_alsc_SetAttrib);
-    check_block("nr2d", 3, rk_aiq_user_api2_abayer2dnrV2_GetAttrib, rk_aiq_user_api2_abayer2dnrV2_SetAttrib);
-    check_block("nr3d", 3, rk_aiq_user_api2_abayertnrV2_GetAttrib, rk_aiq_user_api2_abayertnrV2_SetAttrib);
-    check_block("csm", 6, rk_aiq_user_api2_acsm_GetAttrib, rk_aiq_user_api2_acsm_SetAttrib);
+#define ISP_MODULE(name, Block, padding, get, set, ...) check_block(#name, padding, get, set);
+#include "engine/modules.def"
 }
 
 // ---- Faults -------------------------------------------------------------------------------------------------------
