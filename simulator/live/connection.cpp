@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace live
 {
@@ -44,7 +45,9 @@ class Threads : public httplib::TaskQueue
 public:
     explicit Threads(int most) : most_(most) {}
 
-    void enqueue(std::function<void()> task) override
+    using Taken = decltype(std::declval<httplib::TaskQueue&>().enqueue(nullptr)); // nothing, later bool
+
+    Taken enqueue(std::function<void()> task) override
     {
         {
             const std::lock_guard lock(mutex_);
@@ -53,7 +56,7 @@ public:
         }
         if (no_room) {
             task();
-            return;
+            return Taken(true);
         }
         std::thread([this, task = std::move(task)] {
             task();
@@ -61,6 +64,7 @@ public:
             --running_;
             ended_.notify_all();
         }).detach();
+        return Taken(true);
     }
 
     void shutdown() override
@@ -245,14 +249,22 @@ void BoundedServer::serve(socket_t sock)
     for (int left = limits_.requests; left > 0 && stream.await_request(); --left) {
         bool last = left == 1;
         bool closed = false;
-        const bool served = process_request(stream, last, closed, [&](httplib::Request& request) {
+        const auto examine = [&](httplib::Request& request) {
             request.ranges.clear();
             if (examine_(request)) {
                 last = true;
                 request.headers.erase("Connection");
                 request.headers.emplace("Connection", "close"); // httplib says so to the client too
             }
-        });
+        };
+        const auto process = [&](auto& from) {
+            if constexpr (requires { process_request(from, last, closed, examine); }) {
+                return process_request(from, last, closed, examine);
+            } else { // later versions want the addresses, which nothing here asks for
+                return process_request(from, {}, 0, {}, 0, last, closed, examine);
+            }
+        };
+        const bool served = process(stream);
         if (!served || closed || last) {
             break;
         }

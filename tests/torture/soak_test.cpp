@@ -15,8 +15,8 @@
 namespace
 {
 
-// Thread t sets camera t. It starts and stops camera t + 4 and the group in that slot, every fourth time the camera that
-// the next thread sets and follows.
+// Thread t sets camera t. It starts and stops camera t + 4 and the group in that slot, every fourth time the camera
+// that the next thread sets and follows.
 constexpr int kThreads = 4;
 constexpr int kSteps = 8; // of a life
 

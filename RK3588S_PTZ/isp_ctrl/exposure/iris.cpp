@@ -6,7 +6,7 @@ namespace
 {
 
 constexpr int kExpectedMaximum = 17; // VISCA_IRIS_F180
-constexpr int kLastNoStep = 5;       // 1 to 5 are no iris steps; VISCA_IRIS_CLOSE has the position that step 5 would have
+constexpr int kLastNoStep = 5; // 1 to 5 are no iris steps; VISCA_IRIS_CLOSE has the position that step 5 would have
 
 /// Position for a step: the store's maximum minus the step, 0 being the widest aperture.
 unsigned short iris_position(int maximum, int step)

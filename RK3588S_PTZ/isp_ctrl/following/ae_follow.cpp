@@ -83,8 +83,8 @@ bool must_end()
            get_lens_calibration_flag() == kLensCalibrationEnds;
 }
 
-/// Begins a cycle: the thread has seen every start that came before this call, and one that comes later is remembered in
-/// start_wanted. A thread of the host's that runs the body counts as the follow thread too.
+/// Begins a cycle: the thread has seen every start that came before this call, and one that comes later is remembered
+/// in start_wanted. A thread of the host's that runs the body counts as the follow thread too.
 void begin_cycle()
 {
     const isp::MutexLock lock(follow_mtx);
