@@ -1,5 +1,5 @@
 // Stands in for the process that asks vendor storage for the lens, for an executable that is linked with
-// -Wl,--wrap=popen,--wrap=pclose: one stream, made at the first call, that answers the same model every time. What is
+// -Wl,--wrap=popen,--wrap=pclose: one stream, made at the first call, that returns the same model every time. What is
 // measured is then the caller's own work, without the start of a shell.
 #include <cstdio>
 

@@ -214,7 +214,7 @@ void play_hour()
 {
     sim::install_clock();
     isp::seam.usleep = timed_wait;
-    sim::wait(0); // from here on time stands still while this thread works
+    sim::wait(0); // from here on no time passes while this thread works
     start_library_exposure();
     start_library_balance();
     start_library_iris();

@@ -27,4 +27,4 @@ git archive HEAD | tar --extract --directory="$root/src"
 unshare --mount --pid --fork --kill-child bash -ec '
     mount -t proc proc "$1/proc"
     mount --rbind /dev "$1/dev"
-    exec chroot "$1" /bin/bash -c "cd /src && ${*:2}"' bash "$root" "$@"
+    exec env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin chroot "$1" /bin/bash -c "cd /src && ${*:2}"' bash "$root" "$@"

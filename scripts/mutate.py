@@ -4,7 +4,7 @@
 Changes one place at a time (a constant, a comparison, a sign, the order of two rows or calls, a dropped call), compiles
 what depends on it, links the test programs of a finished build with it, one after the other, and runs them until one
 fails. A change that does not compile is no mutant. The tree and the build stay as they are. Prints what nobody noticed;
-what is known to make no difference stands with its reason in docs/survivors.txt.
+docs/survivors.txt lists, with the reason, what is known to make no difference.
 """
 
 import argparse
@@ -43,6 +43,7 @@ SIGN = re.compile(r"(?<=[\w)\]] )([-+*/])(?= [\w(])|(?<=[\s(,])(-)(?=[\w(.])")
 BOOLEAN = re.compile(r"\b(true|false)\b")
 CALL = re.compile(r"^[ \t]+(?!return\b|if\b|for\b|while\b|switch\b|constexpr\b|const\b|using\b)[\w:.<>\[\]*]+[\w>](?:\(.*\)| [-+|]?= [^;{}]*);[ \t]*$", re.M)
 ROW = re.compile(r"^[ \t]+\{.*\},[ \t]*$", re.M)
+STEPS = re.compile(r"\b([A-Z]+)\((\w+)\)(,\s+)\1\((\w+)\)(?=,)")  # neighbours in a list of named steps
 FLIPPED = {"==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">", "&&": "||", "||": "&&"}
 SIGNED = {"+": "-", "-": "+", "*": "/", "/": "*"}
 
@@ -113,6 +114,10 @@ def mutants_of(root, path):
             calls = pattern is ROW or ("(" in code[a:b] and "(" in code[c:d])  # two assignments seldom depend
             if c == b + 1 and calls and text[a:b] != text[c:d]:
                 add(a, d, text[c:d] + "\n" + text[a:b], kind)
+    at = 0
+    while m := STEPS.search(code, at):
+        add(m.start(), m.end(), f"{m[1]}({m[4]}){m[3]}{m[1]}({m[2]})", "order")
+        at = m.start() + 1
     for m in CALL.finditer(code):
         add(m.start(), m.end(), "", "dropped")
     return found
@@ -127,6 +132,8 @@ class Programs:
         self.objects = {}  # source -> (object, command)
         for entry in database:
             source, words = Path(entry["file"]), entry["command"].split()
+            if Path(words[0]).name == "ccache":  # would not see that a header is another one
+                del words[0]
             name = words[words.index("-o") + 1]
             if name.startswith(f"{LIBRARY}/CMakeFiles/{OBJECTS}"):
                 self.objects[source.relative_to(ROOT)] = (build / name, words)

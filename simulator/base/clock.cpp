@@ -122,7 +122,7 @@ struct Clock {
         }
         time = std::max(time, tick->next);
         tick->next += tick->period;
-        const auto run = tick->run; // keeps it alive should the tick be cancelled meanwhile
+        const auto run = tick->run; // keeps it alive should the tick be cancelled while it runs
         running_tick = tick->handle;
         ticking_thread = std::this_thread::get_id();
         lock.unlock();
@@ -207,7 +207,7 @@ struct Part {
 
     ~Part()
     {
-        // When the process ends, time stands still.
+        // When the process ends, no time passes.
         if (taken && gettid() != getpid()) {
             Clock& c = clock();
             const Lock lock(c.mutex);

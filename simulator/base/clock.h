@@ -1,6 +1,6 @@
 // Simulated time. The library's waits go through here without the library knowing, so that hours pass in seconds.
 //
-// Virtual time stands still while any thread that has ever waited here is at work; when all of them wait, it jumps to
+// Virtual time does not move while any thread that has ever waited here is at work; when all of them wait, it jumps to
 // the earliest wake-up, running the frame ticks in between in order, and wakes one thread; threads that are due at the
 // same moment follow one another in the order in which they went to sleep. What happens is therefore the same at every
 // run.

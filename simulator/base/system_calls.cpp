@@ -1,7 +1,7 @@
 // Calls of the system, for an executable that links sim_system: recorded under their own names and taking faults like
 // every simulated call. To open(), read(), write() and unlink() a positive code is the errno of the failure, a negative
 // one lets a read or write transfer only so many bytes; the others fail whatever the code. No process is started and
-// nothing is sent: popen() answers with the name of a lens, sendto() drops the datagram.
+// nothing is sent: popen() returns the name of a lens, sendto() drops the datagram.
 #include "base/calls.h"
 
 #include <algorithm>

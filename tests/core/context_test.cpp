@@ -68,7 +68,7 @@ TEST_F(Context, TheOtpFlagDecidesThePlan)
         {"flag = 0\nflag = 1\n", 0},
         {"flag = one\nflag = 1\n", 1}, // a line without a number does not
         {"the flag = 1\n", 0},         // the line has to begin with it
-        {long_line, 1},                // what is longer than the buffer goes on as a line of its own
+        {long_line, 1},                // what is longer than the buffer continues as a line of its own
     };
     int plan = -1;
     for (const auto& c : kCases) {

@@ -53,7 +53,7 @@ TEST_F(LensType, TheOutputUpToTheFirstBlankIsTheName)
     EXPECT_EQ(type_with(sim::host::lens_command_for("", folder)), KIV_LEN_IR0147);
 }
 
-// The delivered command, with a tool that answers as the board's does.
+// The delivered command, with a tool that prints what the board's prints.
 TEST_F(LensType, TheDeliveredCommandFindsTheName)
 {
     const std::string tool = folder + "/tool";

@@ -1,5 +1,5 @@
-// Levels of every setting in and beyond its range, in every mode, each judged by one rule: what is stored is in range,
-// and what the engine holds is what the stored level stands for.
+// Levels of every setting in and beyond its range, in every mode, each checked by one rule: what is stored is in range,
+// and the engine holds what the stored level means.
 #include "support/bench.h"
 
 #include <cstring>

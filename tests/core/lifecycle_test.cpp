@@ -158,7 +158,7 @@ TEST_F(Lifecycle, StopAndResumeBothStop)
     for (int (*stop)(int) : {rk_isp_stop, rk_isp_resume}) {
         EXPECT_THAT(calls_of([&] { EXPECT_EQ(stop(kCamera), 0); }), IsEmpty()); // no engine
         start_camera(kCamera);
-        for (const int code : {0, 0, -1}) { // whatever the engine answers
+        for (const int code : {0, 0, -1}) { // whatever the engine returns
             if (code != 0) {
                 sim::inject_fault("rk_aiq_uapi2_sysctl_stop", 1, code);
             }

@@ -20,7 +20,7 @@ const char* const kReads =
     "get:gain_limit=6 get:antiflicker=1 get:bright=9 get:manual_gain=13";
 const char* const kDrc = "max:drc set:drc=4 GetAttrib SetAttrib";
 
-// The steps of the modes. MODE stands for "get:exposure_mode=" and the mode, BIAS for the engine calls that write it.
+// The steps of the modes. MODE means "get:exposure_mode=" and the mode, BIAS means the engine calls that write it.
 const char* const kType = "getExpSwAttr setExpSwAttr"; // automatic or manual
 const char* const kCompMode = "MODE get:expcomp_level=11 get:backlight=2 set:expcomp_mode=2 BIAS";
 const char* const kCompLevel = "max:expcomp_level get:backlight=2 get:expcomp_mode=2 MODE set:expcomp_level=11 BIAS";

@@ -30,7 +30,7 @@ protected:
         start_camera(0);
         start_camera(1);
         measure(2.0F, 0.01F);
-        sim::wait(0); // from here on time stands still while this thread works
+        sim::wait(0); // from here on no time passes while this thread works
     }
 
     ~AeFollow() override
@@ -206,7 +206,7 @@ TEST_F(AeFollow, AStartWhileTheThreadIsEndingIsNotLost)
 {
     follow();
     const struct {
-        const char* ends; // by what it answers
+        const char* ends; // by what it returns
         int code;
         Names next;
     } rows[] = {

@@ -252,7 +252,7 @@ TEST_F(AwbFollow, ACalibrationEndsIt)
 {
     EXPECT_EQ(start(), kApply);
     const std::string calibration = awb_line(calls_of([] { EXPECT_EQ(Awb_Calibration(1), 0); }));
-    EXPECT_EQ(first_words(calibration, 4), "wait34000 GetMode0 GetMode2 GetMode3") << "no pass meanwhile";
+    EXPECT_EQ(first_words(calibration, 4), "wait34000 GetMode0 GetMode2 GetMode3") << "no pass during the calibration";
     await_end();
 }
 

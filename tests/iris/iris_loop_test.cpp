@@ -43,7 +43,7 @@ protected:
     {
         start_camera(0);
         store(0, "antiflicker", FLICKER_OFF);
-        sim::wait(0); // from here on time stands still while this thread works
+        sim::wait(0); // from here on no time passes while this thread works
     }
 
     /// Starts the loop and lets its first nine seconds pass.
@@ -131,7 +131,7 @@ protected:
 
 } // namespace
 
-TEST_F(IrisLoop, RestsWhileTheIrisIsSetByHandAndEndsForGood)
+TEST_F(IrisLoop, RestsWhileTheIrisIsSetByHandAndEndsPermanently)
 {
     publish(500);
     for (const int mode : {MANUAL_EXPOSURE, IRIS_PRIORITY}) {
@@ -266,7 +266,7 @@ TEST_F(IrisLoop, AShortFileCountsAsNotMapped)
     EXPECT_THAT(commands(5), SizeIs(4));
 }
 
-// The receiver sees the widest positions of the cycle that commands, and a later loop goes on from the flags and
+// The receiver sees the widest positions of the cycle that commands, and a later loop continues with the flags and
 // positions that an earlier one left.
 TEST_F(IrisLoop, KeepsItsFlagsAndPositionsForALaterLoop)
 {
@@ -325,7 +325,7 @@ TEST_F(IrisLoop, KeepsItsFlagsAndPositionsForALaterLoop)
     EXPECT_THAT(commands(2), IsEmpty()) << "dropped without a receiver";
 }
 
-TEST_F(IrisLoop, DecidesWithTheFiguresAsTheyStand)
+TEST_F(IrisLoop, DecidesWithTheFiguresAsTheyAre)
 {
     expose(1.0F, 1.5F);
     store(0, "antiflicker", FLICKER_50HZ);

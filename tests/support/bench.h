@@ -168,7 +168,7 @@ std::vector<std::string> names_of_calls(Action action, std::string_view prefix =
     return names;
 }
 
-/// The same, with a "kiv_traceout" for each message that is traced meanwhile.
+/// The same, with a "kiv_traceout" for each message that is traced among them.
 template <typename Action>
 std::vector<std::string> names_of_calls_and_traces(Action action)
 {

@@ -1,5 +1,5 @@
 // Every exported function under faults: each fallible call that it makes fails once, and then from that call on.
-// Whatever fails, the library answers with a documented result and leaves nothing behind.
+// Whatever fails, the library returns a documented result and leaves nothing behind.
 #include "torture/operations.h"
 #include "torture/world.h"
 
@@ -82,7 +82,7 @@ void vanish()
     }
 }
 
-/// Runs an operation in a world of its own, under a fault if there is one, and judges what it leaves.
+/// Runs an operation in a world of its own, under a fault if there is one, and checks what it leaves.
 Outcome run(const Operation& operation, int variant, const Fault* fault, bool engines, bool traces)
 {
     World world(variant, engines);
