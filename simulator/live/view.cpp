@@ -7,8 +7,8 @@
 #include "host/store.h"
 
 #include <condition_variable>
-#include <cstring>
 #include <mutex>
+#include <string_view>
 
 namespace live
 {
@@ -29,7 +29,12 @@ std::shared_ptr<const View> latest;
 /// Whether two looks surely give the same picture.
 bool same(const sim::picture::Look& a, const sim::picture::Look& b)
 {
-    const auto equal = [](const auto& one, const auto& other) { return std::memcmp(&one, &other, sizeof one) == 0; };
+    const auto equal = [](const auto& one, const auto& other) {
+        const auto bytes = [](const auto& it) {
+            return std::string_view(reinterpret_cast<const char*>(&it), sizeof it);
+        };
+        return bytes(one) == bytes(other);
+    };
     return a.scene == b.scene && equal(a.magnification, b.magnification) && equal(a.acp, b.acp) &&
            equal(a.gamma, b.gamma) && equal(a.drc, b.drc) && equal(a.sharp, b.sharp) && equal(a.lsc, b.lsc) &&
            equal(a.nr2d, b.nr2d) && equal(a.nr3d, b.nr3d) && equal(a.csm, b.csm) && equal(a.wb_gain, b.wb_gain) &&
