@@ -35,6 +35,7 @@ std::string folder, calibration_file, shading_file, iris_file, otp_file, lens_co
 std::function<void()> frame_callback;
 sim::host::LensService lens_service;
 bool iris_loop_started = false;
+bool stays_paced = false;
 std::atomic<bool> iris_on = false; // read by any thread
 
 std::string saved_store; // as last loaded or saved, to write only what changed
@@ -273,6 +274,17 @@ void set_light(int camera, const std::string& light)
 void on_frame(std::function<void()> callback)
 {
     frame_callback = std::move(callback);
+}
+
+void keep_time_paced()
+{
+    stays_paced = true;
+    sim::use_paced_time(1.0);
+}
+
+bool time_stays_paced()
+{
+    return stays_paced;
 }
 
 double seconds_now()

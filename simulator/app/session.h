@@ -51,6 +51,10 @@ void set_light(int camera, const std::string& light);
 /// Is called after every frame.
 void on_frame(std::function<void()> callback);
 
+/// From here on time follows the real clock: people watch.
+void keep_time_paced();
+bool time_stays_paced();
+
 /// Simulated seconds since the session was opened.
 double seconds_now();
 

@@ -3,6 +3,8 @@
 #include "app/bad_input.h"
 #include "app/command.h"
 #include "app/commands.h"
+#include "app/commands/engine.h"
+#include "app/interrupt.h"
 #include "app/session.h"
 #include "app/turn.h"
 #include "host/store.h"
@@ -94,7 +96,9 @@ auto in_turn(const std::string& what, Action action)
         auto result = action();
         app::save_session();
         return result;
-    } catch (const app::BadInput& error) {
+    } catch (const app::Interrupted&) {
+        throw Refusal{503, "stopped by a signal"};
+    } catch (const std::exception& error) {
         throw Refusal{400, error.what()};
     }
 }
@@ -111,7 +115,7 @@ Json settings_json()
             {"offers",
              {{"scenes", sim::picture::scene_names()},
               {"lights", {"A", "TL84", "D50", "D65"}},
-              {"functions", Json::array()},
+              {"functions", app::called_functions()},
               {"iris_widest", sim::host::kIrisWidest},
               {"zoom_longest", sim::host::kZoomLongest}}}};
 }

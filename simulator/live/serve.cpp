@@ -42,7 +42,7 @@ int serve(const std::string& address, const std::string& folder, bool read_only,
 {
     const Address at = address_of(address);
     app::open_session(folder, read_only);
-    sim::use_paced_time(1.0);
+    app::keep_time_paced();
     std::cout << start_serving(at) << std::endl;
     for (const std::string& script : scripts) {
         if (const int status = app::run_script(script); status != 0) {

@@ -17,7 +17,6 @@ namespace app
 namespace
 {
 
-/// What the library calls of engine and host, in order.
 constexpr std::string_view kFunctions[] = {
 #include "called_functions.inc"
 };
@@ -132,6 +131,11 @@ constexpr Command kCommands[] = {
 };
 
 } // namespace
+
+std::span<const std::string_view> called_functions()
+{
+    return kFunctions;
+}
 
 void remember_engines()
 {

@@ -1,10 +1,16 @@
 // What engines hold, remembered around commands.
 #pragma once
 
+#include <span>
+#include <string_view>
+
 namespace app
 {
 
 /// Notes what every engine holds, which `changes` compares with.
 void remember_engines();
+
+/// What the library calls of engine and host, in order.
+std::span<const std::string_view> called_functions();
 
 } // namespace app

@@ -24,6 +24,9 @@ void run_for(const Words& words)
 void speed(const Words& words)
 {
     if (words[0] == "virtual") {
+        if (time_stays_paced()) {
+            throw BadInput("time stays paced while a page is served");
+        }
         sim::use_virtual_time();
     } else {
         sim::use_paced_time(number<double>(words[0], 0.01, 1000.0, "a speed"));
