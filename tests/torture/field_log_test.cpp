@@ -175,9 +175,10 @@ std::string entries(const Operation& operation)
             sound.add(lines + log.end, torture::modes_of(variant) + (engines ? "" : " and no engine"));
             std::map<std::string, int> made;
             for (const std::string& function : sequence || operation.once || !engines ? Lines{} : log.calls) {
-                const Log disturbed = log_of(operation, variant, engines, function, ++made[function]);
+                const int nth = ++made[function];
+                const Log disturbed = log_of(operation, variant, engines, function, nth);
                 failed.add(difference(log.lines, disturbed.lines) + (disturbed.end != log.end ? disturbed.end : ""),
-                           function + " fails");
+                           (nth > 1 ? "call " + std::to_string(nth) + " of " : "") + function + " fails");
             }
         }
     }

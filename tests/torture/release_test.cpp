@@ -103,6 +103,14 @@ constexpr Way kWays[] = {
     {"a group on an occupied slot", [] { return rk_isp_init_group(kCamera, members, 2, nullptr); }, true},
 };
 
+/// Of this thread, in seconds.
+double processor_time()
+{
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
 // The slot is empty at once, the engine is released when the call has returned. Another setting meanwhile finds no
 // engine and does not wait.
 TEST_F(Release, WaitsForTheCallUnderWay)
@@ -121,7 +129,7 @@ TEST_F(Release, WaitsForTheCallUnderWay)
             inside.set_value();
             EXPECT_TRUE(eventually([] { return rkipc_aiq_get_ctx(kCamera) == nullptr; }));
             EXPECT_EQ(KIV_Set_contrast(kCamera, Contrast_E{3}), 0);
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            std::this_thread::sleep_for(std::chrono::milliseconds(30));
             EXPECT_EQ(sim::engine::life(context), way.fails ? Life::initialised : Life::running);
         });
         const auto begin = [&] {
@@ -134,7 +142,9 @@ TEST_F(Release, WaitsForTheCallUnderWay)
         } else {
             begin();
         }
+        const double before = processor_time();
         EXPECT_EQ(way.release(), way.fails ? -1 : 0);
+        EXPECT_LT(processor_time() - before, 0.015) << "it sleeps while it waits";
         setting.join();
     }
     end_threads();
@@ -155,6 +165,37 @@ TEST_F(Release, TheSetPointIsReadInTime)
     EXPECT_EQ(kiv_rkisp_cl_getAeinfo(&figures[0], &figures[1], &figures[2], &figures[3], &figures[4], &figures[5]), 0);
     release.join();
     EXPECT_EQ(figures[5], wanted);
+}
+
+/// How many signals this thread takes.
+int open_signals()
+{
+    sigset_t blocked;
+    pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+    int open = 0;
+    for (int signal = 1; signal <= SIGSYS; ++signal) {
+        open += sigismember(&blocked, signal) == 0 && signal != SIGKILL && signal != SIGSTOP ? 1 : 0;
+    }
+    return open;
+}
+
+// Signals are for the host's threads, whose masks stay as they are.
+TEST_F(Release, TheThreadsTakeNoSignals)
+{
+    const int open = open_signals();
+    std::atomic<int> asked{0}, taken{0};
+    for (const char* function :
+         {"Uvc_Query_Zoom_Position", "rk_aiq_user_api2_awb_QueryWBInfo", "rk_aiq_uapi2_getExpGainRange"}) {
+        sim::at_call(function, 1, [&] {
+            taken += open_signals();
+            ++asked;
+        });
+    }
+    start_threads();
+    EXPECT_TRUE(eventually([&] { return asked == 3; }));
+    EXPECT_EQ(taken, 0);
+    EXPECT_EQ(open_signals(), open);
+    end_threads();
 }
 
 constexpr int (*kLifecycle[])() = {
