@@ -148,7 +148,7 @@ class Programs:
         self.dependents = {}  # header -> sources
         for source, (made, _) in self.objects.items():
             for line in output("ninja", "-C", build, "-t", "deps", made.relative_to(build)).splitlines():
-                path = Path(line.strip())
+                path = (build / line.strip()).resolve()
                 if path.suffix == ".h" and path.is_relative_to(ROOT / LIBRARY):
                     self.dependents.setdefault(path.relative_to(ROOT), []).append(source)
 
