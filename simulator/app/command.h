@@ -20,6 +20,9 @@ namespace app
 
 using Words = std::vector<std::string>;
 
+/// The words of a line, without what follows a #.
+Words words_of(const std::string& line);
+
 /// Whether a command may change an engine: `changes` tells what the last command that may did.
 enum class Kind { changes, looks };
 

@@ -2,14 +2,10 @@
 
 #include "app/commands/engine.h"
 #include "app/commands/groups.h"
-#include "engine/engine.h"
 
 #include <utility>
 
 namespace app
-{
-
-namespace
 {
 
 Words words_of(const std::string& line)
@@ -21,6 +17,9 @@ Words words_of(const std::string& line)
     }
     return words;
 }
+
+namespace
+{
 
 /// Puts the options of one line in force, and the former ones back.
 struct Options {
@@ -42,6 +41,7 @@ const std::vector<Group>& command_groups()
     static const std::vector<Group> groups = {
         {"Cameras", camera_commands()},
         {"Settings", setting_commands()},
+        {"Settings as files", setting_file_commands()},
         {"Scene", scene_commands()},
         {"Lens", lens_commands()},
         {"Time and recordings", time_commands()},
@@ -89,45 +89,6 @@ bool run_line(const std::string& line, const RunOptions& options)
     const Options in_force(options);
     command->run(words);
     return true;
-}
-
-std::vector<std::string> completions(const std::string& line)
-{
-    const Words words = words_of(line);
-    const bool new_word = line.empty() || line.back() == ' ';
-    const std::string begun = new_word || words.empty() ? std::string() : words.back();
-    const std::size_t place = words.size() - (begun.empty() ? 0 : 1); // of the word being typed
-
-    std::vector<std::string> found;
-    const auto offer = [&](std::string_view candidate) {
-        if (candidate.starts_with(begun)) {
-            found.emplace_back(candidate);
-        }
-    };
-    const bool about_settings =
-        !words.empty() && (words[0] == "set" || words[0] == "show" || words[0] == "compare" || words[0] == "help");
-    if (place == 0) {
-        for (const Group& group : command_groups()) {
-            for (const Command& command : group.commands) {
-                offer(command.name);
-            }
-        }
-    } else if (about_settings && place == (words[0] == "help" ? 1U : 2U)) {
-        for (const sim::host::Setting& setting : sim::host::kSettingsAndCommands) {
-            offer(setting.name);
-        }
-    } else if (about_settings && place > 2) {
-        if (const sim::host::Setting* setting = sim::host::find_setting(words[2]); setting != nullptr) {
-            for (const sim::host::ValueName& name : sim::host::names_of(*setting)) {
-                offer(name.name);
-            }
-        }
-    } else if (words[0] == "block" && place == 2) {
-        for (const std::string& name : sim::engine::block_names()) {
-            offer(name);
-        }
-    }
-    return found;
 }
 
 std::string command_reference()

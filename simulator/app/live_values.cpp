@@ -16,6 +16,8 @@ namespace app
 namespace
 {
 
+constexpr std::size_t kWide = 120; // from which the columns of cameras in different modes are below each other
+
 template <typename... Values>
 std::string field(Values... values)
 {
@@ -59,7 +61,7 @@ std::string live_line(int camera, std::size_t width)
     // In the order in which they are left out last to first.
     const std::string fields[] = {
         field(w(8), seconds_now(), " s  ", state_of(camera) == "running" ? "camera " : state_of(camera) + " ", camera),
-        field("  ", std::left, w(18), mode_name(camera), std::right, w(7), live.time * 1e3, " ms"),
+        field("  ", std::left, w(width < kWide ? 4 : 18), mode_name(camera), std::right, w(7), live.time * 1e3, " ms"),
         field("  gain ", w(5), live.analog_gain * live.isp_dgain),
         field("  luma ", w(6), live.mean_luma, " of ", w(6), live.target_luma),
         field("  wb ", live.wb_gain.rgain, "/", live.wb_gain.bgain),
@@ -73,6 +75,28 @@ std::string live_line(int camera, std::size_t width)
         line += next;
     }
     return line;
+}
+
+Json live_json(int camera)
+{
+    const sim::engine::Live live = live_of(camera);
+    const sim::host::LensState lens = sim::host::lens_state();
+    return {
+        {"camera", camera},
+        {"state", state_of(camera)},
+        {"seconds", seconds_now()},
+        {"exposure_mode", mode_name(camera)},
+        {"time", live.time},
+        {"gain", live.analog_gain * live.isp_dgain},
+        {"luma", live.mean_luma},
+        {"target", live.target_luma},
+        {"converged", live.converged},
+        {"red_gain", live.wb_gain.rgain},
+        {"blue_gain", live.wb_gain.bgain},
+        {"wb_converged", live.wb_converged},
+        {"iris", lens.iris},
+        {"zoom", lens.zoom},
+    };
 }
 
 } // namespace app

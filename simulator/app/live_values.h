@@ -1,6 +1,7 @@
 // What a camera does at the moment.
 #pragma once
 
+#include "app/json.h"
 #include "engine/engine.h"
 
 #include <string>
@@ -20,5 +21,8 @@ std::string mode_name(int camera);
 
 /// One line: mode, exposure time, gain, luma, iris, white-balance gains; without what does not fit into `width`.
 std::string live_line(int camera, std::size_t width = 120);
+
+/// The same for programs.
+Json live_json(int camera);
 
 } // namespace app

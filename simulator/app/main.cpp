@@ -1,5 +1,6 @@
 // isp-sim: the library at work on a simulated camera, from a prompt or from scripts.
 #include "app/interrupt.h"
+#include "app/json.h"
 #include "app/reference.h"
 #include "app/session.h"
 #include "app/shell.h"
@@ -99,6 +100,7 @@ int main(int argc, char** argv)
     bool reference = false;
     std::string address;
     bool read_only = false;
+    bool json = false;
     parser.add_option("--state", folder, "Folder of the camera's files: settings, shading, calibration")
         ->capture_default_str();
     parser.add_flag("--reference", reference, "Print the reference of all settings and commands, and leave");
@@ -108,6 +110,7 @@ int main(int argc, char** argv)
 #endif
     parser.add_option("SCRIPT", scripts, "Scripts to run instead of a prompt");
     parser.add_flag("--read-only", read_only, "Look without writing anything to the folder");
+    parser.add_flag("--json", json, "Print list, show, block, changes and measure as one JSON object a line");
     parser.set_version_flag("--version", "isp-sim " ISP_SIM_VERSION);
     try {
         parser.parse(argc, argv);
@@ -117,6 +120,7 @@ int main(int argc, char** argv)
     }
     std::set_terminate(end_of_thread);
     app::catch_signals();
+    app::set_json(json);
     if (reference) {
         return guarded([] { return print(app::settings_reference()); });
     }

@@ -58,6 +58,12 @@ FileResult save_store(const std::string& path);
 /// right from end to end changes nothing, and save_store() leaves it alone until it is loaded or gone.
 FileResult load_store(const std::string& path);
 
+/// One camera's settings as a file of the same format. Returns what went wrong, or nothing.
+std::string write_settings(const std::string& path, int camera, const kiv_isp_param_s& record);
+
+/// Reads the section of a camera, or the only one of a file. Returns what is wrong, with the line, or nothing.
+std::string read_settings(const std::string& path, int camera, kiv_isp_param_s& record);
+
 /// Lets save_store() replace every file again; part of reset_store().
 void forget_refused_files();
 

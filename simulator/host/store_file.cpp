@@ -34,15 +34,24 @@ std::string canonical(const std::string& path)
     return error ? path : resolved.string();
 }
 
+constexpr const char* kHeading =
+    "# Image settings of each camera. Settings that are not mentioned have their initial value.\n";
+
+std::string section(std::size_t camera, const kiv_isp_param_s& record)
+{
+    std::string text = "\n[camera " + std::to_string(camera) + "]\n";
+    for (const Setting& setting : kSettings) {
+        text.append(setting.name).append(" = ");
+        text += name_of(setting, record.*setting.member) + '\n';
+    }
+    return text;
+}
+
 std::string format(const Records& records)
 {
-    std::string text = "# Image settings of each camera. Settings that are not mentioned have their initial value.\n";
+    std::string text = kHeading;
     for (std::size_t camera = 0; camera < records.size(); ++camera) {
-        text += "\n[camera " + std::to_string(camera) + "]\n";
-        for (const Setting& setting : kSettings) {
-            text.append(setting.name).append(" = ");
-            text += name_of(setting, records[camera].*setting.member) + '\n';
-        }
+        text += section(camera, records[camera]);
     }
     return text;
 }
@@ -140,10 +149,9 @@ struct Parser {
     }
 };
 
-// Fills `records`, or returns "LINE: what is wrong".
-std::string parse(std::string_view text, Records& records)
+// Returns nothing, or "LINE: what is wrong".
+std::string parse(std::string_view text, Parser& parser)
 {
-    Parser parser;
     parser.records.fill(initial_record());
     for (int number = 1; !text.empty(); ++number) {
         const std::size_t end = text.find('\n');
@@ -156,11 +164,36 @@ std::string parse(std::string_view text, Records& records)
         }
         text.remove_prefix(end + 1);
     }
-    records = parser.records;
     return {};
 }
 
 } // namespace
+
+std::string write_settings(const std::string& path, int camera, const kiv_isp_param_s& record)
+{
+    return write_durably(path, kHeading + section(static_cast<std::size_t>(camera), record));
+}
+
+std::string read_settings(const std::string& path, int camera, kiv_isp_param_s& record)
+{
+    std::string text;
+    if (const int error = read_file(path, kLargestFile, text); error != 0) {
+        return path + ": " + std::generic_category().message(error);
+    }
+    Parser parser;
+    if (const std::string wrong = parse(text, parser); !wrong.empty()) {
+        return path + ":" + wrong;
+    }
+    auto from = static_cast<std::size_t>(camera);
+    if (!parser.cameras_seen.test(from)) {
+        if (parser.cameras_seen.count() != 1) {
+            return path + ": holds no settings of camera " + std::to_string(camera);
+        }
+        from = static_cast<std::size_t>(parser.camera);
+    }
+    record = parser.records[from];
+    return {};
+}
 
 void forget_refused_files()
 {
@@ -201,14 +234,14 @@ FileResult load_store(const std::string& path)
         return {Status::missing, path + ": no such file"};
     }
     FileResult result;
-    Records records;
+    Parser parser;
     if (error != 0) {
         result = {Status::failed, path + ": " + std::generic_category().message(error)};
-    } else if (const std::string wrong = parse(text, records); !wrong.empty()) {
+    } else if (const std::string wrong = parse(text, parser); !wrong.empty()) {
         result = {Status::damaged, path + ":" + wrong};
     } else {
-        for (std::size_t camera = 0; camera < records.size(); ++camera) {
-            store_record(static_cast<int>(camera), records[camera]);
+        for (std::size_t camera = 0; camera < parser.records.size(); ++camera) {
+            store_record(static_cast<int>(camera), parser.records[camera]);
         }
     }
     const std::lock_guard lock(g_refused_mutex);

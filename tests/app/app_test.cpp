@@ -246,6 +246,81 @@ TEST_F(App, ComparingPutsTheSettingBack)
     EXPECT_TRUE(std::filesystem::exists(folder + "/c.png"));
 }
 
+// One after the other; each line's output as a pattern.
+TEST_F(App, ShowsAtAGlance)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"show 0", "every setting has its initial value*"},
+        {"undo", "there is nothing to undo"},
+        {"set 0 hue 3", "camera 0  hue = 3  (no engine: stored)\n"},
+        {"start 0", "*restored\n"},
+        {"set 0 shutter 1/500", "*(not stored: auto does not use it)\n"},
+        {"set 0 wdr_strength 3", "*(kept, without effect)\n"},
+        {"set 0 temperature 9", "*(kept for wb_mode temperature)\n"},
+        {"set 0 saturation no_colour", "*(shown, not stored)\n"},
+        {"set 0 exposure_mode low_light", "*(kept, without effect)\n"},
+        {"set 0 iris 3", "*(not stored: low_light does not use it)\n"},
+        {"set 0 exposure_mode manual", "*manual\n"},
+        {"set 0 iris 3", "*(2: refused)\n"},
+        {"undo", "*exposure_mode *low_light *(before manual)\n"},
+        {"undo", "*exposure_mode *auto *(before low_light)\n"},
+        {"show 0", "wdr_strength * 3 *(initially 0)\nhue *(initially 7)\ntemperature *\n"},
+        {"save 0 $/a.ini", "wrote*"},
+        {"reset 0 hue", "camera 0\nhue *7 *(before 3)\n"},
+        {"diff 0 $/a.ini", "hue *7 *($/a.ini: 3)\n"},
+        {"diff 0 1", "wdr_strength *(camera 1: 0)\ntemperature *\n"},
+        {"load 1 $/a.ini", "camera 1\n*hue *3 *(before 7)\n*"},
+        {"load 1 $/none", "*/none: No such file or directory"},
+        {"show", "camera *0 *1 *initially\n*hue *7 *3 *7\n*"},
+        {"reset 1", "camera 1\n*"},
+        {"set 0 style food", "camera 0  style = food\n"},
+        {"changes 0", "*DrcGain[[]0..12] = 1.45  (was 1)\n"},
+        {"block 0 ae stAdvanced.GridWeights", "ae.stAdvanced.GridWeights.uCoeff[[]0..224] = *120 127\n    134 *"},
+        {"wait settled", "settled after [0-9].* s\n"},
+        {"wait settled 0.1", "*not settled after 0.1 s*"},
+        {"list", "* camera 0  auto *"},
+        {"json on", ""},
+        {"list", "{\"camera\":0,\"state\":\"running\",*\"converged\":true,*}\n"},
+        {"show 0 style", "{\"camera\":0,\"settings\":{\"style\":\"food\"}}\n"},
+        {"set 0 hue 9", "*\n"},
+        {"changes 0", "{\"camera\":0,\"changes\":{\"acp.hue\":{\"now\":*,\"was\":128}}}\n"},
+        {"block 0 acp", "{\"camera\":0,\"block\":\"acp\",\"fields\":{*\"contrast\":128,*}}\n"},
+        {"measure 0", "{\"camera\":0,\"figures\":[[]{*}]}\n"},
+        {"json off", ""},
+        {"stop 0", ""},
+        {"list", "* stopped 0  auto *"},
+        {"release 0", ""},
+        {"group start 2 4 5", "*runs with 2 sensors*"},
+        {"run 1s", ""},
+        {"list", "* group 2  auto * luma  [1-9]*"},
+        {"source $/none", "$/none: No such file*"},
+        {"source $/loop", "$/loop:1: $/loop:1: *too deep"},
+    };
+    const auto here = [this](std::string text) {
+        for (std::size_t at = text.find('$'); at != std::string::npos; at = text.find('$')) {
+            text.replace(at, 1, folder);
+        }
+        return text;
+    };
+    bench::write_bytes(folder + "/loop", "source " + folder + "/loop\n");
+    for (const auto& [line, says] : rows) {
+        std::ostringstream output;
+        try {
+            app::run_line(here(line), {.output = &output});
+        } catch (const app::BadInput& error) {
+            output << error.what();
+        }
+        EXPECT_EQ(fnmatch(here(says).c_str(), output.str().c_str(), 0), 0) << line << "\n" << output.str();
+    }
+    std::ostringstream help;
+    app::run_line("help", {.output = &help});
+    app::run_line("help settings", {.output = &help});
+    std::istringstream lines(help.str());
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_LE(line.size(), 80U) << line;
+    }
+}
+
 TEST_F(App, CompletesCommandsSettingsAndValues)
 {
     using testing::Contains;
@@ -254,6 +329,15 @@ TEST_F(App, CompletesCommandsSettingsAndValues)
     EXPECT_THAT(app::completions("set 0 black"), ElementsAre("blackwhite_mode"));
     EXPECT_THAT(app::completions("set 0 antiflicker "), ElementsAre("off", "50hz", "60hz"));
     EXPECT_THAT(app::completions("block 0 "), Contains("acp"));
+    EXPECT_THAT(app::completions("iris a"), ElementsAre("auto"));
+    EXPECT_THAT(app::completions("iris auto "), ElementsAre("on", "off"));
+    EXPECT_TRUE(app::completions("iris to o").empty());
+    EXPECT_THAT(app::completions("light 0 T"), ElementsAre("TL84"));
+    EXPECT_THAT(app::completions("fault para_set_isp_hue"), ElementsAre("para_set_isp_hue_cur"));
+    EXPECT_THAT(app::completions("compare 0 gamma 0.4"), ElementsAre("0.48", "0.45", "0.42"));
+    EXPECT_THAT(app::completions("source " + folder + "/sha"), ElementsAre(folder + "/shading.data"));
+    app::run_line("start 0");
+    EXPECT_THAT(app::completions("expect 0 acp sat"), ElementsAre("saturation"));
     EXPECT_TRUE(app::completions("nonsense ").empty());
 }
 

@@ -1,6 +1,7 @@
 // Starting, stopping and listing cameras.
 #include "app/command.h"
 #include "app/commands/groups.h"
+#include "app/json.h"
 #include "app/live_values.h"
 #include "app/session.h"
 #include "engine/engine.h"
@@ -79,7 +80,11 @@ void group(const Words& words)
 void list(const Words& /*words*/)
 {
     for (const int camera : cameras_with_engine()) {
-        out() << live_line(camera) << '\n';
+        if (json_on()) {
+            print_json(live_json(camera));
+        } else {
+            out() << live_line(camera) << '\n';
+        }
     }
 }
 

@@ -2,6 +2,8 @@
 #include "app/commands/engine.h"
 #include "app/command.h"
 #include "app/commands/groups.h"
+#include "app/field_runs.h"
+#include "app/json.h"
 #include "app/session.h"
 #include "base/calls.h"
 #include "engine/engine.h"
@@ -21,35 +23,44 @@ constexpr std::string_view kFunctions[] = {
 #include "called_functions.inc"
 };
 
-using Fields = std::map<std::string, std::string>;
+using Fields = std::vector<sim::engine::FieldText>;
 
 Fields block_fields(int camera, const std::string& block)
 {
-    Fields fields;
-    for (const sim::engine::FieldText& field : sim::engine::describe(engine_of(camera), block)) {
-        fields[field.name] = field.value;
-    }
-    return fields;
+    return sim::engine::describe(engine_of(camera), block);
 }
 
 // Every engine's fields before the last command that could change them: camera, block, field.
-std::map<int, std::map<std::string, Fields>> fields_before;
+std::map<int, std::map<std::string, std::map<std::string, std::string>>> fields_before;
 
-std::map<int, std::map<std::string, Fields>> all_fields()
+/// Prints fields under their block's name, the elements of an array as one line or as a grid.
+void print_fields(const std::string& block, const Fields& fields)
 {
-    std::map<int, std::map<std::string, Fields>> all;
-    for (const int camera : cameras_with_engine()) {
-        for (const std::string& block : sim::engine::block_names()) {
-            all[camera][block] = block_fields(camera, block);
-        }
+    if (json_on()) {
+        return;
     }
-    return all;
+    for (const FieldRun& run : runs_of(fields)) {
+        out() << block << '.' << run.name << " = " << grid_text(run.values) << '\n';
+    }
+}
+
+Json json_of_fields(const Fields& fields)
+{
+    Json object = Json::object();
+    for (const FieldRun& run : runs_of(fields)) {
+        Json values = Json::array();
+        for (const std::string& value : run.values) {
+            values.push_back(json_of(value));
+        }
+        object[run.name] = values.size() == 1 ? values[0] : values;
+    }
+    return object;
 }
 
 void block(const Words& words)
 {
     const int camera = camera_with_engine(words[0]);
-    const auto fields = sim::engine::describe(engine_of(camera), words[1]);
+    Fields fields = block_fields(camera, words[1]);
     if (fields.empty()) {
         std::string names;
         for (const std::string& name : sim::engine::block_names()) {
@@ -57,31 +68,50 @@ void block(const Words& words)
         }
         throw BadInput("there is no block " + words[1] + "; the blocks are" + names);
     }
-    bool found = false;
-    for (const sim::engine::FieldText& field : fields) {
-        if (words.size() == 2 || field.name.find(words[2]) != std::string::npos) {
-            found = true;
-            out() << words[1] << '.' << field.name << " = " << field.value << '\n';
+    if (words.size() > 2) {
+        std::erase_if(fields, [&](const sim::engine::FieldText& field) {
+            return field.name.find(words[2]) == std::string::npos;
+        });
+        if (fields.empty()) {
+            throw BadInput("no field of " + words[1] + " has " + words[2] + " in its name");
         }
     }
-    if (!found) {
-        throw BadInput("no field of " + words[1] + " has " + words[2] + " in its name");
+    print_fields(words[1], fields);
+    if (json_on()) {
+        print_json({{"camera", camera}, {"block", words[1]}, {"fields", json_of_fields(fields)}});
     }
 }
 
 void changes(const Words& words)
 {
     const int camera = camera_with_engine(words[0]);
+    Json object = Json::object();
     for (const std::string& name : sim::engine::block_names()) {
-        const Fields fields = block_fields(camera, name);
-        const Fields& before = fields_before[camera][name];
-        for (const auto& [field, value] : fields) {
-            const auto old = before.find(field);
-            if (old == before.end() || old->second != value) {
-                out() << name << '.' << field << " = " << value;
-                out() << (old != before.end() ? "  (was " + old->second + ")" : "") << '\n';
+        Fields changed;
+        Fields old;
+        for (const sim::engine::FieldText& field : block_fields(camera, name)) {
+            const auto& before = fields_before[camera][name];
+            const auto found = before.find(field.name);
+            if (found == before.end() || found->second != field.value) {
+                changed.push_back(field);
+                old.push_back({field.name, found != before.end() ? found->second : ""});
             }
         }
+        const std::vector<FieldRun> now = runs_of(changed);
+        const std::vector<FieldRun> was = runs_of(old);
+        for (std::size_t i = 0; i < now.size(); ++i) {
+            const std::string before = short_text(was[i].values);
+            if (json_on()) {
+                object[name + "." + now[i].name] = {{"now", json_of(short_text(now[i].values))},
+                                                    {"was", json_of(before)}};
+            } else {
+                out() << name << '.' << now[i].name << " = " << short_text(now[i].values)
+                      << (before.empty() ? "" : "  (was " + before + ")") << '\n';
+            }
+        }
+    }
+    if (json_on()) {
+        print_json({{"camera", camera}, {"changes", object}});
     }
 }
 
@@ -89,14 +119,14 @@ void expect(const Words& words)
 {
     const int camera = camera_with_engine(words[0]);
     const Fields fields = block_fields(camera, words[1]);
-    const auto field = fields.find(words[2]);
+    const auto field = std::ranges::find(fields, words[2], &sim::engine::FieldText::name);
     if (field == fields.end()) {
         throw BadInput("there is no field " + words[1] + "." + words[2]);
     }
-    if (field->second != words[3]) {
-        throw BadInput(words[1] + "." + words[2] + " is " + field->second + ", not " + words[3]);
+    if (field->value != words[3]) {
+        throw BadInput(words[1] + "." + words[2] + " is " + field->value + ", not " + words[3]);
     }
-    out() << words[1] << '.' << words[2] << " = " << field->second << ", as expected\n";
+    out() << words[1] << '.' << words[2] << " = " << field->value << ", as expected\n";
 }
 
 void trace(const Words& words)
@@ -139,7 +169,14 @@ std::span<const std::string_view> called_functions()
 
 void remember_engines()
 {
-    fields_before = all_fields();
+    fields_before.clear();
+    for (const int camera : cameras_with_engine()) {
+        for (const std::string& block : sim::engine::block_names()) {
+            for (const sim::engine::FieldText& field : block_fields(camera, block)) {
+                fields_before[camera][block][field.name] = field.value;
+            }
+        }
+    }
 }
 
 std::span<const Command> engine_commands()

@@ -7,6 +7,9 @@
 namespace app
 {
 
+/// What the library calls of engine and host, and what can be made to fail.
+std::span<const std::string_view> called_functions();
+
 /// Notes what every engine holds, which `changes` compares with.
 void remember_engines();
 

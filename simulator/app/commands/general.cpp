@@ -1,6 +1,9 @@
 // Help, and what belongs to no camera.
 #include "app/command.h"
+#include "app/commands.h"
 #include "app/commands/groups.h"
+#include "app/json.h"
+#include "app/line_reader.h"
 #include "app/text.h"
 
 #include <iomanip>
@@ -30,6 +33,23 @@ std::string usage_of(const Command& command)
     return std::string(command.name) + (command.arguments.empty() ? "" : " ") + std::string(command.arguments);
 }
 
+/// A paragraph in lines that fit the width, the first after what is already there.
+void print_wrapped(const std::string& text, int indent)
+{
+    constexpr int kWidth = 79;
+    std::istringstream words(text);
+    int column = indent;
+    for (std::string word; words >> word; column += static_cast<int>(word.size())) {
+        if (column > indent && column + 1 + static_cast<int>(word.size()) > kWidth) {
+            out() << '\n' << std::setw(indent) << "";
+            column = indent;
+        }
+        out() << (column > indent ? " " : "") << word;
+        column += column > indent ? 1 : 0;
+    }
+    out() << '\n';
+}
+
 void list_commands()
 {
     for (const Group& group : command_groups()) {
@@ -40,26 +60,10 @@ void list_commands()
             if (usage.size() >= kUsageWidth) {
                 out() << '\n' << std::setw(kUsageWidth) << "";
             }
-            out() << command.help << '\n';
+            print_wrapped(std::string(command.help), kUsageWidth);
         }
     }
     out() << "help settings lists all settings with their ranges, help NAME explains one.\n";
-}
-
-/// A paragraph in lines that fit the width, the first after what is already there.
-void print_wrapped(const std::string& text, int indent)
-{
-    constexpr int kWidth = 79;
-    std::istringstream words(text);
-    int column = indent;
-    for (std::string word; words >> word; column += static_cast<int>(word.size()) + 1) {
-        if (column > indent && column + static_cast<int>(word.size()) > kWidth) {
-            out() << '\n' << std::setw(indent) << "";
-            column = indent;
-        }
-        out() << word << ' ';
-    }
-    out() << '\n';
 }
 
 void explain(const Setting& setting)
@@ -98,7 +102,42 @@ void help(const Words& words)
     }
 }
 
+void json(const Words& words)
+{
+    set_json(on_or_off(words[0]));
+}
+
+/// Scripts may name scripts, but not for ever.
+void source(const Words& words)
+{
+    constexpr int kDeepest = 8;
+    static int depth = 0; // commands take turns
+    if (depth == kDeepest) {
+        throw BadInput(words[0] + ": scripts in scripts, too deep");
+    }
+    LineReader lines(file_argument(words[0]));
+    const RunOptions options = exchange_options({});
+    exchange_options(options);
+    ++depth;
+    try {
+        while (const std::optional<std::string> line = lines.next()) {
+            if (!run_line(*line, options)) {
+                break;
+            }
+        }
+        --depth;
+    } catch (const BadInput& error) {
+        --depth;
+        throw BadInput(lines.place() + error.what());
+    } catch (...) {
+        --depth;
+        throw;
+    }
+}
+
 constexpr Command kCommands[] = {
+    {"source", "FILE", "run a script", 1, 1, source},
+    {"json", "on|off", "list, show, block, changes and measure as one JSON object a line", 1, 1, json, Kind::looks},
     {"echo", "TEXT...", "print a line", 0, kMany, echo, Kind::looks},
     {"help", "[settings | NAME]", "this list, or one thing", 0, 1, help, Kind::looks},
     {"quit", "", "leave", 0, 0, nullptr, Kind::looks},

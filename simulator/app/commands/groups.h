@@ -8,6 +8,7 @@ namespace app
 
 std::span<const Command> camera_commands();
 std::span<const Command> setting_commands();
+std::span<const Command> setting_file_commands();
 std::span<const Command> engine_commands();
 std::span<const Command> scene_commands();
 std::span<const Command> lens_commands();

@@ -4,6 +4,7 @@
 #include "app/command.h"
 #include "app/commands/groups.h"
 #include "app/interrupt.h"
+#include "app/json.h"
 #include "app/look.h"
 #include "app/scenes.h"
 #include "app/session.h"
@@ -161,10 +162,35 @@ std::vector<Words> figures_of(int camera)
     return rows;
 }
 
+/// Rows of figures under the names of the last row that holds names.
+Json figures_json(const std::vector<Words>& rows)
+{
+    Json result = Json::array();
+    Words names;
+    for (const Words& row : rows) {
+        if (row.size() > 1 && json_of(row[1]).is_string()) {
+            names = row;
+            continue;
+        }
+        Json object = Json::object();
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            object[i < names.size() ? names[i] : std::to_string(i)] = json_of(row[i]);
+        }
+        result.push_back(object);
+    }
+    return result;
+}
+
 void measure(const Words& words)
 {
+    const int camera = camera_with_engine(words[0]);
+    const std::vector<Words> rows = figures_of(camera);
+    if (json_on() && words.size() == 1) {
+        print_json({{"camera", camera}, {"figures", figures_json(rows)}});
+        return;
+    }
     std::string table;
-    for (const Words& row : figures_of(camera_with_engine(words[0]))) {
+    for (const Words& row : rows) {
         for (std::size_t i = 0; i < row.size(); ++i) {
             if (words.size() > 1) {
                 table += (i > 0 ? "," : "") + row[i];

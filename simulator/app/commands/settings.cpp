@@ -1,11 +1,14 @@
 // Changing and showing settings.
 #include "app/command.h"
 #include "app/commands/groups.h"
+#include "app/json.h"
 #include "app/session.h"
+#include "app/undo.h"
 #include "host/setters.h"
 #include "host/store.h"
 #include "isp_ctrl.h"
 
+#include <cstring>
 #include <iomanip>
 #include <ostream>
 
@@ -16,6 +19,9 @@ using sim::host::Setting;
 
 namespace
 {
+
+constexpr int kNameWidth = 24;
+constexpr int kValueWidth = 19;
 
 /// What became of a value, where that is not simply that it is stored and in force.
 std::string outcome_text(int camera, const Setting& setting, int value, int result)
@@ -64,6 +70,7 @@ void set(const Words& words)
         throw BadInput(action ? name + " takes no value" : name + " takes " + range_text(setting));
     }
     const int value = action ? 0 : setting_value(setting, words[2]);
+    const Undoable undoable(camera);
     const bool slow = name == "wb_mode_onepush" && has_engine(camera);
     const int result = slow ? with_progress("measuring", [&] { return apply(camera, setting, value); })
                             : apply(camera, setting, value);
@@ -74,20 +81,115 @@ void set(const Words& words)
     out() << outcome_text(camera, setting, value, result) << '\n';
 }
 
-void show(const Words& words)
+void print_setting(int camera, const Setting& setting)
 {
-    const int camera = camera_id(words[0]);
-    for (const Setting& setting : sim::host::kSettings) {
-        if (words.size() == 1 || setting.name == setting_named(words[1]).name) {
-            out() << std::left << std::setw(24) << setting.name
-                  << sim::host::name_of(setting, sim::host::stored(camera, setting)) << '\n';
+    out() << std::left << std::setw(kNameWidth) << setting.name
+          << sim::host::name_of(setting, sim::host::stored(camera, setting)) << '\n';
+}
+
+/// The cameras side by side that have an engine or a setting of their own.
+void show_all()
+{
+    const kiv_isp_param_s initial = sim::host::initial_record();
+    std::vector<int> cameras;
+    for (int camera = 0; camera < kCameras; ++camera) {
+        const kiv_isp_param_s record = sim::host::stored_record(camera);
+        if (json_on()) {
+            print_json({{"camera", camera}, {"settings", json_of(record)}});
+        } else if (has_engine(camera) || std::memcmp(&record, &initial, sizeof record) != 0) {
+            cameras.push_back(camera);
         }
     }
+    if (json_on()) {
+        return;
+    }
+    const auto cell = [](const std::string& text) {
+        out() << std::setw(kValueWidth) << text.substr(0, kValueWidth - 1);
+    };
+    out() << std::left << std::setw(kNameWidth) << "camera";
+    for (const int camera : cameras) {
+        cell(std::to_string(camera));
+    }
+    out() << "initially\n";
+    for (const Setting& setting : sim::host::kSettings) {
+        out() << std::setw(kNameWidth) << setting.name;
+        for (const int camera : cameras) {
+            cell(sim::host::name_of(setting, sim::host::stored(camera, setting)));
+        }
+        out() << sim::host::name_of(setting, setting.initial) << '\n';
+    }
+}
+
+void show(const Words& words)
+{
+    if (words.empty()) {
+        show_all();
+        return;
+    }
+    const int camera = camera_id(words[0]);
+    const kiv_isp_param_s record = sim::host::stored_record(camera);
+    if (words.size() > 1 && words[1] != "all") {
+        const Setting& setting = setting_named(words[1]);
+        if (setting.member == nullptr) {
+            throw BadInput(words[1] + " is not stored");
+        }
+        if (json_on()) {
+            print_json({{"camera", camera}, {"settings", {{words[1], json_of(record)[words[1]]}}}});
+        } else {
+            print_setting(camera, setting);
+        }
+    } else if (json_on()) {
+        print_json({{"camera", camera}, {"settings", json_of(record)}});
+    } else if (words.size() > 1) {
+        for (const Setting& setting : sim::host::kSettings) {
+            print_setting(camera, setting);
+        }
+    } else {
+        const std::string changed = differences(record, sim::host::initial_record(), "initially");
+        out() << (changed.empty() ? "every setting has its initial value; show " + words[0] + " all lists them\n"
+                                  : changed);
+    }
+}
+
+void undo(const Words& /*words*/)
+{
+    std::vector<kiv_isp_param_s> before;
+    for (int camera = 0; camera < kCameras; ++camera) {
+        before.push_back(sim::host::stored_record(camera));
+    }
+    const int camera = undo_change();
+    if (camera < 0) {
+        throw BadInput("there is nothing to undo");
+    }
+    out() << "camera " << camera << '\n'
+          << differences(sim::host::stored_record(camera), before[static_cast<std::size_t>(camera)], "before");
+}
+
+void reset(const Words& words)
+{
+    const int camera = camera_id(words[0]);
+    const Undoable undoable(camera);
+    const kiv_isp_param_s before = sim::host::stored_record(camera);
+    kiv_isp_param_s record = sim::host::initial_record();
+    if (words.size() > 1) {
+        const Setting& setting = setting_named(words[1]);
+        if (setting.member == nullptr) {
+            throw BadInput(words[1] + " is not stored");
+        }
+        record = before;
+        record.*setting.member = setting.initial;
+    }
+    put_settings(camera, record);
+    const std::string changed = differences(sim::host::stored_record(camera), before, "before");
+    out() << "camera " << camera << (changed.empty() ? "  had its initial values\n" : "\n" + changed);
 }
 
 constexpr Command kCommands[] = {
     {"set", "CAM SETTING [VALUE]", "change a setting", 2, 3, set},
-    {"show", "CAM [SETTING]", "stored settings", 1, 2, show, Kind::looks},
+    {"show", "[CAM [SETTING | all]]", "what differs from the initial settings, or all cameras side by side", 0, 2, show,
+     Kind::looks},
+    {"undo", "", "take back the last change of settings, again and again", 0, 0, undo},
+    {"reset", "CAM [SETTING]", "initial value of a setting, or of all", 1, 2, reset},
 };
 
 } // namespace

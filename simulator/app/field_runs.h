@@ -1,0 +1,26 @@
+// Fields of an engine's block for people: the elements of an array together.
+#pragma once
+
+#include "engine/engine.h"
+
+#include <string>
+#include <vector>
+
+namespace app
+{
+
+/// One field, or elements of an array that follow each other, "uCoeff[0..224]".
+struct FieldRun {
+    std::string name;
+    std::vector<std::string> values;
+};
+
+std::vector<FieldRun> runs_of(const std::vector<sim::engine::FieldText>& fields);
+
+/// One value; or many, in the rows of a square where they are one and in lines that fit otherwise.
+std::string grid_text(const std::vector<std::string>& values);
+
+/// On one line, and of many values only the first and the last.
+std::string short_text(const std::vector<std::string>& values);
+
+} // namespace app
