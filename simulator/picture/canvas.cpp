@@ -8,30 +8,20 @@
 namespace sim::picture
 {
 
-namespace
-{
-
-std::uint32_t to_byte(float level)
-{
-    return static_cast<std::uint32_t>(255.0F * unit(level) + 0.5F);
-}
-
-} // namespace
-
 Surface to_surface(const Image& image)
 {
     Surface surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, image.width, image.height), cairo_surface_destroy);
     if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) {
         return surface;
     }
+    const auto byte = [](float level) { return static_cast<std::uint32_t>(to_byte(level)); };
     cairo_surface_flush(surface.get());
     unsigned char* row = cairo_image_surface_get_data(surface.get());
     const int stride = cairo_image_surface_get_stride(surface.get());
     auto pixel = image.pixels.begin();
     for (int y = 0; y < image.height; ++y, row += stride) {
         for (int x = 0; x < image.width; ++x, ++pixel) {
-            const std::uint32_t word =
-                (to_byte(pixel->red) << 16U) | (to_byte(pixel->green) << 8U) | to_byte(pixel->blue);
+            const std::uint32_t word = (byte(pixel->red) << 16U) | (byte(pixel->green) << 8U) | byte(pixel->blue);
             std::memcpy(row + 4 * x, &word, sizeof word);
         }
     }

@@ -51,6 +51,13 @@ inline float unit(float x)
     return std::min(1.0F, positive);
 }
 
+/// The nearest of the levels 0 to 255 of eight bits.
+inline int to_byte(float level)
+{
+    constexpr float kHalf = 0.5F;
+    return static_cast<int>(kHalf + 255.0F * unit(level));
+}
+
 inline float luma(Colour c)
 {
     return 0.2126F * c.red + 0.7152F * c.green + 0.0722F * c.blue;

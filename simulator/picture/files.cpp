@@ -27,9 +27,9 @@ Bytes to_bytes(const Image& image)
     Bytes bytes(3 * image.pixels.size());
     unsigned char* byte = bytes.data();
     for (const Colour& c : image.pixels) {
-        byte[0] = static_cast<unsigned char>(255.0F * unit(c.red) + 0.5F);
-        byte[1] = static_cast<unsigned char>(255.0F * unit(c.green) + 0.5F);
-        byte[2] = static_cast<unsigned char>(255.0F * unit(c.blue) + 0.5F);
+        byte[0] = static_cast<unsigned char>(to_byte(c.red));
+        byte[1] = static_cast<unsigned char>(to_byte(c.green));
+        byte[2] = static_cast<unsigned char>(to_byte(c.blue));
         byte += 3;
     }
     return bytes;

@@ -119,7 +119,7 @@ Image waveform_graph(const Image& image)
     std::vector<float> count(static_cast<std::size_t>(kWidth) * 256U);
     for (int y = 0; y < image.height; ++y) {
         for (int x = 0; x < image.width; ++x) {
-            const int level = static_cast<int>(255.0F * unit(luma(image.pixels[index_of(x, y, image.width)])) + 0.5F);
+            const int level = to_byte(luma(image.pixels[index_of(x, y, image.width)]));
             const int first = x * kWidth / image.width;
             const int end = std::max((x + 1) * kWidth / image.width, first + 1);
             for (int column = first; column < end; ++column) {

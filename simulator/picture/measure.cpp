@@ -77,7 +77,7 @@ double steepest_edge(const Image& image, Area area)
 Histogram histogram(const Image& image)
 {
     Histogram result;
-    const auto level = [](float value) { return static_cast<std::size_t>(255.0F * unit(value) + 0.5F); };
+    const auto level = [](float value) { return static_cast<std::size_t>(to_byte(value)); };
     int black = 0;
     int clipped = 0;
     for (const Colour& c : image.pixels) {
