@@ -1,16 +1,12 @@
-// The simulated host: parameter store and its file, presets, log, lens and lens service, vendor storage, shading file.
+// The simulated host: parameter store and its file, lens and lens service, shading file.
 #include "base/calls.h"
 #include "host/lens.h"
 #include "host/lens_service.h"
-#include "host/log.h"
 #include "host/shading_file.h"
 #include "host/store.h"
-#include "host/styles.h"
-#include "host/vendor_storage.h"
 #include "host/vin.h"
 
 #include "af/lens_ctrl.h"
-#include "base/lib_dbgout.h"
 #include "isp_auto_iris.h"
 #include "support/threads.h"
 #include "vin/vin.h"
@@ -30,7 +26,6 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 namespace
@@ -96,22 +91,6 @@ TEST(StoreTest, StartsWithTheInitialValues)
     EXPECT_DOUBLE_EQ(lens_transmission(), 1.0);
 }
 
-struct Accessors {
-    const char* name;
-    int (*set)(int, int) = nullptr;
-    int (*maximum)(int) = nullptr;
-    int (*current)(int) = nullptr;
-};
-#define ACCESSORS_none(name) {#name},
-#define ACCESSORS_set(name) {#name, para_set_isp_##name##_cur},
-#define ACCESSORS_bound(name) {#name, para_set_isp_##name##_cur, para_get_isp_##name##_max},
-#define ACCESSORS_cur(name) {#name, para_set_isp_##name##_cur, nullptr, para_get_isp_##name##_cur},
-#define ACCESSORS_all(name) {#name, para_set_isp_##name##_cur, para_get_isp_##name##_max, para_get_isp_##name##_cur},
-const Accessors kAccessors[] = {
-#define ISP_SETTING(name, type, access, ...) ACCESSORS_##access(name)
-#include "host/settings.def"
-};
-
 TEST_F(HostTest, TheListIsConsistent)
 {
     for (const Setting& setting : kSettingsAndCommands) {
@@ -123,36 +102,6 @@ TEST_F(HostTest, TheListIsConsistent)
         EXPECT_TRUE(setting.in_range(value) || value < 0) << name << ' ' << value_name;
         EXPECT_EQ(name_of(setting, value), value_name) << name << ": two names for a value, or values in two places";
     }
-}
-
-TEST_F(HostTest, EveryAccessorReachesItsOwnFieldAndCamera)
-{
-    for (std::size_t field = 0; field < kFields; ++field) {
-        const Setting& setting = kSettings[field];
-        const auto& [name, set, highest, current] = kAccessors[field];
-        ASSERT_EQ(setting.name, name);
-        if (highest != nullptr) {
-            EXPECT_EQ(highest(7), setting.highest);
-            set_maximum(setting, setting.highest + 3);
-            EXPECT_EQ(highest(7), setting.highest + 3);
-        }
-        if (set == nullptr) {
-            continue;
-        }
-        const int value = setting.initial == setting.highest ? setting.lowest : setting.highest;
-        std::vector<sim::Call> expected = {{std::string("para_set_isp_") + name + "_cur", 7, value}};
-        sim::start_recording();
-        EXPECT_EQ(set(7, value), 0);
-        EXPECT_EQ(stored(7, setting), value) << name;
-        if (current != nullptr) {
-            EXPECT_EQ(current(7), value);
-            expected.push_back({std::string("para_get_isp_") + name + "_cur", 7, value});
-        }
-        EXPECT_EQ(sim::recorded_calls(), expected);
-        store(7, setting, setting.initial);
-        EXPECT_TRUE(same(stored_record(7), initial_record())) << name << " changed another field";
-    }
-    EXPECT_THAT(misuses(), IsEmpty());
 }
 
 TEST_F(HostTest, MisuseIsNotedAndFaultsStrike)
@@ -219,18 +168,11 @@ TEST_F(HostTest, DamagedFileIsNamedLeftAloneAndNotAppliedInPart)
         const char* wrong;
     } kDamaged[] = {
         {"[camera 0]\nhue = 3\nhhue = 4\n", ":3: unknown setting 'hhue'"},
-        {"[camera 0]\nhue = 3\ncsc_mode = 1\n", ":3: unknown setting 'csc_mode'"},
         {"[camera 0]\nhue = 3\nwb_mode = warm\n", ":3: wb_mode has no value 'warm'"},
-        {"[camera 0]\nhue = 3 4\n", ":2: hue has no value '3 4'"},
-        {"[camera 0]\nhue =\n", ":2: hue has no value ''"},
         {"[camera 0]\nhue = 3\nsaturation = 15\n", ":3: saturation is 0 to 14, not 15"},
-        {"[camera 0]\nhue = -1\n", ":2: hue is 0 to 14, not -1"},
         {"[camera 0]\nhue = 3\n[camera 1]\nhue = 3\nhue = 3\n", ":5: hue is there twice"},
         {"[camera 0]\nhue = 3\n[camera 0]\n", ":3: camera 0 has a section already"},
-        {"[camera 0]\nhue = 3\n[camera 1\n", ":3: ']' is missing at the end of '[camera 1'"},
         {"[camera 8]\n", ":1: expected [camera 0] to [camera 7], not '[camera 8]'"},
-        {"[camera 00]\n", ":1: expected [camera 0] to [camera 7], not '[camera 00]'"},
-        {"[]\n", ":1: expected [camera 0] to [camera 7], not '[]'"},
         {"hue = 3\n", ":1: a setting before the first [camera N]"},
         {"[camera 0]\nhue = 3\nhue\n", ":3: expected SETTING = VALUE, not 'hue'"},
         {"[camera 0]\nhue = 3\n\x1b[2Jxyz\n", ":3: expected SETTING = VALUE, not '?[2Jxyz'"},
@@ -294,75 +236,6 @@ TEST_F(HostTest, InterruptedSaveKeepsTheOldFile)
     }
 }
 
-TEST_F(HostTest, StoreIsReadAndWrittenFromManyThreads)
-{
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([i, this] {
-            for (int n = 0; n < 500; ++n) {
-                para_set_isp_hue_cur(n % kCameras, (n + i) % 15);
-                EXPECT_LE(para_get_isp_hue_cur(n % kCameras), para_get_isp_hue_max(0));
-                EXPECT_TRUE(n % 100 != 0 || save_store(file("store")));
-            }
-        });
-    }
-    threads.clear();
-    EXPECT_TRUE(load_store(file("store")));
-    EXPECT_EQ(bench::entries(folder.c_str()), 1);
-}
-
-// ---- Presets
-
-TEST_F(HostTest, PresetsAreWithinRangeAndDifferFromEachOther)
-{
-    for (int style = 0; style < kStyles; ++style) {
-        const kiv_isp_param_s* const preset = para_get_isp_style_param(3, style);
-        ASSERT_NE(preset, nullptr);
-        EXPECT_EQ(preset->style, style);
-        for (const Setting& setting : kSettings) {
-            EXPECT_TRUE(setting.in_range(preset->*setting.member)) << style << ' ' << setting.name;
-        }
-        for (int other = 0; other < style; ++other) {
-            kiv_isp_param_s compared = delivered_preset(other);
-            compared.style = style;
-            EXPECT_FALSE(same(compared, *preset)) << style << " looks like " << other;
-        }
-    }
-    EXPECT_EQ(para_get_isp_style_param(0, -1), nullptr);
-    EXPECT_EQ(para_get_isp_style_param(0, kStyles), nullptr);
-    remove_preset(style_food);
-    set_host_applies_styles(true);
-    for (const bool changed : {true, false}) {
-        EXPECT_EQ(para_get_isp_style_param(0, style_food) == nullptr, changed);
-        EXPECT_EQ(para_isp_style_excute_by_arm(), changed ? 1 : 0);
-        reset_store();
-    }
-}
-
-// ---- Log
-
-std::vector<LogLine> g_called_back;
-
-TEST_F(HostTest, LogKeepsTheLastLines)
-{
-    EXPECT_EQ(kiv_traceout(6, "nobody %s\n", "listens"), 0);
-    start_log_capture(2, true);
-    sim::start_recording();
-    set_log_callback([](int level, const char* text) { g_called_back.push_back({level, text}); });
-    kiv_traceout(6, "one\n");
-    kiv_log_debug("%-4d %s two\n", 12, "f");
-    kiv_traceout(6, "%s", std::string(3000, 'x').c_str());
-    set_log_callback(nullptr);
-    stop_log_capture();
-    kiv_traceout(6, "late");
-    EXPECT_THAT(captured_log(), ElementsAre(LogLine{kDebugLevel, "12   f two\n"}, LogLine{6, std::string(1023, 'x')}));
-    EXPECT_EQ(g_called_back.size(), 3u);
-    EXPECT_THAT(sim::recorded_calls(),
-                ElementsAre(sim::Call{"kiv_traceout", -1, 6}, sim::Call{"kiv_log_debug", -1, kDebugLevel},
-                            sim::Call{"kiv_traceout", -1, 6}));
-    EXPECT_EQ(dbgout_profile.module_level, 0);
-}
-
 // ---- Lens and video input
 
 TEST_F(HostTest, LensMovesWithItsSpeedBetweenItsStops)
@@ -395,27 +268,6 @@ TEST_F(HostTest, LensMovesWithItsSpeedBetweenItsStops)
     set_vin_fps(3, 25);
     EXPECT_EQ(get_vin_fps(3), 25);
     EXPECT_EQ(get_vin_fps(2), kDefaultFps);
-}
-
-TEST_F(HostTest, TransmissionFollowsIrisAndZoom)
-{
-    unsigned short scale = 0; // its steps are about half a stop apart
-    for (const double f_number : {1.8, 2.0, 2.4, 2.8, 3.4, 4.0, 4.8, 5.6, 6.8, 8.0, 9.6, 11.0}) {
-        iris_to(scale++);
-        step_lens(9.0);
-        EXPECT_NEAR(lens_transmission() * f_number * f_number, 1.8 * 1.8, 0.07 * 1.8 * 1.8) << f_number;
-    }
-    iris_to(scale);
-    step_lens(9.0);
-    EXPECT_DOUBLE_EQ(lens_transmission(), 0.0);
-    move_iris_to(kIrisWidest);
-    step_lens(9.0);
-    for (const auto& [zoom, widest] :
-         {std::pair(0, 800.0), {1278, 761.5}, {2556, 723.0}, {3746, 638.0}, {7000, 638.0}}) {
-        put_zoom(zoom);
-        EXPECT_DOUBLE_EQ(widest_iris(zoom), widest);
-        EXPECT_DOUBLE_EQ(lens_transmission(), widest / 800.0 * widest / 800.0);
-    }
 }
 
 // ---- Lens service
@@ -503,60 +355,7 @@ TEST_F(HostTest, IrisRecordIsWhereAReaderMapsIt)
     EXPECT_NE(service.open(file("no/such/folder"), 0), "");
 }
 
-TEST_F(HostTest, LensServiceWorksByItself)
-{
-    LensService service;
-    ASSERT_EQ(service.open(file("iris"), 0), "");
-    service.start();
-    service.start();
-    send(service.port(), kTo690);
-    EXPECT_TRUE(bench::eventually([&] { return service.counts().moved == 1; }));
-    service.stop();
-    EXPECT_DOUBLE_EQ(lens_state().iris_target, 690.0);
-    service.start();
-}
-
-// ---- Vendor storage
-
-TEST_F(HostTest, VendorStoragePrintsAnyModel)
-{
-    const auto output_of = [this](const std::string& command) {
-        EXPECT_EQ(std::system((command + " >" + file("output")).c_str()), 0);
-        return read_text(file("output"));
-    };
-    const std::string odd = file("it's a \"$HOME\" `id`; #");
-    std::filesystem::create_directory(odd);
-    const std::string command = lens_command_for("", odd);
-    EXPECT_EQ(output_of(command), "");
-    for (const std::string& model : {std::string("SR1053-50IRC-8M-F20 rev 2"), std::string(" "),
-                                     std::string("a'b\"c$(id)`id`\\;|&<>*?[]{}~!#%\t\\n\xff\xfe\x80"),
-                                     std::string(400, 'x'), std::string("one\ntwo")}) {
-        EXPECT_EQ(lens_command_for(model, odd), command);
-        EXPECT_EQ(output_of(command), model.substr(0, model.find('\n')) + "\n");
-    }
-    EXPECT_EQ(output_of(lens_command_without_tool()), "");
-    EXPECT_EQ(lens_command_for("IR0147", file("none")), "");
-}
-
 // ---- Shading file
-
-TEST_F(HostTest, ModelShadingFollowsTheFormula)
-{
-    const ShadingFile model = model_shading();
-    for (std::size_t grid = 0; grid < std::size(kShadingGrids); ++grid) {
-        const auto& gain = model.gain[grid];
-        const double corner = 1.0 + kShadingGrids[grid].k;
-        const double right = 1.0 + kShadingGrids[grid].k * 256.0 / 337.0;
-        EXPECT_EQ(gain[8 * 17 + 8], 1024);
-        EXPECT_NEAR(gain[0], 1024.0 * corner * corner, 0.5);
-        EXPECT_NEAR(gain[8 * 17 + 16], 1024.0 * right * right, 0.5);
-        EXPECT_EQ(gain[0], gain[288]);
-    }
-    ASSERT_EQ(write_shading_file(file("shading")), "");
-    const std::string bytes = read_text(file("shading"));
-    ASSERT_EQ(bytes.size(), 6936u);
-    EXPECT_EQ(bytes.substr(2 * (8 * 17 + 8), 2), std::string("\0\4", 2)); // 1024, low byte first
-}
 
 TEST_F(HostTest, ShadingFileIsJudged)
 {
