@@ -84,6 +84,11 @@ void set_log_callback(void (*callback)(int level, const char* text))
     std::atomic_ref(dbgout_profile.log_cb).store(callback, std::memory_order_relaxed);
 }
 
+bool has_log_callback()
+{
+    return std::atomic_ref(dbgout_profile.log_cb).load(std::memory_order_relaxed) != nullptr;
+}
+
 void set_log_to_stderr(bool on)
 {
     g_to_stderr.store(on, std::memory_order_relaxed);

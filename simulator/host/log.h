@@ -23,6 +23,7 @@ void set_module_level(int level);
 
 /// Sets dbgout_profile.log_cb, which receives every line; null for none. Any thread.
 void set_log_callback(void (*callback)(int level, const char* text));
+bool has_log_callback();
 
 /// Writes every line to standard error; off at first. Any thread.
 void set_log_to_stderr(bool on);

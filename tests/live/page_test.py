@@ -7,6 +7,7 @@ import json
 import os
 import pty
 import re
+import signal
 import subprocess
 import sys
 import tempfile
@@ -77,6 +78,7 @@ class Page(unittest.TestCase):
         cls.program = Program(cls.folders[0].name)
         cls.program.expect("isp> ")  # the script is over
         cls.browser = open_browser(cls.folders[1].name)
+        cls.browser.execute_cdp_cmd("Emulation.setScrollbarsHidden", {"hidden": True})
 
     @classmethod
     def tearDownClass(cls):
@@ -210,7 +212,10 @@ class Page(unittest.TestCase):
         held = self.brightness(0)
         split.send_keys(Keys.HOME)
         self.eventually(lambda: abs(self.brightness(0) - held) > 1)
-        self.browser.execute_script("arguments[0].value = 50", split)
+        self.browser.execute_script("""
+            arguments[0].value = 50;
+            arguments[0].dispatchEvent(new Event('input'));
+            document.activeElement.blur();""", split)
         time.sleep(0.5)
         self.size(1280, 800, dark=True)
         time.sleep(0.5)
@@ -230,7 +235,6 @@ class Page(unittest.TestCase):
             self.program.type(line)  # something for plots and controls to show
             time.sleep(2)
         time.sleep(4)
-        self.browser.execute_cdp_cmd("Emulation.setScrollbarsHidden", {"hidden": True})
         self.size(1280, 1140)
         self.tab("Image")
         time.sleep(1)
@@ -248,6 +252,33 @@ class Page(unittest.TestCase):
                 self.assertLessEqual(self.browser.execute_script("return document.documentElement.scrollWidth"), width)
         self.tab("Exposure")
         self.save("live-phone")
+
+
+class Serving(unittest.TestCase):
+    def test_without_a_terminal_it_serves_until_a_signal_and_keeps_the_settings(self):
+        for end in (signal.SIGTERM, signal.SIGINT):
+            with self.subTest(end), tempfile.TemporaryDirectory() as folder:
+                process = subprocess.Popen([PROGRAM, "--state", folder, "--serve", "127.0.0.1:0"], text=True,
+                                           stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
+                url = process.stdout.readline().strip()
+                request = urllib.request.Request(url + "api/cameras/2/settings/hue", b'{"value": 11}',
+                                                 {"Content-Type": "application/json"}, method="PUT")
+                self.assertEqual(json.load(urllib.request.urlopen(request))["stored"], 11)
+                with urllib.request.urlopen(url + "api/events") as events:  # a page that stays
+                    events.readline()
+                    process.send_signal(end)
+                    self.assertEqual(process.wait(10), 0)
+                process.stdout.close()
+                with open(folder + "/settings.ini", encoding="ascii") as settings:
+                    self.assertRegex(settings.read(), "hue *= *11")
+
+    def test_an_address_that_cannot_be_had_is_said_in_one_line(self):
+        for address in ("x", "127.0.0.1:65536", "192.0.2.1:0"):
+            with self.subTest(address), tempfile.TemporaryDirectory() as folder:
+                done = subprocess.run([PROGRAM, "--state", folder, "--serve", address], text=True, capture_output=True,
+                                      stdin=subprocess.DEVNULL, timeout=20, check=False)
+                self.assertEqual(done.returncode, 1)
+                self.assertRegex(done.stderr, r"\A[^\n]+\n\Z")
 
 
 if __name__ == "__main__":

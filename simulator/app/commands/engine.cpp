@@ -132,7 +132,7 @@ void expect(const Words& words)
 void trace(const Words& words)
 {
     const bool on = on_or_off(words[0]);
-    sim::host::set_module_level(on ? 6 : 0);
+    sim::host::set_module_level(on || sim::host::has_log_callback() ? 6 : 0); // a page shows them always
     sim::host::set_log_to_stderr(on);
 }
 

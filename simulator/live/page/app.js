@@ -127,6 +127,10 @@ async function start() {
     settings: (change) => controls.showSettings(change),
     log: (lines) => log.show(lines),
     state: (state) => {
+      if (state.time < time) { // another program serves now
+        log.last = 0;
+        plots.clear();
+      }
       time = state.time;
       node('clock').textContent = clockText(time);
       if (document.activeElement !== speed) {

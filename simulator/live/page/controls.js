@@ -401,7 +401,7 @@ export class Controls {
   toolsPage() {
     const offers = this.list.offers;
     const notes = [0, 1, 2].map(() => element('p', { className: 'note', 'aria-live': 'polite' }));
-    const buttons = [];
+    [, , this.switchNote] = notes;
     const calibrate = (text, which) => {
       const bar = element('progress', { max: 1, value: 0, hidden: true, 'aria-label': 'Progress' });
       const start = element('button', {
@@ -414,7 +414,6 @@ export class Controls {
           progress.end();
         },
       }, text);
-      buttons.push(start);
       return element('div', { className: 'buttons' }, start, bar);
     };
     const fault = {
@@ -474,11 +473,10 @@ export class Controls {
     this.choice = choice('Camera', there.map(({ id }) => [id, `Camera ${id}`]), (id) => this.onCamera(id));
     this.choice.show(this.camera);
     this.choiceNode.replaceChildren(...this.choice.node.children);
-    const note = element('p');
     document.getElementById('camera-switches').replaceChildren(...states.map(({ id, state }) => {
       const runs = state === 'running';
       return element('button', {
-        type: 'button', onclick: () => this.command(`${runs ? 'release' : 'start'} ${id}`, note),
+        type: 'button', onclick: () => this.command(`${runs ? 'release' : 'start'} ${id}`, this.switchNote),
       }, `${runs ? 'Release' : 'Start'} ${id}`);
     }));
   }

@@ -54,6 +54,10 @@ export class Plots {
       this.plots.forEach(({ plot }) => plot.redraw(false, true)));
   }
 
+  clear() {
+    this.history.clear();
+  }
+
   add(state) {
     for (const camera of state.cameras) {
       if (camera.state !== 'running') {
