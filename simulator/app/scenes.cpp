@@ -6,8 +6,8 @@
 #include "host/lens.h"
 
 #include <array>
-#include <cstring>
 #include <mutex>
+#include <string_view>
 #include <utility>
 
 namespace app
@@ -29,9 +29,9 @@ std::array<sim::picture::SceneRef, kCameras> scenes;
 std::array<Metered, kCameras> metered; // by the thread that runs the frames
 
 template <typename T>
-bool same(const T& a, const T& b)
+std::string_view bytes_of(const T& block)
 {
-    return std::memcmp(&a, &b, sizeof(T)) == 0;
+    return {reinterpret_cast<const char*>(&block), sizeof block};
 }
 
 } // namespace
@@ -69,8 +69,8 @@ void meter_scenes()
         const void* engine = engine_of(camera);
         Metered now{scene_of(camera), magnification_of(camera), sim::engine::peek<rk_aiq_lsc_attrib_t>(engine),
                     sim::engine::live(camera).wb_gain};
-        if (now.scene == last.scene && now.magnification == last.magnification && same(now.lsc, last.lsc) &&
-            same(now.wb_gain, last.wb_gain)) {
+        if (now.scene == last.scene && now.magnification == last.magnification &&
+            bytes_of(now.lsc) == bytes_of(last.lsc) && bytes_of(now.wb_gain) == bytes_of(last.wb_gain)) {
             continue;
         }
         const sim::picture::Metering samples = sim::picture::metering(look_of(camera));
