@@ -95,7 +95,8 @@ std::string calibration_problem(const std::string& path)
         for (const double kelvin : kKelvins) {
             const float panorama = sim::engine::ideal_gains({.kelvin = kelvin}, {}).*line.gain;
             const float gain = record.*line.k * panorama + record.*line.b;
-            if (!(gain >= kLowestGain && gain <= kHighestGain)) {
+            const bool usual = gain >= kLowestGain && gain <= kHighestGain;
+            if (!usual) {
                 std::ostringstream text;
                 text << path << ": the line for " << line.name << " gives a gain of " << gain << " at " << kelvin
                      << " K; following cameras show wrong colours";

@@ -19,7 +19,7 @@ namespace
 constexpr std::size_t kWide = 120; // from which the columns of cameras in different modes are below each other
 
 template <typename... Values>
-std::string field(Values... values)
+std::string field(const Values&... values)
 {
     std::ostringstream text;
     text << std::fixed << std::setprecision(2);

@@ -262,7 +262,8 @@ void set_light(int camera, const std::string& light)
     double kelvin = 0.0;
     const auto [end, error] = std::from_chars(light.data(), light.data() + light.size(), kelvin);
     if (error == std::errc{} && end == light.data() + light.size()) {
-        if (!(kelvin >= 1500.0 && kelvin <= 12000.0)) {
+        const bool usual = kelvin >= 1500.0 && kelvin <= 12000.0;
+        if (!usual) {
             throw BadInput("a light has 1500 to 12000 K or a name: A, TL84, D50, D65");
         }
         sim::engine::set_illuminant(camera, kelvin);

@@ -153,7 +153,8 @@ void remember_line(const std::string& line, const std::string& history_file)
 std::string word_of(const std::string& line)
 {
     std::istringstream words(line);
-    std::string first, second;
+    std::string first;
+    std::string second;
     words >> first >> second;
     return second.empty() ? first : "";
 }

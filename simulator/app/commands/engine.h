@@ -13,7 +13,4 @@ std::span<const std::string_view> called_functions();
 /// Notes what every engine holds, which `changes` compares with.
 void remember_engines();
 
-/// What the library calls of engine and host, in order.
-std::span<const std::string_view> called_functions();
-
 } // namespace app

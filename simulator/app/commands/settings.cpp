@@ -154,6 +154,7 @@ void show(const Words& words)
 void undo(const Words& /*words*/)
 {
     std::vector<kiv_isp_param_s> before;
+    before.reserve(kCameras);
     for (int camera = 0; camera < kCameras; ++camera) {
         before.push_back(sim::host::stored_record(camera));
     }

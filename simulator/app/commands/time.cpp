@@ -54,6 +54,7 @@ void watch(const Words& words)
     const bool has_period = words.size() > 3 && words[words.size() - 2] == "every";
     const std::size_t last = words.size() - (has_period ? 3 : 1);
     std::vector<int> cameras;
+    cameras.reserve(last);
     for (std::size_t i = 0; i < last; ++i) {
         cameras.push_back(camera_with_engine(words[i]));
     }
