@@ -49,6 +49,7 @@ enum { CAMERAS = 8, VERSION = 1, VALUES = CAMERAS * (int)sizeof(kiv_isp_param_s)
 #define INITIAL_LEVEL(name, initial, highest) .name = (initial),
 #define INITIAL_CHOICE(name, initial) .name = (initial),
 static const kiv_isp_param_s initial_record = {.struct_ver = VERSION, SETTINGS(INITIAL_LEVEL, INITIAL_CHOICE)};
+static kiv_isp_param_s neutral_style = {.struct_ver = VERSION, SETTINGS(INITIAL_LEVEL, INITIAL_CHOICE)};
 
 static kiv_isp_param_s records[CAMERAS];
 static int changed; /* since the file was written */
@@ -88,10 +89,8 @@ SETTINGS(DEFINE_LEVEL, DEFINE_CHOICE)
 /* Image styles are whole records. This host has one: everything as at the first start. */
 kiv_isp_param_s* para_get_isp_style_param(int id, int style)
 {
-    static kiv_isp_param_s neutral;
     (void)id;
-    neutral = initial_record;
-    return style == style_default ? &neutral : NULL;
+    return style == style_default ? &neutral_style : NULL;
 }
 
 int para_isp_style_excute_by_arm(void)

@@ -76,6 +76,7 @@ TEST_F(App, BadInputGetsOneClearLineAndChangesNothing)
         {"start 8", "a camera is a number from 0 to 7, not 8"},
         {"start x", "not x"},
         {"block 0 acp", "camera 0 has no engine"},
+        {"render 0 a.gif", "a .png or .jpg file, not a.gif"},
         {"set 0 colour 3", "there is no setting colour"},
         {"set 0 saturation", "saturation takes 0 to 14"},
         {"set 0 saturation 15", "saturation takes 0 to 14, no_colour, not 15"},

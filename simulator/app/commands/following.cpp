@@ -80,7 +80,7 @@ void balance(const Words& words)
         pictures.push_back(panel_of(camera, label.str()));
     }
     if (words.size() == 1) {
-        write_picture(file_argument(words[0]), sim::picture::contact_sheet(pictures, 3));
+        write_picture(picture_argument(words[0]), sim::picture::contact_sheet(pictures, 3));
     }
 }
 

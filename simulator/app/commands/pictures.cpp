@@ -28,11 +28,12 @@ namespace
 
 void render(const Words& words)
 {
+    const std::string path = picture_argument(words.back());
     std::vector<sim::picture::Panel> panels;
     for (std::size_t i = 0; i + 1 < words.size(); ++i) {
         panels.push_back(panel_of(camera_with_engine(words[i]), ""));
     }
-    write_picture(file_argument(words.back()), sim::picture::contact_sheet(panels, panels.size() == 4 ? 2 : 3));
+    write_picture(path, sim::picture::contact_sheet(panels, panels.size() == 4 ? 2 : 3));
 }
 
 // ---- Values of a setting --------------------------------------------------------------------------------------------
@@ -91,7 +92,7 @@ void compare(const Words& words)
     for (const std::string& value : values) {
         setting_value(setting, value);
     }
-    const std::string path = file_argument(words.back());
+    const std::string path = picture_argument(words.back());
     const int columns = values.size() == 4 ? 2 : 3;
     write_picture(path, sim::picture::contact_sheet(pictures_with(camera, setting, values), columns));
 }
@@ -99,7 +100,7 @@ void compare(const Words& words)
 void styles(const Words& words)
 {
     const int camera = camera_with_engine(words[0]);
-    const std::string path = file_argument(words[1]);
+    const std::string path = picture_argument(words[1]);
     const Setting& style = *sim::host::find_setting("style");
     Words names;
     for (const sim::host::ValueName& name : sim::host::names_of(style)) {
@@ -218,7 +219,7 @@ void graph(const Words& words)
 {
     const int camera = camera_with_engine(words[0]);
     const sim::picture::Panel panel{"", Graph(picture_of(camera)), caption_of(camera)};
-    write_picture(file_argument(words[1]), sim::picture::contact_sheet({panel}, 1));
+    write_picture(picture_argument(words[1]), sim::picture::contact_sheet({panel}, 1));
 }
 
 constexpr Command kCommands[] = {
@@ -235,6 +236,16 @@ constexpr Command kCommands[] = {
 };
 
 } // namespace
+
+std::string picture_argument(const std::string& word)
+{
+    for (const char* ending : {".png", ".jpg", ".jpeg"}) {
+        if (word.ends_with(ending)) {
+            return file_argument(word);
+        }
+    }
+    throw BadInput("a picture is a .png or .jpg file, not " + word);
+}
 
 void write_picture(const std::string& path, const sim::picture::Image& image)
 {
