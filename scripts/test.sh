@@ -84,6 +84,8 @@ if [[ ${1-} == --all ]]; then
     build_and_test tsan
     build_and_test arm64
     echo "=== more"
+    check "the live page in a browser" ctest --test-dir build/release -L page --no-tests=error --output-on-failure -Q \
+        -O "$logs/test-page.log"
     check "lines, branches and conditions" scripts/coverage.sh
     check "instructions per setter" env BUILD=build/release scripts/count-instructions.sh --check
     check "Debian packages" scripts/package.sh --check

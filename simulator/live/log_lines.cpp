@@ -8,7 +8,7 @@
 #include <cctype>
 #include <deque>
 #include <mutex>
-#include <regex>
+#include <string_view>
 
 namespace live
 {
@@ -25,13 +25,20 @@ std::mutex& mutex = *new std::mutex;
 std::deque<Line>& lines = *new std::deque<Line>;
 std::uint64_t last_number = 0;
 
+bool is_camera(char c)
+{
+    return c >= '0' && c <= '7';
+}
+
 /// The camera that a line names, or else the one that the command names within which it is written.
 int camera_of(const std::string& text)
 {
-    static const std::regex& named = *new std::regex(R"((?:cam_id is|camera_id is|ID:) ([0-7])\b)");
-    std::smatch match;
-    if (std::regex_search(text, match, named)) {
-        return std::stoi(match[1]);
+    for (const std::string_view name : {"cam_id is ", "camera_id is ", "ID: "}) {
+        const std::size_t place = text.find(name);
+        const std::string number = place == std::string::npos ? "" : text.substr(place + name.size(), 2);
+        if (!number.empty() && is_camera(number[0]) && (number.size() == 1 || std::isdigit(number[1]) == 0)) {
+            return number[0] - '0';
+        }
     }
     const std::string command = app::own_turn();
     const std::size_t space = command.find(' ');
@@ -39,7 +46,7 @@ int camera_of(const std::string& text)
         return -1;
     }
     const std::string word = command.substr(space + 1, command.find(' ', space + 1) - space - 1);
-    return word.size() == 1 && word[0] >= '0' && word[0] <= '7' ? word[0] - '0' : -1;
+    return word.size() == 1 && is_camera(word[0]) ? word[0] - '0' : -1;
 }
 
 /// "[module KIV_Set_hue +88  ]hue:3\n\n" becomes "KIV_Set_hue: hue:3".

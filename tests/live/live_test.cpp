@@ -24,26 +24,28 @@ using namespace std::chrono_literals;
 using Json = nlohmann::json;
 using testing::HasSubstr;
 
-constexpr live::Limits kLimits{.connections = 12,
-                               .streams = 12,
-                               .requests = 10000,
-                               .request_bytes = 96 << 10,
-                               .request = 500ms,
-                               .idle = 5000ms,
-                               .stall = 300ms};
+/// Limits that a bad client soon meets.
+constexpr live::Limits kShort{.connections = 12,
+                              .streams = 12,
+                              .requests = 10000,
+                              .request_bytes = 96 << 10,
+                              .request = 500ms,
+                              .idle = 5000ms,
+                              .stall = 300ms};
 
-/// A session with camera 0, served. One per process.
+/// A session with camera 0, served. One per process. A busy machine must not make a good client look like a bad one, so
+/// its limits are wide.
 class Live : public testing::Test
 {
 protected:
-    Live()
+    explicit Live(const live::Limits& limits = {.request = 60s, .idle = 60s, .stall = 60s})
     {
         std::string pattern = (std::filesystem::temp_directory_path() / "isp_live_XXXXXX").string();
         folder = mkdtemp(pattern.data());
         app::open_session(folder);
         sim::use_paced_time(1.0);
         EXPECT_TRUE(app::start_camera(0));
-        const std::string url = live::start_serving(live::address_of("0"), kLimits);
+        const std::string url = live::start_serving(live::address_of("0"), limits);
         EXPECT_THAT(url, testing::MatchesRegex("http://127.0.0.1:[0-9]+/"));
         port = std::stoi(url.substr(url.rfind(':') + 1));
     }
@@ -58,7 +60,7 @@ protected:
     httplib::Client client() const
     {
         httplib::Client made("127.0.0.1", port);
-        made.set_read_timeout(10s);
+        made.set_read_timeout(60s);
         return made;
     }
 
@@ -266,7 +268,13 @@ TEST_F(Live, APictureIsSentOnceUntilItChangesAndShowsASettingAtOnce)
     EXPECT_LE(pictures, 1000);
 }
 
-TEST_F(Live, ABadClientCostsOnlyItself)
+class BadClients : public Live
+{
+protected:
+    BadClients() : Live(kShort) {}
+};
+
+TEST_F(BadClients, CostOnlyThemselves)
 {
     const std::string put =
         "PUT /api/cameras/0/settings/hue HTTP/1.1\r\n" + host() + "Content-Type: application/json\r\n";
@@ -294,7 +302,7 @@ TEST_F(Live, ABadClientCostsOnlyItself)
 
     // Pages that take nothing of their stream are dropped, so that the places are free again.
     std::vector<int> stalled;
-    for (int i = 0; i < kLimits.connections; ++i) {
+    for (int i = 0; i < kShort.connections; ++i) {
         stalled.push_back(connect_raw(4096));
         send_raw(stalled.back(), "GET /api/cameras/0/stream?width=960 HTTP/1.1\r\n" + host() + "\r\n");
     }
@@ -310,7 +318,7 @@ TEST_F(Live, ABadClientCostsOnlyItself)
     std::for_each(stalled.begin(), stalled.end(), close);
 }
 
-TEST_F(Live, RandomRequestsEndAndLeaveItServing)
+TEST_F(BadClients, SendAnythingAndItKeepsServing)
 {
     std::mt19937 random(20); // always the same
     const std::string seeds[] = {

@@ -103,7 +103,7 @@ class Page(unittest.TestCase):
         wrong = [entry["message"] for entry in self.browser.get_log("browser") if entry["level"] in ("SEVERE", "WARNING")]
         self.assertEqual([text for text in wrong if not self.expected or self.expected not in text], [])
 
-    def eventually(self, condition, patience=15):
+    def eventually(self, condition, patience=60):
         until = time.monotonic() + patience
         while not condition():
             self.assertLess(time.monotonic(), until, "it does not happen")
