@@ -37,7 +37,9 @@ check() { # NAME COMMAND...
     local name=$1 start=$SECONDS
     shift
     "$@"
-    count $? "$name" $((SECONDS - start))
+    local result=$?
+    count $result "$name" $((SECONDS - start))
+    return $result
 }
 
 # The thread sanitizer of GCC 12 does not start with some kernels' address randomisation.
@@ -79,16 +81,20 @@ build_and_test() { # PRESET [CMAKE ARGUMENT...]
 }
 
 build_and_test release -DISP_CTRL_BENCHMARKS="$([[ ${1-} == --all ]] && echo ON || echo OFF)"
+if [[ ${1-} == --all ]]; then
+    # Mostly waits: beside the builds that follow.
+    ctest --test-dir build/release -L page --no-tests=error --output-on-failure >"$logs/test-page.log" 2>&1 &
+    page=$!
+fi
 build_and_test asan
 if [[ ${1-} == --all ]]; then
     build_and_test tsan
     build_and_test arm64
     echo "=== more"
-    check "the live page in a browser" ctest --test-dir build/release -L page --no-tests=error --output-on-failure -Q \
-        -O "$logs/test-page.log"
+    check "the live page in a browser" wait "$page" || tail -n 60 "$logs/test-page.log"
     check "lines, branches and conditions" scripts/coverage.sh
     check "instructions per setter" env BUILD=build/release scripts/count-instructions.sh --check
-    check "Debian packages" scripts/package.sh --check
+    check "Debian packages" scripts/package.sh --check "$(dpkg --print-architecture)"
     check "documents of the headers" scripts/docs.sh
     check "clang-format, clang-tidy, shellcheck" scripts/lint.sh RK3588S_PTZ
 fi

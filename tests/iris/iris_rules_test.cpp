@@ -123,6 +123,7 @@ TEST(IrisRules, StatesChangeAtTheirThresholds)
         {kOpening, [](int max_iso) { return mains(k50, 1799, 115, 178, max_iso); }, 178, "3334"},
         {kOpening, [](int iso) { return mains(k50, 1799, 116, iso, 179); }, 178, "433"},
         {kOpening, [](int lux) { return mains(k60, lux, 100, 100, 180); }, 1748, "443"},
+        {kOpening, [](int flicker) { return mains(flicker, 1000, 100); }, 1, "443"}, // 50 Hz, 60 Hz, without a name
         // Opening wide leaves the state.
         {kClosing, [](int lux) { return mains(FLICKER_OFF, lux, 100); }, 2501, "1"},
         {kOpening, [](int lux) { return mains(FLICKER_OFF, lux, 116); }, 1000, "3"},

@@ -230,7 +230,7 @@ std::uint32_t fingerprint(const Table& table)
 {
     std::uint32_t hash = 2166136261U;
     for (const auto value : table) {
-        hash = (hash ^ value) * 16777619U;
+        hash = (hash ^ static_cast<std::uint32_t>(value)) * 16777619U;
     }
     return hash;
 }
