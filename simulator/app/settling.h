@@ -12,7 +12,7 @@ struct Mark {
     std::size_t row; ///< from which it counts
 };
 
-/// What settling is judged by: the luma of each camera in each row.
+/// What settling is measured by: the luma of each camera in each row.
 struct Run {
     std::vector<int> cameras;
     std::vector<Mark> marks;

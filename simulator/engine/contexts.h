@@ -1,4 +1,4 @@
-// The contexts: one static array of slots, so that any pointer can be judged and a released context stays
+// The contexts: one static array of slots, so that any pointer can be checked and a released context stays
 // recognisable until its slot, the longest released one first, is used again.
 #pragma once
 

@@ -41,7 +41,7 @@ void move_iris_by(int steps);
 void move_zoom_to(int position);
 void put_zoom(int position);
 
-/// What get_lens_calibration_flag() answers, 0 at first; 4 asks the library's threads to end.
+/// What get_lens_calibration_flag() returns, 0 at first; 4 asks the library's threads to end.
 void set_lens_calibration_flag(int flag);
 
 /// Lets the motors run for a time.

@@ -32,7 +32,7 @@ std::string place(std::size_t grid, int row, int column)
            std::to_string(column);
 }
 
-std::string judge_range(std::size_t grid, const std::uint16_t* gain)
+std::string check_range(std::size_t grid, const std::uint16_t* gain)
 {
     for (int row = 0; row < kShadingSide; ++row) {
         for (int column = 0; column < kShadingSide; ++column) {
@@ -46,7 +46,7 @@ std::string judge_range(std::size_t grid, const std::uint16_t* gain)
     return {};
 }
 
-std::string judge_middle(std::size_t grid, const std::uint16_t* gain)
+std::string check_middle(std::size_t grid, const std::uint16_t* gain)
 {
     const std::uint16_t* lowest = std::min_element(gain, gain + kShadingCells);
     int lowest_near = kShadingHighest;
@@ -61,7 +61,7 @@ std::string judge_middle(std::size_t grid, const std::uint16_t* gain)
                : place(grid, at / kShadingSide, at % kShadingSide) + ": the lowest gain is not in the middle";
 }
 
-std::string judge_rise(std::size_t grid, const std::uint16_t* gain)
+std::string check_rise(std::size_t grid, const std::uint16_t* gain)
 {
     for (int down = -1; down <= 1; ++down) {
         for (int right = -1; right <= 1; ++right) {
@@ -132,8 +132,8 @@ std::string check_shading_file(const std::string& path)
             gain[i] = static_cast<std::uint16_t>(static_cast<unsigned char>(bytes[at]) |
                                                  static_cast<unsigned char>(bytes[at + 1]) << 8);
         }
-        for (const auto judge : {judge_range, judge_middle, judge_rise}) {
-            if (const std::string wrong = judge(grid, gain); !wrong.empty()) {
+        for (const auto check : {check_range, check_middle, check_rise}) {
+            if (const std::string wrong = check(grid, gain); !wrong.empty()) {
                 return path + ": " + wrong;
             }
         }

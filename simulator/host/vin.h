@@ -6,7 +6,7 @@ namespace sim::host
 
 inline constexpr int kDefaultFps = 30;
 
-/// What get_vin_fps() answers for a camera, 0 to 7; it answers 0 for other ids. Any thread.
+/// What get_vin_fps() returns for a camera, 0 to 7; it returns 0 for other ids. Any thread.
 void set_vin_fps(int camera, int fps);
 
 /// kDefaultFps for all.

@@ -64,7 +64,7 @@ constexpr Command kCommands[] = {
     {"zoom", "POSITION", "move the zoom", 1, 1, zoom},
     {"iris", "auto on|off | to POSITION", "automatic iris, or move it", 2, 2, iris},
     {"fps", "CAM RATE", "frame rate of the video input", 2, 2, fps},
-    {"shading", "write|check [FILE]", "write or judge a lens-shading file", 1, 2, shading},
+    {"shading", "write|check [FILE]", "write or validate a lens-shading file", 1, 2, shading},
 };
 
 } // namespace
