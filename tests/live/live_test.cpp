@@ -321,7 +321,7 @@ TEST_F(BadClients, CostOnlyThemselves)
 TEST_F(BadClients, SendAnythingAndItKeepsServing)
 {
     std::mt19937 random(20); // always the same
-    const std::string seeds[] = {
+    const std::string requests[] = {
         "PUT /api/cameras/0/settings/hue HTTP/1.1\r\n" + host() +
             "Content-Type: application/json\r\nContent-Length: 12\r\n\r\n{\"value\": 3}",
         "POST /api/command HTTP/1.1\r\n" + host() +
@@ -343,7 +343,7 @@ TEST_F(BadClients, SendAnythingAndItKeepsServing)
                                   "Expect: 100-continue\r\n",
                                   "Content-Encoding: gzip\r\n"};
     for (int round = 0; round < 300; ++round) {
-        std::string bytes = seeds[random() % std::size(seeds)];
+        std::string bytes = requests[random() % std::size(requests)];
         for (auto changes = random() % 6; changes > 0; --changes) {
             const std::size_t place = random() % bytes.size();
             bytes.replace(place, random() % 3, pieces[random() % std::size(pieces)]);
