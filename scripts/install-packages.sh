@@ -18,7 +18,7 @@ deb_packages=(
 ci_packages=(
     libbenchmark-dev libgmock-dev libgtest-dev                       # tests and benchmarks
     clang-format-19 clang-tidy-19 python3 shellcheck valgrind        # checks
-    clang-19 libclang-rt-19-dev llvm-19                              # coverage
+    clang-19 libclang-rt-19-dev llvm-19                              # sanitizers and coverage
     googletest                                                       # tests on the target's processor
     abigail-tools binutils                                           # symbols and ABI
     doxygen graphviz                                                 # documents

@@ -25,8 +25,8 @@ fuzzers() {
 }
 
 threads() {
-    cmake --preset tsan && setarch --addr-no-randomize cmake --build --preset tsan &&
-        ISP_SOAK_MINUTES=20 TSAN_OPTIONS=report_thread_leaks=0 setarch --addr-no-randomize \
+    cmake --preset tsan && cmake --build --preset tsan &&
+        ISP_SOAK_MINUTES=20 TSAN_OPTIONS=report_thread_leaks=0 \
             ctest --test-dir build/tsan -j 2 -L 'long|soak' --output-on-failure
 }
 

@@ -42,21 +42,12 @@ check() { # NAME COMMAND...
     return $result
 }
 
-# The thread sanitizer of GCC 12 does not start with some kernels' address randomisation.
-fixed_addresses=()
-if setarch --addr-no-randomize true 2>/dev/null; then
-    fixed_addresses=(setarch --addr-no-randomize)
-fi
-
 build_and_test() { # PRESET [CMAKE ARGUMENT...]
-    local preset=$1 wrapper=() start=$SECONDS result summary
+    local preset=$1 start=$SECONDS result summary
     shift
     echo "=== $preset"
-    if [[ $preset == tsan ]]; then
-        wrapper=("${fixed_addresses[@]}")
-    fi
     cmake --preset "$preset" -DISP_CTRL_TESTS=ON "$@" >"$logs/build-$preset.log" 2>&1 &&
-        "${wrapper[@]}" cmake --build --preset "$preset" -- -k 0 >>"$logs/build-$preset.log" 2>&1
+        cmake --build --preset "$preset" -- -k 0 >>"$logs/build-$preset.log" 2>&1
     result=$?
     if ((result != 0)); then
         grep -E 'error|FAILED|warning' -A 5 "$logs/build-$preset.log" | head -n 60
@@ -64,7 +55,7 @@ build_and_test() { # PRESET [CMAKE ARGUMENT...]
     count $result "build $preset" $((SECONDS - start))
 
     start=$SECONDS
-    "${wrapper[@]}" ctest --preset "$preset" >"$logs/test-$preset.log" 2>&1
+    ctest --preset "$preset" >"$logs/test-$preset.log" 2>&1
     result=$?
     summary=$(grep -E '^[0-9]+% tests passed' "$logs/test-$preset.log")
     if [[ $summary =~ ([0-9]+)' tests failed out of '([0-9]+) ]]; then

@@ -23,7 +23,7 @@ namespace
 // One per camera, the same in all panels: dark enough on white, and apart for colour-blind eyes.
 constexpr const char* kColours[] = {"#0072b2", "#d55e00", "#009e73", "#cc79a7",
                                     "#e69f00", "#56b4e9", "#000000", "#b2a800"};
-constexpr const char* kLensColour = "#444444";
+constexpr const char* kLensStyle = "linewidth 2 linecolor '#444444'";
 
 struct Column {
     std::string name;
@@ -199,7 +199,7 @@ void plot_run(const std::string& csv, const std::string& picture)
     script += panel("white balance", {{"_rgain", " red"}, {"_bgain", " blue"}});
     for (const char* part : {"iris", "zoom"}) {
         Panel lens(run, csv);
-        lens.add(part, "", std::string("linewidth 2 linecolor '") + kLensColour + "'");
+        lens.add(part, "", kLensStyle);
         script += (part == std::string("zoom") ? "set format x '%g'\nset xlabel 'seconds' offset 0,0.5\n" : "") +
                   lens.script(std::string(part) + ", steps");
     }
