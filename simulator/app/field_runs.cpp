@@ -51,10 +51,11 @@ std::vector<FieldRun> runs_of(const std::vector<sim::engine::FieldText>& fields)
 {
     std::vector<FieldRun> runs;
     for (std::size_t i = 0; i < fields.size();) {
-        FieldRun run{.name = fields[i].name, .values = {fields[i].value}};
+        FieldRun run{.name = fields[i].name, .values = {fields[i].value}, .before = {fields[i].before}};
         const std::size_t first = i;
         for (++i; i < fields.size() && continues(fields[i - 1].name, fields[i].name); ++i) {
             run.values.push_back(fields[i].value);
+            run.before.push_back(fields[i].before);
         }
         if (run.values.size() > 1) {
             const Subscript from = subscript_of(fields[first].name);
@@ -89,6 +90,9 @@ std::string grid_text(const std::vector<std::string>& values)
 
 std::string short_text(const std::vector<std::string>& values)
 {
+    if (std::ranges::adjacent_find(values, std::not_equal_to<>()) == values.end()) {
+        return values[0];
+    }
     std::string text;
     for (std::size_t i = 0; i < values.size(); ++i) {
         if (values.size() > kFew && i == kFew - 1) {

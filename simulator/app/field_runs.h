@@ -13,6 +13,7 @@ namespace app
 struct FieldRun {
     std::string name;
     std::vector<std::string> values;
+    std::vector<std::string> before; // as in FieldText
 };
 
 std::vector<FieldRun> runs_of(const std::vector<sim::engine::FieldText>& fields);
@@ -20,7 +21,7 @@ std::vector<FieldRun> runs_of(const std::vector<sim::engine::FieldText>& fields)
 /// One value; or many, in the rows of a square where they are one and in lines that fit otherwise.
 std::string grid_text(const std::vector<std::string>& values);
 
-/// On one line, and of many values only the first and the last.
+/// On one line: one value if all are equal, and of many only the first and the last.
 std::string short_text(const std::vector<std::string>& values);
 
 } // namespace app

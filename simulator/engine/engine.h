@@ -70,14 +70,15 @@ std::vector<std::string> block_names();
 struct FieldText {
     std::string name;
     std::string value;
+    std::string before; // of a change
 };
 
 /// All fields of a block as text; arrays whose elements are all equal are one entry ("sharp_ratio[0..12]"). Empty for
 /// an unknown block or context.
 std::vector<FieldText> describe(const void* context, std::string_view block);
 
-/// The blocks of a context at one moment, and the fields in which a later moment differs, named "block.field", with the
-/// later values. Empty for an unknown context.
+/// The blocks of a context at one moment, and the fields in which a later moment differs, named "block.field": all of
+/// them if there was no context before. Empty for an unknown context.
 using Snapshot = std::vector<unsigned char>;
 Snapshot snapshot(const void* context);
 std::vector<FieldText> changes(const Snapshot& before, const Snapshot& after);

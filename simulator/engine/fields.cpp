@@ -304,32 +304,34 @@ std::string text_of(const unsigned char* at, const Field& field)
     return {};
 }
 
-// The elements of one field of one record for which `wanted` holds, runs of equal neighbours as one entry.
-template <typename Wanted>
+// The elements of one field of one record, equal neighbours as one entry; or, with earlier blocks, each that differs.
 void list_field(std::vector<FieldText>& list, const std::string& prefix, const unsigned char* blocks,
-                const Field& field, std::size_t record, Wanted wanted)
+                const unsigned char* earlier, const Field& field, std::size_t record)
 {
-    const std::string name = prefix + field_name(field, record);
+    const auto at = [&](const unsigned char* from, std::size_t i) { return element(from, field, record, i); };
+    const auto text_at = [&](const unsigned char* from, std::size_t i) { return text_of(at(from, i), field); };
     const std::size_t count = field.shape.count;
+    if (earlier != nullptr && std::memcmp(at(earlier, 0), at(blocks, 0), count * field.shape.size) == 0) {
+        return;
+    }
     for (std::size_t first = 0; first < count; ++first) {
-        if (!wanted(first)) {
+        if (earlier != nullptr && std::memcmp(at(earlier, first), at(blocks, first), field.shape.size) == 0) {
             continue;
         }
-        const std::string value = text_of(element(blocks, field, record, first), field);
+        FieldText entry{prefix + field_name(field, record), text_at(blocks, first),
+                        earlier != nullptr ? text_at(earlier, first) : ""};
         std::size_t last = first;
-        while (last + 1 < count && wanted(last + 1) &&
-               text_of(element(blocks, field, record, last + 1), field) == value) {
+        while (earlier == nullptr && last + 1 < count && text_at(blocks, last + 1) == entry.value) {
             ++last;
         }
-        std::string entry = name;
         if (field.shape.array) {
-            entry.append("[").append(std::to_string(first));
+            entry.name.append("[").append(std::to_string(first));
             if (last > first) {
-                entry.append("..").append(std::to_string(last));
+                entry.name.append("..").append(std::to_string(last));
             }
-            entry.append("]");
+            entry.name.append("]");
         }
-        list.push_back({std::move(entry), value});
+        list.push_back(std::move(entry));
         first = last;
     }
 }
@@ -393,7 +395,7 @@ std::vector<FieldText> describe(const void* context, std::string_view block)
             continue;
         }
         for (std::size_t record = 0; record < field.records; ++record) {
-            list_field(list, "", bytes.data(), field, record, [](std::size_t) { return true; });
+            list_field(list, "", bytes.data(), nullptr, field, record);
         }
     }
     return list;
@@ -402,15 +404,13 @@ std::vector<FieldText> describe(const void* context, std::string_view block)
 std::vector<FieldText> changes(const Snapshot& before, const Snapshot& after)
 {
     std::vector<FieldText> list;
-    if (before.size() != sizeof(Blocks) || after.size() != sizeof(Blocks)) {
+    if (after.empty()) {
         return list;
     }
     for (const Field& field : kFields) {
         for (std::size_t record = 0; record < field.records; ++record) {
-            list_field(list, std::string(field.block) + ".", after.data(), field, record, [&](std::size_t i) {
-                return std::memcmp(element(before.data(), field, record, i), element(after.data(), field, record, i),
-                                   field.shape.size) != 0;
-            });
+            list_field(list, std::string(field.block) + ".", after.data(), before.empty() ? nullptr : before.data(),
+                       field, record);
         }
     }
     return list;

@@ -30,8 +30,8 @@ Fields block_fields(int camera, const std::string& block)
     return sim::engine::describe(engine_of(camera), block);
 }
 
-// Every engine's fields before the last command that could change them: camera, block, field.
-std::map<int, std::map<std::string, std::map<std::string, std::string>>> fields_before;
+// Every engine before the last command that could change one, by camera.
+std::map<int, sim::engine::Snapshot> engines_before;
 
 /// Prints fields under their block's name, the elements of an array as one line or as a grid.
 void print_fields(const std::string& block, const Fields& fields)
@@ -86,28 +86,14 @@ void changes(const Words& words)
 {
     const int camera = camera_with_engine(words[0]);
     Json object = Json::object();
-    for (const std::string& name : sim::engine::block_names()) {
-        Fields changed;
-        Fields old;
-        for (const sim::engine::FieldText& field : block_fields(camera, name)) {
-            const auto& before = fields_before[camera][name];
-            const auto found = before.find(field.name);
-            if (found == before.end() || found->second != field.value) {
-                changed.push_back(field);
-                old.push_back({field.name, found != before.end() ? found->second : ""});
-            }
-        }
-        const std::vector<FieldRun> now = runs_of(changed);
-        const std::vector<FieldRun> was = runs_of(old);
-        for (std::size_t i = 0; i < now.size(); ++i) {
-            const std::string before = short_text(was[i].values);
-            if (json_on()) {
-                object[name + "." + now[i].name] = {{"now", json_of(short_text(now[i].values))},
-                                                    {"was", json_of(before)}};
-            } else {
-                out() << name << '.' << now[i].name << " = " << short_text(now[i].values)
-                      << (before.empty() ? "" : "  (was " + before + ")") << '\n';
-            }
+    const auto now = sim::engine::snapshot(engine_of(camera));
+    for (const FieldRun& run : runs_of(sim::engine::changes(engines_before[camera], now))) {
+        const std::string value = short_text(run.values);
+        const std::string before = short_text(run.before);
+        if (json_on()) {
+            object[run.name] = {{"now", json_of(value)}, {"was", json_of(before)}};
+        } else {
+            out() << run.name << " = " << value << (before.empty() ? "" : "  (was " + before + ")") << '\n';
         }
     }
     if (json_on()) {
@@ -169,13 +155,9 @@ std::span<const std::string_view> called_functions()
 
 void remember_engines()
 {
-    fields_before.clear();
+    engines_before.clear();
     for (const int camera : cameras_with_engine()) {
-        for (const std::string& block : sim::engine::block_names()) {
-            for (const sim::engine::FieldText& field : block_fields(camera, block)) {
-                fields_before[camera][block][field.name] = field.value;
-            }
-        }
+        engines_before[camera] = sim::engine::snapshot(engine_of(camera));
     }
 }
 
