@@ -65,78 +65,99 @@ struct Rig {
 
 } // namespace
 
-// Each row runs single cycles from one state with consecutive values of one figure across a threshold; the digits are
-// the states that follow.
+// The state that follows from a value of a figure on.
+struct From {
+    int value;
+    IrisFlag state;
+};
+
+// Each row runs single cycles from one state, with all values of one figure from the first to the last that it names.
 TEST(IrisRules, StatesChangeAtTheirThresholds)
 {
     constexpr int k50 = FLICKER_50HZ, k60 = FLICKER_60HZ;
     const struct {
         IrisFlag before;
         CycleInput (*input)(int value);
-        int first;
-        const char* after;
+        std::vector<From> after;
     } rows[] = {
         // Shutter priority: closing starts,
-        {kIdle, [](int iso) { return gain(iso, 116); }, 102, "110"},
-        {kIdle, [](int luma) { return gain(103, luma); }, 114, "0011"},
-        {kClosingEnded, [](int iso) { return gain(iso, 116); }, 103, "12"},
-        {kOpeningEnded, [](int iso) { return gain(iso, 116); }, 103, "14"},
-        {kOpening, [](int iso) { return gain(iso, 116, 180); }, 103, "3"},
+        {kIdle, [](int iso) { return gain(iso, 116); }, {{102, kClosing}, {104, kIdle}}},
+        {kIdle, [](int luma) { return gain(103, luma); }, {{114, kIdle}, {116, kClosing}, {117, kClosing}}},
+        {kClosingEnded, [](int iso) { return gain(iso, 116); }, {{103, kClosing}, {104, kClosingEnded}}},
+        {kOpeningEnded, [](int iso) { return gain(iso, 116); }, {{103, kClosing}, {104, kOpeningEnded}}},
+        {kOpening, [](int iso) { return gain(iso, 116, 180); }, {{103, kOpening}}},
         // ends,
-        {kClosing, [](int iso) { return gain(iso, 100); }, 119, "112"},
-        {kClosing, [](int luma) { return gain(110, luma); }, 88, "2211"},
+        {kClosing, [](int iso) { return gain(iso, 100); }, {{119, kClosing}, {121, kClosingEnded}}},
+        {kClosing, [](int luma) { return gain(110, luma); }, {{88, kClosingEnded}, {90, kClosing}, {91, kClosing}}},
         // opening starts, also out of closing, which ends in the same cycle; dark at a low ceiling of the gain,
-        {kIdle, [](int iso) { return gain(iso, 100); }, 249, "003"},
-        {kClosingEnded, [](int iso) { return gain(iso, 100); }, 250, "23"},
-        {kClosing, [](int iso) { return gain(iso, 100); }, 250, "23"},
-        {kIdle, [](int luma) { return gain(249, luma, 249); }, 88, "330"},
-        {kIdle, [](int iso) { return gain(iso, 89, iso); }, 248, "330"},
-        {kIdle, [](int max_iso) { return gain(248, 89, max_iso); }, 247, "030"},
+        {kIdle, [](int iso) { return gain(iso, 100); }, {{249, kIdle}, {251, kOpening}}},
+        {kClosingEnded, [](int iso) { return gain(iso, 100); }, {{250, kClosingEnded}, {251, kOpening}}},
+        {kClosing, [](int iso) { return gain(iso, 100); }, {{250, kClosingEnded}, {251, kOpening}}},
+        {kIdle, [](int luma) { return gain(249, luma, 249); }, {{88, kOpening}, {90, kIdle}}},
+        {kIdle, [](int iso) { return gain(iso, 89, iso); }, {{248, kOpening}, {250, kIdle}}},
+        {kIdle, [](int max_iso) { return gain(248, 89, max_iso); }, {{247, kIdle}, {248, kOpening}, {249, kIdle}}},
         // ends, which takes a ceiling above 180, or below it light enough and a gain below the ceiling.
-        {kOpening, [](int iso) { return gain(iso, 100); }, 178, "443"},
-        {kOpening, [](int max_iso) { return gain(178, 116, max_iso); }, 178, "3434"},
-        {kOpening, [](int max_iso) { return gain(178, 115, max_iso); }, 178, "3334"},
-        {kOpening, [](int iso) { return gain(iso, 116, 179); }, 178, "433"},
+        {kOpening, [](int iso) { return gain(iso, 100); }, {{178, kOpeningEnded}, {180, kOpening}}},
+        {kOpening,
+         [](int max_iso) { return gain(178, 116, max_iso); },
+         {{178, kOpening}, {179, kOpeningEnded}, {180, kOpening}, {181, kOpeningEnded}}},
+        {kOpening, [](int max_iso) { return gain(178, 115, max_iso); }, {{178, kOpening}, {181, kOpeningEnded}}},
+        {kOpening,
+         [](int iso) { return gain(iso, 116, 179); },
+         {{178, kOpeningEnded}, {179, kOpening}, {180, kOpening}}},
         // Mains: closing starts at the shortest exposure,
-        {kIdle, [](int lux) { return mains(k50, lux, 116); }, 994, "0111111111110"},
-        {kIdle, [](int lux) { return mains(k60, lux, 116); }, 827, "011111111111110"},
-        {kIdle, [](int luma) { return mains(k50, 1000, luma); }, 114, "001"},
-        {kIdle, [](int luma) { return mains(k60, 833, luma); }, 114, "001"},
-        {kIdle, [](int flicker) { return mains(flicker, 1000, 116); }, 1, "100"}, // 50 Hz, 60 Hz, without a name
-        {kOpening, [](int lux) { return mains(k50, lux, 116, 100, 180); }, 1000, "3"},
+        {kIdle, [](int lux) { return mains(k50, lux, 116); }, {{994, kIdle}, {995, kClosing}, {1006, kIdle}}},
+        {kIdle, [](int lux) { return mains(k60, lux, 116); }, {{827, kIdle}, {828, kClosing}, {841, kIdle}}},
+        {kIdle, [](int luma) { return mains(k50, 1000, luma); }, {{114, kIdle}, {116, kClosing}}},
+        {kIdle, [](int luma) { return mains(k60, 833, luma); }, {{114, kIdle}, {116, kClosing}}},
+        {kIdle,
+         [](int flicker) { return mains(flicker, 1000, 116); },
+         {{1, kClosing}, {2, kIdle}, {3, kIdle}}}, // 50 Hz, 60 Hz, without a name
+        {kOpening, [](int lux) { return mains(k50, lux, 116, 100, 180); }, {{1000, kOpening}}},
         // ends,
-        {kClosing, [](int lux) { return mains(k50, lux, 100); }, 1199, "112"},
-        {kClosing, [](int lux) { return mains(k60, lux, 100); }, 999, "112"},
-        {kClosing, [](int luma) { return mains(k50, 900, luma); }, 88, "221"},
-        {kClosing, [](int luma) { return mains(5, 900, luma); }, 88, "221"},
+        {kClosing, [](int lux) { return mains(k50, lux, 100); }, {{1199, kClosing}, {1201, kClosingEnded}}},
+        {kClosing, [](int lux) { return mains(k60, lux, 100); }, {{999, kClosing}, {1001, kClosingEnded}}},
+        {kClosing, [](int luma) { return mains(k50, 900, luma); }, {{88, kClosingEnded}, {90, kClosing}}},
+        {kClosing, [](int luma) { return mains(5, 900, luma); }, {{88, kClosingEnded}, {90, kClosing}}},
         // opening starts; the gain's ceiling counts at 50 Hz alone,
-        {kIdle, [](int lux) { return mains(k50, lux, 100); }, 2499, "003"},
-        {kIdle, [](int lux) { return mains(k60, lux, 100); }, 2159, "003"},
-        {kClosing, [](int lux) { return mains(k50, lux, 100); }, 2500, "23"},
-        {kIdle, [](int luma) { return mains(k50, 2000, luma, 249, 249); }, 88, "330"},
-        {kIdle, [](int iso) { return mains(k50, 2000, 89, iso, iso); }, 248, "330"},
-        {kIdle, [](int max_iso) { return mains(k50, 2000, 89, 248, max_iso); }, 247, "030"},
-        {kIdle, [](int luma) { return mains(k60, 2000, luma, 249, 249); }, 89, "0"},
+        {kIdle, [](int lux) { return mains(k50, lux, 100); }, {{2499, kIdle}, {2501, kOpening}}},
+        {kIdle, [](int lux) { return mains(k60, lux, 100); }, {{2159, kIdle}, {2161, kOpening}}},
+        {kClosing, [](int lux) { return mains(k50, lux, 100); }, {{2500, kClosingEnded}, {2501, kOpening}}},
+        {kIdle, [](int luma) { return mains(k50, 2000, luma, 249, 249); }, {{88, kOpening}, {90, kIdle}}},
+        {kIdle, [](int iso) { return mains(k50, 2000, 89, iso, iso); }, {{248, kOpening}, {250, kIdle}}},
+        {kIdle,
+         [](int max_iso) { return mains(k50, 2000, 89, 248, max_iso); },
+         {{247, kIdle}, {248, kOpening}, {249, kIdle}}},
+        {kIdle, [](int luma) { return mains(k60, 2000, luma, 249, 249); }, {{89, kIdle}}},
         // ends.
-        {kOpening, [](int lux) { return mains(k50, lux, 100); }, 1798, "443"},
-        {kOpening, [](int max_iso) { return mains(k50, 1799, 116, 178, max_iso); }, 178, "3434"},
-        {kOpening, [](int max_iso) { return mains(k50, 1799, 115, 178, max_iso); }, 178, "3334"},
-        {kOpening, [](int iso) { return mains(k50, 1799, 116, iso, 179); }, 178, "433"},
-        {kOpening, [](int lux) { return mains(k60, lux, 100, 100, 180); }, 1748, "443"},
-        {kOpening, [](int flicker) { return mains(flicker, 1000, 100); }, 1, "443"}, // 50 Hz, 60 Hz, without a name
+        {kOpening, [](int lux) { return mains(k50, lux, 100); }, {{1798, kOpeningEnded}, {1800, kOpening}}},
+        {kOpening,
+         [](int max_iso) { return mains(k50, 1799, 116, 178, max_iso); },
+         {{178, kOpening}, {179, kOpeningEnded}, {180, kOpening}, {181, kOpeningEnded}}},
+        {kOpening,
+         [](int max_iso) { return mains(k50, 1799, 115, 178, max_iso); },
+         {{178, kOpening}, {181, kOpeningEnded}}},
+        {kOpening,
+         [](int iso) { return mains(k50, 1799, 116, iso, 179); },
+         {{178, kOpeningEnded}, {179, kOpening}, {180, kOpening}}},
+        {kOpening, [](int lux) { return mains(k60, lux, 100, 100, 180); }, {{1748, kOpeningEnded}, {1750, kOpening}}},
+        {kOpening,
+         [](int flicker) { return mains(flicker, 1000, 100); },
+         {{1, kOpeningEnded}, {3, kOpening}}}, // 50 Hz, 60 Hz, without a name
         // Opening wide leaves the state.
-        {kClosing, [](int lux) { return mains(FLICKER_OFF, lux, 100); }, 2501, "1"},
-        {kOpening, [](int lux) { return mains(FLICKER_OFF, lux, 116); }, 1000, "3"},
+        {kClosing, [](int lux) { return mains(FLICKER_OFF, lux, 100); }, {{2501, kClosing}}},
+        {kOpening, [](int lux) { return mains(FLICKER_OFF, lux, 116); }, {{1000, kOpening}}},
     };
     for (const auto& row : rows) {
-        std::string after;
-        for (int value = row.first; after.size() < std::string_view(row.after).size(); ++value) {
-            Rig rig;
-            rig.state.auto_iris_flag = row.before;
-            rig.cycle(lens(400), row.input(value));
-            after += std::to_string(rig.state.auto_iris_flag);
+        for (std::size_t i = 0; i < row.after.size(); ++i) {
+            const int end = i + 1 < row.after.size() ? row.after[i + 1].value : row.after[i].value + 1;
+            for (int value = row.after[i].value; value < end; ++value) {
+                Rig rig;
+                rig.state.auto_iris_flag = row.before;
+                rig.cycle(lens(400), row.input(value));
+                EXPECT_EQ(rig.state.auto_iris_flag, row.after[i].state) << "row " << &row - rows << ", " << value;
+            }
         }
-        EXPECT_EQ(after, row.after) << "row " << &row - rows << ", from " << row.first;
     }
 }
 
@@ -145,18 +166,19 @@ TEST(IrisRules, DarkAndBrightAreSharesOfTheTarget)
     const struct {
         IrisFlag before;
         int lux;
-        int first;
-        const char* after;
-    } rows[] = {{kClosing, 900, 898, "221"}, {kIdle, 1000, 1149, "001"}};
+        int luma; // of a target of 1000
+        IrisFlag after;
+    } rows[] = {
+        {kClosing, 900, 899, kClosingEnded},
+        {kClosing, 900, 900, kClosing},
+        {kIdle, 1000, 1150, kIdle},
+        {kIdle, 1000, 1151, kClosing},
+    };
     for (const auto& row : rows) {
-        std::string after;
-        for (const int luma : {row.first, row.first + 1, row.first + 2}) {
-            Rig rig;
-            rig.state.auto_iris_flag = row.before;
-            rig.cycle(lens(400), {AUTO_EXPOSURE, FLICKER_50HZ, {100, row.lux, 2200, luma, 1000}});
-            after += std::to_string(rig.state.auto_iris_flag);
-        }
-        EXPECT_EQ(after, row.after);
+        Rig rig;
+        rig.state.auto_iris_flag = row.before;
+        rig.cycle(lens(400), {AUTO_EXPOSURE, FLICKER_50HZ, {100, row.lux, 2200, row.luma, 1000}});
+        EXPECT_EQ(rig.state.auto_iris_flag, row.after) << row.luma;
     }
 }
 
