@@ -11,37 +11,14 @@
 #include <cstdint>
 #include <mutex>
 #include <span>
-#include <thread>
 
 namespace sim::engine
 {
 
-/// Held for the copy of one block. A mutex would take longer than the library's own work, which the benchmarks measure
-/// through the engine.
-class SpinLock
-{
-public:
-    void lock()
-    {
-        while (held_.exchange(true, std::memory_order_acquire)) {
-            while (held_.load(std::memory_order_relaxed)) {
-                std::this_thread::yield();
-            }
-        }
-    }
-    void unlock()
-    {
-        held_.store(false, std::memory_order_release);
-    }
-
-private:
-    std::atomic<bool> held_{false};
-};
-
 inline constexpr int kContexts = 64;
 
 struct alignas(64) Context {
-    SpinLock lock; // guards what follows, but for `sensor`
+    std::mutex lock; // guards what follows, but for `sensor`
     Life life{};
     bool group = false;
     std::atomic<int> sensor{0}; // the first of `sensors`
