@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# What is random or takes long, half an hour in all: a sample of mutants, the fuzzers, torture and soak under the thread
-# sanitizer, and README's two commands on bare installations of Debian 12 and 13. Writes its result into docs/proof.md.
+# What is random or takes long, three quarters of an hour in all: a sample of mutants, the fuzzers, torture and soak under
+# the thread sanitizer, clang-tidy of the simulator, and README's two commands on bare installations of Debian 12 and 13. Writes its result into docs/proof.md.
 # As root, for the bare installations. Logs: build/logs.
 #   scripts/long.sh                all of it
-#   scripts/long.sh PART...        of mutants, fuzzers, threads, packages, bookworm, trixie; docs/proof.md stays as it is
+#   scripts/long.sh PART...        of mutants, fuzzers, threads, style, packages, bookworm, trixie; docs/proof.md stays as it is
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit
 parts=("$@")
 if ((${#parts[@]} == 0)); then
-    parts=(mutants fuzzers threads packages bookworm trixie)
+    parts=(mutants fuzzers threads style packages bookworm trixie)
 fi
 scripts/install-packages.sh --long || exit 1
 logs=build/logs
@@ -30,6 +30,10 @@ threads() {
             ctest --test-dir build/tsan -j 2 -L 'long|soak' --output-on-failure
 }
 
+style() {
+    cmake --preset release && scripts/lint.sh
+}
+
 packages() {
     scripts/package.sh --check arm64
 }
@@ -39,6 +43,7 @@ figures() { # PART: the line of its log that tells how much was done
     mutants) grep -E '^all ' "$logs/long-$1.log" | tr -s ' ' ;;
     fuzzers) awk '/number_of_executed_units/ { sum += $2 } END { print sum " inputs" }' "$logs/long-$1.log" ;;
     threads) grep -E 'tests passed' "$logs/long-$1.log" ;;
+    style) grep -E '^clang-tidy: ' "$logs/long-$1.log" ;;
     packages) grep -c '\.deb$' "$logs/long-$1.log" ;;
     *) grep -oE '[0-9]+ passed, [0-9]+ failed' "$logs/long-$1.log" ;;
     esac | tail -n 1
@@ -48,6 +53,7 @@ declare -A what=(
     [mutants]="a sample of 150 mutants"
     [fuzzers]="fuzzers, three minutes each"
     [threads]="torture and soak under the thread sanitizer"
+    [style]="clang-format, clang-tidy and shellcheck of everything"
     [packages]="Debian packages for 64-bit Arm, lines that name one"
     [bookworm]="both commands on a bare Debian 12"
     [trixie]="both commands on a bare Debian 13"
@@ -60,10 +66,10 @@ for part in "${parts[@]}"; do
     start=$SECONDS
     result=passed
     case $part in
-    mutants | fuzzers | threads | packages) "$part" ;;
+    mutants | fuzzers | threads | style | packages) "$part" ;;
     bookworm | trixie) scripts/bare-root.sh "$part" 'scripts/demo.sh && scripts/test.sh' ;;
     *)
-        echo "usage: ${0##*/} [mutants] [fuzzers] [threads] [packages] [bookworm] [trixie]" >&2
+        echo "usage: ${0##*/} [mutants] [fuzzers] [threads] [style] [packages] [bookworm] [trixie]" >&2
         exit 2
         ;;
     esac >"$logs/long-$part.log" 2>&1 || { result=FAILED && failed=1; }

@@ -18,7 +18,7 @@ struct Fault {
     int calls_left; // until it strikes; 1: the next call
     int code;
     bool from_then_on;
-    std::function<void()> action{}; // instead of failing
+    std::function<void()> action; // instead of failing
 };
 
 struct Watch {
@@ -71,7 +71,7 @@ void inject_fault(const std::string& function, int nth, int code, bool from_then
 {
     Watch& w = watch();
     const std::lock_guard lock(w.mutex);
-    w.faults.push_back({function, nth, code, from_then_on});
+    w.faults.push_back({function, nth, code, from_then_on, {}});
     w.update();
 }
 

@@ -32,7 +32,7 @@ struct Waiter {
     std::uint64_t order; // of going to sleep, so that wake-ups of the same moment keep it
     bool woken = false;
     bool driver = false; // this thread makes the next events happen
-    std::condition_variable wake{};
+    std::condition_variable wake;
 };
 
 struct Earlier {
@@ -264,7 +264,7 @@ void wait(Microseconds duration)
     Clock& c = clock();
     Lock lock(c.mutex);
     part.take(c);
-    Waiter self{.due = c.now() + std::max<Microseconds>(duration, 0), .order = ++c.orders};
+    Waiter self{.due = c.now() + std::max<Microseconds>(duration, 0), .order = ++c.orders, .wake = {}};
     c.waiters.insert(&self);
     c.waiters_changed.notify_all();
     if (c.paced) {

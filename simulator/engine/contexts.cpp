@@ -122,6 +122,7 @@ std::vector<std::string> misuses()
     Registry& r = registry();
     const std::lock_guard lock(r.misuse_mutex);
     std::vector<std::string> lines;
+    lines.reserve(r.misuses.size());
     for (const Misuse& misuse : r.misuses) {
         lines.push_back(misuse.times == 1 ? misuse.line
                                           : misuse.line + " (" + std::to_string(misuse.times) + " times)");

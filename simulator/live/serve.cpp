@@ -43,7 +43,7 @@ int serve(const std::string& address, const std::string& folder, bool read_only,
     const Address at = address_of(address);
     app::open_session(folder, read_only);
     app::keep_time_paced();
-    std::cout << start_serving(at) << std::endl;
+    std::cout << start_serving(at) << '\n' << std::flush;
     for (const std::string& script : scripts) {
         if (const int status = app::run_script(script); status != 0) {
             return leave(status);
