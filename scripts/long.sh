@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# What is random or takes long, three quarters of an hour in all: a sample of mutants, the fuzzers, torture and soak under
-# the thread sanitizer, clang-tidy of the simulator, and README's two commands on bare installations of Debian 12 and 13. Writes its result into docs/proof.md.
-# As root, for the bare installations. Logs: build/logs.
+# What is random or takes long, half an hour in all: a sample of mutants, the fuzzers, torture and soak under the thread
+# sanitizer, clang-tidy of the simulator, 64-bit Arm packages, and README's two commands on bare installations of Debian
+# 12 and 13. Writes its result into docs/proof.md. As root, for the bare installations. Logs: build/logs.
 #   scripts/long.sh                all of it
 #   scripts/long.sh PART...        of mutants, fuzzers, threads, style, packages, bookworm, trixie; docs/proof.md stays as it is
 set -uo pipefail
