@@ -2,6 +2,7 @@
 #include "support/bench.h"
 #include "support/threads.h"
 
+#include <atomic>
 #include <cerrno>
 #include <deque>
 
@@ -274,6 +275,27 @@ TEST_F(AeFollow, FollowsTheCamerasInTheirRolesAndPassesOverMissingOnes)
 }
 
 // Mode changes from two threads against a thread that runs as fast as it can; whatever they did, the last one counts.
+TEST_F(AeFollow, AModeWaitsUntilTheOneBeforeItIsStored)
+{
+    std::atomic<pid_t> other{0};
+    std::atomic<bool> stored_too{false};
+    std::thread second;
+    sim::at_call("para_set_isp_exposure_mode_cur", 1, [&] {
+        second = std::thread([&] {
+            other = gettid();
+            KIV_Set_exposure_mode(0, MANUAL_EXPOSURE);
+            stored_too = true;
+        });
+        while (!stored_too && !asleep(other)) {
+            std::this_thread::yield();
+        }
+        EXPECT_FALSE(stored_too);
+    });
+    KIV_Set_exposure_mode(0, SHUTTER_PRIORITY);
+    second.join();
+    EXPECT_EQ(stored(0, "exposure_mode"), MANUAL_EXPOSURE);
+}
+
 TEST_F(AeFollow, LastModeDecidesHoweverFastModesChange)
 {
     for (int round = 0; round < 12; ++round) {

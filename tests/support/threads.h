@@ -48,6 +48,15 @@ inline int threads_named(const std::string& name)
     return count;
 }
 
+/// Whether a thread sleeps, for example because it waits for a lock.
+inline bool asleep(pid_t thread)
+{
+    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string line;
+    std::getline(file, line);
+    return line.find(") S ") != std::string::npos;
+}
+
 /// Whether this thread is detached.
 inline bool detached()
 {
