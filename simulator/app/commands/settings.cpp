@@ -8,6 +8,7 @@
 #include "host/store.h"
 #include "isp_ctrl.h"
 
+#include <algorithm>
 #include <cstring>
 #include <iomanip>
 #include <ostream>
@@ -21,7 +22,6 @@ namespace
 {
 
 constexpr int kNameWidth = 24;
-constexpr int kValueWidth = 19;
 
 /// What became of a value, where that is not simply that it is stored and in force.
 std::string outcome_text(int camera, const Setting& setting, int value, int result)
@@ -103,18 +103,26 @@ void show_all()
     if (json_on()) {
         return;
     }
-    const auto cell = [](const std::string& text) {
-        out() << std::setw(kValueWidth) << text.substr(0, kValueWidth - 1);
+    const auto value = [](int camera, const Setting& setting) {
+        return sim::host::name_of(setting, sim::host::stored(camera, setting));
     };
-    out() << std::left << std::setw(kNameWidth) << "camera";
+    std::vector<int> widths; // of the cameras' columns
     for (const int camera : cameras) {
-        cell(std::to_string(camera));
+        std::size_t widest = 1;
+        for (const Setting& setting : sim::host::kSettings) {
+            widest = std::max(widest, value(camera, setting).size());
+        }
+        widths.push_back(static_cast<int>(widest) + 2);
+    }
+    out() << std::left << std::setw(kNameWidth) << "camera";
+    for (std::size_t i = 0; i < cameras.size(); ++i) {
+        out() << std::setw(widths[i]) << cameras[i];
     }
     out() << "initially\n";
     for (const Setting& setting : sim::host::kSettings) {
         out() << std::setw(kNameWidth) << setting.name;
-        for (const int camera : cameras) {
-            cell(sim::host::name_of(setting, sim::host::stored(camera, setting)));
+        for (std::size_t i = 0; i < cameras.size(); ++i) {
+            out() << std::setw(widths[i]) << value(cameras[i], setting);
         }
         out() << sim::host::name_of(setting, setting.initial) << '\n';
     }
