@@ -171,9 +171,13 @@ TEST_F(AwbFollow, FailuresWithinAPass)
         std::string next = kNothing; // a reading that was acted on is not repeated
     } rows[] = {
         {{2, 3, 4}, all, ""},
+        {{1, 3, 4}, all, ""},
+        {{1, 2, 4}, all, ""},
         {{1, 2, 3}, all, ""},
         {{1, 2, 3, 4}, first_words(all, 5) + paused, read_failed},
         {{6, 7, 8}, all, ""},
+        {{5, 7, 8}, all, ""},
+        {{5, 6, 8}, all, ""},
         {{5, 6, 7}, all, ""},
         {{5, 6, 7, 8}, first_words(all, 9) + paused, write_failed},
         {{0}, "Query3" + paused, query_failed, 7, false, all},
