@@ -25,7 +25,7 @@ void reduce_noise(Look& look)
 void correct_shading(Look& look)
 {
     auto& grids = look.lsc.stManual;
-    look.fall_off = {0.58F, 0.55F, 0.53F};
+    look.vignetting = {0.58F, 0.55F, 0.53F};
     look.lsc.byPass = false;
     look.lsc.mode = RK_AIQ_LSC_MODE_MANUAL;
     for (auto* grid :

@@ -9,8 +9,8 @@ void workstation_start(void)
 {
     sim_engine_run(30);
     for (int sensor = 0; sensor < 2; ++sensor) {
-        sim_engine_set_light(sensor, 100.0, 0.0);
-        sim_engine_set_light(sensor, 25.0, 3.0);
+        sim_engine_set_luminance(sensor, 100.0, 0.0);
+        sim_engine_set_luminance(sensor, 25.0, 3.0);
     }
 }
 

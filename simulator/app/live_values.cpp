@@ -42,9 +42,9 @@ int sensor_of(int camera)
     return sensors.empty() ? camera : sensors.front();
 }
 
-sim::engine::Live live_of(int camera)
+sim::engine::Readings live_of(int camera)
 {
-    return sim::engine::live(sensor_of(camera));
+    return sim::engine::readings(sensor_of(camera));
 }
 
 std::string mode_name(int camera)
@@ -55,7 +55,7 @@ std::string mode_name(int camera)
 
 std::string live_line(int camera, std::size_t width)
 {
-    const sim::engine::Live live = live_of(camera);
+    const sim::engine::Readings live = live_of(camera);
     const sim::host::LensState lens = sim::host::lens_state();
     const auto w = [](int columns) { return std::setw(columns); };
     // In the order in which they are left out last to first.
@@ -79,7 +79,7 @@ std::string live_line(int camera, std::size_t width)
 
 Json live_json(int camera)
 {
-    const sim::engine::Live live = live_of(camera);
+    const sim::engine::Readings live = live_of(camera);
     const sim::host::LensState lens = sim::host::lens_state();
     return {
         {"camera", camera},

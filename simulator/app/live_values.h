@@ -14,7 +14,7 @@ std::string state_of(int camera);
 
 /// The sensor whose values stand for a camera: its own, or the first member of its group.
 int sensor_of(int camera);
-sim::engine::Live live_of(int camera);
+sim::engine::Readings live_of(int camera);
 
 /// The stored exposure mode by name.
 std::string mode_name(int camera);

@@ -18,7 +18,7 @@ namespace app
 sim::picture::Look look_of(int camera)
 {
     const void* engine = engine_of(camera);
-    const sim::engine::Live live = sim::engine::live(camera);
+    const sim::engine::Readings live = sim::engine::readings(camera);
     sim::picture::Look look = sim::picture::neutral_look();
     look.scene = scene_of(camera);
     look.magnification = magnification_of(camera);
@@ -36,7 +36,7 @@ sim::picture::Look look_of(int camera)
     look.exposure = live.exposure / sim::engine::kReferenceLuma;
     look.sensor_gain = std::max(1.0, live.analog_gain * live.isp_dgain);
     const auto& grids = sim::host::kShadingGrids; // the lens that the shading file was made for
-    look.fall_off = {static_cast<float>(grids[0].k), static_cast<float>(grids[1].k), static_cast<float>(grids[3].k)};
+    look.vignetting = {static_cast<float>(grids[0].k), static_cast<float>(grids[1].k), static_cast<float>(grids[3].k)};
     return look;
 }
 
@@ -47,7 +47,7 @@ sim::picture::Image picture_of(int camera, int width, int height)
 
 std::vector<std::string> caption_of(int camera)
 {
-    const sim::engine::Live live = sim::engine::live(camera);
+    const sim::engine::Readings live = sim::engine::readings(camera);
     const sim::picture::SceneRef scene = scene_of(camera);
     const auto text = [](double value, const char* format) {
         std::array<char, 32> written{};

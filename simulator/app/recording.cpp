@@ -124,7 +124,7 @@ void record_frame()
     std::ostringstream row;
     row << seconds_now() << ',' << lens.iris << ',' << lens.zoom;
     for (std::size_t i = 0; i < run.cameras.size(); ++i) {
-        const sim::engine::Live live = live_of(run.cameras[i]);
+        const sim::engine::Readings live = live_of(run.cameras[i]);
         row << ',' << mode_name(run.cameras[i]) << ',' << live.time * 1e3 << ',' << live.analog_gain * live.isp_dgain
             << ',' << live.mean_luma << ',' << live.target_luma << ',' << live.wb_gain.rgain << ','
             << live.wb_gain.bgain;

@@ -68,7 +68,7 @@ void meter_scenes()
         Metered& last = metered[static_cast<std::size_t>(camera)];
         const void* engine = engine_of(camera);
         Metered now{scene_of(camera), magnification_of(camera), sim::engine::peek<rk_aiq_lsc_attrib_t>(engine),
-                    sim::engine::live(camera).wb_gain};
+                    sim::engine::readings(camera).wb_gain};
         if (now.scene == last.scene && now.magnification == last.magnification &&
             bytes_of(now.lsc) == bytes_of(last.lsc) && bytes_of(now.wb_gain) == bytes_of(last.wb_gain)) {
             continue;

@@ -147,7 +147,7 @@ void open_session(const std::string& path, bool look_only)
     enter(path, look_only);
     load_settings();
     for (int camera = 0; camera < kCameras; ++camera) {
-        set_light(camera, "D50");
+        set_illuminant(camera, "D50");
     }
     report_changed_calibration();
     sim::every(kFramePeriod, run_frame);
@@ -257,18 +257,18 @@ bool auto_iris_on()
     return iris_on;
 }
 
-void set_light(int camera, const std::string& light)
+void set_illuminant(int camera, const std::string& name)
 {
     double kelvin = 0.0;
-    const auto [end, error] = std::from_chars(light.data(), light.data() + light.size(), kelvin);
-    if (error == std::errc{} && end == light.data() + light.size()) {
+    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), kelvin);
+    if (error == std::errc{} && end == name.data() + name.size()) {
         const bool usual = kelvin >= 1500.0 && kelvin <= 12000.0;
         if (!usual) {
-            throw BadInput("a light has 1500 to 12000 K or a name: A, TL84, D50, D65");
+            throw BadInput("an illuminant has 1500 to 12000 K or a name: A, TL84, D50, D65");
         }
         sim::engine::set_illuminant(camera, kelvin);
-    } else if (!sim::engine::set_illuminant(camera, light)) {
-        throw BadInput("there is no light " + light + "; name a colour temperature in kelvin or A, TL84, D50, D65");
+    } else if (!sim::engine::set_illuminant(camera, name)) {
+        throw BadInput("unknown illuminant " + name + "; give kelvin or A, TL84, D50, D65");
     }
 }
 

@@ -46,7 +46,7 @@ void set_auto_iris_on(bool on);
 bool auto_iris_on();
 
 /// Changes the light on a camera: a colour temperature in kelvin or a named lamp. Throws BadInput for any other.
-void set_light(int camera, const std::string& light);
+void set_illuminant(int camera, const std::string& name);
 
 /// Is called after every frame.
 void on_frame(std::function<void()> callback);

@@ -27,8 +27,8 @@ inline constexpr Block Blocks::* member_of = nullptr;
 #define ISP_RESULT ISP_MODULE
 #include "engine/modules.def"
 
-/// Takes a block over. The table of set-points stays the engine's own: its values are taken over, the pointer is not,
-/// unless it is null: an engine without set-points.
+/// Takes a block over. The table of AE target lumas stays the engine's own: its values are taken over, the pointer is
+/// not, unless it is null: an engine without targets.
 template <typename Block>
 void store(Blocks& blocks, const Block& block)
 {

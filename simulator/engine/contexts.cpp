@@ -1,7 +1,7 @@
 // Giving out, judging and releasing contexts, and the list of misuses.
 #include "engine/contexts.h"
 
-#include "engine/scene.h"
+#include "engine/sensors.h"
 
 #include <algorithm>
 #include <chrono>
@@ -167,7 +167,7 @@ Context* create_context(const char* function, std::span<const int> sensors, bool
     const std::lock_guard registry_lock(r.mutex);
     for (Context& other : contexts) {
         const std::lock_guard lock(other.lock);
-        if (live(other.life) && other.group == group && other.sensors[0] == sensors.front()) {
+        if (is_alive(other.life) && other.group == group && other.sensors[0] == sensors.front()) {
             note_misuse(function, describe_context(other) + " has a context already");
             break;
         }
@@ -210,7 +210,7 @@ XCamReturn change_life(const char* function, const void* pointer, bool group, Re
         const std::lock_guard lock(context->lock);
         before = context->life;
         same_kind = context->group == group;
-        if (live(before) && same_kind) {
+        if (is_alive(before) && same_kind) {
             switch (request) {
             case Request::prepare:
                 in_order = before != Life::running;
@@ -236,7 +236,7 @@ XCamReturn change_life(const char* function, const void* pointer, bool group, Re
             }
         }
     }
-    if (!live(before)) {
+    if (!is_alive(before)) {
         if (before == Life::released && request == Request::release) {
             note_misuse(function, "released twice, " + describe_context(*context));
             return XCAM_RETURN_ERROR_PARAM;
@@ -294,7 +294,7 @@ void reset()
         const std::lock_guard lock(r.misuse_mutex);
         r.misuses.clear();
     }
-    reset_scenes();
+    reset_sensors();
 }
 
 Life life(const void* pointer)
@@ -306,7 +306,7 @@ Life life(const void* pointer)
 int live_contexts()
 {
     return static_cast<int>(
-        std::count_if(contexts.begin(), contexts.end(), [](Context& context) { return live(life_of(context)); }));
+        std::count_if(contexts.begin(), contexts.end(), [](Context& context) { return is_alive(life_of(context)); }));
 }
 
 Configuration configuration(const void* pointer)

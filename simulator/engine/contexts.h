@@ -49,7 +49,7 @@ inline int recorded_id(const Context* context)
     return context ? context->sensor.load(std::memory_order_relaxed) : -1;
 }
 
-inline bool live(Life life)
+inline bool is_alive(Life life)
 {
     return life != Life::unknown && life != Life::released;
 }

@@ -86,7 +86,7 @@ std::vector<FieldText> changes(const Snapshot& before, const Snapshot& after);
 // ---- Scene and live results ---------------------------------------------------------------------------------------
 
 /// Scene luminance in front of a sensor, in cd/m2. Moves there evenly over `seconds` of simulated time.
-void set_scene(int sensor, double luminance, double seconds = 0.0);
+void set_luminance(int sensor, double luminance, double seconds = 0.0);
 
 /// What metering sees of a scene of luminance 1, row by row from the top: kMeteringSide x kMeteringSide samples of the
 /// picture behind lens and shading correction. A scene is even, all samples 1, at first and where there are none.
@@ -104,11 +104,11 @@ void set_response(int sensor, double red, double blue);
 /// Relative light through the lens onto a sensor, 1.0 fully open; read at every frame. All open at first.
 void set_aperture(int sensor, double transmission);
 
-/// Live::exposure of a scene that has the luma of the first set-point, without any bias.
+/// Readings::exposure of a scene that has the luma of the first AE target, without any bias.
 inline constexpr double kReferenceLuma = 60.0;
 
 /// What a sensor's exposure and white balance have reached.
-struct Live {
+struct Readings {
     bool automatic = true; // exposure
     double time = 0.0;     // seconds
     double analog_gain = 1.0;
@@ -123,7 +123,7 @@ struct Live {
     rk_aiq_wb_gain_t neutral_gain{}; // the gains that would make a grey neutral
     bool wb_converged = false;
 };
-Live live(int sensor);
+Readings readings(int sensor);
 
 /// Runs one frame of `seconds` in every running context. Called by the clock's frame tick.
 void run_frame(double seconds);

@@ -3,7 +3,7 @@
 //   exposure  = k * luminance * transmission * time * total gain, k = 30 per cd/m2 and second
 //   cell luma = mean of min(255, exposure * sample) over the scene's 4 x 4 samples in the cell
 //   mean luma = lumas of 15 x 15 cells, weighted with the metering grid; all weights 0: equally weighted
-//   target    = first dynamic set-point * 2 ^ (Evbias / 100), within 1 to 250
+//   target    = first AE target luma (DySetpoint) * 2 ^ (Evbias / 100), within 1 to 250
 //   automatic : exposure (time * gain) *= clamp(target / mean luma, 1/8, 8) ^ AeSpeed, until luma is within 0.5 % of
 //               the target; first a longer time, then analogue gain up to 16, then digital gain
 //   manual    : what the manual block enables, at once

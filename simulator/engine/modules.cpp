@@ -29,7 +29,7 @@ XCamReturn with_blocks(const char* function, const void* pointer, const void* bl
     }
     if (context) [[likely]] {
         const std::lock_guard lock(context->lock);
-        if (live(context->life)) [[likely]] {
+        if (is_alive(context->life)) [[likely]] {
             access(context->blocks);
             return XCAM_RETURN_NO_ERROR;
         }

@@ -14,9 +14,9 @@ int sim_engine_run(int fps)
     return 0;
 }
 
-void sim_engine_set_light(int sensor, double luminance, double seconds)
+void sim_engine_set_luminance(int sensor, double luminance, double seconds)
 {
-    sim::engine::set_scene(sensor, luminance, seconds);
+    sim::engine::set_luminance(sensor, luminance, seconds);
 }
 
 void sim_engine_set_aperture(int sensor, double transmission)

@@ -14,7 +14,7 @@ int sim_engine_run(int fps);
 
 /** Brings the scene in front of a sensor, 0 to 7, evenly to a luminance in cd/m2 (100 at first) within some seconds,
  * or at once. Any thread. */
-void sim_engine_set_light(int sensor, double luminance, double seconds);
+void sim_engine_set_luminance(int sensor, double luminance, double seconds);
 
 /** The light that the lens lets through to a sensor, 1.0 (fully open, at first) to 0.0. Any thread. */
 void sim_engine_set_aperture(int sensor, double transmission);

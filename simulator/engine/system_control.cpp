@@ -1,7 +1,7 @@
 // The life of camera and group contexts: system control and camera groups.
 #include "base/calls.h"
 #include "engine/contexts.h"
-#include "engine/scene.h"
+#include "engine/sensors.h"
 
 #include <cstdio>
 
@@ -126,7 +126,7 @@ XCamReturn rk_aiq_uapi2_sysctl_updateIq(rk_aiq_sys_ctx_t* ctx, char* iq_dir)
     if (const int fault = sim::note_call(__func__, recorded_id(context)); fault != 0) {
         return static_cast<XCamReturn>(fault);
     }
-    if (!live(life(ctx))) {
+    if (!is_alive(life(ctx))) {
         return refuse_context(__func__, ctx);
     }
     if (!iq_dir) {

@@ -114,7 +114,7 @@ Json settings_json()
     return {{"settings", settings},
             {"offers",
              {{"scenes", sim::picture::scene_names()},
-              {"lights", {"A", "TL84", "D50", "D65"}},
+              {"illuminants", {"A", "TL84", "D50", "D65"}},
               {"functions", app::called_functions()},
               {"iris_widest", sim::host::kIrisWidest},
               {"zoom_longest", sim::host::kZoomLongest}}}};
@@ -125,7 +125,7 @@ Json state_json(const View& view)
     Json cameras = Json::array();
     for (int id = 0; id < kCameras; ++id) {
         const Camera& camera = view.cameras[static_cast<std::size_t>(id)];
-        const sim::engine::Live& live = camera.live;
+        const sim::engine::Readings& live = camera.live;
         const bool has_lens = id == 0;
         cameras.push_back({{"id", id},
                            {"state", life_text(camera.life)},
@@ -140,7 +140,7 @@ Json state_json(const View& view)
                            {"blue_gain", live.wb_gain.bgain},
                            {"scene", camera.scene},
                            {"luminance", live.luminance},
-                           {"light", live.kelvin},
+                           {"illuminant", live.kelvin},
                            {"iris", has_lens ? Json(view.lens.iris) : Json()},
                            {"zoom", has_lens ? Json(view.lens.zoom) : Json()}});
     }

@@ -39,7 +39,7 @@ bool same(const sim::picture::Look& a, const sim::picture::Look& b)
            equal(a.gamma, b.gamma) && equal(a.drc, b.drc) && equal(a.sharp, b.sharp) && equal(a.lsc, b.lsc) &&
            equal(a.nr2d, b.nr2d) && equal(a.nr3d, b.nr3d) && equal(a.csm, b.csm) && equal(a.wb_gain, b.wb_gain) &&
            equal(a.neutral_red, b.neutral_red) && equal(a.neutral_blue, b.neutral_blue) &&
-           equal(a.exposure, b.exposure) && equal(a.sensor_gain, b.sensor_gain) && equal(a.fall_off, b.fall_off);
+           equal(a.exposure, b.exposure) && equal(a.sensor_gain, b.sensor_gain) && equal(a.vignetting, b.vignetting);
 }
 
 Camera camera_view(int id, const Camera& before)
@@ -48,7 +48,7 @@ Camera camera_view(int id, const Camera& before)
     camera.settings = sim::host::stored_record(id);
     const void* engine = app::engine_of(id);
     camera.life = sim::engine::life(engine);
-    camera.live = sim::engine::live(id);
+    camera.live = sim::engine::readings(id);
     camera.scene = app::scene_of(id)->name;
     if (engine != nullptr) {
         const sim::picture::Look look = app::look_of(id);

@@ -21,7 +21,7 @@ inline constexpr int kCameras = 8;
 struct Camera {
     sim::engine::Life life = sim::engine::Life::unknown;
     kiv_isp_param_s settings{};
-    sim::engine::Live live;
+    sim::engine::Readings live;
     std::string scene;                              ///< its name
     std::shared_ptr<const sim::picture::Look> look; ///< null without an engine; the same object while nothing changes
 };

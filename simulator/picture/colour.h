@@ -1,9 +1,10 @@
-// Arithmetic on colours, and luma and colour difference as a BT.709 display reads them.
+// Arithmetic on colours, the tone curve of sRGB, and luma and colour difference as a BT.709 display reads them.
 #pragma once
 
 #include "picture/picture.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace sim::picture
 {
@@ -16,16 +17,6 @@ inline Colour operator+(Colour a, Colour b)
 inline Colour operator-(Colour a, Colour b)
 {
     return {a.red - b.red, a.green - b.green, a.blue - b.blue};
-}
-
-inline Colour operator*(Colour a, Colour b)
-{
-    return {a.red * b.red, a.green * b.green, a.blue * b.blue};
-}
-
-inline Colour operator/(Colour a, Colour b)
-{
-    return {a.red / b.red, a.green / b.green, a.blue / b.blue};
 }
 
 inline Colour operator*(Colour a, float factor)
@@ -61,6 +52,17 @@ inline int to_byte(float level)
 inline float luma(Colour c)
 {
     return 0.2126F * c.red + 0.7152F * c.green + 0.0722F * c.blue;
+}
+
+/// The tone curve of sRGB (IEC 61966-2-1): the level that shows linear light, and its inverse.
+inline float srgb_level(float light)
+{
+    return light <= 0.0031308F ? 12.92F * light : 1.055F * std::pow(light, 1.0F / 2.4F) - 0.055F;
+}
+
+inline float srgb_light(float level)
+{
+    return level <= 0.04045F ? level / 12.92F : std::pow((level + 0.055F) / 1.055F, 2.4F);
 }
 
 struct LumaChroma {

@@ -4,10 +4,8 @@
 
 #include <png.h>
 #include <turbojpeg.h>
-#include <zlib.h>
 
 #include <algorithm>
-#include <csetjmp>
 #include <memory>
 #include <string_view>
 
@@ -35,48 +33,25 @@ Bytes to_bytes(const Image& image)
     return bytes;
 }
 
-void append(png_structp png, png_bytep data, std::size_t length)
-{
-    auto& bytes = *static_cast<Bytes*>(png_get_io_ptr(png));
-    bytes.insert(bytes.end(), data, data + length);
-}
-
-/// Filtered rows, and of repetitions only runs: others are rare in a noisy picture, and looking for them takes most of
-/// the time. False when libpng fails; it jumps back then, past nothing that would have to be destroyed.
-bool encode_rows(png_structp png, png_infop info, const unsigned char* rgb, int width, int height)
-{
-    if (setjmp(png_jmpbuf(png)) != 0) {
-        return false;
-    }
-    png_set_IHDR(png, info, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), 8, PNG_COLOR_TYPE_RGB,
-                 PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_SUB);
-    png_set_compression_level(png, 1);
-    png_set_compression_strategy(png, Z_RLE);
-    png_write_info(png, info);
-    for (int y = 0; y < height; ++y) {
-        png_write_row(png, rgb + static_cast<std::size_t>(y) * 3U * static_cast<std::size_t>(width));
-    }
-    png_write_end(png, nullptr);
-    return true;
-}
-
 } // namespace
 
 Bytes encode_png(const Image& image)
 {
-    Bytes bytes;
     if (image.pixels.empty()) {
-        return bytes;
+        return {};
     }
     const Bytes rgb = to_bytes(image);
-    bytes.reserve(rgb.size());
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-    png_infop info = png_create_info_struct(png);
-    png_set_write_fn(png, &bytes, append, nullptr);
-    const bool encoded = encode_rows(png, info, rgb.data(), image.width, image.height);
-    png_destroy_write_struct(&png, &info);
-    return encoded ? bytes : Bytes{};
+    png_image png{};
+    png.version = PNG_IMAGE_VERSION;
+    png.width = static_cast<png_uint_32>(image.width);
+    png.height = static_cast<png_uint_32>(image.height);
+    png.format = PNG_FORMAT_RGB;
+    png.flags = PNG_IMAGE_FLAG_FAST;
+    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(png);
+    Bytes bytes(size);
+    const bool encoded = png_image_write_to_memory(&png, bytes.data(), &size, 0, rgb.data(), 0, nullptr) != 0;
+    bytes.resize(encoded ? size : 0);
+    return bytes;
 }
 
 Bytes encode_jpeg(const Image& image, int quality)

@@ -97,9 +97,6 @@ Histogram histogram(const Image& image)
 
 double colour_difference(Colour shown, Colour linear)
 {
-    const auto light = [](float level) {
-        return level <= 0.04045F ? level / 12.92F : std::pow((level + 0.055F) / 1.055F, 2.4F);
-    };
     constexpr cmsCIEXYZ kWhite{0.95047, 1.0, 1.08883}; // D65, of sRGB
     const auto lab = [&](Colour c) {
         const double r = c.red;
@@ -112,7 +109,7 @@ double colour_difference(Colour shown, Colour linear)
         cmsXYZ2Lab(&kWhite, &result, &xyz);
         return result;
     };
-    const cmsCIELab a = lab({light(shown.red), light(shown.green), light(shown.blue)});
+    const cmsCIELab a = lab({srgb_light(shown.red), srgb_light(shown.green), srgb_light(shown.blue)});
     const cmsCIELab b = lab(linear);
     return cmsCIE2000DeltaE(&a, &b, 1.0, 1.0, 1.0);
 }

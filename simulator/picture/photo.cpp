@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <memory>
 #include <system_error>
 
@@ -85,8 +84,7 @@ Image to_light(const Coded& coded)
 {
     std::array<float, 256> light{};
     for (std::size_t i = 0; i < light.size(); ++i) {
-        const float level = static_cast<float>(i) / 255.0F;
-        light[i] = level <= 0.04045F ? level / 12.92F : std::pow((level + 0.055F) / 1.055F, 2.4F);
+        light[i] = srgb_light(static_cast<float>(i) / 255.0F);
     }
     const int part = (std::max(coded.width, coded.height) + kLongestKept - 1) / kLongestKept;
     Image image{std::max(coded.width / part, 1), std::max(coded.height / part, 1), {}};

@@ -76,10 +76,10 @@ struct Look {
     double neutral_blue = 1.0;                        // the sensor ask of the white balance
     double exposure = 1.0;    // light times time times gain; 1 brings the scene's mean to kReferenceLevel
     double sensor_gain = 1.0; // analogue times digital, sets the noise
-    Colour fall_off{};        // of the lens, per channel: tan^2 of the corner's field angle, 0 for none
+    Colour vignetting{};      // of the lens, per channel: tan^2 of the corner's field angle, 0 for none
 };
 
-/// Every block at rest, a light that is balanced, no fall-off: a grey patch comes out grey.
+/// Every block at rest, a light that is balanced, no vignetting: a grey patch comes out grey.
 Look neutral_look();
 
 /// The picture. The same look gives the same image. Empty unless both sides are 1 to kMaxSide.

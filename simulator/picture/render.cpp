@@ -24,7 +24,7 @@ constexpr float kReadNoise = 8.0e-4F;     // deviation at gain 1
 constexpr float kSharpAmount = 0.125F;    // of the detail added back, per unit of the engine's ratio
 constexpr float kHalfStrength = 4.0F;     // of the 2D filter, where it replaces half of a pixel
 constexpr float kHighestStrength = 64.0F; // of any filter
-constexpr float kHighestDrcGain = 4.0F;   // up to which the compression keeps the order of the tones
+constexpr float kHighestDrcGain = 4.0F;   // up to which DRC keeps the order of the tones
 
 /// The last of a block's ISO steps that the sensor gain reaches.
 std::size_t iso_step(const int (&iso)[RK_AIQ_ISO_STEPS], double sensor_gain)
@@ -131,7 +131,7 @@ void expose(const Look& look, const Planes& scene, int y, Row row)
     const float step = 2.0F / static_cast<float>(scene.width);
     const std::array response = {light / static_cast<float>(look.neutral_red), light,
                                  light / static_cast<float>(look.neutral_blue)};
-    const std::array k = {look.fall_off.red, look.fall_off.green, look.fall_off.blue};
+    const std::array k = {look.vignetting.red, look.vignetting.green, look.vignetting.blue};
     for (std::size_t c = 0; c < 3; ++c) {
         const float* const in = scene.channel[c].data() + index_of(0, y, scene.width);
         float* const out = row[c];
@@ -244,7 +244,7 @@ void balance_white(const Look& look, int width, Row row)
     }
 }
 
-/// Multiplies by the shading gains, bilinear between the nodes.
+/// Multiplies by the lens-shading (LSC) gains, bilinear between the nodes.
 void correct_shading(const std::optional<ShadingGains>& gains, int y, int width, int height, Row row)
 {
     if (!gains) {
@@ -279,8 +279,8 @@ void correct_shading(const std::optional<ShadingGains>& gains, int y, int width,
 
 // ---- Tones and colours --------------------------------------------------------------------------------------------
 
-/// Factor = 1 + (g - 1) * (1 - luma)^2: lifts the shadows by g, leaves white. The 13 points of g are taken at the
-/// steps of the sensor gain: 1, 2, 4 and so on. Returns g - 1.
+/// Dynamic range compression (DRC). Factor = 1 + (g - 1) * (1 - luma)^2: lifts the shadows by g, leaves white. The 13
+/// points of g are taken at the steps of the sensor gain: 1, 2, 4 and so on. Returns g - 1.
 float lift_of(const Look& look)
 {
     const DrcTuningPara_t& params = look.drc.stAutoV30.DrcTuningPara;
@@ -329,8 +329,7 @@ Curve tone_curve(const rk_aiq_gamma_attr_V30_t& gamma)
 {
     std::array<float, 4097> curve{};
     for (std::size_t i = 0; i < curve.size(); ++i) {
-        const float x = static_cast<float>(i) / 4096.0F;
-        curve[i] = x <= 0.0031308F ? 12.92F * x : 1.055F * std::pow(x, 1.0F / 2.4F) - 0.055F;
+        curve[i] = srgb_level(static_cast<float>(i) / 4096.0F);
     }
     if (gamma.mode != GAMMA_MODE_MANUAL) {
         return with_rises(curve);
@@ -552,7 +551,7 @@ Metering metering(const Look& look)
     constexpr int kRows = 3 * kMeteringSide;
     constexpr float kFaint = 1.0e-4F;
     Look exposed; // at an exposure that fills no well
-    exposed.fall_off = look.fall_off;
+    exposed.vignetting = look.vignetting;
     exposed.exposure = static_cast<double>(kFaint);
     const std::shared_ptr<const Planes> scene = draw_scene(look.scene, look.magnification, kColumns, kRows);
     const std::optional<ShadingGains> shading = shading_gains(look.lsc, look.wb_gain);

@@ -86,14 +86,14 @@ TEST_F(App, BadInputGetsOneClearLineAndChangesNothing)
         {"set 0 struct_ver 1", "cannot be set"},
         {"run 5", "a time is a number with ms, s or min"},
         {"run -1s", "a time is a number"},
-        {"light 0 moon", "there is no light moon"},
-        {"light 0 90", "1500 to 12000 K"},
+        {"illuminant 0 moon", "unknown illuminant moon"},
+        {"illuminant 0 90", "1500 to 12000 K"},
         {"scene 0 -1", "a luminance in cd/m2"},
         {"scene 0 nan", "not nan"},
         {"sensor 0 1 nan", "not nan"},
         {"speed nan", "not nan"},
         {"run nans", "a time is a number"},
-        {"light 0 nan", "1500 to 12000 K"},
+        {"illuminant 0 nan", "1500 to 12000 K"},
         {"fault KIV_nosuch 1 -1", "calls no function KIV_nosuch"},
         {"reload 0", "camera 0 has no engine"},
         {"group resume 3", "there is no group 3"},
@@ -335,7 +335,7 @@ TEST_F(App, CompletesCommandsSettingsAndValues)
     EXPECT_THAT(app::completions("iris a"), ElementsAre("auto"));
     EXPECT_THAT(app::completions("iris auto "), ElementsAre("on", "off"));
     EXPECT_TRUE(app::completions("iris to o").empty());
-    EXPECT_THAT(app::completions("light 0 T"), ElementsAre("TL84"));
+    EXPECT_THAT(app::completions("illuminant 0 T"), ElementsAre("TL84"));
     EXPECT_THAT(app::completions("fault para_set_isp_hue"), ElementsAre("para_set_isp_hue_cur"));
     EXPECT_THAT(app::completions("compare 0 gamma 0.4"), ElementsAre("0.48", "0.45", "0.42"));
     EXPECT_THAT(app::completions("source " + folder + "/sha"), ElementsAre(folder + "/shading.data"));

@@ -46,7 +46,7 @@ protected:
         linear.magnification = seen.magnification;
         linear.exposure = seen.exposure;
         linear.sensor_gain = seen.sensor_gain;
-        linear.fall_off = seen.fall_off;
+        linear.vignetting = seen.vignetting;
         linear.lsc = seen.lsc;
         linear.wb_gain = seen.wb_gain;
         linear.neutral_red = seen.neutral_red;
@@ -86,7 +86,7 @@ TEST_F(AppLook, BrightnessFollowsLumaAtEveryLevel)
         for (int level = walked.lowest; level <= walked.highest; ++level) {
             run("set 0 " + std::string(setting) + " " + std::to_string(level));
             sim::wait(2000000);
-            const double luma = sim::engine::live(0).mean_luma;
+            const double luma = sim::engine::readings(0).mean_luma;
             EXPECT_NEAR(255.0 * linear_mean(), luma, 0.1 * luma + 0.5) << setting << ' ' << level;
             lowest = std::min(lowest, luma);
             highest = std::max(highest, luma);
@@ -112,11 +112,11 @@ TEST_F(AppLook, ScenesAreMeteredWhereAndAsTheLensShowsThem)
     run("set 0 meter average");
     run("scene 0 stage");
     run("run 3s");
-    const double whole = sim::engine::live(0).exposure;
+    const double whole = sim::engine::readings(0).exposure;
     run("zoom 3700");
     run("run 6s");
-    EXPECT_LT(sim::engine::live(0).exposure, whole / 2.0) << "the figure fills the picture";
-    EXPECT_NEAR(255.0 * linear_mean(), sim::engine::live(0).mean_luma, 6.0);
+    EXPECT_LT(sim::engine::readings(0).exposure, whole / 2.0) << "the figure fills the picture";
+    EXPECT_NEAR(255.0 * linear_mean(), sim::engine::readings(0).mean_luma, 6.0);
 }
 
 TEST_F(AppLook, ComparingStopsWhereASetterFailsAndPutsBack)

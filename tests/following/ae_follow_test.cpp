@@ -326,7 +326,7 @@ TEST_F(AeFollow, FeatureCameraHasThePanoramaExposureWithinTwoCycles)
     constexpr sim::Microseconds kFrame = 33'333;
     const int frames = sim::every(kFrame, [] { sim::engine::run_frame(1e-6 * static_cast<double>(kFrame)); });
     KIV_Set_exposure_mode(1, AUTO_EXPOSURE);
-    sim::engine::set_scene(1, 50.0);
+    sim::engine::set_luminance(1, 50.0);
     follow();
     cycles(150);
 
@@ -337,7 +337,7 @@ TEST_F(AeFollow, FeatureCameraHasThePanoramaExposureWithinTwoCycles)
     };
     for (const double luminance : {400.0, 3.0, 5000.0, 0.5, 80.0}) {
         const Exposure old = reported(1, 0.25F);
-        sim::engine::set_scene(1, luminance);
+        sim::engine::set_luminance(1, luminance);
         std::deque<Exposure> recent; // of the last two cycles, sampled between frames
         for (int i = 0; i < 400; ++i) {
             sim::wait(kCycle / 4);

@@ -282,7 +282,7 @@ TEST_F(AwbFollow, ClosedLoop)
     for (const auto& light : lights) {
         light_up(light);
         ASSERT_EQ(Awb_Calibration(light.name == std::string_view("A") ? 2 : 1), 0);
-        wanted.push_back({sim::engine::live(kClose).wb_gain, {}, sim::engine::live(kThird).wb_gain});
+        wanted.push_back({sim::engine::readings(kClose).wb_gain, {}, sim::engine::readings(kThird).wb_gain});
     }
 
     isp::awb_pano_flag = 0; // as in a new process

@@ -106,13 +106,13 @@ TEST_F(IrisClosedLoop, KeepsItsLimitsAndSettlesFromDarkToGlareAndBack)
         for (const int zoom : {0, 3000, 6000}) {
             sim::host::put_zoom(zoom);
             const int widest = get_max_iris(get_cur_zoom_array(zoom));
-            sim::engine::set_scene(0, scenes[0]);
+            sim::engine::set_luminance(0, scenes[0]);
             watch(30);
             for (const double scene : scenes) {
-                sim::engine::set_scene(0, scene);
+                sim::engine::set_luminance(0, scene);
                 const Watch moving = watch(30);
                 const Watch settled = watch(30);
-                const auto live = sim::engine::live(0);
+                const auto live = sim::engine::readings(0);
                 char line[200];
                 std::snprintf(line, sizeof line,
                               "%-16s zoom %4d, %6g cd/m2: iris %3.0f to %3.0f, %2d turns in 30 s, luma %5.1f of %.1f\n",

@@ -342,18 +342,18 @@ TEST_F(Engine, ConvergesWithinItsRanges)
         SCOPED_TRACE(testing::Message() << luminance << " cd/m2, flicker " << flicker);
         reset();
         rk_aiq_sys_ctx_t* const ctx = make_exposing(flicker);
-        set_scene(0, luminance);
+        set_luminance(0, luminance);
         std::vector<double> errors;
-        while (errors.size() < 60 && (errors.empty() || !live(0).converged)) {
+        while (errors.size() < 60 && (errors.empty() || !readings(0).converged)) {
             run_frames(1);
-            errors.push_back(std::abs(live(0).mean_luma - 60.0));
+            errors.push_back(std::abs(readings(0).mean_luma - 60.0));
         }
         EXPECT_TRUE(std::is_sorted(errors.rbegin(), errors.rend())) << "closer in every frame, no swinging";
         EXPECT_TRUE(ends != 0 || errors.size() > 3) << "no jump";
         run_frames(60);
-        const Live settled = live(0);
+        const Readings settled = readings(0);
         run_frames(30);
-        const Live reached = live(0);
+        const Readings reached = readings(0);
         EXPECT_NEAR(reached.time * reached.analog_gain, settled.time * settled.analog_gain, 1.0e-6) << "stands still";
         EXPECT_TRUE(reached.converged);
         const double error = reached.mean_luma - 60.0;
@@ -385,8 +385,8 @@ TEST_F(Engine, MetersTheWeightedCellsOfTheScene)
             }
         });
         run_frame(1.0 / 30);
-        EXPECT_NEAR(live(0).exposure, 120.0, 1e-3);
-        return live(0).mean_luma;
+        EXPECT_NEAR(readings(0).exposure, 120.0, 1e-3);
+        return readings(0).mean_luma;
     };
     EXPECT_NEAR(luma(3, 14), 60.0, 0.01);
     EXPECT_NEAR(luma(2, 3), (255.0 + 60.0) / 2, 0.01) << "no sample is brighter than 255";
@@ -402,9 +402,9 @@ TEST_F(Engine, ConvergesToTheIlluminant)
     for (const double kelvin : {2500.0, 4000.0, 5000.0, 6500.0, 8000.0}) {
         set_illuminant(0, kelvin);
         run_frame(1.0 / 30);
-        EXPECT_FALSE(live(0).wb_converged) << kelvin;
+        EXPECT_FALSE(readings(0).wb_converged) << kelvin;
         run_frames(60);
-        const Live reached = live(0);
+        const Readings reached = readings(0);
         EXPECT_TRUE(reached.wb_converged) << kelvin;
         EXPECT_EQ(reached.kelvin, kelvin);
         EXPECT_EQ(reached.wb_gain.grgain, 1.0F);
@@ -415,14 +415,14 @@ TEST_F(Engine, ConvergesToTheIlluminant)
     }
     rk_aiq_wb_querry_info_t info{};
     ASSERT_EQ(rk_aiq_user_api2_awb_QueryWBInfo(ctx, &info), 0);
-    EXPECT_EQ(values(info.gain), values(live(0).wb_gain));
+    EXPECT_EQ(values(info.gain), values(readings(0).wb_gain));
     EXPECT_TRUE(info.awbConverged);
     EXPECT_EQ(info.cctGloabl.CCT, 8000.0F);
     for (const char* name : {"A", "TL84", "D50", "D65"}) {
         EXPECT_TRUE(set_illuminant(0, name));
     }
     EXPECT_FALSE(set_illuminant(0, "CWF"));
-    EXPECT_EQ(live(0).kelvin, 6504.0);
+    EXPECT_EQ(readings(0).kelvin, 6504.0);
 }
 
 } // namespace

@@ -232,17 +232,17 @@ TEST_F(Picture, EachStageChangesWhatItIsFor)
         {"sharper", [](Look& l) { set_sharp(l, 3.5F); }, edge, 1.28},
         {"sharpening off", [](Look& l) { set_sharp(l, 3.5F), l.sharp.eMode = ASHARP4_OP_MODE_OFF; }, edge, 1.0},
         {"softer", [](Look& l) { set_nr2d(l, 7.0F), l.sensor_gain = 64.0; }, edge, 0.60},
-        {"fall-off", [](Look& l) { l.fall_off = {0.54F, 0.54F, 0.54F}; }, corner, 0.86},
-        {"fall-off, corrected by hand",
+        {"vignetting", [](Look& l) { l.vignetting = {0.54F, 0.54F, 0.54F}; }, corner, 0.86},
+        {"vignetting, corrected by hand",
          [=](Look& l) {
-             l.fall_off = {0.54F, 0.54F, 0.54F};
+             l.vignetting = {0.54F, 0.54F, 0.54F};
              l.lsc.mode = RK_AIQ_LSC_MODE_MANUAL;
              set_shading(l, l.lsc.stManual);
          },
          corner, 1.0},
         {"and by the table of the light that is nearest",
          [=](Look& l) {
-             l.fall_off = {0.54F, 0.54F, 0.54F};
+             l.vignetting = {0.54F, 0.54F, 0.54F};
              l.lsc.mode = RK_AIQ_LSC_MODE_AUTO;
              l.lsc.stAuto.common.enable = true;
              l.lsc.stAuto.alscCoef.illAll_len = l.lsc.stAuto.tbl.tableAll_len = 2;

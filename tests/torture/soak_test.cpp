@@ -111,7 +111,7 @@ TEST_F(Soak, EverythingAtOnce)
     const long files = bench::entries("/proc/self/fd");
     const long threads = bench::threads();
     const int frames = sim::every(33333, [&] {
-        sim::engine::set_scene(1, 100.0 + 90.0 * std::sin(static_cast<double>(sim::now()) * 1e-6));
+        sim::engine::set_luminance(1, 100.0 + 90.0 * std::sin(static_cast<double>(sim::now()) * 1e-6));
         sim::engine::run_frame(0.033333);
         sim::host::step_lens(0.033333);
         service.publish();

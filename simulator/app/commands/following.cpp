@@ -38,7 +38,7 @@ void calibrate(const Words& words)
         throw BadInput("there is no first light to go with this one: calibrate d65, then calibrate a");
     }
     for (const int camera : {0, 2, 3}) {
-        set_light(camera, first ? "D65" : "A");
+        set_illuminant(camera, first ? "D65" : "A");
     }
     check(with_progress("measuring", [&] { return Awb_Calibration(first ? 1 : 2); }), "calibration");
     if (first) {
@@ -52,7 +52,7 @@ void calibrate(const Words& words)
 /// How far the gains in force are from those that make a grey neutral, in per cent: the greater of red and blue.
 double gain_error(int camera)
 {
-    const sim::engine::Live live = sim::engine::live(camera);
+    const sim::engine::Readings live = sim::engine::readings(camera);
     return 100.0 * static_cast<double>(std::max(std::abs(live.wb_gain.rgain / live.neutral_gain.rgain - 1.0F),
                                                 std::abs(live.wb_gain.bgain / live.neutral_gain.bgain - 1.0F)));
 }

@@ -27,7 +27,7 @@ void scene(const Words& words)
     const std::string& what = words[1];
     if (is_number(what)) {
         const double seconds = words.size() > 2 ? static_cast<double>(duration(words[2])) / 1e6 : 0.0;
-        sim::engine::set_scene(camera, number<double>(what, 0.0, 200000.0, "a luminance in cd/m2"), seconds);
+        sim::engine::set_luminance(camera, number<double>(what, 0.0, 200000.0, "a luminance in cd/m2"), seconds);
         return;
     }
     if (words.size() > 2) {
@@ -51,9 +51,9 @@ void scene(const Words& words)
     put_scene(camera, std::move(wanted));
 }
 
-void light(const Words& words)
+void illuminant(const Words& words)
 {
-    set_light(camera_id(words[0]), words[1]);
+    set_illuminant(camera_id(words[0]), words[1]);
 }
 
 void sensor(const Words& words)
@@ -67,7 +67,7 @@ constexpr Command kCommands[] = {
      "what a camera looks at: chart, window, stage, night, gradient or a photograph; or its mean luminance, reached "
      "over a time",
      2, 3, scene},
-    {"light", "CAM KELVIN|A|TL84|D50|D65", "illuminant of the scene", 2, 2, light},
+    {"illuminant", "CAM KELVIN|A|TL84|D50|D65", "illuminant of the scene", 2, 2, illuminant},
     {"sensor", "CAM RED BLUE", "response of a sensor", 3, 3, sensor},
 };
 

@@ -98,7 +98,7 @@ void wait_settled(const Words& words)
         pass_time(kFramePeriod);
         std::string moving;
         for (const int camera : cameras_with_engine()) {
-            const sim::engine::Live live = live_of(camera);
+            const sim::engine::Readings live = live_of(camera);
             if ((live.automatic && !live.converged) || !live.wb_converged) {
                 moving += " " + std::to_string(camera);
             }

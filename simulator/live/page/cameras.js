@@ -202,7 +202,7 @@ class CameraCard {
     figures.gain.textContent = `×${state.gain.toFixed(2)}`;
     figures.luma.textContent = `${state.luma.toFixed(0)} of ${state.target.toFixed(0)}`;
     figures.wb.textContent = `${state.red_gain.toFixed(2)} / ${state.blue_gain.toFixed(2)}`;
-    figures.light.textContent = `${Math.round(state.light)} K`;
+    figures.light.textContent = `${Math.round(state.illuminant)} K`;
     for (const key of ['iris', 'zoom']) {
       figures[key].parentNode.hidden = state[key] === null;
     }

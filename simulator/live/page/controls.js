@@ -372,7 +372,7 @@ export class Controls {
       (value) => `scene ${this.camera} ${(10 ** value).toFixed(2)} ${over.value}`.trim(),
       (value) => (value >= 3 ? `${(10 ** value / 1000).toFixed(1)} k` : String(Math.round(10 ** value))));
     this.light = commandSlider('Light, K', { min: 2000, max: 10000, step: 100, value: 5000 },
-      (value) => `light ${this.camera} ${value}`, (value) => String(value));
+      (value) => `illuminant ${this.camera} ${value}`, (value) => String(value));
     this.zoom = commandSlider('Zoom', { min: 0, max: offers.zoom_longest, step: 50, value: 0 },
       (value) => `zoom ${value}`, (value) => String(value));
     this.iris = commandSlider('Iris position', { min: 0, max: offers.iris_widest, step: 5, value: offers.iris_widest },
@@ -390,7 +390,7 @@ export class Controls {
       section('Light', this.luminance.node, simpleRow(element('span', { className: 'label' }, 'is reached'), over),
         this.light.node,
         simpleRow(element('span', { className: 'label' }, 'Lamp'), element('span', { className: 'buttons' },
-          ...offers.lights.map((name) => button(name, () => `light ${this.camera} ${name}`)))),
+          ...offers.illuminants.map((name) => button(name, () => `illuminant ${this.camera} ${name}`)))),
         mains.node),
       section('Lens of camera 0', this.zoom.node, this.iris.node,
         simpleRow(element('label', { className: 'label', htmlFor: this.autoIris.id }, 'Automatic iris'),
@@ -514,7 +514,7 @@ export class Controls {
     }
     this.showCameras(state.cameras);
     const camera = state.cameras[this.camera];
-    this.light.show(camera.light);
+    this.light.show(camera.illuminant);
     this.zoom.show(state.zoom_target);
     this.iris.show(state.iris_target);
     this.autoIris.checked = state.auto_iris;

@@ -23,11 +23,11 @@ int main()
 
     KIV_Set_exposure_mode(kFeature, SMART_EXPOSURE);
     sim::await_waiting(1); // the new thread takes part in simulated time once it waits
-    sim::engine::set_scene(kPanorama, 4.0, 60.0);
+    sim::engine::set_luminance(kPanorama, 4.0, 60.0);
     sim::start_recording();
     sim::wait(600'000'000);
-    const double panorama = sim::engine::live(kPanorama).time;
-    const double feature = sim::engine::live(kFeature).time;
+    const double panorama = sim::engine::readings(kPanorama).time;
+    const double feature = sim::engine::readings(kFeature).time;
     const std::vector<sim::Call> calls = sim::recorded_calls();
     std::printf("exposure time %g s, followed with %g s, in %zu calls\n", panorama, feature, calls.size());
     if (feature != panorama || panorama <= 0.02 || calls.size() < 600'000 / 34) {

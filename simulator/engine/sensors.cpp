@@ -1,5 +1,5 @@
 // The sensors, what is in front of them, and the frames that they deliver.
-#include "engine/scene.h"
+#include "engine/sensors.h"
 
 #include "engine/contexts.h"
 #include "engine/exposure_model.h"
@@ -17,7 +17,7 @@ struct Sensor {
     double luminance = 100.0; // cd/m2
     double luminance_to = 100.0;
     double seconds_left = 0.0; // of the way there
-    Illuminant light;
+    Illuminant illuminant;
     Response response;
     double transmission = 1.0;
     std::vector<float> samples; // what metering sees; empty: an even scene
@@ -67,7 +67,7 @@ bool sensor_present(int index)
     return present;
 }
 
-void reset_scenes()
+void reset_sensors()
 {
     const std::lock_guard lock(mutex);
     sensors.fill({});
@@ -78,7 +78,7 @@ void set_sensor_present(int index, bool present)
     with_sensor(index, [&](Sensor& sensor) { sensor.present = present; });
 }
 
-void set_scene(int index, double luminance, double seconds)
+void set_luminance(int index, double luminance, double seconds)
 {
     with_sensor(index, [&](Sensor& sensor) {
         sensor.luminance_to = std::max(luminance, 0.0);
@@ -94,16 +94,16 @@ void set_metering(int index, std::vector<float> samples)
 
 void set_illuminant(int index, double kelvin)
 {
-    with_sensor(index, [&](Sensor& sensor) { sensor.light = {.kelvin = kelvin}; });
+    with_sensor(index, [&](Sensor& sensor) { sensor.illuminant = {.kelvin = kelvin}; });
 }
 
 bool set_illuminant(int index, std::string_view name)
 {
-    const Illuminant* const light = find_illuminant(name);
-    if (light) {
-        with_sensor(index, [&](Sensor& sensor) { sensor.light = *light; });
+    const Illuminant* const found = find_illuminant(name);
+    if (found) {
+        with_sensor(index, [&](Sensor& sensor) { sensor.illuminant = *found; });
     }
-    return light != nullptr;
+    return found != nullptr;
 }
 
 void set_response(int index, double red, double blue)
@@ -128,28 +128,28 @@ void run_frame(double seconds)
         if (context.life == Life::running) {
             const Sensor& sensor = sensors[static_cast<std::size_t>(context.sensors[0])];
             run_exposure(context.blocks, sensor.luminance * sensor.transmission, sensor.samples);
-            run_white_balance(context.blocks, sensor.light, sensor.response);
+            run_white_balance(context.blocks, sensor.illuminant, sensor.response);
         }
     }
 }
 
 // Of several contexts the one that runs counts, of several running ones the one started last.
-Live live(int index)
+Readings readings(int index)
 {
-    Live result;
+    Readings result;
     double light = 0.0;
     with_sensor(index, [&](const Sensor& sensor) {
         light = sensor.luminance * sensor.transmission;
         result.luminance = sensor.luminance;
-        result.kelvin = sensor.light.kelvin;
-        result.neutral_gain = ideal_gains(sensor.light, sensor.response);
+        result.kelvin = sensor.illuminant.kelvin;
+        result.neutral_gain = ideal_gains(sensor.illuminant, sensor.response);
     });
     std::pair<bool, std::uint64_t> best{false, 0};
     bool found = false;
     for (Context& context : contexts) {
         const std::lock_guard lock(context.lock);
         const std::pair rank(context.life == Life::running, context.started);
-        if (!live(context.life) || !has_sensor(context, index) || (found && rank < best)) {
+        if (!is_alive(context.life) || !has_sensor(context, index) || (found && rank < best)) {
             continue;
         }
         found = true;

@@ -8,6 +8,6 @@ namespace sim::engine
 
 std::string sensor_name(int index);
 bool sensor_present(int index);
-void reset_scenes();
+void reset_sensors();
 
 } // namespace sim::engine
