@@ -13,7 +13,7 @@
 #include "isp_ctrl.h"
 #include "isp_ctrl/core/context.h"
 #include "isp_ctrl/core/seam.h"
-#include "isp_ctrl/core/setting_step.h"
+#include "isp_ctrl/presets/setting_step.h"
 #include "loops.h"
 
 #include <algorithm>

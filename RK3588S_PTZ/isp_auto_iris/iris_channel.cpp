@@ -1,9 +1,7 @@
-// The channel of iris commands: the host's callback, the loop's start, and the sender to the lens service.
+// The channel of iris commands: the sender to the lens service, and two flags that the host keeps here.
 #include "isp_auto_iris.h"
 #include "isp_ctrl/core/atomic.h"
-#include "isp_ctrl/core/lock.h"
 #include "isp_ctrl/core/seam.h"
-#include "isp_ctrl/core/thread.h"
 #include "isp_ctrl/core/trace.h"
 
 #include <arpa/inet.h>
@@ -12,8 +10,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-KIV_AUTO_IRIS_CONTROL_CALLBACK kiv_auto_iris_cb = nullptr;
-
 namespace
 {
 
@@ -21,37 +17,10 @@ namespace
 constexpr unsigned char kHeader[2] = {0x77, 0x17};
 constexpr std::size_t kDatagramSize = sizeof kHeader + sizeof(iris_ctrl_param_t);
 
-isp::Mutex start_mtx;
-pthread_t g_auto_iris_ctrlProcPid ISP_GUARDED_BY(start_mtx) = 0; // never cleared: one thread per process
-
 int flag_explock_mode = 0;
 int flag_iris_mode = 0;
 
 } // namespace
-
-int init_auto_iris_control(KIV_AUTO_IRIS_CONTROL_CALLBACK cb)
-{
-    ISP_TRACE(__func__, "enter\n");
-    if (cb == nullptr) {
-        ISP_TRACE(__func__, "mode == NULL\n");
-        return -1;
-    }
-    const isp::MutexLock lock(start_mtx);
-    isp::shared_set(kiv_auto_iris_cb, cb);
-    if (g_auto_iris_ctrlProcPid == 0) {
-        const auto body = [](void*) -> void* {
-            auto_iris_control_main();
-            return nullptr; // never reached, the loop ends the thread: LCOV_EXCL_LINE
-        };
-        if (!isp::create_thread(g_auto_iris_ctrlProcPid, body)) {
-            ISP_TRACE(__func__, "create auto_iris_control_main thread failed!\n\n");
-            return -1;
-        }
-        ISP_TRACE(__func__, "create auto_iris_control_main thread OK!\n");
-    }
-    ISP_TRACE(__func__, "leave\n");
-    return 0;
-}
 
 int set_auto_iris(iris_ctrl_param_t* param)
 {

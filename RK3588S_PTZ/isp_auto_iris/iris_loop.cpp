@@ -1,4 +1,5 @@
-// The automatic iris loop: sleeps, reads, decides, calls back. Modes and anti-flicker are those of camera 0.
+// The automatic iris loop and its start: sleeps, reads, decides, calls back. Modes and anti-flicker are those of camera
+// 0.
 #include "af/lens_ctrl.h"
 #include "isp_auto_iris.h"
 #include "isp_auto_iris/iris_device.h"
@@ -6,12 +7,16 @@
 #include "isp_auto_iris/zoom_levels.h"
 #include "isp_ctrl.h"
 #include "isp_ctrl/core/atomic.h"
+#include "isp_ctrl/core/lock.h"
 #include "isp_ctrl/core/seam.h"
+#include "isp_ctrl/core/thread.h"
 #include "isp_ctrl/core/trace.h"
 #include "platformpara/para_isp.h"
 
 #include <cstring>
 #include <sys/prctl.h>
+
+KIV_AUTO_IRIS_CONTROL_CALLBACK kiv_auto_iris_cb = nullptr;
 
 namespace
 {
@@ -20,6 +25,9 @@ constexpr unsigned kStartDelay = 9;  // seconds
 constexpr useconds_t kCycle = 32000; // microseconds
 constexpr int kStoreRecord = 0;
 constexpr int kLensCalibrationEnds = 4;
+
+isp::Mutex start_mtx;
+pthread_t g_auto_iris_ctrlProcPid ISP_GUARDED_BY(start_mtx) = 0; // never cleared: one thread per process
 
 // These outlive a loop: one that starts later continues from them.
 int auto_iris_flag = isp::iris::kIdle;
@@ -73,6 +81,30 @@ void send(iris_ctrl_param_t& command)
 }
 
 } // namespace
+
+int init_auto_iris_control(KIV_AUTO_IRIS_CONTROL_CALLBACK cb)
+{
+    ISP_TRACE(__func__, "enter\n");
+    if (cb == nullptr) {
+        ISP_TRACE(__func__, "mode == NULL\n");
+        return -1;
+    }
+    const isp::MutexLock lock(start_mtx);
+    isp::shared_set(kiv_auto_iris_cb, cb);
+    if (g_auto_iris_ctrlProcPid == 0) {
+        const auto body = [](void*) -> void* {
+            auto_iris_control_main();
+            return nullptr; // never reached, the loop ends the thread: LCOV_EXCL_LINE
+        };
+        if (!isp::create_thread(g_auto_iris_ctrlProcPid, body)) {
+            ISP_TRACE(__func__, "create auto_iris_control_main thread failed!\n\n");
+            return -1;
+        }
+        ISP_TRACE(__func__, "create auto_iris_control_main thread OK!\n");
+    }
+    ISP_TRACE(__func__, "leave\n");
+    return 0;
+}
 
 void auto_iris_control_main(void)
 {

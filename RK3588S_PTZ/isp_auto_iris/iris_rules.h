@@ -2,14 +2,12 @@
 #pragma once
 
 #include "isp_auto_iris.h"
+#include "isp_auto_iris/zoom_levels.h"
 
 #include <array>
-#include <optional>
 
 namespace isp::iris
 {
-
-inline constexpr int kZoomLevels = 12;
 
 /// Figures of a cycle, all derived in single precision and truncated toward zero.
 struct AeFigures {

@@ -1,10 +1,12 @@
-// What the iris loop tells the rest of the program about the lens.
+// The zoom levels, and the widest iris position of each as the loop has last read it from the lens.
 #pragma once
 
-#include "isp_auto_iris/iris_rules.h"
+#include <array>
 
 namespace isp::iris
 {
+
+inline constexpr int kZoomLevels = 12;
 
 /// Makes the widest positions the ones that get_max_iris() returns.
 void publish_widest(const std::array<int, kZoomLevels>& widest);

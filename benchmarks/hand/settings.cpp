@@ -3,7 +3,7 @@
 #include "af/lens_ctrl.h"
 #include "hand/straight.h"
 #include "isp_ctrl/core/seam.h"
-#include "isp_ctrl/core/setting_step.h"
+#include "isp_ctrl/presets/setting_step.h"
 #include "vin/vin.h"
 
 #include <cstdio>

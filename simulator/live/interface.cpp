@@ -53,6 +53,13 @@ Json modes_json(Modes modes)
     return result;
 }
 
+/// The tab that shows a setting: its source folder; the presets are with the image.
+std::string_view group_of(const Setting& setting)
+{
+    const std::string_view folder = setting.source.substr(0, setting.source.find('/'));
+    return folder == "presets" ? "image" : folder;
+}
+
 Json setting_json(const Setting& setting)
 {
     Json names = Json::array();
@@ -61,7 +68,7 @@ Json setting_json(const Setting& setting)
     }
     return {{"name", setting.name},
             {"kind", kind_of(setting)},
-            {"group", setting.source.substr(0, setting.source.find('/'))},
+            {"group", group_of(setting)},
             {"stored", setting.member != nullptr},
             {"lowest", setting.lowest},
             {"highest", setting.highest},

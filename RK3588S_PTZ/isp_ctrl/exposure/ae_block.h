@@ -1,7 +1,7 @@
 // The engine's AE blocks as the exposure setters use them.
 #pragma once
 
-#include "isp_ctrl/core/call_frame.h"
+#include "isp_ctrl/core/setter_steps.h"
 
 namespace isp
 {

@@ -1,8 +1,8 @@
 // Exposure mode: decides who exposes and who drives the iris, then re-applies the stored settings that the mode uses.
 // The new mode is stored first, because each of those setters looks at it.
 #include "af/lens_ctrl.h"
-#include "isp_ctrl/core/ae_follow.h"
 #include "isp_ctrl/exposure/ae_block.h"
+#include "isp_ctrl/exposure/ae_follow.h"
 #include "isp_ctrl/exposure/shutter.h"
 
 namespace

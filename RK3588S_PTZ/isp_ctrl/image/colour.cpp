@@ -1,6 +1,6 @@
 // Colour processing: saturation, hue, luminance and contrast, one field each of one engine block, and black-and-white,
 // which forces the saturation field to 0.
-#include "isp_ctrl/core/call_frame.h"
+#include "isp_ctrl/core/setter_steps.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 // Colour-space matrix: RGB to YCbCr after ITU-R BT.601 or BT.709, each in a full-range and a limited-range form. The
 // mode is remembered here, not in the store. The limited range is expressed by luma offset and coefficients alone.
 #include "isp_ctrl/core/atomic.h"
-#include "isp_ctrl/core/call_frame.h"
+#include "isp_ctrl/core/setter_steps.h"
 
 #include <cstring>
 

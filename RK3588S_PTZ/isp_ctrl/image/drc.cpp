@@ -1,5 +1,5 @@
 // Dynamic range compression: one gain over the engine's whole control axis.
-#include "isp_ctrl/core/call_frame.h"
+#include "isp_ctrl/core/setter_steps.h"
 
 namespace
 {

@@ -1,5 +1,5 @@
 // Gamma: loads one of six fixed tone curves into the engine as a manual curve.
-#include "isp_ctrl/core/call_frame.h"
+#include "isp_ctrl/core/setter_steps.h"
 
 #include <cstring>
 

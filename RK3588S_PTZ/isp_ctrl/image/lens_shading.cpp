@@ -1,8 +1,8 @@
 // Lens shading: rebuilds the engine's automatic shading correction from the camera's own grids, which were measured for
 // three light sources, for the fitted lens.
-#include "isp_ctrl/core/call_frame.h"
 #include "isp_ctrl/core/record_file.h"
 #include "isp_ctrl/core/seam.h"
+#include "isp_ctrl/core/setter_steps.h"
 #include "isp_ctrl/image/shading_file.h"
 
 #include <cstring>

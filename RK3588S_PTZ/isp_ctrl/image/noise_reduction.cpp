@@ -1,6 +1,6 @@
 // Noise reduction in the Bayer domain, spatial (2D) and temporal (3D): one strength for every sensitivity step, or a
 // curve that rises with it.
-#include "isp_ctrl/core/call_frame.h"
+#include "isp_ctrl/core/setter_steps.h"
 #include "isp_ctrl/image/iso_steps.h"
 
 namespace

@@ -1,5 +1,5 @@
 // Sharpness: one strength for every sensitivity step, or a curve that weakens as the sensor gain rises.
-#include "isp_ctrl/core/call_frame.h"
+#include "isp_ctrl/core/setter_steps.h"
 #include "isp_ctrl/image/iso_steps.h"
 
 namespace

@@ -1,5 +1,5 @@
 // Sensitivity of the automatic white balance: kept in the store, nothing reaches the engine.
-#include "isp_ctrl/core/call_frame.h"
+#include "isp_ctrl/core/setter_steps.h"
 
 int KIV_Set_awb_sens(int isp_id, AWB_SENS_E value)
 {

@@ -1,7 +1,7 @@
 // The remembered gains: those of the last one-push measurement and those of the colour temperature. They carry no
 // tuning and survive every mode change.
 #include "isp_ctrl/core/atomic.h"
-#include "isp_ctrl/core/call_frame.h"
+#include "isp_ctrl/core/setter_steps.h"
 #include "isp_ctrl/core/truncate.h"
 
 rk_aiq_wb_gain_t gs_wb_gain = {2.0839F, 1.0F, 1.0F, 2.0185F};

@@ -2,7 +2,7 @@
 // of them share.
 #pragma once
 
-#include "isp_ctrl/core/call_frame.h"
+#include "isp_ctrl/core/setter_steps.h"
 
 namespace isp
 {

@@ -1,5 +1,5 @@
 // Traces of engine calls that were not made or failed.
-#include "isp_ctrl/core/call_frame.h"
+#include "isp_ctrl/core/setter_steps.h"
 
 void isp::trace_no_context(const char* function)
 {

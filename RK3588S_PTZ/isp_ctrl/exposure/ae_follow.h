@@ -1,7 +1,7 @@
 // Exposure following: what the exposure mode does to it.
 #pragma once
 
-#include "isp_ctrl/core/call_frame.h"
+#include "isp_ctrl/core/setter_steps.h"
 
 namespace isp
 {

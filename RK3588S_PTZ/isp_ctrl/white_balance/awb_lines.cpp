@@ -1,4 +1,4 @@
-#include "isp_ctrl/following/awb_lines.h"
+#include "isp_ctrl/white_balance/awb_lines.h"
 
 #include <cmath>
 #include <iterator>

@@ -1,6 +1,6 @@
 // Exposure following: while camera 0 is in SMART_EXPOSURE, a thread copies the panorama camera's exposure time and
 // analogue gain to the feature camera, the gain raised with the zoom.
-#include "isp_ctrl/core/ae_follow.h"
+#include "isp_ctrl/exposure/ae_follow.h"
 
 #include "af/lens_ctrl.h"
 #include "isp_ctrl/core/atomic.h"

@@ -1,6 +1,6 @@
 // White-balance following: the thread's life, its passes, and the closed loop with the calibration.
-#include "following/awb_bench.h"
 #include "support/threads.h"
+#include "white_balance/awb_bench.h"
 
 #include <cerrno>
 #include <cmath>

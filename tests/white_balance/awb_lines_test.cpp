@@ -1,5 +1,5 @@
 // The evaluation of two measurements: its four cases, their boundaries, and single precision.
-#include "following/awb_bench.h"
+#include "white_balance/awb_bench.h"
 
 #include <cmath>
 #include <limits>

@@ -1,5 +1,5 @@
 // White-balance calibration: its order and waits, every engine and file call failing once, and what is then on disk.
-#include "following/awb_bench.h"
+#include "white_balance/awb_bench.h"
 
 #include <sys/stat.h>
 #include <unistd.h>

@@ -1,5 +1,5 @@
-// The frame of every setter: bound the level, write it to the store, find the engine context, read the engine module's
-// block, change it, write it back. A setter is made of these steps and says only what is its own.
+// The steps that every setter is made of: bound the level, write it to the store, find the engine context, read the
+// engine module's block, change it, write it back. A setter is made of these steps and says only what is its own.
 //
 // Two styles. Failure-returning: a failed Get or Set is traced and ends the setter with -1 (`modify`).
 // Failure-ignoring: the Set is made even after a failed Get, and neither is reported (`modify_regardless`).

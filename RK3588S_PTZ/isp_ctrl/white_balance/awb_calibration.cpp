@@ -1,11 +1,11 @@
 // White-balance calibration: measures the three cameras' gains under D65 and under A and keeps the lines from the
 // panorama camera's gains to the followers' in a file.
-#include "isp_ctrl/following/awb_calibration.h"
+#include "isp_ctrl/white_balance/awb_calibration.h"
 
 #include "isp_ctrl/core/atomic.h"
 #include "isp_ctrl/core/record_file.h"
 #include "isp_ctrl/core/seam.h"
-#include "isp_ctrl/following/awb_lines.h"
+#include "isp_ctrl/white_balance/awb_lines.h"
 #include "isp_ctrl/white_balance/wb_blocks.h"
 
 #include <fcntl.h>

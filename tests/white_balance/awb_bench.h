@@ -1,8 +1,8 @@
 // White-balance following: its three cameras, the calibration file, the library's waits and file calls on record.
 #pragma once
 
-#include "isp_ctrl/following/awb_calibration.h"
-#include "isp_ctrl/following/awb_lines.h"
+#include "isp_ctrl/white_balance/awb_calibration.h"
+#include "isp_ctrl/white_balance/awb_lines.h"
 #include "support/awb_calls.h"
 
 #include <bit>

@@ -4,8 +4,8 @@
 #include "isp_ctrl/core/lock.h"
 #include "isp_ctrl/core/seam.h"
 #include "isp_ctrl/core/thread.h"
-#include "isp_ctrl/following/awb_calibration.h"
-#include "isp_ctrl/following/awb_lines.h"
+#include "isp_ctrl/white_balance/awb_calibration.h"
+#include "isp_ctrl/white_balance/awb_lines.h"
 #include "isp_ctrl/white_balance/wb_blocks.h"
 
 #include <sys/prctl.h>

@@ -1,7 +1,7 @@
 // Restore: brings a camera's engine in line with the store. All settings are read before the first is applied, so that
 // what one setter writes back does not change what a later one applies.
-#include "isp_ctrl/core/call_frame.h"
-#include "isp_ctrl/core/setting_step.h"
+#include "isp_ctrl/core/setter_steps.h"
+#include "isp_ctrl/presets/setting_step.h"
 
 namespace
 {

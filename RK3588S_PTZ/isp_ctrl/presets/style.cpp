@@ -1,7 +1,7 @@
 // Image styles: a preset of the host's, recorded and, unless the host applies styles itself, applied value by value in
 // a fixed order.
-#include "isp_ctrl/core/call_frame.h"
-#include "isp_ctrl/core/setting_step.h"
+#include "isp_ctrl/core/setter_steps.h"
+#include "isp_ctrl/presets/setting_step.h"
 
 namespace
 {
