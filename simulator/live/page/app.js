@@ -122,6 +122,25 @@ async function start() {
   speed.append(...SPEEDS.map((value) => element('option', { value: String(value) }, `${value} ×`)));
   speed.addEventListener('change', () => runCommand(`speed ${speed.value}`).catch((error) => say(error.message)));
 
+  const histograms = node('histograms');
+  const showHistograms = (on) => {
+    histograms.setAttribute('aria-pressed', String(on));
+    document.body.classList.toggle('no-histograms', !on);
+    localStorage.setItem('histograms', on ? '' : 'off');
+  };
+  showHistograms(localStorage.getItem('histograms') !== 'off');
+  histograms.addEventListener('click', () => showHistograms(histograms.getAttribute('aria-pressed') !== 'true'));
+  addEventListener('keydown', (event) => event.key === 'Escape' && cameras.select(cameras.selected, false));
+
+  // Plots and log stand beside the pictures where there is room, else below them.
+  for (const [id, room] of [['plot-card', '(min-width: 1680px), (min-width: 1001px) and (min-height: 1000px)'],
+    ['log', '(min-width: 1680px) and (min-height: 900px)']]) {
+    const query = matchMedia(room);
+    const place = () => node(query.matches ? 'side' : 'stage').append(node(id));
+    query.addEventListener('change', place);
+    place();
+  }
+
   let busySince = 0;
   listen({
     settings: (change) => controls.showSettings(change),
@@ -152,12 +171,12 @@ async function start() {
     },
     connection: (open) => {
       node('connection').textContent = open ? 'live' : 'no connection';
-      node('connection').classList.toggle('lost', !open);
+      document.body.classList.toggle('away', !open);
     },
   });
 }
 
 start().catch((error) => {
   node('connection').textContent = error.message;
-  node('connection').classList.add('lost');
+  document.body.classList.add('away');
 });

@@ -1,8 +1,5 @@
 // A card per running camera: its live picture with histogram, its exposure, a held still to compare with.
-import { element } from './api.js';
-
-const GRID_PERIOD = 100; // milliseconds between pictures
-const LARGE_PERIOD = 40;
+import { element, latestOnly } from './api.js';
 
 export function shutterText(seconds) {
   if (!(seconds > 0)) {
@@ -69,21 +66,24 @@ function drawHistogram(canvas, { counts, dark, bright }) {
 class CameraCard {
   constructor(id, actions) {
     this.id = id;
+    this.live = null; // the picture shown last and the held one, as bitmaps
     this.still = null;
     this.tag = '';
-    this.large = false;
     this.visible = true;
-    this.open = true;
     this.picture = element('canvas', { className: 'picture', width: 640, height: 480, role: 'img' });
+    this.overlay = element('canvas', { className: 'overlay', ariaHidden: 'true' });
     this.histogram = element('canvas', { className: 'histogram', width: 128, height: 56, role: 'img' });
     this.name = element('button', {
       type: 'button', className: 'name', onclick: () => actions.select(id), title: 'Show the controls of this camera',
     }, `Camera ${id}`);
     this.mode = element('span', { className: 'chip' });
     this.enlarge = element('button', {
-      type: 'button', onclick: () => actions.enlarge(id), 'aria-pressed': 'false',
+      type: 'button', className: 'enlarge', onclick: () => actions.enlarge(id), 'aria-pressed': 'false',
+      ariaLabel: `Enlarge camera ${id}`,
     }, 'Enlarge');
-    this.hold = element('button', { type: 'button', onclick: () => this.toggleHold(), 'aria-pressed': 'false' }, 'Hold');
+    this.hold = element('button', {
+      type: 'button', onclick: () => this.toggleHold(), 'aria-pressed': 'false', ariaLabel: `Hold picture of camera ${id}`,
+    }, 'Hold');
     this.split = element('input', {
       type: 'range', className: 'split', min: 0, max: 100, value: 50, oninput: () => this.draw(),
       'aria-label': `Camera ${id}: held picture on the left, live picture on the right`,
@@ -96,9 +96,11 @@ class CameraCard {
     };
     this.meter = element('i');
     this.target = element('b');
+    this.frame = element('div', {
+      className: 'frame', onclick: () => document.body.dataset.tool || actions.enlarge(id),
+    }, this.picture, this.overlay, this.histogram);
     this.node = element('article', { className: 'camera card', 'aria-label': `Camera ${id}` },
-      element('div', { className: 'frame', onclick: () => actions.enlarge(id) },
-        this.picture, this.histogram),
+      this.frame,
       element('div', { className: 'camera-head' }, this.name, this.mode,
         element('span', { className: 'buttons' }, this.hold, this.enlarge)),
       this.splitRow,
@@ -113,48 +115,39 @@ class CameraCard {
     this.observer.observe(this.node);
     this.sampler = new OffscreenCanvas(160, 120).getContext('2d', { willReadFrequently: true });
     this.sampler.imageSmoothingEnabled = false;
-    this.run();
+    this.refresh = latestOnly(() => this.fetchPicture());
   }
 
   close() {
-    this.open = false;
+    this.visible = false;
     this.observer.disconnect();
     this.node.remove();
   }
 
-  /** Fetches pictures for as long as the card is there; one that has not changed is not sent again. */
-  async run() {
-    while (this.open) {
-      const begun = performance.now();
-      let pause = this.large ? LARGE_PERIOD : GRID_PERIOD;
-      if (this.visible && document.visibilityState === 'visible') {
-        try {
-          await this.fetchPicture();
-        } catch {
-          pause = 1000;
-        }
-      }
-      const left = pause - (performance.now() - begun);
-      await new Promise((resolve) => setTimeout(resolve, Math.max(left, 4)));
-    }
-  }
-
+  /** Fetches the picture if the server told of a newer one, or if another width is wanted. */
   async fetchPicture() {
-    const shown = this.node.clientWidth * Math.min(devicePixelRatio, 2);
-    const width = Math.min(1280, Math.max(320, Math.ceil(shown / 160) * 160));
-    const response = await fetch(`api/cameras/${this.id}/picture.jpg?width=${width}`,
-      { headers: this.tag ? { 'If-None-Match': this.tag } : {} });
-    if (response.status === 304) {
+    const space = this.frame.clientWidth * Math.min(devicePixelRatio, 2);
+    const width = Math.min(1280, Math.max(320, Math.ceil(space / 160) * 160));
+    const wanted = `${this.number} ${width}`;
+    if (!this.visible || document.visibilityState !== 'visible' || wanted === this.shown) {
       return;
     }
-    if (!response.ok) {
-      throw new Error(`status ${response.status}`);
+    const response = await fetch(`api/cameras/${this.id}/picture.jpg?width=${width}`,
+      { headers: this.tag ? { 'If-None-Match': this.tag } : {} }).catch(() => null);
+    const content = await response?.blob().catch(() => null); // of a 304 too, which is cancelled otherwise
+    if (response?.status === 304) {
+      this.shown = wanted;
     }
+    if (!response?.ok || !content) {
+      return; // the next state asks again
+    }
+    this.shown = wanted;
     this.tag = response.headers.get('ETag');
-    const bitmap = await createImageBitmap(await response.blob());
+    const bitmap = await createImageBitmap(content);
     this.live?.close();
     this.live = bitmap;
     this.draw();
+    this.node.dispatchEvent(new CustomEvent('picture', { bubbles: true }));
     this.sampler.drawImage(bitmap, 0, 0, 160, 120);
     const histogram = histogramOf(this.sampler.getImageData(0, 0, 160, 120).data);
     drawHistogram(this.histogram, histogram);
@@ -197,6 +190,8 @@ class CameraCard {
 
   show(state, modeName) {
     const { figures } = this;
+    this.number = state.picture ?? performance.now(); // without a number every state may bring a new picture
+    this.refresh();
     this.mode.textContent = state.state === 'running' ? modeName : state.state;
     figures.time.textContent = shutterText(state.time);
     figures.gain.textContent = `×${state.gain.toFixed(2)}`;
@@ -217,11 +212,12 @@ class CameraCard {
   }
 
   setLarge(large, others) {
-    this.large = large;
     this.node.classList.toggle('large', large);
     this.node.classList.toggle('small', others);
     this.enlarge.setAttribute('aria-pressed', String(large));
     this.enlarge.textContent = large ? 'Shrink' : 'Enlarge';
+    this.enlarge.ariaLabel = `${this.enlarge.textContent} camera ${this.id}`;
+    this.refresh();
   }
 }
 
@@ -229,7 +225,7 @@ export class Cameras {
   constructor(node, { onSelect, modeName, onStart }) {
     this.node = node;
     this.cards = new Map();
-    this.large = null;
+    this.enlarged = false; // the selected one
     this.selected = null;
     this.onSelect = onSelect;
     this.modeName = modeName;
@@ -250,7 +246,7 @@ export class Cameras {
       if (!there) {
         const card = new CameraCard(state.id, {
           select: (id) => this.select(id),
-          enlarge: (id) => this.enlarge(this.large === id ? null : id),
+          enlarge: (id) => this.select(id, !(this.enlarged && id === this.selected)),
         });
         this.cards.set(state.id, card);
         const later = [...this.node.children].find((child) => Number(child.dataset.camera) > state.id);
@@ -263,26 +259,15 @@ export class Cameras {
       this.node.append(this.empty);
     }
     this.node.classList.toggle('single', this.cards.size === 1);
-    if (this.large !== null && !this.cards.has(this.large)) {
-      this.enlarge(null);
-    }
   }
 
-  select(id) {
+  select(id, enlarged = this.enlarged) {
     this.selected = id;
+    this.enlarged = enlarged;
     for (const [other, card] of this.cards) {
       card.node.classList.toggle('selected', other === id);
+      card.setLarge(enlarged && other === id, enlarged && other !== id);
     }
     this.onSelect(id);
-  }
-
-  enlarge(id) {
-    this.large = id;
-    for (const [other, card] of this.cards) {
-      card.setLarge(other === id, id !== null && other !== id);
-    }
-    if (id !== null) {
-      this.select(id);
-    }
   }
 }

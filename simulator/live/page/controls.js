@@ -270,7 +270,7 @@ function commandSlider(label, range, line, text) {
 }
 
 export class Controls {
-  constructor({ choiceNode, tabsNode, pagesNode, list, onCamera, setters }) {
+  constructor({ choiceNode, tabsNode, pagesNode, list, onCamera }) {
     this.list = list;
     this.settings = new Map(list.settings.map((setting) => [setting.name, setting]));
     this.records = new Map();
@@ -279,7 +279,6 @@ export class Controls {
     this.time = 0;
     this.running = new Set();
     this.onCamera = onCamera;
-    this.setters = setters;
     this.choiceNode = choiceNode;
     this.context = {
       settings: this.settings,
