@@ -116,7 +116,9 @@ class Page(unittest.TestCase):
         return self.browser.find_element(By.CSS_SELECTOR, css)
 
     def tab(self, text):
-        self.browser.find_element(By.XPATH, f"//button[@role='tab'][text()='{text}']").click()
+        button = self.browser.find_element(By.XPATH, f"//button[@role='tab'][text()='{text}']")
+        self.browser.execute_script("arguments[0].scrollIntoView();", button)  # from behind the picture
+        button.click()
 
     def choose(self, text):
         self.browser.find_element(By.XPATH, f"//label[text()='{text}']/../input").click()
@@ -221,6 +223,35 @@ class Page(unittest.TestCase):
         time.sleep(0.5)
         self.save("live-dark")
 
+    def test_the_picture_fits_the_window_and_stays_in_sight_of_every_slider(self):
+        inside = """return arguments[0].every((node) => {
+            const { top, bottom, left, right } = node.getBoundingClientRect();
+            return top >= 0 && left >= 0 && bottom <= innerHeight && right <= innerWidth;
+        })"""
+        self.one(".camera .enlarge").click()
+        self.one("[aria-label='Hold picture of camera 0']").click()
+        for width, height in ((1280, 800), (1920, 1080)):
+            self.size(width, height)
+            parts = self.all(".large :is(.picture, .histogram, .figures, .split, .buttons)")
+            self.assertEqual(len(parts), 5)
+            self.eventually(lambda: self.browser.execute_script(inside, parts))
+        self.assertTrue(self.browser.execute_script(inside, self.all("#plot-card, #log")))
+        self.one("#histograms").click()
+        self.eventually(lambda: not self.one(".large .histogram").is_displayed())
+        self.one("#histograms").send_keys(Keys.ESCAPE)
+        self.eventually(lambda: not self.all(".large") and not self.all(".small"))
+        self.size(390, 844, 2)
+        for name in ("Exposure", "Image"):
+            self.tab(name)
+            for slider in self.all(".page:not([hidden]) > .row input[type=range]"):
+                covered = self.browser.execute_script("""
+                    scrollTo(0, 0);
+                    arguments[0].focus();
+                    const { left, top, width, height } = arguments[0].getBoundingClientRect();
+                    return document.elementFromPoint(left + width / 2, top + height / 2) !== arguments[0];""", slider)
+                self.assertFalse(covered)
+                self.assertTrue(self.browser.execute_script(inside, self.all(".selected .picture")))
+
     def test_one_push_shows_its_progress(self):
         self.tab("White balance")
         self.choose("onepush")
@@ -246,7 +277,7 @@ class Page(unittest.TestCase):
                 self.tab(text)
                 nameless = self.browser.execute_script("""
                     return [...document.querySelectorAll('button, input, select, canvas')].filter((node) =>
-                        node.checkVisibility() && !(node.labels?.length || node.ariaLabel || node.textContent.trim()))
+                        node.checkVisibility() && !node.ariaHidden && !(node.labels?.length || node.ariaLabel || node.textContent.trim()))
                         .filter((node) => !node.closest('.uplot')).map((node) => node.outerHTML);""")
                 self.assertEqual(nameless, [])
                 self.assertLessEqual(self.browser.execute_script("return document.documentElement.scrollWidth"), width)
@@ -282,4 +313,4 @@ class Serving(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1], verbosity=2)
+    unittest.main(argv=sys.argv[:1] + sys.argv[3:], verbosity=2)

@@ -136,7 +136,10 @@ async function start() {
   for (const [id, room] of [['plot-card', '(min-width: 1680px), (min-width: 1001px) and (min-height: 1000px)'],
     ['log', '(min-width: 1680px) and (min-height: 900px)']]) {
     const query = matchMedia(room);
-    const place = () => node(query.matches ? 'side' : 'stage').append(node(id));
+    const place = () => {
+      node(query.matches ? 'side' : 'stage').append(node(id));
+      node('log-lines').scrollTop = Number.MAX_SAFE_INTEGER;
+    };
     query.addEventListener('change', place);
     place();
   }
