@@ -2,23 +2,19 @@
 
 #include "base/clock.h"
 #include "engine/engine.h"
-#include "hand/hand.h"
 #include "host/lens.h"
+#include "isp_auto_iris.h"
 #include "isp_ctrl.h"
 #include "isp_ctrl/core/context.h"
 #include "isp_ctrl/core/seam.h"
 #include "platformpara/para_isp.h"
 
-#include <array>
-#include <cmath>
 #include <condition_variable>
 #include <cstdio>
-#include <fcntl.h>
 #include <fstream>
 #include <limits>
 #include <mutex>
 #include <pthread.h>
-#include <sys/mman.h>
 #include <thread>
 
 namespace loops
@@ -47,7 +43,7 @@ double processor_time()
     return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
 }
 
-// The library's waits, and those of the cycles written by hand. A setter's waits, on the main thread, take no time.
+// The library's waits. A setter's waits, on the main thread, take no time.
 int wait_for_run(useconds_t)
 {
     if (own == nullptr) {
@@ -79,31 +75,18 @@ Loop* start(Start start_thread)
     return loop;
 }
 
-template <typename Cycle>
-Loop* start_by_hand(Cycle cycle)
-{
-    return start([=] {
-        std::thread([=] {
-            for (;;) {
-                isp::seam.usleep(0);
-                cycle();
-            }
-        }).detach();
-    });
-}
-
-void start_library_exposure()
+void start_exposure()
 {
     KIV_Set_exposure_mode(0, SMART_EXPOSURE);
 }
 
-void start_library_balance()
+void start_balance()
 {
     set_awb_follow_pano(1);
     cam_awb_follow_pano_thread();
 }
 
-void start_library_iris()
+void start_iris()
 {
     init_auto_iris_control([](iris_ctrl_param_t*) { return 0; });
 }
@@ -120,24 +103,19 @@ double run(Loop& loop, long cycles)
     return loop.seconds;
 }
 
-std::vector<Pair> start_all()
+std::vector<Measured> start_all()
 {
     main_thread = std::this_thread::get_id();
     isp::seam.sleep = [](unsigned) { return 0U; };
     isp::seam.usleep = wait_for_run;
-    const int fd = open(isp::seam.iris_device, O_RDONLY | O_CLOEXEC);
-    const auto* record =
-        static_cast<const Iris_Info_Param*>(mmap(nullptr, sizeof(Iris_Info_Param), PROT_READ, MAP_SHARED, fd, 0));
-
     const auto smart = [] { para_set_isp_exposure_mode_cur(0, SMART_EXPOSURE); };
     const auto automatic = [] { para_set_isp_exposure_mode_cur(0, AUTO_EXPOSURE); };
-    std::vector<Pair> pairs;
     smart();
-    pairs.push_back({"exposure_cycle", start(start_library_exposure), start_by_hand(hand::exposure_cycle), smart});
-    pairs.push_back({"balance_cycle", start(start_library_balance), start_by_hand(hand::balance_cycle), [] {}});
-    pairs.push_back(
-        {"iris_cycle", start(start_library_iris), start_by_hand([=] { hand::iris_cycle(record); }), automatic});
-    return pairs;
+    return {
+        {"exposure_cycle", start(start_exposure), smart},
+        {"balance_cycle", start(start_balance), [] {}},
+        {"iris_cycle", start(start_iris), automatic},
+    };
 }
 
 void start_cameras()
@@ -215,9 +193,9 @@ void play_hour()
     sim::install_clock();
     isp::seam.usleep = timed_wait;
     sim::wait(0); // from here on no time passes while this thread works
-    start_library_exposure();
-    start_library_balance();
-    start_library_iris();
+    start_exposure();
+    start_balance();
+    start_iris();
     sim::await_waiting(3);
     sim::wait(sim::Microseconds{3'600'000'000});
     std::printf("%-16s %9s %14s %16s\n", "loop", "cycles", "CPU time, s", "of one core, %");

@@ -1,5 +1,5 @@
 // The library's three loops, each on its thread, run so many cycles at a time: their wait is where a run begins and
-// ends. The same for their cycles written by hand.
+// ends.
 #pragma once
 
 #include <string>
@@ -11,15 +11,14 @@ namespace loops
 
 struct Loop;
 
-struct Pair {
+struct Measured {
     const char* name;
-    Loop* library;
-    Loop* hand;
+    Loop* loop;
     void (*prepare)(); // before a run
 };
 
 /// Starts all loops; they rest. On the main thread.
-std::vector<Pair> start_all();
+std::vector<Measured> start_all();
 
 /// Runs a loop for so many cycles; the processor time of its thread, in seconds.
 double run(Loop& loop, long cycles);

@@ -4,7 +4,7 @@
 Changes one place at a time (a constant, a comparison, a sign, the order of two rows or calls, a dropped call), compiles
 what depends on it, links the test programs of a finished build with it, one after the other, and runs them until one
 fails. A change that does not compile is no mutant. The tree and the build stay as they are. Prints what nobody noticed;
-docs/survivors.txt lists, with the reason, what is known to make no difference.
+tests/golden/survivors.txt lists, with the reason, what is known to make no difference.
 """
 
 import argparse
@@ -29,7 +29,7 @@ ROOT = Path(__file__).resolve().parent.parent
 LIBRARY = "RK3588S_PTZ"
 OBJECTS = "isp_ctrl_objects.dir"  # the build's folder of the library's objects
 ARCHIVE = "libisp_ctrl.a"
-SURVIVORS = ROOT / "docs/survivors.txt"
+SURVIVORS = ROOT / "tests/golden/survivors.txt"
 
 # Text that is no code: comments, strings, preprocessor lines, and traces, whose texts tests need not repeat.
 BLANK = re.compile(
@@ -75,7 +75,7 @@ class Mutant:
 
 @functools.cache
 def known_survivors():
-    """docs/survivors.txt: a paragraph per reason, its first line; then lines of file, source line and change."""
+    """tests/golden/survivors.txt: a paragraph per reason, its first line; then lines of file, source line and change."""
     known = {}
     for paragraph in SURVIVORS.read_text().split("\n\n") if SURVIVORS.exists() else []:
         reason, *rows = paragraph.strip().splitlines()
