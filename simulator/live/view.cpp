@@ -8,7 +8,6 @@
 
 #include <condition_variable>
 #include <mutex>
-#include <string_view>
 
 namespace live
 {
@@ -26,22 +25,6 @@ std::mutex mutex; // guards the latest view alone
 std::condition_variable changed;
 std::shared_ptr<const View> latest;
 
-/// Whether two looks surely give the same picture.
-bool same(const sim::picture::Look& a, const sim::picture::Look& b)
-{
-    const auto equal = [](const auto& one, const auto& other) {
-        const auto bytes = [](const auto& it) {
-            return std::string_view(reinterpret_cast<const char*>(&it), sizeof it);
-        };
-        return bytes(one) == bytes(other);
-    };
-    return a.scene == b.scene && equal(a.magnification, b.magnification) && equal(a.acp, b.acp) &&
-           equal(a.gamma, b.gamma) && equal(a.drc, b.drc) && equal(a.sharp, b.sharp) && equal(a.lsc, b.lsc) &&
-           equal(a.nr2d, b.nr2d) && equal(a.nr3d, b.nr3d) && equal(a.csm, b.csm) && equal(a.wb_gain, b.wb_gain) &&
-           equal(a.neutral_red, b.neutral_red) && equal(a.neutral_blue, b.neutral_blue) &&
-           equal(a.exposure, b.exposure) && equal(a.sensor_gain, b.sensor_gain) && equal(a.vignetting, b.vignetting);
-}
-
 Camera camera_view(int id, const Camera& before)
 {
     Camera camera;
@@ -53,7 +36,7 @@ Camera camera_view(int id, const Camera& before)
     if (engine != nullptr) {
         const sim::picture::Look look = app::look_of(id);
         camera.look =
-            before.look && same(look, *before.look) ? before.look : std::make_shared<const sim::picture::Look>(look);
+            before.look && look == *before.look ? before.look : std::make_shared<const sim::picture::Look>(look);
     }
     return camera;
 }

@@ -5,6 +5,7 @@
 #include "aiq/rk_aiq.h"
 
 #include <array>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -18,6 +19,8 @@ struct Colour {
     float red = 0.0F;
     float green = 0.0F;
     float blue = 0.0F;
+
+    bool operator==(const Colour&) const = default;
 };
 
 /// Rows from the top, 0.0 (black) to 1.0 (white) as a display gets them. No pixels when there is no picture.
@@ -55,28 +58,41 @@ SceneRef load_photo(const std::string& path, std::string& failed);
 
 // ---- From scene to display ----------------------------------------------------------------------------------------
 
-/// Everything that shapes the picture. The members' own defaults are no neutral picture: start from neutral_look().
-struct Look {
+/// What the engine holds and reports, compared byte by byte: so all bytes are zero at first, those between the members
+/// too.
+struct EngineBlocks {
+    acp_attrib_t acp;
+    rk_aiq_gamma_attrib_V2_t gamma;
+    drc_attrib_t drc;
+    rk_aiq_sharp_attrib_v4_t sharp;
+    rk_aiq_lsc_attrib_t lsc;
+    rk_aiq_bayer2dnr_attrib_v2_t nr2d;
+    rk_aiq_bayertnr_attrib_v2_t nr3d;
+    rk_aiq_uapi_acsm_attrib_t csm;
+    rk_aiq_wb_gain_t wb_gain; // in force
+
+    EngineBlocks()
+    {
+        std::memset(static_cast<void*>(this), 0, sizeof *this);
+    }
+    bool operator==(const EngineBlocks& other) const
+    {
+        return std::memcmp(this, &other, sizeof *this) == 0;
+    }
+};
+
+/// Everything that shapes the picture: equal looks give equal pictures. The members' own defaults are no neutral
+/// picture: start from neutral_look().
+struct Look : EngineBlocks {
     SceneRef scene;             // null: the chart
     float magnification = 1.0F; // of the zoom, which crops the scene about its middle
+    double neutral_red = 1.0;   // the gains that would make a grey neutral: what the light and
+    double neutral_blue = 1.0;  // the sensor ask of the white balance
+    double exposure = 1.0;      // light times time times gain; 1 brings the scene's mean to kReferenceLevel
+    double sensor_gain = 1.0;   // analogue times digital, sets the noise
+    Colour vignetting{};        // of the lens, per channel: tan^2 of the corner's field angle, 0 for none
 
-    // As the engine holds them.
-    acp_attrib_t acp{};
-    rk_aiq_gamma_attrib_V2_t gamma{};
-    drc_attrib_t drc{};
-    rk_aiq_sharp_attrib_v4_t sharp{};
-    rk_aiq_lsc_attrib_t lsc{};
-    rk_aiq_bayer2dnr_attrib_v2_t nr2d{};
-    rk_aiq_bayertnr_attrib_v2_t nr3d{};
-    rk_aiq_uapi_acsm_attrib_t csm{};
-
-    // Live values.
-    rk_aiq_wb_gain_t wb_gain{1.0F, 1.0F, 1.0F, 1.0F}; // in force
-    double neutral_red = 1.0;                         // the gains that would make a grey neutral: what the light and
-    double neutral_blue = 1.0;                        // the sensor ask of the white balance
-    double exposure = 1.0;    // light times time times gain; 1 brings the scene's mean to kReferenceLevel
-    double sensor_gain = 1.0; // analogue times digital, sets the noise
-    Colour vignetting{};      // of the lens, per channel: tan^2 of the corner's field angle, 0 for none
+    bool operator==(const Look&) const = default;
 };
 
 /// Every block at rest, a light that is balanced, no vignetting: a grey patch comes out grey.

@@ -467,6 +467,7 @@ std::optional<Matrix> display_conversion(const rk_aiq_acsm_params_t& csm)
 Look neutral_look()
 {
     Look look;
+    look.wb_gain = {1.0F, 1.0F, 1.0F, 1.0F};
     look.acp = {{}, 128, 128, 128, 128};
     look.gamma.atrrV30.mode = GAMMA_MODE_AUTO;
     look.lsc.byPass = true;
