@@ -1,11 +1,13 @@
 // Fuzzes the program's commands: any text is obeyed or refused as bad input, in files of the session's folder alone.
 // Commands that draw, open sockets or follow the real clock are left out; durations are cut.
-#include "app/commands.h"
-#include "app/bad_input.h"
-#include "app/session.h"
+#include "prompt/commands.h"
 #include "base/calls.h"
 #include "base/clock.h"
 #include "host/store.h"
+#include "prompt/completion.h"
+#include "session/bad_input.h"
+#include "session/cameras.h"
+#include "session/session.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -24,8 +26,8 @@ constexpr std::string_view kLeftOut[] = {"record",   "plot",    "render",  "comp
 bool obey(const std::string& line)
 {
     try {
-        return app::run_line(line, {.confined = true});
-    } catch (const app::BadInput&) {
+        return prompt::run_line(line, {.confined = true});
+    } catch (const session::BadInput&) {
         return true;
     }
 }
@@ -39,14 +41,14 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
         return 1;
     }
     sim::install_clock();
-    app::open_session(folder);
+    session::open_session(folder);
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     sim::clear_faults();
-    for (int id = 0; id < app::kCameras; ++id) {
+    for (int id = 0; id < session::kCameras; ++id) {
         rk_isp_deinit(id);
         rk_isp_deinit_group(id);
     }
@@ -55,7 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (std::string line; std::getline(text, line);) {
         std::string command;
         std::istringstream(line) >> command;
-        app::completions(line);
+        prompt::completions(line);
         if (command == "run") {
             line = "run 200ms";
         }

@@ -1,10 +1,11 @@
 // isp-sim: the library at work on a simulated camera, from a prompt or from scripts.
-#include "app/interrupt.h"
-#include "app/json.h"
-#include "app/reference.h"
-#include "app/session.h"
-#include "app/shell.h"
-#include "app/text.h"
+#include "prompt/interrupt.h"
+#include "prompt/json.h"
+#include "prompt/reference.h"
+#include "prompt/shell.h"
+#include "session/files.h"
+#include "session/session.h"
+#include "session/text.h"
 #ifdef ISP_CTRL_LIVE
 #include "live/serve.h"
 #endif
@@ -33,15 +34,15 @@ std::string default_folder()
 
 int run(const std::string& folder, bool read_only, const std::vector<std::string>& scripts)
 {
-    app::open_session(folder, read_only);
+    session::open_session(folder, read_only);
     if (scripts.empty()) {
         if (isatty(STDIN_FILENO) != 0) {
             sim::use_paced_time(1.0); // a person types: cameras run on while the prompt waits
         }
-        return app::run_prompt(app::session_folder() + "/history");
+        return prompt::run_prompt(session::session_folder() + "/history");
     }
     for (const std::string& script : scripts) {
-        if (const int status = app::run_script(script); status != 0) {
+        if (const int status = prompt::run_script(script); status != 0) {
             return status;
         }
     }
@@ -50,7 +51,7 @@ int run(const std::string& folder, bool read_only, const std::vector<std::string
 
 int report(const char* what)
 {
-    std::cerr << "isp-sim: " << app::printable(what) << '\n';
+    std::cerr << "isp-sim: " << session::printable(what) << '\n';
     return 1;
 }
 
@@ -60,10 +61,10 @@ int guarded(Action action)
 {
     try {
         return action();
-    } catch (const app::OutputLost& error) {
+    } catch (const prompt::OutputLost& error) {
         return report((std::string("cannot write the output: ") + error.what()).c_str());
-    } catch (const app::Interrupted&) {
-        return app::kInterrupted;
+    } catch (const prompt::Interrupted&) {
+        return prompt::kInterrupted;
     } catch (const std::exception& error) {
         return report(error.what());
     } catch (...) {
@@ -85,7 +86,7 @@ int guarded(Action action)
 int print(const std::string& text)
 {
     if (!(std::cout << text << std::flush)) {
-        throw app::OutputLost(std::strerror(errno));
+        throw prompt::OutputLost(std::strerror(errno));
     }
     return 0;
 }
@@ -119,10 +120,10 @@ int main(int argc, char** argv)
         return parser.exit(error) == 0 ? 0 : kUsage;
     }
     std::set_terminate(end_of_thread);
-    app::catch_signals();
-    app::set_json(json);
+    prompt::catch_signals();
+    prompt::set_json(json);
     if (reference) {
-        return guarded([] { return print(app::settings_reference()); });
+        return guarded([] { return print(prompt::settings_reference()); });
     }
     int status = guarded([&] {
 #ifdef ISP_CTRL_LIVE
@@ -133,7 +134,7 @@ int main(int argc, char** argv)
         return run(folder, read_only, scripts);
     });
     const int closed = guarded([] {
-        app::close_session();
+        session::close_session();
         return print("");
     });
     status = status != 0 ? status : closed;

@@ -1,7 +1,7 @@
 #include "live/access.h"
 
-#include "app/bad_input.h"
 #include "live/page.h"
+#include "session/bad_input.h"
 
 #include <charconv>
 
@@ -142,7 +142,7 @@ Address address_of(const std::string& text)
     }
     const std::optional<std::size_t> number = number_of(port);
     if (!number || *number > 65535 || address.host.empty()) {
-        throw app::BadInput("an address to serve at is [HOST:]PORT, not " + text);
+        throw session::BadInput("an address to serve at is [HOST:]PORT, not " + text);
     }
     address.port = static_cast<int>(*number);
     return address;

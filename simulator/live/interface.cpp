@@ -1,13 +1,14 @@
 #include "live/interface.h"
 
-#include "app/bad_input.h"
-#include "app/command.h"
-#include "app/commands.h"
-#include "app/commands/engine.h"
-#include "app/interrupt.h"
-#include "app/session.h"
-#include "app/turn.h"
 #include "host/store.h"
+#include "prompt/command.h"
+#include "prompt/commands.h"
+#include "prompt/commands/inspect.h"
+#include "prompt/interrupt.h"
+#include "session/bad_input.h"
+#include "session/change.h"
+#include "session/files.h"
+#include "session/turn.h"
 
 #include <algorithm>
 #include <sstream>
@@ -89,21 +90,21 @@ std::string_view life_text(sim::engine::Life life)
 template <typename Action>
 auto in_turn(const std::string& what, Action action)
 {
-    if (!app::take_turn(what, kPatience)) {
-        throw Refusal{503, "busy with " + app::present_turn()};
+    if (!session::take_turn(what, kPatience)) {
+        throw Refusal{503, "busy with " + session::present_turn()};
     }
     struct End {
         ~End()
         {
-            app::end_turn();
+            session::end_turn();
             take_view();
         }
     } end;
     try {
         auto result = action();
-        app::save_session();
+        session::save_settings();
         return result;
-    } catch (const app::Interrupted&) {
+    } catch (const prompt::Interrupted&) {
         throw Refusal{503, "stopped by a signal"};
     } catch (const std::exception& error) {
         throw Refusal{400, error.what()};
@@ -122,7 +123,7 @@ Json settings_json()
             {"offers",
              {{"scenes", sim::picture::scene_names()},
               {"illuminants", {"A", "TL84", "D50", "D65"}},
-              {"functions", app::called_functions()},
+              {"functions", prompt::called_functions()},
               {"iris_widest", sim::host::kIrisWidest},
               {"zoom_longest", sim::host::kZoomLongest}}}};
 }
@@ -194,7 +195,7 @@ Json put_setting(int camera, const std::string& name, const Json& body)
     }
     const std::string line = "set " + std::to_string(camera) + " " + name + (action ? "" : " " + word);
     return in_turn(line, [&] {
-        const int result = app::apply(camera, *setting, action ? 0 : app::setting_value(*setting, word));
+        const int result = session::apply(camera, *setting, action ? 0 : prompt::setting_value(*setting, word));
         return Json{{"result", result},
                     {"stored", setting->member != nullptr ? Json(sim::host::stored(camera, *setting)) : Json()}};
     });
@@ -212,8 +213,8 @@ Json run_command(const Json& body)
     }
     return in_turn(line, [&] {
         std::ostringstream output;
-        if (!app::run_line(line, {.output = &output, .confined = true})) {
-            throw app::BadInput("the program ends at its own prompt or with SIGTERM");
+        if (!prompt::run_line(line, {.output = &output, .confined = true})) {
+            throw session::BadInput("the program ends at its own prompt or with SIGTERM");
         }
         return Json{{"output", output.str()}};
     });

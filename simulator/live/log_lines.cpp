@@ -1,8 +1,8 @@
 #include "live/log_lines.h"
 
-#include "app/session.h"
-#include "app/turn.h"
 #include "host/log.h"
+#include "session/cameras.h"
+#include "session/turn.h"
 
 #include <algorithm>
 #include <cctype>
@@ -40,7 +40,7 @@ int camera_of(const std::string& text)
             return number[0] - '0';
         }
     }
-    const std::string command = app::own_turn();
+    const std::string command = session::own_turn();
     const std::size_t space = command.find(' ');
     if (space == std::string::npos || space + 1 == command.size()) {
         return -1;
@@ -65,7 +65,7 @@ std::string plain(std::string text)
 void keep(int level, const char* text)
 {
     Line line{
-        .number = 0, .seconds = app::seconds_now(), .camera = camera_of(text), .level = level, .text = plain(text)};
+        .number = 0, .seconds = session::seconds_now(), .camera = camera_of(text), .level = level, .text = plain(text)};
     const std::lock_guard lock(mutex);
     line.number = ++last_number;
     if (lines.size() == kKept) {

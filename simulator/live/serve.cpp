@@ -1,11 +1,12 @@
 #include "live/serve.h"
 
-#include "app/bad_input.h"
-#include "app/interrupt.h"
-#include "app/session.h"
-#include "app/shell.h"
-#include "app/turn.h"
 #include "live/server.h"
+#include "prompt/interrupt.h"
+#include "prompt/shell.h"
+#include "session/bad_input.h"
+#include "session/files.h"
+#include "session/session.h"
+#include "session/turn.h"
 
 #include <iostream>
 #include <poll.h>
@@ -24,15 +25,15 @@ int leave(int status)
 {
     stop_serving();
     try {
-        if (app::take_turn("leaving", kPatience)) {
-            app::save_session();
-            app::end_turn();
+        if (session::take_turn("leaving", kPatience)) {
+            session::save_settings();
+            session::end_turn();
         }
-    } catch (const app::BadInput& error) {
+    } catch (const session::BadInput& error) {
         std::cerr << error.what() << '\n';
         return 1;
     }
-    return status == app::kInterrupted ? 0 : status;
+    return status == prompt::kInterrupted ? 0 : status;
 }
 
 } // namespace
@@ -41,19 +42,19 @@ int serve(const std::string& address, const std::string& folder, bool read_only,
           const std::vector<std::string>& scripts)
 {
     const Address at = address_of(address);
-    app::open_session(folder, read_only);
-    app::keep_time_paced();
+    session::open_session(folder, read_only);
+    session::keep_time_paced();
     std::cout << start_serving(at) << '\n' << std::flush;
     for (const std::string& script : scripts) {
-        if (const int status = app::run_script(script); status != 0) {
+        if (const int status = prompt::run_script(script); status != 0) {
             return leave(status);
         }
     }
     if (isatty(STDIN_FILENO) != 0) {
-        return leave(app::run_prompt(app::session_folder() + "/history"));
+        return leave(prompt::run_prompt(session::session_folder() + "/history"));
     }
-    while (app::signal_received() == 0) {
-        pollfd signal = {.fd = app::signal_descriptor(), .events = POLLIN, .revents = 0};
+    while (prompt::signal_received() == 0) {
+        pollfd signal = {.fd = prompt::signal_descriptor(), .events = POLLIN, .revents = 0};
         poll(&signal, 1, -1);
     }
     return leave(0);

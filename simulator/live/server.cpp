@@ -1,13 +1,13 @@
 #include "live/server.h"
 
-#include "app/bad_input.h"
-#include "app/session.h"
 #include "live/access.h"
 #include "live/connection.h"
 #include "live/interface.h"
 #include "live/log_lines.h"
 #include "live/page.h"
 #include "live/pictures.h"
+#include "session/bad_input.h"
+#include "session/cameras.h"
 
 #include <atomic>
 #include <charconv>
@@ -358,11 +358,11 @@ std::string start_serving(const Address& address, const Limits& limits)
         serving->address.port = -1;
     }
     if (serving->address.port < 0) {
-        throw app::BadInput("cannot serve at " + address.host + ":" + std::to_string(address.port));
+        throw session::BadInput("cannot serve at " + address.host + ":" + std::to_string(address.port));
     }
     keep_log_lines();
     take_view();
-    sim::every(app::kFramePeriod, take_view_of_frame);
+    sim::every(session::kFramePeriod, take_view_of_frame);
     serving->thread = std::thread([] { serving->server.listen_after_bind(); });
     return "http://" + address.host + ":" + std::to_string(serving->address.port) + "/";
 }

@@ -1,10 +1,10 @@
 #include "live/view.h"
 
-#include "app/look.h"
-#include "app/scenes.h"
-#include "app/session.h"
-#include "app/turn.h"
 #include "host/store.h"
+#include "session/look.h"
+#include "session/scenes.h"
+#include "session/session.h"
+#include "session/turn.h"
 
 #include <condition_variable>
 #include <mutex>
@@ -29,12 +29,12 @@ Camera camera_view(int id, const Camera& before)
 {
     Camera camera;
     camera.settings = sim::host::stored_record(id);
-    const void* engine = app::engine_of(id);
+    const void* engine = session::engine_of(id);
     camera.life = sim::engine::life(engine);
     camera.live = sim::engine::readings(id);
-    camera.scene = app::scene_of(id)->name;
+    camera.scene = session::scene_of(id)->name;
     if (engine != nullptr) {
-        const sim::picture::Look look = app::look_of(id);
+        const sim::picture::Look look = session::look_of(id);
         camera.look =
             before.look && look == *before.look ? before.look : std::make_shared<const sim::picture::Look>(look);
     }
@@ -46,11 +46,11 @@ void take()
     auto view = std::make_shared<View>();
     const std::shared_ptr<const View> before = latest_view();
     view->number = before ? before->number + 1 : 1;
-    view->seconds = app::seconds_now();
+    view->seconds = session::seconds_now();
     view->pace = sim::pace();
-    view->busy = app::present_turn();
+    view->busy = session::present_turn();
     view->lens = sim::host::lens_state();
-    view->auto_iris = app::auto_iris_on();
+    view->auto_iris = session::auto_iris_on();
     for (int id = 0; id < kCameras; ++id) {
         const auto place = static_cast<std::size_t>(id);
         view->cameras[place] = camera_view(id, before ? before->cameras[place] : Camera());

@@ -6,6 +6,7 @@
 #include "host/lens.h"
 #include "host/settings.h"
 #include "picture/picture.h"
+#include "session/cameras.h"
 
 #include <array>
 #include <chrono>
@@ -16,7 +17,7 @@
 namespace live
 {
 
-inline constexpr int kCameras = 8;
+using session::kCameras;
 
 struct Camera {
     sim::engine::Life life = sim::engine::Life::unknown;

@@ -1,12 +1,14 @@
 // isp-sim's commands: what they do, and what bad input gets.
-#include "app/bad_input.h"
-#include "app/calibration_check.h"
-#include "app/commands.h"
-#include "app/interrupt.h"
-#include "app/session.h"
-#include "app/shell.h"
 #include "host/store.h"
 #include "isp_ctrl.h"
+#include "prompt/commands.h"
+#include "prompt/completion.h"
+#include "prompt/interrupt.h"
+#include "prompt/shell.h"
+#include "session/bad_input.h"
+#include "session/calibration_check.h"
+#include "session/files.h"
+#include "session/session.h"
 #include "support/bench.h"
 
 #include <cmath>
@@ -36,7 +38,7 @@ protected:
     {
         std::string pattern = (std::filesystem::temp_directory_path() / "isp_app_XXXXXX").string();
         folder = mkdtemp(pattern.data());
-        app::open_session(folder);
+        session::open_session(folder);
     }
 
     ~App() override
@@ -57,8 +59,8 @@ protected:
 std::string refusal(const std::string& line)
 {
     try {
-        app::run_line(line);
-    } catch (const app::BadInput& error) {
+        prompt::run_line(line);
+    } catch (const session::BadInput& error) {
         return error.what();
     }
     return "";
@@ -122,11 +124,11 @@ TEST_F(App, AConfinedCommandWritesOnlyInTheSessionsFolderAndWhereItIsTold)
 {
     ASSERT_EQ(symlink("/tmp", (folder + "/link").c_str()), 0);
     std::ostringstream output;
-    const app::RunOptions options{.output = &output, .confined = true};
+    const prompt::RunOptions options{.output = &output, .confined = true};
     for (const char* file : {"../x", "/tmp/x", "link/x", ".", "sub/../../x"}) {
-        EXPECT_THROW(app::run_line(std::string("shading write ") + file, options), app::BadInput) << file;
+        EXPECT_THROW(prompt::run_line(std::string("shading write ") + file, options), session::BadInput) << file;
     }
-    EXPECT_TRUE(app::run_line("shading write new.data", options));
+    EXPECT_TRUE(prompt::run_line("shading write new.data", options));
     EXPECT_TRUE(std::filesystem::exists(folder + "/new.data"));
     EXPECT_EQ(output.str(), "shading file written\n");
 }
@@ -135,7 +137,7 @@ TEST_F(App, AScriptEndsAtItsFirstWrongCommandAndNamesTheLine)
 {
     const std::string path = script("# a comment\nset 0 hue 3\nset 0 hue 99\nset 0 hue 5\n");
     testing::internal::CaptureStderr();
-    EXPECT_EQ(app::run_script(path), 1);
+    EXPECT_EQ(prompt::run_script(path), 1);
     EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::StartsWith(path + ":3: hue takes 0 to 14, not 99"));
     EXPECT_EQ(stored(0, "hue"), 3);
 }
@@ -143,17 +145,17 @@ TEST_F(App, AScriptEndsAtItsFirstWrongCommandAndNamesTheLine)
 // A frame's tick raises the signal while the script waits.
 TEST_F(App, ASignalEndsTheWaitAndKeepsSettingsAndRecording)
 {
-    app::catch_signals();
+    prompt::catch_signals();
     for (const int signal : {SIGINT, SIGTERM}) {
         const int tick = sim::every(2000000, [signal] { std::raise(signal); });
         const std::string csv = folder + "/run.csv";
-        EXPECT_EQ(app::run_script(script("start 0\nset 0 hue 4\nrecord " + csv + "\nrun 60s\nset 0 hue 5\n")), 130);
+        EXPECT_EQ(prompt::run_script(script("start 0\nset 0 hue 4\nrecord " + csv + "\nrun 60s\nset 0 hue 5\n")), 130);
         sim::cancel(tick);
-        EXPECT_EQ(app::asked_to_end(), signal == SIGTERM);
-        app::forget_signal();
-        app::close_session();
+        EXPECT_EQ(prompt::asked_to_end(), signal == SIGTERM);
+        prompt::forget_signal();
+        session::close_session();
         sim::host::reset_store();
-        ASSERT_TRUE(sim::host::load_store(app::store_path()));
+        ASSERT_TRUE(sim::host::load_store(session::store_path()));
         EXPECT_EQ(stored(0, "hue"), 4);
         std::stringstream rows;
         rows << std::ifstream(csv).rdbuf();
@@ -182,7 +184,7 @@ TEST_F(App, ACalibrationFileIsValidated)
     };
     for (const auto& [bytes, says] : rows) {
         bench::write_bytes(folder + "/wb.dat", bytes);
-        const std::string problem = app::calibration_problem(folder + "/wb.dat");
+        const std::string problem = session::calibration_problem(folder + "/wb.dat");
         EXPECT_THAT(problem, testing::HasSubstr(says));
         EXPECT_EQ(problem.empty(), *says == '\0') << problem;
     }
@@ -231,17 +233,17 @@ TEST(Program, LosesNothingAndSaysWhy)
 
 TEST_F(App, SettingsOfAScriptAreInTheStoresFile)
 {
-    ASSERT_EQ(app::run_script(script("set 3 gamma 0.63\nset 3 antiflicker 60hz\n")), 0);
+    ASSERT_EQ(prompt::run_script(script("set 3 gamma 0.63\nset 3 antiflicker 60hz\n")), 0);
     sim::host::reset_store();
-    ASSERT_TRUE(sim::host::load_store(app::store_path()));
+    ASSERT_TRUE(sim::host::load_store(session::store_path()));
     EXPECT_EQ(stored(3, "gamma"), ISP_GAMMA_0_63);
     EXPECT_EQ(stored(3, "antiflicker"), FLICKER_60HZ);
 }
 
 TEST_F(App, ComparingPutsTheSettingBack)
 {
-    ASSERT_EQ(app::run_script(script("start 0\nset 0 saturation 9\ncompare 0 saturation 0 14 " + folder + "/c.png\n")),
-              0);
+    ASSERT_EQ(
+        prompt::run_script(script("start 0\nset 0 saturation 9\ncompare 0 saturation 0 14 " + folder + "/c.png\n")), 0);
     EXPECT_EQ(stored(0, "saturation"), 9);
     EXPECT_EQ(bench::held<acp_attrib_t>(0).saturation, 83 + 90);
     EXPECT_TRUE(std::filesystem::exists(folder + "/c.png"));
@@ -309,15 +311,15 @@ TEST_F(App, ShowsAtAGlance)
     for (const auto& [line, says] : rows) {
         std::ostringstream output;
         try {
-            app::run_line(here(line), {.output = &output});
-        } catch (const app::BadInput& error) {
+            prompt::run_line(here(line), {.output = &output});
+        } catch (const session::BadInput& error) {
             output << error.what();
         }
         EXPECT_EQ(fnmatch(here(says).c_str(), output.str().c_str(), 0), 0) << line << "\n" << output.str();
     }
     std::ostringstream help;
-    app::run_line("help", {.output = &help});
-    app::run_line("help settings", {.output = &help});
+    prompt::run_line("help", {.output = &help});
+    prompt::run_line("help settings", {.output = &help});
     std::istringstream lines(help.str());
     for (std::string line; std::getline(lines, line);) {
         EXPECT_LE(line.size(), 80U) << line;
@@ -328,20 +330,20 @@ TEST_F(App, CompletesCommandsSettingsAndValues)
 {
     using testing::Contains;
     using testing::ElementsAre;
-    EXPECT_THAT(app::completions("wat"), ElementsAre("watch"));
-    EXPECT_THAT(app::completions("set 0 black"), ElementsAre("blackwhite_mode"));
-    EXPECT_THAT(app::completions("set 0 antiflicker "), ElementsAre("off", "50hz", "60hz"));
-    EXPECT_THAT(app::completions("block 0 "), Contains("acp"));
-    EXPECT_THAT(app::completions("iris a"), ElementsAre("auto"));
-    EXPECT_THAT(app::completions("iris auto "), ElementsAre("on", "off"));
-    EXPECT_TRUE(app::completions("iris to o").empty());
-    EXPECT_THAT(app::completions("illuminant 0 T"), ElementsAre("TL84"));
-    EXPECT_THAT(app::completions("fault para_set_isp_hue"), ElementsAre("para_set_isp_hue_cur"));
-    EXPECT_THAT(app::completions("compare 0 gamma 0.4"), ElementsAre("0.48", "0.45", "0.42"));
-    EXPECT_THAT(app::completions("source " + folder + "/sha"), ElementsAre(folder + "/shading.data"));
-    app::run_line("start 0");
-    EXPECT_THAT(app::completions("expect 0 acp sat"), ElementsAre("saturation"));
-    EXPECT_TRUE(app::completions("nonsense ").empty());
+    EXPECT_THAT(prompt::completions("wat"), ElementsAre("watch"));
+    EXPECT_THAT(prompt::completions("set 0 black"), ElementsAre("blackwhite_mode"));
+    EXPECT_THAT(prompt::completions("set 0 antiflicker "), ElementsAre("off", "50hz", "60hz"));
+    EXPECT_THAT(prompt::completions("block 0 "), Contains("acp"));
+    EXPECT_THAT(prompt::completions("iris a"), ElementsAre("auto"));
+    EXPECT_THAT(prompt::completions("iris auto "), ElementsAre("on", "off"));
+    EXPECT_TRUE(prompt::completions("iris to o").empty());
+    EXPECT_THAT(prompt::completions("illuminant 0 T"), ElementsAre("TL84"));
+    EXPECT_THAT(prompt::completions("fault para_set_isp_hue"), ElementsAre("para_set_isp_hue_cur"));
+    EXPECT_THAT(prompt::completions("compare 0 gamma 0.4"), ElementsAre("0.48", "0.45", "0.42"));
+    EXPECT_THAT(prompt::completions("source " + folder + "/sha"), ElementsAre(folder + "/shading.data"));
+    prompt::run_line("start 0");
+    EXPECT_THAT(prompt::completions("expect 0 acp sat"), ElementsAre("saturation"));
+    EXPECT_TRUE(prompt::completions("nonsense ").empty());
 }
 
 } // namespace

@@ -1,10 +1,10 @@
 // What settings and scenes do to exposure, seen in the picture.
-#include "app/bad_input.h"
-#include "app/commands.h"
-#include "app/look.h"
-#include "app/session.h"
 #include "base/clock.h"
 #include "engine/engine.h"
+#include "prompt/commands.h"
+#include "session/bad_input.h"
+#include "session/look.h"
+#include "session/session.h"
 #include "support/bench.h"
 
 #include <cstdio>
@@ -24,8 +24,8 @@ class AppLook : public testing::Test
 protected:
     AppLook()
     {
-        app::open_session(mkdtemp(pattern.data()));
-        app::run_line("start 0", {.output = &said});
+        session::open_session(mkdtemp(pattern.data()));
+        prompt::run_line("start 0", {.output = &said});
     }
     ~AppLook() override
     {
@@ -34,13 +34,13 @@ protected:
 
     void run(const std::string& line)
     {
-        app::run_line(line, {.output = &said});
+        prompt::run_line(line, {.output = &said});
     }
 
     /// Mean of the picture before the tone curve, but for the top row of cells, which average metering leaves out.
     static double linear_mean()
     {
-        const Look seen = app::look_of(0);
+        const Look seen = session::look_of(0);
         Look linear = neutral_look();
         linear.scene = seen.scene;
         linear.magnification = seen.magnification;
@@ -124,13 +124,13 @@ TEST_F(AppLook, ComparingStopsWhereASetterFailsAndPutsBack)
     const std::string path = pattern + "/c.png";
     run("set 0 meter smart");
     run("fault rk_aiq_user_api2_ae_setExpSwAttr 2 -1");
-    EXPECT_THROW(run("compare 0 meter average top " + path), app::BadInput);
+    EXPECT_THROW(run("compare 0 meter average top " + path), session::BadInput);
     EXPECT_FALSE(std::filesystem::exists(path));
     EXPECT_EQ(bench::stored(0, "meter"), Meter_Mode_Smart);
     run("fault clear");
     run("compare 0 meter average top " + path);
     EXPECT_TRUE(std::filesystem::exists(path));
-    EXPECT_EQ(app::caption_of(0).back(), "meter smart");
+    EXPECT_EQ(session::caption_of(0).back(), "meter smart");
 }
 
 TEST_F(AppLook, FiguresShowAWrongWhiteBalanceAndOverexposure)

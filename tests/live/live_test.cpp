@@ -1,7 +1,8 @@
 // The interface of the pages: what it answers, whom it refuses, and what a bad client costs.
-#include "app/bad_input.h"
-#include "app/session.h"
 #include "live/server.h"
+#include "session/bad_input.h"
+#include "session/cameras.h"
+#include "session/session.h"
 #include "support/bench.h"
 
 #include <httplib.h>
@@ -42,9 +43,9 @@ protected:
     {
         std::string pattern = (std::filesystem::temp_directory_path() / "isp_live_XXXXXX").string();
         folder = mkdtemp(pattern.data());
-        app::open_session(folder);
+        session::open_session(folder);
         sim::use_paced_time(1.0);
-        EXPECT_TRUE(app::start_camera(0));
+        EXPECT_TRUE(session::start_camera(0));
         const std::string url = live::start_serving(live::address_of("0"), limits);
         EXPECT_THAT(url, testing::MatchesRegex("http://127.0.0.1:[0-9]+/"));
         port = std::stoi(url.substr(url.rfind(':') + 1));
@@ -218,7 +219,7 @@ TEST_F(Live, EachRequestGetsItsAnswerOrOneLineThatSaysWhyNot)
     }
     EXPECT_EQ(stored("hue"), 9);
     EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(folder).parent_path() / "run.csv"));
-    EXPECT_EQ(app::cameras_with_engine(), std::vector<int>{0});
+    EXPECT_EQ(session::cameras_with_engine(), std::vector<int>{0});
 }
 
 TEST_F(Live, EventsTellWhatChangedFromAnywhere)
@@ -362,7 +363,7 @@ TEST(LiveAddress, IsAPortOrAHostAndAPort)
     EXPECT_EQ(live::address_of("[::1]:80").host, "[::1]");
     EXPECT_EQ(live::address_of("camera.local:80").port, 80);
     for (const char* wrong : {"", "x", "65536", "-1", "1.5", "host:", ":80", "80 "}) {
-        EXPECT_THROW(live::address_of(wrong), app::BadInput) << wrong;
+        EXPECT_THROW(live::address_of(wrong), session::BadInput) << wrong;
     }
 }
 

@@ -1,0 +1,151 @@
+#include "prompt/command.h"
+
+#include "base/calls.h"
+#include "engine/engine.h"
+#include "session/cameras.h"
+#include "session/files.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+#include <utility>
+
+namespace prompt
+{
+
+namespace
+{
+
+thread_local RunOptions running;
+
+// Before the running command: what is new since then may be the reason of a failure.
+std::size_t misuses_before = 0;
+int faults_before = 0;
+
+} // namespace
+
+Words words_of(const std::string& line)
+{
+    Words words;
+    std::istringstream stream(line.substr(0, line.find('#')));
+    for (std::string word; stream >> word;) {
+        words.push_back(word);
+    }
+    return words;
+}
+
+OptionsInForce::OptionsInForce(const RunOptions& options) : before_(std::exchange(running, options)) {}
+
+OptionsInForce::~OptionsInForce()
+{
+    running = before_;
+}
+
+const RunOptions& options()
+{
+    return running;
+}
+
+std::ostream& out()
+{
+    return running.output != nullptr ? *running.output : std::cout;
+}
+
+std::string file_argument(const std::string& word)
+{
+    if (!running.confined) {
+        return word;
+    }
+    // Resolved, so that no link leads out either.
+    std::error_code error;
+    const std::filesystem::path folder = std::filesystem::weakly_canonical(session::session_folder(), error);
+    const std::filesystem::path file = std::filesystem::weakly_canonical(folder / word, error);
+    const auto rest = std::mismatch(folder.begin(), folder.end(), file.begin(), file.end()).first;
+    if (error || rest != folder.end() || file == folder) {
+        throw BadInput("files are in the session's folder here, not " + word);
+    }
+    return file.string();
+}
+
+int camera_id(const std::string& word)
+{
+    return number<int>(word, 0, session::kCameras - 1, "a camera");
+}
+
+int camera_with_engine(const std::string& word)
+{
+    const int camera = camera_id(word);
+    if (!session::has_engine(camera)) {
+        throw BadInput("camera " + word + " has no engine: start it first");
+    }
+    return camera;
+}
+
+const sim::host::Setting& setting_named(const std::string& word)
+{
+    const sim::host::Setting* setting = sim::host::find_setting(word);
+    if (setting == nullptr) {
+        throw BadInput("there is no setting " + word + "; help settings lists them");
+    }
+    return *setting;
+}
+
+std::string range_text(const sim::host::Setting& setting)
+{
+    std::string text = std::to_string(setting.lowest) + " to " + std::to_string(setting.highest);
+    for (const sim::host::ValueName& name : sim::host::names_of(setting)) {
+        text += ", " + std::string(name.name);
+    }
+    return text;
+}
+
+int setting_value(const sim::host::Setting& setting, const std::string& word)
+{
+    const std::optional<int> value = sim::host::value_of(setting, word);
+    const bool named = value && sim::host::name_of(setting, *value) != std::to_string(*value);
+    if (!value || !(named || setting.in_range(*value))) {
+        throw BadInput(std::string(setting.name) + " takes " + range_text(setting) + ", not " + word);
+    }
+    return *value;
+}
+
+sim::Microseconds duration(const std::string& word)
+{
+    double value = 0.0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+    const std::string unit(end, word.data() + word.size());
+    const double seconds = unit == "ms" ? value / 1e3 : unit == "min" ? value * 60.0 : value;
+    if (error != std::errc{} || (unit != "s" && unit != "ms" && unit != "min") || !(seconds >= 0.0) ||
+        seconds > 86400.0) {
+        throw BadInput("a time is a number with ms, s or min, up to a day, not " + word);
+    }
+    return static_cast<sim::Microseconds>(seconds * 1e6);
+}
+
+bool on_or_off(const std::string& word)
+{
+    if (word != "on" && word != "off") {
+        throw BadInput("on or off, not " + word);
+    }
+    return word == "on";
+}
+
+void note_engine()
+{
+    misuses_before = sim::engine::misuses().size();
+    faults_before = sim::faults_struck();
+}
+
+void check(int result, const std::string& what)
+{
+    if (result == 0) {
+        return;
+    }
+    const std::vector<std::string> misuses = sim::engine::misuses();
+    throw BadInput(what + " failed with " + std::to_string(result) +
+                   (sim::faults_struck() > faults_before ? ": the fault that was asked for"
+                    : misuses.size() > misuses_before    ? ": the engine says " + misuses.back()
+                                                         : ""));
+}
+
+} // namespace prompt

@@ -1,0 +1,117 @@
+// A command of the program, and what commands share: reading their words, where their output goes, which files they
+// may touch.
+#pragma once
+
+#include "base/clock.h"
+#include "host/settings.h"
+#include "prompt/interrupt.h"
+#include "session/bad_input.h"
+
+#include <charconv>
+#include <iosfwd>
+#include <span>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace prompt
+{
+
+using session::BadInput;
+
+using Words = std::vector<std::string>;
+
+/// The words of a line, without what follows a #.
+Words words_of(const std::string& line);
+
+/// Whether a command may change an engine: `changes` tells what the last command that may did.
+enum class Kind { changes, looks };
+
+struct Command {
+    std::string_view name;
+    std::string_view arguments;
+    std::string_view help;
+    std::size_t least; ///< words after the name
+    std::size_t most;
+    void (*run)(const Words& words); ///< the words after the name; null for the command that leaves
+    Kind kind = Kind::changes;
+};
+
+inline constexpr std::size_t kMany = 64;
+
+struct RunOptions {
+    std::ostream* output = nullptr; ///< where a command's output goes; standard output where null
+    bool confined = false;          ///< whether commands may touch only files in the session's folder
+};
+
+/// Puts options in force for this thread's commands, and those from before again.
+class OptionsInForce
+{
+public:
+    explicit OptionsInForce(const RunOptions& options);
+    ~OptionsInForce();
+    OptionsInForce(const OptionsInForce&) = delete;
+    OptionsInForce& operator=(const OptionsInForce&) = delete;
+
+private:
+    RunOptions before_;
+};
+
+/// The options of the command that this thread runs.
+const RunOptions& options();
+
+/// Where its output goes.
+std::ostream& out();
+
+/// The path of a file that a user names; every such name passes here. Throws BadInput where the files of a command are
+/// confined to the session's folder and this one is elsewhere.
+std::string file_argument(const std::string& word);
+
+// Each throws BadInput for what is no such thing.
+
+template <typename Number>
+Number number(const std::string& word, Number lowest, Number highest, const char* what)
+{
+    Number value{};
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+    const bool in_range = value >= lowest && value <= highest; // false for what is no number
+    if (error != std::errc{} || end != word.data() + word.size() || !in_range) {
+        std::ostringstream message;
+        message << what << " is a number from " << lowest << " to " << highest << ", not " << word;
+        throw BadInput(message.str());
+    }
+    return value;
+}
+
+int camera_id(const std::string& word);
+int camera_with_engine(const std::string& word);
+const sim::host::Setting& setting_named(const std::string& word);
+int setting_value(const sim::host::Setting& setting, const std::string& word);
+sim::Microseconds duration(const std::string& word);
+bool on_or_off(const std::string& word);
+
+/// The values that a setting takes, for people.
+std::string range_text(const sim::host::Setting& setting);
+
+/// Notes where the engine is before a command, from which check() finds the reason of a failure.
+void note_engine();
+
+/// Throws BadInput, with the reason where the engine names one, unless a call of the library returned 0.
+void check(int result, const std::string& what);
+
+/// Lets something that takes long run, with a line per simulated second.
+template <typename Action>
+auto with_progress(const std::string& what, Action action)
+{
+    int seconds = 0;
+    std::ostream& output = out(); // of this thread, which is not the one that ticks
+    const int handle = sim::every(1000000, [&] { output << what << ": " << ++seconds << " s\n" << std::flush; });
+    const Hurry hurry;
+    const auto result = action();
+    sim::cancel(handle);
+    throw_if_interrupted();
+    return result;
+}
+
+} // namespace prompt

@@ -1,0 +1,80 @@
+#include "prompt/commands.h"
+
+#include "prompt/commands/groups.h"
+#include "prompt/commands/inspect.h"
+
+namespace prompt
+{
+
+const std::vector<Group>& command_groups()
+{
+    static const std::vector<Group> groups = {
+        {"Cameras", camera_commands()},
+        {"Settings", setting_commands()},
+        {"Settings as files", setting_file_commands()},
+        {"Scene", scene_commands()},
+        {"Lens", lens_commands()},
+        {"Time and recordings", time_commands()},
+        {"Pictures", picture_commands()},
+        {"Calibration and following", following_commands()},
+        {"Looking inside", engine_commands()},
+        {"The program", general_commands()},
+    };
+    return groups;
+}
+
+const Command* find_command(std::string_view name)
+{
+    for (const Group& group : command_groups()) {
+        for (const Command& command : group.commands) {
+            if (command.name == name) {
+                return &command;
+            }
+        }
+    }
+    return nullptr;
+}
+
+bool run_line(const std::string& line, const RunOptions& options)
+{
+    Words words = words_of(line);
+    if (words.empty()) {
+        return true;
+    }
+    const Command* command = find_command(words[0]);
+    if (command == nullptr) {
+        throw BadInput("there is no command " + words[0] + "; help lists them");
+    }
+    words.erase(words.begin());
+    if (words.size() < command->least || words.size() > command->most) {
+        throw BadInput("usage: " + std::string(command->name) + " " + std::string(command->arguments));
+    }
+    if (command->run == nullptr) {
+        return false;
+    }
+    if (command->kind == Kind::changes) {
+        remember_engines();
+    }
+    note_engine();
+    const OptionsInForce in_force(options);
+    command->run(words);
+    return true;
+}
+
+std::string command_reference()
+{
+    std::string text = "| Command | Effect |\n|---|---|\n";
+    for (const Group& group : command_groups()) {
+        for (const Command& command : group.commands) {
+            std::string arguments;
+            for (const char c : command.arguments) {
+                arguments += c == '|' ? std::string("\\|") : std::string(1, c);
+            }
+            text += "| `" + std::string(command.name) + (arguments.empty() ? "" : " " + arguments) + "` | " +
+                    std::string(command.help) + " |\n";
+        }
+    }
+    return text;
+}
+
+} // namespace prompt

@@ -1,0 +1,102 @@
+// White-balance calibration, and cameras that follow another.
+#include "engine/engine.h"
+#include "isp_ctrl.h"
+#include "prompt/command.h"
+#include "prompt/commands/groups.h"
+#include "prompt/commands/pictures.h"
+#include "session/calibration_check.h"
+#include "session/cameras.h"
+#include "session/files.h"
+#include "session/look.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <ostream>
+#include <unistd.h>
+
+namespace prompt
+{
+
+namespace
+{
+
+void roles(const Words& words)
+{
+    set_PanoramaIspId(camera_id(words[0]));
+    set_FeaturesIspId(camera_id(words[1]));
+}
+
+void calibrate(const Words& words)
+{
+    if (words[0] != "d65" && words[0] != "a") {
+        throw BadInput("calibrate d65, then calibrate a");
+    }
+    const bool first = words[0] == "d65";
+    for (const int camera : {0, 2, 3}) {
+        camera_with_engine(std::to_string(camera));
+    }
+    if (!first && !session::has_first_light(session::calibration_path())) {
+        throw BadInput("there is no first light to go with this one: calibrate d65, then calibrate a");
+    }
+    for (const int camera : {0, 2, 3}) {
+        session::set_illuminant(camera, first ? "D65" : "A");
+    }
+    check(with_progress("measuring", [&] { return Awb_Calibration(first ? 1 : 2); }), "calibration");
+    if (first) {
+        out() << "first light kept; now calibrate a\n";
+    } else {
+        out() << (access(session::calibration_path().c_str(), F_OK) == 0 ? "calibration written\n"
+                                                                         : "no usable calibration found\n");
+    }
+}
+
+/// How far the gains in force are from those that make a grey neutral, in per cent: the greater of red and blue.
+double gain_error(int camera)
+{
+    const sim::engine::Readings live = sim::engine::readings(camera);
+    return 100.0 * static_cast<double>(std::max(std::abs(live.wb_gain.rgain / live.neutral_gain.rgain - 1.0F),
+                                                std::abs(live.wb_gain.bgain / live.neutral_gain.bgain - 1.0F)));
+}
+
+void follow(const Words& words)
+{
+    if (words[0] != "wb") {
+        throw BadInput("follow wb on or follow wb off");
+    }
+    set_awb_follow_pano(on_or_off(words[1]) ? 1 : 0);
+    check(cam_awb_follow_pano_thread(), "following");
+}
+
+void balance(const Words& words)
+{
+    std::vector<sim::picture::Panel> pictures;
+    for (const int camera : {3, 0, 2}) {
+        if (!session::has_engine(camera)) {
+            continue;
+        }
+        std::ostringstream label;
+        label << "camera " << camera << ", gain error " << std::fixed << std::setprecision(2) << gain_error(camera)
+              << " %";
+        out() << label.str() << '\n';
+        pictures.push_back(session::panel_of(camera, label.str()));
+    }
+    if (words.size() == 1) {
+        write_picture(picture_argument(words[0]), sim::picture::contact_sheet(pictures, 3));
+    }
+}
+
+constexpr Command kCommands[] = {
+    {"roles", "PANORAMA FEATURE", "which camera leads and which follows", 2, 2, roles},
+    {"calibrate", "d65|a", "measure a reference light (cameras 0, 2, 3)", 1, 1, calibrate},
+    {"follow", "wb on|off", "cameras 0 and 2 follow camera 3's white balance", 2, 2, follow},
+    {"balance", "[FILE.png]", "gain error of cameras 3, 0 and 2, and their charts", 0, 1, balance, Kind::looks},
+};
+
+} // namespace
+
+std::span<const Command> following_commands()
+{
+    return kCommands;
+}
+
+} // namespace prompt

@@ -1,0 +1,153 @@
+// Help, and what belongs to no camera.
+#include "prompt/command.h"
+#include "prompt/commands.h"
+#include "prompt/commands/groups.h"
+#include "prompt/json.h"
+#include "prompt/line_reader.h"
+#include "session/text.h"
+
+#include <iomanip>
+#include <ostream>
+
+namespace prompt
+{
+
+namespace
+{
+
+using sim::host::Setting;
+
+constexpr int kNameWidth = 24;
+constexpr int kUsageWidth = 33;
+
+void echo(const Words& words)
+{
+    for (const std::string& word : words) {
+        out() << session::printable(word) << ' ';
+    }
+    out() << '\n';
+}
+
+std::string usage_of(const Command& command)
+{
+    return std::string(command.name) + (command.arguments.empty() ? "" : " ") + std::string(command.arguments);
+}
+
+/// A paragraph in lines that fit the width, the first after what is already there.
+void print_wrapped(const std::string& text, int indent)
+{
+    constexpr int kWidth = 79;
+    std::istringstream words(text);
+    int column = indent;
+    for (std::string word; words >> word; column += static_cast<int>(word.size())) {
+        if (column > indent && column + 1 + static_cast<int>(word.size()) > kWidth) {
+            out() << '\n' << std::setw(indent) << "";
+            column = indent;
+        }
+        out() << (column > indent ? " " : "") << word;
+        column += column > indent ? 1 : 0;
+    }
+    out() << '\n';
+}
+
+void list_commands()
+{
+    for (const Group& group : command_groups()) {
+        out() << group.title << '\n';
+        for (const Command& command : group.commands) {
+            const std::string usage = "  " + usage_of(command);
+            out() << std::left << std::setw(kUsageWidth) << usage;
+            if (usage.size() >= kUsageWidth) {
+                out() << '\n' << std::setw(kUsageWidth) << "";
+            }
+            print_wrapped(std::string(command.help), kUsageWidth);
+        }
+    }
+    out() << "help settings lists all settings with their ranges, help NAME explains one.\n";
+}
+
+void explain(const Setting& setting)
+{
+    const bool action = setting.setter == sim::host::Setter::action;
+    std::string text = (action ? "" : range_text(setting) + ": ") + std::string(setting.effect);
+    if (setting.effective != sim::host::kAllModes && setting.effective != sim::host::kNoMode) {
+        text += "; in " + sim::host::modes_text(setting.effective);
+    }
+    if (const std::string elsewhere = sim::host::elsewhere_text(setting); !elsewhere.empty()) {
+        text += " [else " + elsewhere + "]";
+    }
+    out() << std::left << std::setw(kNameWidth) << setting.name;
+    print_wrapped(text, kNameWidth);
+}
+
+void help(const Words& words)
+{
+    if (words.empty()) {
+        list_commands();
+        return;
+    }
+    bool found = false;
+    for (const Setting& setting : sim::host::kSettingsAndCommands) {
+        if (setting.setter != sim::host::Setter::none && (words[0] == "settings" || words[0] == setting.name)) {
+            found = true;
+            explain(setting);
+        }
+    }
+    if (const Command* command = find_command(words[0]); command != nullptr) {
+        found = true;
+        out() << usage_of(*command) << ": " << command->help << '\n';
+    }
+    if (!found) {
+        throw BadInput("there is nothing called " + words[0]);
+    }
+}
+
+void json(const Words& words)
+{
+    set_json(on_or_off(words[0]));
+}
+
+/// Scripts may name scripts, but not for ever.
+void source(const Words& words)
+{
+    constexpr int kDeepest = 8;
+    static int depth = 0; // commands take turns
+    if (depth == kDeepest) {
+        throw BadInput(words[0] + ": scripts in scripts, too deep");
+    }
+    LineReader lines(file_argument(words[0]));
+    const RunOptions in_force = options();
+    ++depth;
+    try {
+        while (const std::optional<std::string> line = lines.next()) {
+            if (!run_line(*line, in_force)) {
+                break;
+            }
+        }
+        --depth;
+    } catch (const BadInput& error) {
+        --depth;
+        throw BadInput(lines.place() + error.what());
+    } catch (...) {
+        --depth;
+        throw;
+    }
+}
+
+constexpr Command kCommands[] = {
+    {"source", "FILE", "run a script", 1, 1, source},
+    {"json", "on|off", "list, show, block, changes and measure as one JSON object a line", 1, 1, json, Kind::looks},
+    {"echo", "TEXT...", "print a line", 0, kMany, echo, Kind::looks},
+    {"help", "[settings | NAME]", "this list, or one thing", 0, 1, help, Kind::looks},
+    {"quit", "", "leave", 0, 0, nullptr, Kind::looks},
+    {"quit!", "", "leave, although changes cannot be kept", 0, 0, nullptr, Kind::looks},
+};
+
+} // namespace
+
+std::span<const Command> general_commands()
+{
+    return kCommands;
+}
+
+} // namespace prompt

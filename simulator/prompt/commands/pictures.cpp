@@ -1,0 +1,265 @@
+// Pictures of what cameras see.
+#include "prompt/commands/pictures.h"
+
+#include "host/durable_file.h"
+#include "host/store.h"
+#include "isp_ctrl.h"
+#include "prompt/command.h"
+#include "prompt/commands/groups.h"
+#include "prompt/interrupt.h"
+#include "prompt/json.h"
+#include "session/cameras.h"
+#include "session/change.h"
+#include "session/look.h"
+#include "session/scenes.h"
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <numeric>
+#include <ostream>
+
+namespace prompt
+{
+
+using sim::host::Setting;
+
+namespace
+{
+
+void render(const Words& words)
+{
+    const std::string path = picture_argument(words.back());
+    std::vector<sim::picture::Panel> panels;
+    for (std::size_t i = 0; i + 1 < words.size(); ++i) {
+        panels.push_back(session::panel_of(camera_with_engine(words[i]), ""));
+    }
+    write_picture(path, sim::picture::contact_sheet(panels, panels.size() == 4 ? 2 : 3));
+}
+
+// ---- Values of a setting --------------------------------------------------------------------------------------------
+
+/// Puts a camera's settings back where they were.
+class PutBack
+{
+public:
+    explicit PutBack(int camera) : camera_(camera), before_(sim::host::stored_record(camera)) {}
+    ~PutBack()
+    {
+        sim::host::store_record(camera_, before_);
+        KIV_load_isp_para(camera_);
+    }
+    PutBack(const PutBack&) = delete;
+    PutBack& operator=(const PutBack&) = delete;
+
+private:
+    int camera_;
+    kiv_isp_param_s before_;
+};
+
+/// The pictures of a camera with each of some values of a setting; the store and the engine are put back.
+std::vector<sim::picture::Panel> pictures_with(int camera, const Setting& setting, const Words& values)
+{
+    constexpr std::size_t kFew = 4; // which take less than a second
+    const PutBack put_back(camera);
+    std::vector<sim::picture::Panel> panels;
+    for (const std::string& value : values) {
+        const std::string title = std::string(setting.name) + " " + value;
+        if (values.size() > kFew) {
+            out() << title << ", " << panels.size() + 1 << " of " << values.size() << '\n' << std::flush;
+        }
+        const int result = session::apply(camera, setting, setting_value(setting, value));
+        if (result != ISP_SUCCESS && result != ISP_UNFIT && result != ISP_EXCUTE_BYARM) {
+            throw BadInput(title + " failed with " + std::to_string(result));
+        }
+        const std::string mode = sim::host::unused_mode(setting.effective, sim::host::stored_record(camera));
+        const bool unfit = result == ISP_UNFIT || (!mode.empty() && !setting.is_mode());
+        pass_time(2000000); // exposure and white balance settle
+        panels.push_back(session::panel_of(camera, title + (!unfit         ? ""
+                                                            : mode.empty() ? " (not applied)"
+                                                                           : " (not applied in " + mode + ")")));
+    }
+    return panels;
+}
+
+void compare(const Words& words)
+{
+    const int camera = camera_with_engine(words[0]);
+    const Setting& setting = setting_named(words[1]);
+    if (setting.setter != sim::host::Setter::level && setting.setter != sim::host::Setter::silent) {
+        throw BadInput(words[1] + " has no values to compare");
+    }
+    const Words values(words.begin() + 2, words.end() - 1);
+    for (const std::string& value : values) {
+        setting_value(setting, value);
+    }
+    const std::string path = picture_argument(words.back());
+    const int columns = values.size() == 4 ? 2 : 3;
+    write_picture(path, sim::picture::contact_sheet(pictures_with(camera, setting, values), columns));
+}
+
+void styles(const Words& words)
+{
+    const int camera = camera_with_engine(words[0]);
+    const std::string path = picture_argument(words[1]);
+    const Setting& style = *sim::host::find_setting("style");
+    Words names;
+    for (const sim::host::ValueName& name : sim::host::names_of(style)) {
+        names.emplace_back(name.name);
+    }
+    write_picture(path, sim::picture::contact_sheet(pictures_with(camera, style, names), 4));
+}
+
+// ---- Figures --------------------------------------------------------------------------------------------------------
+
+std::string fixed(double value, int digits)
+{
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.*f", digits, value);
+    return text.data();
+}
+
+/// The figures of a picture, a row each: what is measured, then values. Patches only of the chart, and in view.
+std::vector<Words> figures_of(int camera)
+{
+    using namespace sim::picture;
+    const Image image = session::picture_of(camera);
+    const float magnification = session::magnification_of(camera);
+    const auto in_view = [&](const Area& area) {
+        return area.x0 >= 0 && area.y0 >= 0 && area.x1 <= image.width && area.y1 <= image.height;
+    };
+    std::vector<Words> rows;
+    if (session::scene_of(camera)->name == "chart") {
+        rows.push_back({"patch", "red", "green", "blue", "CIEDE2000", "noise", "S/N dB"});
+        for (int i = 0; i < kPatches; ++i) {
+            const Area area = patch_area(image, i, magnification);
+            if (!in_view(area)) {
+                continue;
+            }
+            const Colour mean = mean_colour(image, area);
+            const double noise = luma_deviation(image, area);
+            rows.push_back({patch_name(i), fixed(255.0 * double{mean.red}, 1), fixed(255.0 * double{mean.green}, 1),
+                            fixed(255.0 * double{mean.blue}, 1),
+                            fixed(colour_difference(mean, patch_reflectance(i)), 2), fixed(255.0 * noise, 2),
+                            noise > 0.0 ? fixed(20.0 * std::log10(mean_luma(image, area) / noise), 1) : "inf"});
+        }
+        if (const Area edge = region_area(image, Region::edge, magnification); in_view(edge)) {
+            rows.push_back({"edge contrast", fixed(255.0 * steepest_edge(image, edge), 1)});
+        }
+    }
+    const Histogram levels = histogram(image);
+    rows.push_back({"mean luma", fixed(255.0 * mean_luma(image, {0, 0, image.width, image.height}), 1)});
+    rows.push_back({"clipped %", fixed(100.0 * levels.clipped, 2)});
+    rows.push_back({"black %", fixed(100.0 * levels.black, 2)});
+    constexpr std::size_t kStep = 16; // levels
+    rows.push_back({"levels from", "red %", "green %", "blue %", "luma %"});
+    for (std::size_t first = 0; first < 256; first += kStep) {
+        Words row{std::to_string(first)};
+        for (const auto& count : levels.count) {
+            const int sum = std::accumulate(count.begin() + first, count.begin() + first + kStep, 0);
+            row.push_back(fixed(100.0 * sum / static_cast<double>(image.pixels.size()), 2));
+        }
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+/// Rows of figures under the names of the last row that holds names.
+Json figures_json(const std::vector<Words>& rows)
+{
+    Json result = Json::array();
+    Words names;
+    for (const Words& row : rows) {
+        if (row.size() > 1 && json_of(row[1]).is_string()) {
+            names = row;
+            continue;
+        }
+        Json object = Json::object();
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            object[i < names.size() ? names[i] : std::to_string(i)] = json_of(row[i]);
+        }
+        result.push_back(object);
+    }
+    return result;
+}
+
+void measure(const Words& words)
+{
+    const int camera = camera_with_engine(words[0]);
+    const std::vector<Words> rows = figures_of(camera);
+    if (json_on() && words.size() == 1) {
+        print_json({{"camera", camera}, {"figures", figures_json(rows)}});
+        return;
+    }
+    std::string table;
+    for (const Words& row : rows) {
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            if (words.size() > 1) {
+                table += (i > 0 ? "," : "") + row[i];
+            } else {
+                const std::size_t width = i == 0 ? 14 : 10;
+                const std::string gap(width - std::min(width, row[i].size()), ' ');
+                table += i == 0 ? row[i] + gap : gap + row[i];
+            }
+        }
+        table += '\n';
+    }
+    if (words.size() == 1) {
+        out() << table;
+        return;
+    }
+    const std::string failed = sim::host::write_durably(file_argument(words[1]), table);
+    if (!failed.empty()) {
+        throw BadInput(failed);
+    }
+    out() << "wrote " << words[1] << '\n';
+}
+
+template <sim::picture::Image (*Graph)(const sim::picture::Image&)>
+void graph(const Words& words)
+{
+    const int camera = camera_with_engine(words[0]);
+    const sim::picture::Panel panel{"", Graph(session::picture_of(camera)), session::caption_of(camera)};
+    write_picture(picture_argument(words[1]), sim::picture::contact_sheet({panel}, 1));
+}
+
+constexpr Command kCommands[] = {
+    {"render", "CAM... FILE.png|.jpg", "what cameras show, side by side", 2, 9, render, Kind::looks},
+    {"compare", "CAM SETTING A B... FILE.png|.jpg", "values of a setting side by side", 5, 12, compare},
+    {"styles", "CAM FILE.png|.jpg", "contact sheet of all image styles", 2, 2, styles},
+    {"measure", "CAM [FILE.csv]",
+     "colours, colour differences and noise of the chart's patches; clipping and levels of any scene", 1, 2, measure,
+     Kind::looks},
+    {"histogram", "CAM FILE.png|.jpg", "how often each level occurs", 2, 2, graph<sim::picture::histogram_graph>,
+     Kind::looks},
+    {"waveform", "CAM FILE.png|.jpg", "the levels of each column", 2, 2, graph<sim::picture::waveform_graph>,
+     Kind::looks},
+};
+
+} // namespace
+
+std::string picture_argument(const std::string& word)
+{
+    for (const char* ending : {".png", ".jpg", ".jpeg"}) {
+        if (word.ends_with(ending)) {
+            return file_argument(word);
+        }
+    }
+    throw BadInput("a picture is a .png or .jpg file, not " + word);
+}
+
+void write_picture(const std::string& path, const sim::picture::Image& image)
+{
+    const std::string failed = sim::picture::save(path, image);
+    if (!failed.empty()) {
+        throw BadInput(failed);
+    }
+    out() << "wrote " << path << '\n';
+}
+
+std::span<const Command> picture_commands()
+{
+    return kCommands;
+}
+
+} // namespace prompt

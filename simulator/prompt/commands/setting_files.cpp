@@ -1,0 +1,70 @@
+// A camera's settings as files of their own.
+#include "host/store.h"
+#include "prompt/command.h"
+#include "prompt/commands/groups.h"
+#include "session/undo.h"
+
+#include <ostream>
+
+namespace prompt
+{
+
+namespace
+{
+
+void save(const Words& words)
+{
+    const int camera = camera_id(words[0]);
+    const std::string failed =
+        sim::host::write_settings(file_argument(words[1]), camera, sim::host::stored_record(camera));
+    if (!failed.empty()) {
+        throw BadInput(failed);
+    }
+    out() << "wrote " << words[1] << '\n';
+}
+
+kiv_isp_param_s settings_in(const std::string& word, int camera)
+{
+    kiv_isp_param_s record{};
+    const std::string failed = sim::host::read_settings(file_argument(word), camera, record);
+    if (!failed.empty()) {
+        throw BadInput(failed);
+    }
+    return record;
+}
+
+void load(const Words& words)
+{
+    const int camera = camera_id(words[0]);
+    const kiv_isp_param_s record = settings_in(words[1], camera);
+    const session::Undoable undoable(camera);
+    const kiv_isp_param_s before = sim::host::stored_record(camera);
+    session::put_settings(camera, record);
+    out() << "camera " << camera << '\n' << session::differences(sim::host::stored_record(camera), before, "before");
+}
+
+void diff(const Words& words)
+{
+    const int camera = camera_id(words[0]);
+    const bool other_camera = words[1].size() == 1 && words[1][0] >= '0' && words[1][0] <= '9';
+    const kiv_isp_param_s other =
+        other_camera ? sim::host::stored_record(camera_id(words[1])) : settings_in(words[1], camera);
+    const std::string title = (other_camera ? "camera " : "") + words[1] + ":";
+    const std::string differing = session::differences(sim::host::stored_record(camera), other, title);
+    out() << (differing.empty() ? "no setting differs\n" : differing);
+}
+
+constexpr Command kCommands[] = {
+    {"save", "CAM FILE", "write a camera's settings", 2, 2, save, Kind::looks},
+    {"load", "CAM FILE", "take a camera's settings from a file", 2, 2, load},
+    {"diff", "CAM FILE|CAM", "in which settings a camera differs", 2, 2, diff, Kind::looks},
+};
+
+} // namespace
+
+std::span<const Command> setting_file_commands()
+{
+    return kCommands;
+}
+
+} // namespace prompt

@@ -1,0 +1,211 @@
+// Changing and showing settings.
+#include "host/store.h"
+#include "isp_ctrl.h"
+#include "prompt/command.h"
+#include "prompt/commands/groups.h"
+#include "prompt/json.h"
+#include "session/cameras.h"
+#include "session/change.h"
+#include "session/undo.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iomanip>
+#include <ostream>
+
+namespace prompt
+{
+
+using sim::host::Setting;
+
+namespace
+{
+
+constexpr int kNameWidth = 24;
+
+/// What became of a value, where that is not simply that it is stored and in force.
+std::string outcome_text(int camera, const Setting& setting, int value, int result)
+{
+    const kiv_isp_param_s record = sim::host::stored_record(camera);
+    const bool stored = setting.member != nullptr && sim::host::contains(setting.stored, record);
+    if (result == ISP_EXCUTE_BYARM) {
+        return "  (3: the host applies styles itself)";
+    }
+    if (result != ISP_SUCCESS && result != ISP_UNFIT) {
+        return "  (" + std::to_string(result) + ": refused, or the engine failed)";
+    }
+    if (result == ISP_UNFIT && !setting.is_mode() && sim::host::contains(setting.accepted, record)) {
+        return "  (2: refused)";
+    }
+    if (setting.setter != sim::host::Setter::action && !setting.in_range(value)) {
+        return "  (shown, not stored)";
+    }
+    if (setting.effective == sim::host::kNoMode) {
+        return stored ? "  (kept, without effect)" : "  (accepted, without effect)";
+    }
+    const std::string unused = sim::host::unused_mode(setting.effective, record);
+    if (unused.empty()) {
+        return !session::has_engine(camera) ? stored ? "  (no engine: stored)" : "  (no engine)"
+               : stored || setting.member == nullptr
+                   ? ""
+                   : "  (not stored in " + sim::host::unused_mode(setting.stored, record) + ")";
+    }
+    if (setting.is_mode()) {
+        return "  (kept, without effect)";
+    }
+    return stored ? "  (kept for " + sim::host::modes_text(setting.effective) + ")"
+                  : "  (not stored: " + unused + " does not use it)";
+}
+
+void set(const Words& words)
+{
+    const int camera = camera_id(words[0]);
+    const Setting& setting = setting_named(words[1]);
+    const std::string name(setting.name);
+    if (setting.setter == sim::host::Setter::none) {
+        throw BadInput(name + " cannot be set");
+    }
+    const bool action = setting.setter == sim::host::Setter::action;
+    if (action != (words.size() == 2)) {
+        throw BadInput(action ? name + " takes no value" : name + " takes " + range_text(setting));
+    }
+    const int value = action ? 0 : setting_value(setting, words[2]);
+    const session::Undoable undoable(camera);
+    const bool slow = name == "wb_mode_onepush" && session::has_engine(camera);
+    const int result = slow ? with_progress("measuring", [&] { return session::apply(camera, setting, value); })
+                            : session::apply(camera, setting, value);
+    out() << "camera " << camera << "  " << name;
+    if (!action) {
+        out() << " = " << words[2];
+    }
+    out() << outcome_text(camera, setting, value, result) << '\n';
+}
+
+void print_setting(int camera, const Setting& setting)
+{
+    out() << std::left << std::setw(kNameWidth) << setting.name
+          << sim::host::name_of(setting, sim::host::stored(camera, setting)) << '\n';
+}
+
+/// The cameras side by side that have an engine or a setting of their own.
+void show_all()
+{
+    const kiv_isp_param_s initial = sim::host::initial_record();
+    std::vector<int> cameras;
+    for (int camera = 0; camera < session::kCameras; ++camera) {
+        const kiv_isp_param_s record = sim::host::stored_record(camera);
+        if (json_on()) {
+            print_json({{"camera", camera}, {"settings", json_of(record)}});
+        } else if (session::has_engine(camera) || std::memcmp(&record, &initial, sizeof record) != 0) {
+            cameras.push_back(camera);
+        }
+    }
+    if (json_on()) {
+        return;
+    }
+    const auto value = [](int camera, const Setting& setting) {
+        return sim::host::name_of(setting, sim::host::stored(camera, setting));
+    };
+    std::vector<int> widths; // of the cameras' columns
+    for (const int camera : cameras) {
+        std::size_t widest = 1;
+        for (const Setting& setting : sim::host::kSettings) {
+            widest = std::max(widest, value(camera, setting).size());
+        }
+        widths.push_back(static_cast<int>(widest) + 2);
+    }
+    out() << std::left << std::setw(kNameWidth) << "camera";
+    for (std::size_t i = 0; i < cameras.size(); ++i) {
+        out() << std::setw(widths[i]) << cameras[i];
+    }
+    out() << "initially\n";
+    for (const Setting& setting : sim::host::kSettings) {
+        out() << std::setw(kNameWidth) << setting.name;
+        for (std::size_t i = 0; i < cameras.size(); ++i) {
+            out() << std::setw(widths[i]) << value(cameras[i], setting);
+        }
+        out() << sim::host::name_of(setting, setting.initial) << '\n';
+    }
+}
+
+void show(const Words& words)
+{
+    if (words.empty()) {
+        show_all();
+        return;
+    }
+    const int camera = camera_id(words[0]);
+    const kiv_isp_param_s record = sim::host::stored_record(camera);
+    if (words.size() > 1 && words[1] != "all") {
+        const Setting& setting = setting_named(words[1]);
+        if (setting.member == nullptr) {
+            throw BadInput(words[1] + " is not stored");
+        }
+        if (json_on()) {
+            print_json({{"camera", camera}, {"settings", {{words[1], json_of(record)[words[1]]}}}});
+        } else {
+            print_setting(camera, setting);
+        }
+    } else if (json_on()) {
+        print_json({{"camera", camera}, {"settings", json_of(record)}});
+    } else if (words.size() > 1) {
+        for (const Setting& setting : sim::host::kSettings) {
+            print_setting(camera, setting);
+        }
+    } else {
+        const std::string changed = session::differences(record, sim::host::initial_record(), "initially");
+        out() << (changed.empty() ? "every setting has its initial value; show " + words[0] + " all lists them\n"
+                                  : changed);
+    }
+}
+
+void undo(const Words& /*words*/)
+{
+    std::vector<kiv_isp_param_s> before;
+    before.reserve(session::kCameras);
+    for (int camera = 0; camera < session::kCameras; ++camera) {
+        before.push_back(sim::host::stored_record(camera));
+    }
+    const int camera = session::undo_change();
+    if (camera < 0) {
+        throw BadInput("there is nothing to undo");
+    }
+    out() << "camera " << camera << '\n'
+          << session::differences(sim::host::stored_record(camera), before[static_cast<std::size_t>(camera)], "before");
+}
+
+void reset(const Words& words)
+{
+    const int camera = camera_id(words[0]);
+    const session::Undoable undoable(camera);
+    const kiv_isp_param_s before = sim::host::stored_record(camera);
+    kiv_isp_param_s record = sim::host::initial_record();
+    if (words.size() > 1) {
+        const Setting& setting = setting_named(words[1]);
+        if (setting.member == nullptr) {
+            throw BadInput(words[1] + " is not stored");
+        }
+        record = before;
+        record.*setting.member = setting.initial;
+    }
+    session::put_settings(camera, record);
+    const std::string changed = session::differences(sim::host::stored_record(camera), before, "before");
+    out() << "camera " << camera << (changed.empty() ? "  had its initial values\n" : "\n" + changed);
+}
+
+constexpr Command kCommands[] = {
+    {"set", "CAM SETTING [VALUE]", "change a setting", 2, 3, set},
+    {"show", "[CAM [SETTING | all]]", "what differs from the initial settings, or all cameras side by side", 0, 2, show,
+     Kind::looks},
+    {"undo", "", "take back the last change of settings, again and again", 0, 0, undo},
+    {"reset", "CAM [SETTING]", "initial value of a setting, or of all", 1, 2, reset},
+};
+
+} // namespace
+
+std::span<const Command> setting_commands()
+{
+    return kCommands;
+}
+
+} // namespace prompt

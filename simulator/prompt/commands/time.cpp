@@ -1,0 +1,163 @@
+// Simulated time: letting it pass, watching and recording cameras meanwhile.
+#include "prompt/camera_line.h"
+#include "prompt/command.h"
+#include "prompt/commands/groups.h"
+#include "prompt/interrupt.h"
+#include "prompt/json.h"
+#include "prompt/run_plot.h"
+#include "session/cameras.h"
+#include "session/readings.h"
+#include "session/recording.h"
+#include "session/session.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <iostream>
+#include <sys/ioctl.h>
+#include <unistd.h>
+#include <utility>
+
+namespace prompt
+{
+
+namespace
+{
+
+void run_for(const Words& words)
+{
+    pass_time(duration(words[0]));
+}
+
+void speed(const Words& words)
+{
+    if (words[0] == "virtual") {
+        if (session::time_stays_paced()) {
+            throw BadInput("time stays paced while a page is served");
+        }
+        sim::use_virtual_time();
+    } else {
+        sim::use_paced_time(number<double>(words[0], 0.01, 1000.0, "a speed"));
+    }
+}
+
+/// Columns of the terminal that the output goes to; 0 where it goes elsewhere.
+std::size_t terminal_width()
+{
+    winsize size{};
+    if (&out() != &std::cout || json_on() || ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) {
+        return 0;
+    }
+    return size.ws_col > 0 ? size.ws_col : 80;
+}
+
+/// On a terminal the lines are rewritten in place, elsewhere they follow each other, at most eight a camera.
+void watch(const Words& words)
+{
+    const bool has_period = words.size() > 3 && words[words.size() - 2] == "every";
+    const std::size_t last = words.size() - (has_period ? 3 : 1);
+    std::vector<int> cameras;
+    cameras.reserve(last);
+    for (std::size_t i = 0; i < last; ++i) {
+        cameras.push_back(camera_with_engine(words[i]));
+    }
+    constexpr sim::Microseconds kShortest = 500000;
+    constexpr sim::Microseconds kInPlace = 200000;
+    constexpr sim::Microseconds kLines = 8;
+    const sim::Microseconds whole = duration(words[last]);
+    const std::size_t width = terminal_width();
+    const sim::Microseconds interval = has_period  ? std::max(duration(words.back()), session::kFramePeriod)
+                                       : width > 0 ? kInPlace
+                                                   : std::max(kShortest, whole / kLines);
+    bool again = false;
+    for (sim::Microseconds left = whole; left > 0; left -= interval) {
+        pass_time(std::min(left, interval));
+        if (width > 0 && std::exchange(again, true)) {
+            out() << "\033[" << cameras.size() << 'A';
+        }
+        for (const int camera : cameras) {
+            if (json_on()) {
+                print_json(camera_json(camera));
+            } else if (width > 0) {
+                out() << camera_line(camera, width - 1) << "\033[K\n";
+            } else {
+                out() << camera_line(camera) << '\n';
+            }
+        }
+        out() << std::flush;
+    }
+}
+
+/// Settled: exposure and white balance of every running camera stay where they are for half a second.
+void wait_settled(const Words& words)
+{
+    if (words[0] != "settled") {
+        throw BadInput("wait settled [SECONDS]");
+    }
+    const double most = words.size() > 1 ? number<double>(words[1], 0.1, 3600.0, "a number of seconds") : 30.0;
+    constexpr int kFrames = 15;
+    const double started = session::seconds_now();
+    for (int quiet = 0; quiet < kFrames;) {
+        pass_time(session::kFramePeriod);
+        std::string moving;
+        for (const int camera : session::cameras_with_engine()) {
+            const sim::engine::Readings live = session::readings_of(camera);
+            if ((live.automatic && !live.converged) || !live.wb_converged) {
+                moving += " " + std::to_string(camera);
+            }
+        }
+        quiet = moving.empty() ? quiet + 1 : 0;
+        if (session::seconds_now() - started > most && quiet < kFrames) {
+            throw BadInput("not settled after " + (words.size() > 1 ? words[1] : "30") + " s: cameras" + moving);
+        }
+    }
+    out() << "settled after " << std::fixed << std::setprecision(2) << session::seconds_now() - started << " s\n";
+}
+
+void record(const Words& words)
+{
+    if (words[0] == "stop") {
+        out() << session::stop_recording();
+        return;
+    }
+    std::vector<int> cameras;
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        cameras.push_back(camera_with_engine(words[i]));
+    }
+    session::start_recording(file_argument(words[0]), cameras.empty() ? session::cameras_with_engine() : cameras);
+}
+
+void say(const Words& words)
+{
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : " ") + word;
+    }
+    out() << "-- " << text << '\n';
+    session::mark_recording(text);
+}
+
+void plot(const Words& words)
+{
+    plot_run(file_argument(words[0]), file_argument(words[1]));
+    out() << "wrote " << words[1] << '\n';
+}
+
+constexpr Command kCommands[] = {
+    {"run", "TIME", "let simulated time pass", 1, 1, run_for},
+    {"speed", "FACTOR|virtual", "pace of simulated time", 1, 1, speed},
+    {"wait", "settled [SECONDS]", "until exposure and white balance have converged", 1, 2, wait_settled},
+    {"watch", "CAM... TIME [every TIME]", "live lines for a while", 2, kMany, watch},
+    {"record", "FILE.csv [CAM...] | stop", "record every frame; tell at the end how exposure settled after each mark",
+     1, kMany, record},
+    {"say", "TEXT...", "print a line, and mark this moment of a recorded run with it", 1, kMany, say, Kind::looks},
+    {"plot", "FILE.csv FILE.svg|.png", "draw a recorded run", 2, 2, plot, Kind::looks},
+};
+
+} // namespace
+
+std::span<const Command> time_commands()
+{
+    return kCommands;
+}
+
+} // namespace prompt

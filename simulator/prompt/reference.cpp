@@ -1,0 +1,77 @@
+#include "prompt/reference.h"
+
+#include "host/settings.h"
+#include "prompt/commands.h"
+
+namespace prompt
+{
+
+namespace
+{
+
+std::string cell(std::string_view text)
+{
+    std::string result;
+    for (const char c : text) {
+        if (c == '|') {
+            result += '\\';
+        }
+        result += c;
+    }
+    return result;
+}
+
+std::string values(const sim::host::Setting& setting)
+{
+    if (setting.setter == sim::host::Setter::action) {
+        return "";
+    }
+    std::string text = std::to_string(setting.lowest) + " to " + std::to_string(setting.highest);
+    const auto names = sim::host::names_of(setting);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        text += (i == 0 ? ": " : ", ") + std::string(names[i].name) + " " + std::to_string(names[i].value);
+    }
+    return text;
+}
+
+std::string_view negative_text(const sim::host::Setting& setting)
+{
+    constexpr std::string_view kTexts[] = {"", "lowest", "highest", "kept"}; // as in Negative
+    return kTexts[static_cast<std::size_t>(setting.negative)];
+}
+
+void add_table(std::string& text, std::span<const sim::host::Setting> settings)
+{
+    text += "| Setting | Values | Initially | Negative | Effect | Takes effect in | Elsewhere | Source |\n"
+            "|---|---|---|---|---|---|---|---|\n";
+    for (const sim::host::Setting& setting : settings) {
+        const bool action = setting.setter == sim::host::Setter::action;
+        const std::string source(setting.source);
+        text += "| `" + std::string(setting.name) + "` | " + cell(values(setting)) + " | " +
+                (action ? "" : cell(sim::host::name_of(setting, setting.initial))) + " | " +
+                std::string(negative_text(setting)) + " | " + cell(setting.effect) + " | " +
+                cell(sim::host::modes_text(setting.effective)) + " | " + cell(sim::host::elsewhere_text(setting)) +
+                " | " + (source.empty() ? "" : "[" + source + "](../RK3588S_PTZ/isp_ctrl/" + source + ")") + " |\n";
+    }
+}
+
+} // namespace
+
+std::string settings_reference()
+{
+    std::string text =
+        "# Settings\n\n"
+        "Every setting of a camera, from the list that store and program are made of. "
+        "`isp-sim --reference` prints this page.\n\n"
+        "A setting `name` is set with `KIV_Set_name()` and kept in the host's parameter store. Result 0 "
+        "means applied, or stored for a camera without an engine; -1 a refused id or an engine failure. "
+        "A negative level becomes what the column says: the lowest or the highest level, or it is kept as passed. "
+        "Where a column says `all but`, values of the mode without a name are included.\n\n";
+    add_table(text, sim::host::kSettings);
+    text += "\n# Further operations on a camera\n\n";
+    add_table(text, sim::host::kCommands);
+    text += "\n# Commands of isp-sim\n\n" + command_reference();
+    return text;
+}
+
+} // namespace prompt

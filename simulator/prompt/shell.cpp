@@ -1,0 +1,228 @@
+#include "prompt/shell.h"
+
+#include "prompt/commands.h"
+#include "prompt/completion.h"
+#include "prompt/interrupt.h"
+#include "prompt/line_reader.h"
+#include "session/bad_input.h"
+#include "session/calibration_check.h"
+#include "session/files.h"
+#include "session/text.h"
+#include "session/turn.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <editline/readline.h>
+#include <iostream>
+#include <poll.h>
+#include <sstream>
+#include <unistd.h>
+
+namespace prompt
+{
+
+namespace
+{
+
+enum class After { next, leave, wrong, interrupted };
+
+/// Saves before leaving; false, having said why, when that fails.
+bool everything_kept()
+{
+    try {
+        session::save_settings();
+        return true;
+    } catch (const BadInput& error) {
+        std::cerr << session::printable(error.what()) << '\n';
+        return false;
+    }
+}
+
+/// Runs one line. A wrong command is reported in one line on standard error.
+After run(const std::string& line, const std::string& where)
+{
+    const session::Turn turn(line);
+    After after = After::next;
+    try {
+        after = run_line(line) ? After::next : After::leave;
+        session::save_settings();
+    } catch (const Interrupted&) {
+        after = After::interrupted;
+    } catch (const std::exception& error) {
+        std::cout.flush();
+        std::cerr << session::printable(where) << session::printable(error.what()) << '\n';
+        after = After::wrong;
+    }
+    if (after == After::interrupted) {
+        everything_kept();
+    }
+    session::report_changed_calibration();
+    if (!std::cout.flush()) {
+        throw OutputLost(std::strerror(errno));
+    }
+    return after;
+}
+
+int run_lines(LineReader& lines)
+{
+    try {
+        while (const std::optional<std::string> line = lines.next()) {
+            switch (run(*line, lines.place())) {
+            case After::next:
+                break;
+            case After::leave:
+                return 0;
+            case After::wrong:
+                return 1;
+            case After::interrupted:
+                return kInterrupted;
+            }
+        }
+    } catch (const Interrupted&) { // while waiting for a line
+        return kInterrupted;
+    } catch (const BadInput& error) {
+        std::cerr << session::printable(lines.place() + error.what()) << '\n';
+        return 1;
+    }
+    return 0;
+}
+
+// ---- The prompt. libedit calls back with a line; waiting for its characters is done here, so that a signal ends it.
+
+std::vector<std::string> candidates;
+std::optional<std::string> typed;
+bool end_of_input = false;
+
+char* next_candidate(const char* /*text*/, int state)
+{
+    static std::size_t next = 0;
+    if (state == 0) {
+        next = 0;
+    }
+    return next < candidates.size() ? strdup(candidates[next++].c_str()) : nullptr;
+}
+
+char** complete(const char* text, int /*start*/, int end)
+{
+    candidates = completions(std::string(rl_line_buffer).substr(0, static_cast<std::size_t>(end)));
+    rl_attempted_completion_over = 1;
+    return rl_completion_matches(text, next_candidate);
+}
+
+void take_line(char* line)
+{
+    end_of_input = line == nullptr;
+    typed = line != nullptr ? line : "";
+    std::free(line);
+    rl_callback_handler_remove();
+}
+
+/// A line that was typed; nothing where a signal dropped it, with end_of_input set at the end.
+std::optional<std::string> read_line()
+{
+    typed.reset();
+    rl_callback_handler_install("isp> ", take_line);
+    pollfd waits[] = {{.fd = STDIN_FILENO, .events = POLLIN, .revents = 0},
+                      {.fd = signal_descriptor(), .events = POLLIN, .revents = 0}};
+    while (!typed) {
+        const int ready = poll(waits, std::size(waits), -1);
+        if (signal_received() != 0) {
+            rl_callback_handler_remove();
+            std::cout << '\n';
+            return std::nullopt;
+        }
+        if (ready > 0 && waits[0].revents != 0) {
+            rl_callback_read_char();
+        }
+    }
+    return typed;
+}
+
+void remember_line(const std::string& line, const std::string& history_file)
+{
+    add_history(line.c_str());
+    const std::string written = history_file + ".tmp-prompt";
+    if (write_history(written.c_str()) == 0) {
+        std::rename(written.c_str(), history_file.c_str());
+    } else {
+        std::remove(written.c_str());
+    }
+}
+
+std::string word_of(const std::string& line)
+{
+    std::istringstream words(line);
+    std::string first;
+    std::string second;
+    words >> first >> second;
+    return second.empty() ? first : "";
+}
+
+} // namespace
+
+int run_prompt(const std::string& history_file)
+{
+    if (isatty(STDIN_FILENO) == 0) {
+        LineReader lines(STDIN_FILENO, "standard input");
+        return run_lines(lines);
+    }
+    rl_catch_signals = 0;
+    rl_initialize();
+    rl_readline_name = "isp-sim";
+    rl_attempted_completion_function = complete;
+    using_history();
+    stifle_history(1000);
+    read_history(history_file.c_str());
+    std::cout << "isp-sim: help lists the commands, quit leaves.\n";
+    bool asked = false;
+    for (;;) {
+        const std::optional<std::string> line = read_line();
+        if (asked_to_end()) {
+            const session::Turn turn("leaving");
+            everything_kept();
+            return kInterrupted;
+        }
+        forget_signal();
+        if (!line) {
+            continue;
+        }
+        if (end_of_input || word_of(*line) == "quit" || word_of(*line) == "quit!") {
+            std::cout << (end_of_input ? "\n" : "");
+            const session::Turn turn("leaving");
+            const bool kept = everything_kept();
+            if (kept || asked || word_of(*line) == "quit!") {
+                return kept ? 0 : 1;
+            }
+            std::cerr << "The last changes are not kept. To leave all the same, quit again, or quit!\n";
+            asked = true;
+            continue;
+        }
+        asked = false;
+        if (!line->empty()) {
+            remember_line(*line, history_file);
+        }
+        const After after = run(*line, "");
+        if (after == After::leave) {
+            return 0;
+        }
+        if (after == After::interrupted && !asked_to_end()) {
+            std::cout << "stopped\n";
+            forget_signal();
+        }
+    }
+}
+
+int run_script(const std::string& path)
+{
+    try {
+        LineReader lines(path);
+        return run_lines(lines);
+    } catch (const BadInput& error) {
+        std::cerr << session::printable(error.what()) << '\n';
+        return 1;
+    }
+}
+
+} // namespace prompt

@@ -1,0 +1,64 @@
+#include "session/cameras.h"
+
+#include "engine/engine.h"
+#include "isp_ctrl.h"
+#include "isp_ctrl/core/context.h"
+#include "session/bad_input.h"
+#include "session/files.h"
+
+#include <charconv>
+
+namespace session
+{
+
+bool start_camera(int camera)
+{
+    if (rk_isp_init(camera, session_folder().data()) != 0) {
+        return false;
+    }
+    KIV_load_isp_para(camera);
+    return true;
+}
+
+const void* engine_of(int camera)
+{
+    return rkipc_aiq_get_ctx(camera);
+}
+
+bool has_engine(int camera)
+{
+    return engine_of(camera) != nullptr;
+}
+
+std::vector<int> cameras_with_engine()
+{
+    std::vector<int> cameras;
+    for (int camera = 0; camera < kCameras; ++camera) {
+        if (has_engine(camera)) {
+            cameras.push_back(camera);
+        }
+    }
+    return cameras;
+}
+
+void set_illuminant(int camera, const std::string& name)
+{
+    double kelvin = 0.0;
+    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), kelvin);
+    if (error == std::errc{} && end == name.data() + name.size()) {
+        const bool usual = kelvin >= 1500.0 && kelvin <= 12000.0;
+        if (!usual) {
+            throw BadInput("an illuminant has 1500 to 12000 K or a name: A, TL84, D50, D65");
+        }
+        sim::engine::set_illuminant(camera, kelvin);
+    } else if (!sim::engine::set_illuminant(camera, name)) {
+        throw BadInput("unknown illuminant " + name + "; give kelvin or A, TL84, D50, D65");
+    }
+}
+
+double seconds_now()
+{
+    return static_cast<double>(sim::now()) / 1e6;
+}
+
+} // namespace session

@@ -1,0 +1,31 @@
+// The session's folder and the camera's files in it.
+#pragma once
+
+#include <string>
+
+namespace session
+{
+
+/// Enters a folder, which is made if it is not there, points the library's fixed paths into it and writes what is
+/// written at start. Where nothing is to be written there, or cannot be, it works in a copy, and says so on standard
+/// error. Throws BadInput when the folder cannot be used.
+void enter_files(const std::string& folder, bool look_only);
+
+std::string session_folder();
+std::string store_path();
+std::string shading_path();
+std::string calibration_path();
+
+/// The device from which the lens service learns of the iris.
+std::string iris_path();
+
+/// Chooses the lens that vendor storage names; "none" for no entry.
+void fit_lens(const std::string& model);
+
+/// Loads the settings from the folder. Throws BadInput when the store's file is damaged.
+void load_settings();
+
+/// Writes the settings if they changed since they were loaded or saved. Throws BadInput when that fails.
+void save_settings();
+
+} // namespace session

@@ -1,0 +1,86 @@
+#include "session/look.h"
+
+#include "engine/engine.h"
+#include "host/lens.h"
+#include "host/settings.h"
+#include "host/shading_file.h"
+#include "host/store.h"
+#include "session/cameras.h"
+#include "session/scenes.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace session
+{
+
+sim::picture::Look look_of(int camera)
+{
+    const void* engine = engine_of(camera);
+    const sim::engine::Readings live = sim::engine::readings(camera);
+    sim::picture::Look look = sim::picture::neutral_look();
+    look.scene = scene_of(camera);
+    look.magnification = magnification_of(camera);
+    look.acp = sim::engine::peek<acp_attrib_t>(engine);
+    look.gamma = sim::engine::peek<rk_aiq_gamma_attrib_V2_t>(engine);
+    look.drc = sim::engine::peek<drc_attrib_t>(engine);
+    look.sharp = sim::engine::peek<rk_aiq_sharp_attrib_v4_t>(engine);
+    look.lsc = sim::engine::peek<rk_aiq_lsc_attrib_t>(engine);
+    look.nr2d = sim::engine::peek<rk_aiq_bayer2dnr_attrib_v2_t>(engine);
+    look.nr3d = sim::engine::peek<rk_aiq_bayertnr_attrib_v2_t>(engine);
+    look.csm = sim::engine::peek<rk_aiq_uapi_acsm_attrib_t>(engine);
+    look.wb_gain = live.wb_gain;
+    look.neutral_red = live.neutral_gain.rgain;
+    look.neutral_blue = live.neutral_gain.bgain;
+    look.exposure = live.exposure / sim::engine::kReferenceLuma;
+    look.sensor_gain = std::max(1.0, live.analog_gain * live.isp_dgain);
+    const auto& grids = sim::host::kShadingGrids; // the lens that the shading file was made for
+    look.vignetting = {static_cast<float>(grids[0].k), static_cast<float>(grids[1].k), static_cast<float>(grids[3].k)};
+    return look;
+}
+
+sim::picture::Image picture_of(int camera, int width, int height)
+{
+    return sim::picture::render(look_of(camera), width, height);
+}
+
+std::vector<std::string> caption_of(int camera)
+{
+    const sim::engine::Readings live = sim::engine::readings(camera);
+    const sim::picture::SceneRef scene = scene_of(camera);
+    const auto text = [](double value, const char* format) {
+        std::array<char, 32> written{};
+        std::snprintf(written.data(), written.size(), format, value);
+        return std::string(written.data());
+    };
+    std::string state = "camera " + std::to_string(camera) + "  \u00b7  " + scene->name + " ";
+    state += text(live.luminance, "%.4g cd/m\u00b2 ") + text(live.kelvin, "%.0f K  \u00b7  ");
+    state += live.time > 0.0 ? text(1.0 / live.time, "1/%.0f s  ") : "";
+    state += text(live.analog_gain * live.isp_dgain, "gain %.3g  ");
+    if (camera == kZoomCamera) {
+        const sim::host::LensState lens = sim::host::lens_state();
+        const double opening = std::min(lens.iris, sim::host::widest_iris(lens.zoom));
+        state += opening > 0.0 ? text(1.8 * sim::host::kIrisWidest / opening, "F%.2g  ") : "iris closed  ";
+        state += lens.zoom > 0.0 ? text(sim::host::magnification(lens.zoom), "zoom %.1fx  ") : "";
+    }
+    state += text(live.mean_luma, "luma %.0f  \u00b7  ") + text(double{live.wb_gain.rgain}, "wb %.2f/") +
+             text(double{live.wb_gain.bgain}, "%.2f");
+
+    std::string changed;
+    const kiv_isp_param_s record = sim::host::stored_record(camera);
+    for (const sim::host::Setting& setting : sim::host::kSettings) {
+        if (record.*setting.member != setting.initial) {
+            changed += (changed.empty() ? "" : ", ") + std::string(setting.name) + " " +
+                       sim::host::name_of(setting, record.*setting.member);
+        }
+    }
+    return {state, changed.empty() ? "all settings as at first" : changed};
+}
+
+sim::picture::Panel panel_of(int camera, const std::string& title)
+{
+    return {title, picture_of(camera), caption_of(camera)};
+}
+
+} // namespace session

@@ -1,0 +1,44 @@
+#include "session/scenes.h"
+
+#include "host/lens.h"
+#include "session/cameras.h"
+
+#include <array>
+#include <mutex>
+#include <utility>
+
+namespace session
+{
+
+namespace
+{
+
+std::mutex mutex;
+std::array<sim::picture::SceneRef, kCameras> scenes;
+
+} // namespace
+
+void reset_scenes()
+{
+    const std::lock_guard lock(mutex);
+    scenes.fill(sim::picture::find_scene("chart"));
+}
+
+void put_scene(int camera, sim::picture::SceneRef scene)
+{
+    const std::lock_guard lock(mutex);
+    scenes[static_cast<std::size_t>(camera)] = std::move(scene);
+}
+
+sim::picture::SceneRef scene_of(int camera)
+{
+    const std::lock_guard lock(mutex);
+    return scenes[static_cast<std::size_t>(camera)];
+}
+
+float magnification_of(int camera)
+{
+    return camera == kZoomCamera ? static_cast<float>(sim::host::magnification(sim::host::lens_state().zoom)) : 1.0F;
+}
+
+} // namespace session

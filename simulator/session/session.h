@@ -1,0 +1,25 @@
+// The simulated camera at work: its files, the frame clock that drives engine and lens, and the lens service.
+#pragma once
+
+#include <string>
+
+namespace session
+{
+
+/// Sets everything up in a folder, which is made if it is not there, and loads the parameter store from it. Where
+/// nothing is to be written there, or cannot be, it works in a copy, and says so. Throws BadInput when the folder
+/// cannot be used or the store is damaged.
+void open_session(const std::string& folder, bool look_only = false);
+
+/// Ends a recording and leaves the folder. Throws BadInput when rows of the recording were lost.
+void close_session();
+
+/// Starts automatic iris (once per program): the lens service and the library's loop; or switches it off and on.
+void set_auto_iris_on(bool on);
+bool auto_iris_on();
+
+/// From here on time follows the real clock: people watch.
+void keep_time_paced();
+bool time_stays_paced();
+
+} // namespace session
