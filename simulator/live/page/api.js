@@ -5,6 +5,8 @@ async function request(method, path, body) {
     method,
     headers: body === undefined ? {} : { 'Content-Type': 'application/json' },
     body: body === undefined ? undefined : JSON.stringify(body),
+  }).catch(() => {
+    throw new Error('isp-sim does not answer.');
   });
   const answer = await response.json().catch(() => ({ error: `status ${response.status}` }));
   if (!response.ok) {
@@ -81,8 +83,8 @@ const TITLES = {
   antiflicker: 'Anti-flicker', wdr_strength: 'WDR strength', wb_mode: 'White balance', awb_sens: 'Sensitivity',
   rgain: 'Red gain', bgain: 'Blue gain', rgain_tuning: 'Red tuning', bgain_tuning: 'Blue tuning',
   ggain_tuning: 'Green tuning', rgain_onepush: 'One-push red', bgain_onepush: 'One-push blue',
-  wb_mode_onepush: 'One-push', blackwhite_mode: 'Black and white', drc: 'Dynamic range', nr2d: 'Noise, 2D',
-  nr3d: 'Noise, temporal', csc_mode: 'Colour space', shading: 'Lens shading', style: 'Image style',
+  wb_mode_onepush: 'One-push', blackwhite_mode: 'Black and white', drc: 'DRC', nr2d: 'Noise reduction, 2D',
+  nr3d: 'Noise reduction, temporal', gain_limit: 'Maximum gain', csc_mode: 'Colour space', shading: 'Lens shading', style: 'Image style',
   len_type: 'Lens type', ccm_style: 'Colour matrix', hotpixel: 'Hot pixels',
 };
 

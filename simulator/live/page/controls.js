@@ -2,24 +2,46 @@
 // calibration.
 import { element, latestOnly, putSetting, readable, runCommand, say, title } from './api.js';
 
-const GROUPS = { exposure: 'Exposure', white_balance: 'White balance', image: 'Image' };
+const TABS = { exposure: 'Exposure', white_balance: 'White balance', image: 'Image' }; // other groups are among the tools
 const ONE_PUSH_SECONDS = 4;
 const CALIBRATION_SECONDS = 9;
+
+const DARKEST = -2.05; // the slider of the luminance is logarithmic; its lowest place is no light at all
+const luminanceAt = (place) => (place <= DARKEST ? 0 : Number((10 ** place).toPrecision(3)));
 
 let ids = 0;
 const newId = () => `c${(ids += 1)}`;
 
-/** Whether modes as the list gives them, per mode setting its values (null: those without a name), cover a record. */
-export function covers(modes, record, settings) {
-  return Object.entries(modes).every(([name, values]) => {
-    const named = settings.get(name).names.some((known) => known.value === record[name]);
-    return values.includes(named ? record[name] : null);
-  });
-}
 
 export function valueText(setting, value) {
   return setting.names.find((known) => known.value === value)?.name ?? String(value);
 }
+
+/** Why a setting has no effect with the values of a record, for people; empty where it has one. Its `modes` are, for
+ *  each setting that it depends on, the values it needs; null stands for those without a name. */
+function reasonOf(setting, record, settings) {
+  return Object.entries(setting.modes).map(([name, values]) => {
+    const mode = settings.get(name);
+    const known = mode.names.map(({ value }) => value);
+    if (values.includes(known.includes(record[name]) ? record[name] : null)) {
+      return '';
+    }
+    if (name === setting.name) {
+      return `${readable(valueText(setting, record[name]))} has no effect`;
+    }
+    const others = known.filter((value) => !values.includes(value));
+    const few = values.length <= others.length;
+    const texts = (few ? values : others).filter((value) => value !== null).map((value) => readable(valueText(mode, value)));
+    return `${few ? 'only' : 'not'} with ${title(name)} ${texts.join(', ').replace(/, (?=[^,]*$)/, ' or ')}`;
+  }).filter(Boolean).join(', ');
+}
+
+const hasNoEffect = (setting) => Object.values(setting.modes).some((values) => values.length === 0);
+
+/** The quantity that a value means, "5500 K"; empty where it means none. */
+const quantityText = (setting, value) => setting.quantities?.[value - setting.lowest] ?? '';
+
+const shownValue = (setting, value) => [valueText(setting, value), element('small', {}, quantityText(setting, value))];
 
 /** How a setting is shown. */
 function formOf(setting) {
@@ -28,6 +50,9 @@ function formOf(setting) {
   }
   if (setting.kind === 'action') {
     return 'action';
+  }
+  if (setting.highest - setting.lowest > 1000) {
+    return 'number';
   }
   const names = setting.names.map((known) => known.name);
   if (names.length === 2 && names.includes('on') && names.includes('off')) {
@@ -102,20 +127,27 @@ class Row {
       return element('span', { className: 'control' }, this.input);
     }
     if (this.form === 'choice') {
-      const made = choice(title(setting.name), setting.names.map(({ name, value }) => [value, readable(name)]),
+      const names = setting.names.every(({ name }) => Number(name) > 0)
+        ? [...setting.names].sort((a, b) => a.name - b.name) : setting.names;
+      const made = choice(title(setting.name), names.map(({ name, value }) => [value, readable(name)]),
         (value) => this.put(value));
       made.node.setAttribute('aria-describedby', this.note.id);
       this.showControl = made.show;
       return made.node;
     }
+    const number = this.form === 'number';
     this.input = element('input', {
-      type: 'range', min: setting.lowest, max: setting.highest, step: 1, id: newId(), ...described,
-      oninput: () => this.put(Number(this.input.value)),
+      type: number ? 'number' : 'range', min: setting.lowest, max: setting.highest, step: 1, id: newId(), ...described,
+      [number ? 'onchange' : 'oninput']: () => this.put(Number(this.input.value)),
     });
     this.label.htmlFor = this.input.id;
+    if (number) {
+      this.showControl = (value) => { this.input.value = value; };
+      return element('span', { className: 'control' }, this.input);
+    }
     this.showControl = (value) => {
       this.input.value = value;
-      this.input.ariaValueText = valueText(setting, value);
+      this.input.ariaValueText = `${valueText(setting, value)} ${quantityText(setting, value)}`.trim();
     };
     const mark = element('i', { className: 'initial', title: `initially ${valueText(setting, setting.initial)}` });
     mark.style.setProperty('--at', (setting.initial - setting.lowest) / (setting.highest - setting.lowest));
@@ -126,7 +158,7 @@ class Row {
     this.touched = performance.now();
     if (value !== undefined && this.showControl) {
       this.showControl(value);
-      this.text.textContent = valueText(this.setting, value);
+      this.text.replaceChildren(...shownValue(this.setting, value));
     }
     this.send(this.context.camera(), value);
   }
@@ -137,8 +169,8 @@ class Row {
     this.node.classList.add('sending');
     const progress = slow ? this.context.progress(this.progress, ONE_PUSH_SECONDS) : null;
     try {
-      const { result, stored } = await putSetting(camera, setting.name, value);
-      this.outcome(result, stored, value);
+      const { result, stored, text } = await putSetting(camera, setting.name, value);
+      this.outcome(result, stored, value, text);
       if (stored !== null && camera === this.context.camera()) {
         this.value = stored;
       }
@@ -155,12 +187,12 @@ class Row {
   }
 
   /** The library's own result, in place. */
-  outcome(result, stored, asked) {
+  outcome(result, stored, asked, text) {
     const { setting } = this;
-    if (result === 2) {
-      const kept = stored === asked;
-      this.tell(kept ? `Result 2: kept, takes effect in ${setting.modes_text}`
-        : `Result 2: not stored, takes effect in ${setting.modes_text}`, 'warn');
+    if (text !== undefined) {
+      this.tell(text || (setting.kind === 'action' ? 'Done.' : ''), result === 0 ? '' : result < 0 ? 'bad' : 'warn');
+    } else if (result === 2) {
+      this.tell(`Result 2: ${stored === asked ? 'stored' : 'not stored'}. ${this.reason}`, 'warn');
     } else if (result === 3) {
       this.tell('Result 3: the host applies styles itself', 'warn');
     } else if (result !== 0) {
@@ -191,7 +223,7 @@ class Row {
     const { setting } = this;
     if (this.showControl) {
       this.showControl(this.value);
-      this.text.textContent = this.form === 'slider' ? valueText(setting, this.value) : '';
+      this.text.replaceChildren(...(this.form === 'slider' ? shownValue(setting, this.value) : []));
     }
     this.node.classList.toggle('changed', setting.stored && this.value !== setting.initial);
   }
@@ -204,10 +236,8 @@ class Row {
     if (performance.now() - this.touched > 400) {
       this.showValue();
     }
-    const applies = covers(setting.modes, record, this.context.settings);
-    const without = setting.modes_text === 'none';
-    this.reason = applies || without ? '' : `only in ${setting.modes_text}`;
-    this.node.classList.toggle('unused', !applies && !without);
+    this.reason = hasNoEffect(setting) ? '' : reasonOf(setting, record, this.context.settings);
+    this.node.classList.toggle('unused', Boolean(this.reason) && setting.kind !== 'action');
     this.showNote();
   }
 }
@@ -286,7 +316,7 @@ export class Controls {
       progress: (bar, seconds) => this.progress(bar, seconds),
     };
     const pages = [
-      ...Object.entries(GROUPS).map(([group, text]) => [text, this.settingsPage(group)]),
+      ...Object.entries(TABS).map(([group, text]) => [text, this.settingsPage((of) => of === group)]),
       ['Scene', this.scenePage()],
       ['Tools', this.toolsPage()],
     ];
@@ -323,11 +353,11 @@ export class Controls {
     open(0);
   }
 
-  settingsPage(group) {
+  settingsPage(belongs) {
     const page = element('div', { className: 'page' });
     const idle = element('details', { className: 'group' }, element('summary', {}, 'Kept or accepted, without effect'));
     for (const setting of this.list.settings) {
-      if (setting.group !== group || setting.kind === 'none') {
+      if (!belongs(setting.group) || setting.kind === 'none') {
         continue;
       }
       const row = setting.name === 'style' ? new Styles(setting, this.context) : new Row(setting, this.context);
@@ -335,7 +365,7 @@ export class Controls {
       if (setting.name === 'style') {
         page.prepend(row.node);
       } else {
-        (setting.modes_text === 'none' ? idle : page).append(row.node);
+        (hasNoEffect(setting) ? idle : page).append(row.node);
       }
     }
     if (idle.children.length > 1) {
@@ -367,9 +397,9 @@ export class Controls {
         text === 'at once' ? text : `in ${text.slice(0, -1)} s`)));
     this.scene = choice('Scene', offers.scenes.map((name) => [name, title(name)]),
       (name) => this.command(`scene ${this.camera} ${name}`, note), 'pills tiles');
-    this.luminance = commandSlider('Luminance, cd/m²', { min: 0, max: 4.7, step: 0.05, value: 2 },
-      (value) => `scene ${this.camera} ${(10 ** value).toFixed(2)} ${over.value}`.trim(),
-      (value) => (value >= 3 ? `${(10 ** value / 1000).toFixed(1)} k` : String(Math.round(10 ** value))));
+    this.luminance = commandSlider('Luminance, cd/m²', { min: DARKEST, max: 4.7, step: 0.05, value: 2 },
+      (value) => `scene ${this.camera} ${luminanceAt(value)} ${over.value}`.trim(),
+      (value) => (value >= 3 ? `${(10 ** value / 1000).toFixed(1)} k` : String(luminanceAt(value))));
     this.light = commandSlider('Light, K', { min: 2000, max: 10000, step: 100, value: 5000 },
       (value) => `illuminant ${this.camera} ${value}`, (value) => String(value));
     this.zoom = commandSlider('Zoom', { min: 0, max: offers.zoom_longest, step: 50, value: 0 },
@@ -380,17 +410,12 @@ export class Controls {
       type: 'checkbox', className: 'switch', role: 'switch', id: newId(),
       onchange: () => this.command(`iris auto ${this.autoIris.checked ? 'on' : 'off'}`, note),
     });
-    const flicker = this.settings.get('antiflicker');
-    const mains = new Row(flicker, this.context);
-    mains.label.textContent = 'Mains frequency';
-    this.rows.push(mains);
     return element('div', { className: 'page' },
       section('Scene in front of the camera', this.scene.node),
       section('Light', this.luminance.node, simpleRow(element('span', { className: 'label' }, 'is reached'), over),
         this.light.node,
         simpleRow(element('span', { className: 'label' }, 'Lamp'), element('span', { className: 'buttons' },
-          ...offers.illuminants.map((name) => button(name, () => `illuminant ${this.camera} ${name}`)))),
-        mains.node),
+          ...offers.illuminants.map((name) => button(name, () => `illuminant ${this.camera} ${name}`))))),
       section('Lens of camera 0', this.zoom.node, this.iris.node,
         simpleRow(element('label', { className: 'label', htmlFor: this.autoIris.id }, 'Automatic iris'),
           element('span', { className: 'control' }, this.autoIris))),
@@ -432,10 +457,10 @@ export class Controls {
         calibrate('1. Measure D65', 'd65'), calibrate('2. Measure A', 'a'),
         element('div', { className: 'buttons' },
           element('button', { type: 'button', onclick: () => this.command('follow wb on', notes[0]) }, 'Follow camera 3'),
-          element('button', { type: 'button', onclick: () => this.command('follow wb off', notes[0]) }, 'Follow no more')),
+          element('button', { type: 'button', onclick: () => this.command('follow wb off', notes[0]) }, 'Stop following')),
         notes[0]),
       section('Make a call of the engine or host fail', names, field('Function', fault.name),
-        field('Its call, from now', fault.nth), field('Code', fault.code), field('And every later one', fault.always),
+        field('Its call, from now', fault.nth), field('Code', fault.code), field('And all later calls', fault.always),
         element('div', { className: 'buttons' },
           element('button', {
             type: 'button',
@@ -443,7 +468,8 @@ export class Controls {
               (fault.always.checked ? ' always' : ''), notes[1]),
           }, 'Inject'),
           element('button', { type: 'button', onclick: () => this.command('fault clear', notes[1]) }, 'Clear all')),
-        notes[1]));
+        notes[1]),
+      section('Other settings', ...this.settingsPage((group) => !(group in TABS)).children));
   }
 
   /** A bar that fills with simulated time. */
@@ -517,7 +543,7 @@ export class Controls {
     this.zoom.show(state.zoom_target);
     this.iris.show(state.iris_target);
     this.autoIris.checked = state.auto_iris;
-    this.luminance.show(Math.log10(Math.max(camera.luminance, 1)));
+    this.luminance.show(Math.max(Math.log10(camera.luminance), DARKEST));
     this.scene.show(camera.scene);
   }
 }
