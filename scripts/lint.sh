@@ -2,7 +2,15 @@
 # Checks how the code is written: clang-format everywhere, clang-tidy on the library and the simulator, shellcheck on
 # the scripts. The tools are named with their version, on which their results depend.
 #   scripts/lint.sh [FOLDER...]      clang-tidy in these folders alone; takes the compile commands of build/release
+#   scripts/lint.sh --staged         no clang-tidy, and only files that the next commit changes; works as a commit hook
 set -euo pipefail
+if [[ ${1-} == --staged || $0 == */pre-commit ]]; then
+    cd "$(git rev-parse --show-toplevel)"
+    changed() { git diff --cached --name-only --diff-filter=d -z -- "$@"; }
+    changed '*.c' '*.cpp' '*.h' ':!*/vendor/*' | xargs -0 -r clang-format-19 --dry-run --Werror
+    changed '*.sh' .ci/run | xargs -0 -r shellcheck --severity=warning
+    exec git diff --cached --check
+fi
 cd "$(dirname "$0")/.."
 build=build/release
 if (($# == 0)); then
