@@ -2,7 +2,7 @@
 # Counts the instructions of the library's own code, without engine, host and C library, in one call of each setter,
 # as valgrind executes them; the same at every run of one build.
 #   scripts/count-instructions.sh            prints the table
-#   scripts/count-instructions.sh --update   writes it to tests/golden/instructions.txt
+#   scripts/count-instructions.sh --update   writes it to tests/golden/instructions.txt (scripts/update.sh instructions)
 #   scripts/count-instructions.sh --check    fails when a setter needs over a tenth more than the table there says
 # BUILD=FOLDER takes another build than that of the preset `bench`.
 set -euo pipefail

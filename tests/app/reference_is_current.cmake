@@ -2,7 +2,7 @@
 execute_process(COMMAND ${PROGRAM} --reference OUTPUT_VARIABLE printed RESULT_VARIABLE status)
 file(READ ${PAGE} kept)
 if(NOT status EQUAL 0 OR NOT printed STREQUAL kept)
-  message(FATAL_ERROR "${PAGE} is out of date: isp-sim --reference > docs/settings.md")
+  message(FATAL_ERROR "${PAGE} is out of date: scripts/update.sh settings")
 endif()
 
 # Each setting's row names the file with its setter.

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The exported functions, variables and their types are those of abi/isp_ctrl.abi, which was made for x86-64. On
-# another processor all but the C library's own types must be the same. After a wanted change: scripts/update-abi.sh.
+# another processor all but the C library's own types must be the same. After a wanted change: scripts/update.sh abi.
 #   check_abi.sh LIBRARY PROCESSOR
 set -euo pipefail
 library=$1
