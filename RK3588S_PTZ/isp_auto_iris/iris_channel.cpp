@@ -1,6 +1,7 @@
 // The channel of iris commands: the sender to the lens service, and two flags that the host keeps here.
 #include "isp_auto_iris.h"
 #include "isp_ctrl/core/atomic.h"
+#include "isp_ctrl/core/close_on_exec.h"
 #include "isp_ctrl/core/seam.h"
 #include "isp_ctrl/core/trace.h"
 
@@ -32,11 +33,12 @@ int set_auto_iris(iris_ctrl_param_t* param)
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = inet_addr("127.0.0.1");
     address.sin_port = htons(isp::seam.lens_service_port);
-    const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
     if (fd < 0) {
         ISP_TRACE(__func__, "socket error\n\n");
         return -1;
     }
+    isp::close_on_exec(fd);
     unsigned char datagram[kDatagramSize] = {};
     std::memcpy(datagram, kHeader, sizeof kHeader);
     std::memcpy(datagram + sizeof kHeader, param, sizeof *param);

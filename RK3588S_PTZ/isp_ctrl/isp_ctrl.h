@@ -14,8 +14,8 @@
  * - A camera without an engine (never started, or released): the level is stored, the trace "aiq ctx error" is
  *   written, result 0. A stopped engine still takes settings.
  * - Threads: "any thread" means from any thread, without a lock of the caller's. Engines may be started and released
- *   while other threads change settings and while the library's own threads run: a release waits for the engine calls
- *   under way, and calls that come later find no engine. Do not call rk_isp_* while you hold the engine lock,
+ *   while other threads change settings and while the library's own threads run: a release stops the engine, waits for
+ *   the engine calls under way, and calls that come later find no engine. Do not call rk_isp_* while you hold the engine lock,
  *   rkipc_get_ctx_mtx(); every other function is safe.
  * - Settings that share a block of the engine: each setter reads the block, changes its own fields and writes it back.
  *   Two threads that do so at once with one camera lose one of the changes: the store holds it, the engine does not.
@@ -30,7 +30,9 @@
  *   - shading, nr2d
  * - The host's functions are called on the caller's thread or on a thread of the library's. They must not call back
  *   into the library. para_set_isp_exposure_mode_cur(), Uvc_Query_Zoom_Position() and the log functions are called with
- *   a lock of the library's held and must not wait for a call of the library on another thread either.
+ *   a lock of the library's held and must not wait for a call of the library on another thread either: a lock that
+ *   para_set_isp_exposure_mode_cur() takes must not be held, recursive or not, by a thread that calls
+ *   KIV_Set_exposure_mode(), KIV_Set_style(), KIV_load_isp_para() or cam_ae_follow_pano_thread().
  * - A thread within a call must not be cancelled or leave it by longjmp(). After fork() a child may only exec or exit.
  *   All signals are blocked in the library's own threads.
  */
@@ -383,7 +385,8 @@ extern ISP_API int rkipc_aiq_use_group;
 extern ISP_API pthread_mutex_t g_aiq_mtx;
 /** Working mode chosen for each camera at its last start. */
 extern ISP_API rk_aiq_working_mode_t g_WDRMode[8];
-/** Directory of the engine's tuning files, as the last camera start set it. Written under g_aiq_mtx. */
+/** Directory of the engine's tuning files, as the last camera start set it; "/etc/iqfiles" at load. Engines are handed
+ * this array itself and may read it at any later time. Written under g_aiq_mtx. */
 extern ISP_API char g_iq_file_dir_[256];
 
 /**@{*/
@@ -397,15 +400,16 @@ extern ISP_API const uint8_t AE_bottom_Weight_GridWeights[225]; /**< no metering
 extern ISP_API int sensor_vpss_group[4];
 
 /**@{*/
-/** Tone curves: 49 points, output 0 to 4095. No level selects gamma_1_1 and gamma_1_3. */
-extern ISP_API const uint16_t gamma_1_1[49];
-extern ISP_API const uint16_t gamma_1_2[49];
-extern ISP_API const uint16_t gamma_1_3[49];
-extern ISP_API const uint16_t gamma_1_4[49];
-extern ISP_API const uint16_t gamma_1_5[49];
-extern ISP_API const uint16_t gamma_1_6[49];
-extern ISP_API const uint16_t gamma_ext[49];
-extern ISP_API const uint16_t gamma_haisi[49];
+/** Tone curves: 49 points, output 0 to 4095. No level selects gamma_1_1 and gamma_1_3. A host may change points while no
+ * other thread calls KIV_Set_gamma(); the next call sends them. */
+extern ISP_API uint16_t gamma_1_1[49];
+extern ISP_API uint16_t gamma_1_2[49];
+extern ISP_API uint16_t gamma_1_3[49];
+extern ISP_API uint16_t gamma_1_4[49];
+extern ISP_API uint16_t gamma_1_5[49];
+extern ISP_API uint16_t gamma_1_6[49];
+extern ISP_API uint16_t gamma_ext[49];
+extern ISP_API uint16_t gamma_haisi[49];
 /**@}*/
 
 /** A set of white-balance gains kept for the host, at load red 2.0839, green 1.0 and blue 2.0185; the library neither
@@ -426,8 +430,8 @@ extern ISP_API rk_aiq_wb_gain_t gs_wb_gain;
  *   the prepared engine, so that rk_isp_deinit() can release it; after a failed initialisation or prepare it has
  *   none. A refused call leaves its engine as it was.
  *
- * Any thread; takes the engine lock, but not around the engine's own initialisation: two starts of the same camera are
- * the caller's to order. Sets the process's environment variable HDR_MODE with setenv(), which must not run beside
+ * Any thread; takes the engine lock, but not around the engine's own initialisation: two starts of the same camera, or
+ * of cameras with different directories, are the caller's to order. Sets the process's environment variable HDR_MODE with setenv(), which must not run beside
  * another thread's use of the environment.
  */
 ISP_API int rk_isp_init(int cam_id, char* iqfile_path);
@@ -456,7 +460,7 @@ ISP_API int rk_isp_stop(int cam_id);
 ISP_API int rk_isp_resume(int cam_id);
 
 /**
- * Stops and releases a camera's engine, once the engine calls of other threads that use it have returned.
+ * Stops a camera's engine and releases it once the engine calls of other threads that use it have returned.
  * @param cam_id camera, 0 to 7
  * @retval 0 released, or there was no engine
  * @retval -1 bad id
@@ -505,7 +509,7 @@ ISP_API int rk_isp_init_group_start(int group_id);
 ISP_API int rk_isp_init_group_stop(int group_id);
 
 /**
- * Stops and destroys a group, once the engine calls of other threads that use it have returned. Settings are still
+ * Stops a group and destroys it once the engine calls of other threads that use it have returned. Settings are still
  * addressed to groups until the next rk_isp_init().
  * @param group_id group, 0 to 7
  * @retval 0 destroyed, whatever the engine returned
@@ -551,7 +555,8 @@ ISP_API int get_isp_switch(int isp_id);
  * @retval ISP_UNFIT LOW_LIGHT or a mode without a name (stored all the same)
  * @retval -1 bad id
  *
- * Any thread. The first call of the process also applies the stored DRC level.
+ * Any thread, but none that holds a lock which the store takes: the mode is stored under the lock of exposure following.
+ * The first call of the process also applies the stored DRC level.
  */
 ISP_API int KIV_Set_exposure_mode(int isp_id, Exposure_Mode_E value);
 
@@ -877,7 +882,8 @@ ISP_API int KIV_Set_sharpness(int isp_id, Sharpness_E value);
 
 /** Loads a tone curve: a Gamma_Level_E; otherwise as KIV_Set_sharpness().
  * @retval 0 applied, or stored without an engine
- * @retval -1 bad id, or the engine failed (the level is stored) */
+ * @retval -1 bad id, a level above 5 that the store's maximum allows (neither is stored), or the engine failed (the
+ *   level is stored) */
 ISP_API int KIV_Set_gamma(int isp_id, Gamma_Level_E value);
 
 /** Sets the dynamic range compression: level 0 to 8, gain 1.0 to 2.2; above the store's maximum, and negative,

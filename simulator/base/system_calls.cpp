@@ -1,5 +1,6 @@
 // Calls of the system, for an executable that links sim_system: recorded under their own names and taking faults like
-// every simulated call. To open(), read(), write() and unlink() a positive code is the errno of the failure, a negative
+// every simulated call. The record's value holds the flags of open(), the type of socket() and the mode of fopen() and
+// popen(), whose first character is its lowest byte; its id is the protocol of socket(). To open(), read(), write() and unlink() a positive code is the errno of the failure, a negative
 // one lets a read or write transfer only so many bytes; the others fail whatever the code. No process is started and
 // nothing is sent: popen() returns the name of a lens, sendto() drops the datagram.
 #include "base/calls.h"
@@ -10,6 +11,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <pthread.h>
+#include <string_view>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -19,9 +21,9 @@ namespace
 
 /// What a call does under the fault that takes it, if one does.
 template <typename Real>
-auto watched(const char* function, std::size_t count, Real real)
+auto watched(const char* function, std::size_t count, Real real, long value = 0)
 {
-    const int code = sim::note_call(function);
+    const int code = sim::note_call(function, -1, value);
     if (code > 0) {
         errno = code;
         return decltype(real(count)){-1};
@@ -30,11 +32,19 @@ auto watched(const char* function, std::size_t count, Real real)
 }
 
 /// Whether a fault takes the call; errno then says so.
-bool fails(const char* function, int error)
+bool fails(const char* function, int error, int id = -1, long value = 0)
 {
-    const bool struck = sim::note_call(function) != 0;
+    const bool struck = sim::note_call(function, id, value) != 0;
     errno = struck ? error : errno;
     return struck;
+}
+
+/// A mode as a number: 'r' for "r", 'r' + 256 * 'e' for "re".
+long number_of(std::string_view mode)
+{
+    long number = 0;
+    std::for_each(mode.rbegin(), mode.rend(), [&](char c) { number = number * 256 + c; });
+    return number;
 }
 
 } // namespace
@@ -56,7 +66,7 @@ int __wrap_open(const char* path, int flags, ...)
     va_start(arguments, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    return watched("open", 0, [=](std::size_t) { return __real_open(path, flags, mode); });
+    return watched("open", 0, [=](std::size_t) { return __real_open(path, flags, mode); }, flags);
 }
 
 ssize_t __wrap_read(int fd, void* buf, std::size_t count)
@@ -76,13 +86,13 @@ int __wrap_unlink(const char* path)
 
 std::FILE* __wrap_fopen(const char* path, const char* mode)
 {
-    return fails("fopen", EIO) ? nullptr : __real_fopen(path, mode);
+    return fails("fopen", EIO, -1, number_of(mode)) ? nullptr : __real_fopen(path, mode);
 }
 
-std::FILE* __wrap_popen(const char*, const char*)
+std::FILE* __wrap_popen(const char*, const char* mode)
 {
     static char answer[] = "SR1053-50IRC-8M-F20\n";
-    return fails("popen", ENOMEM) ? nullptr : fmemopen(answer, sizeof answer - 1, "r");
+    return fails("popen", ENOMEM, -1, number_of(mode)) ? nullptr : fmemopen(answer, sizeof answer - 1, "r");
 }
 
 int __wrap_pclose(std::FILE* pipe)
@@ -97,7 +107,7 @@ void* __wrap_mmap(void* address, std::size_t size, int protection, int flags, in
 
 int __wrap_socket(int domain, int type, int protocol)
 {
-    return fails("socket", EMFILE) ? -1 : __real_socket(domain, type, protocol);
+    return fails("socket", EMFILE, protocol, type) ? -1 : __real_socket(domain, type, protocol);
 }
 
 ssize_t __wrap_sendto(int, const void*, std::size_t size, int, const sockaddr*, socklen_t)

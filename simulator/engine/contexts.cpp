@@ -179,6 +179,7 @@ Context* create_context(const char* function, std::span<const int> sensors, bool
     }
     r.configurations[index_of(*context)] = {.sensors{sensors.begin(), sensors.end()},
                                             .iq_directory = iq_directory ? iq_directory : "",
+                                            .iq_directory_at = iq_directory,
                                             .main_scene = r.scenes[static_cast<std::size_t>(sensors.front())].main,
                                             .sub_scene = r.scenes[static_cast<std::size_t>(sensors.front())].sub};
 
@@ -262,6 +263,7 @@ void set_iq_directory(const Context& context, const char* directory)
     Registry& r = registry();
     const std::lock_guard lock(r.mutex);
     r.configurations[index_of(context)].iq_directory = directory;
+    r.configurations[index_of(context)].iq_directory_at = directory;
 }
 
 void set_working_mode(const Context& context, rk_aiq_working_mode_t mode)

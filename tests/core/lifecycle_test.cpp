@@ -49,6 +49,7 @@ TEST_F(Lifecycle, AStartWalksTheEngineToRunning)
     const sim::engine::Configuration set_up = sim::engine::configuration(rkipc_aiq_get_ctx(kCamera));
     EXPECT_THAT(set_up.sensors, ElementsAre(kCamera));
     EXPECT_EQ(set_up.iq_directory, kDirectory);
+    EXPECT_EQ(set_up.iq_directory_at, g_iq_file_dir_); // it may read it later
     EXPECT_EQ(set_up.main_scene + " " + set_up.sub_scene, "normal day");
     EXPECT_EQ(set_up.mode, RK_AIQ_WORKING_MODE_NORMAL);
 }
@@ -191,17 +192,16 @@ TEST_F(Lifecycle, AnUpdateReloadsFromTheLastDirectory)
     EXPECT_EQ(rk_isp_update(kCamera), 0);
 }
 
-// Cameras started, used and stopped from threads of their own at the same time.
+// Cameras started, used and stopped from threads of their own at the same time, all with one directory.
 TEST_F(Lifecycle, EightCamerasStartAndStopAtOnce)
 {
     std::vector<std::thread> cameras;
     std::atomic<int> wrong{0};
     for (int camera = 0; camera < 8; ++camera) {
         cameras.emplace_back([camera, &wrong] {
-            std::string directory = "/iq/" + std::to_string(camera);
             for (int round = 0; round < 25; ++round) {
-                bool good = rk_isp_init(camera, directory.data()) == 0;
-                good &= sim::engine::configuration(rkipc_aiq_get_ctx(camera)).iq_directory == directory;
+                bool good = rk_isp_init(camera, kDirectory) == 0;
+                good &= sim::engine::configuration(rkipc_aiq_get_ctx(camera)).iq_directory == kDirectory;
                 good &= KIV_Set_hue(camera, HUE_E{camera}) == 0;
                 good &= held<acp_attrib_t>(camera).hue == 100 + 4 * camera;
                 good &= rk_isp_update(camera) == 0 && rk_isp_stop(camera) == 0;

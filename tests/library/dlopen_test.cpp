@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <cstdarg>
@@ -31,7 +30,8 @@ namespace
 std::mutex mutex;
 std::condition_variable noted;
 std::vector<std::string> notes;     // what the process asked of the system, oldest first
-std::atomic<int> closed_on_exec{1}; // all files, pipes and sockets so far
+std::atomic<int> closed_on_exec{1}; // all files, pipes and sockets of the library's so far
+FILE* lent = nullptr;               // for a stream that the library opens
 
 void note(const std::string& text)
 {
@@ -48,6 +48,11 @@ bool asked_for(const std::string& text)
                           [&] { return std::find(notes.begin(), notes.end(), text) != notes.end(); });
 }
 
+void judge(int fd)
+{
+    closed_on_exec &= (fcntl(fd, F_GETFD) & FD_CLOEXEC) != 0 ? 1 : 0;
+}
+
 template <typename Function>
 Function* next_definition(const char* name)
 {
@@ -56,7 +61,7 @@ Function* next_definition(const char* name)
 
 } // namespace
 
-// The program's own definitions come before the C library's. Nothing is opened or run, and waits are over at once.
+// The program's own definitions come before the C library's. Nothing is run or sent, and waits are over at once.
 extern "C" {
 int open(const char* path, int flags, ...)
 {
@@ -71,24 +76,40 @@ int open(const char* path, int flags, ...)
 
 FILE* fopen(const char* path, const char* mode)
 {
-    note(path);
-    closed_on_exec &= std::strchr(mode, 'e') != nullptr ? 1 : 0;
-    return next_definition<FILE*(const char*, const char*)>("fopen")(path, mode);
+    note(path + std::string(", ") + mode);
+    return std::strstr(path, "otp") != nullptr ? lent = tmpfile()
+                                               : next_definition<FILE*(const char*, const char*)>("fopen")(path, mode);
 }
 
 FILE* popen(const char* command, const char* mode)
 {
-    note(command);
-    closed_on_exec &= std::strchr(mode, 'e') != nullptr ? 1 : 0;
-    errno = ENOENT;
-    return nullptr;
+    note(command + std::string(", ") + mode);
+    return lent = tmpfile();
+}
+
+int fclose(FILE* stream)
+{
+    if (stream == lent) {
+        judge(fileno(stream));
+    }
+    return next_definition<int(FILE*)>("fclose")(stream);
+}
+
+int pclose(FILE* pipe)
+{
+    return fclose(pipe);
 }
 
 int socket(int domain, int type, int protocol)
 {
-    note("socket");
-    closed_on_exec &= (type & SOCK_CLOEXEC) != 0 ? 1 : 0;
+    note(domain == AF_INET && type == SOCK_DGRAM && protocol == 0 ? "socket of UDP" : "another socket");
     return next_definition<int(int, int, int)>("socket")(domain, type, protocol);
+}
+
+ssize_t sendto(int fd, const void*, size_t size, int, const sockaddr*, socklen_t)
+{
+    judge(fd);
+    return static_cast<ssize_t>(size);
 }
 
 unsigned sleep(unsigned seconds)
@@ -153,10 +174,10 @@ TEST_F(LoadedLibrary, ReachesForTheCamerasOwnPlaces)
     LOADED(set_auto_iris)(&command);
     ASSERT_EQ(LOADED(init_auto_iris_control)(LOADED(set_auto_iris)), 0);
 
-    for (const char* place : {"/data/wb.dat", "/nvdata/shading.data", "/proc/otp_eeprom-7-50",
+    for (const char* place : {"/data/wb.dat", "/nvdata/shading.data", "/proc/otp_eeprom-7-50, r",
                               "/usr/bin/vendor_storage -r VENDOR_CUSTOM_ID_1A -t string | grep \"VENDOR_CUSTOM_ID\" | "
-                              "sed 's/.*VENDOR_CUSTOM_ID://'",
-                              "socket", "sleep 9", "/dev/sm_af_iris_value"}) {
+                              "sed 's/.*VENDOR_CUSTOM_ID://', r",
+                              "socket of UDP", "sleep 9", "/dev/sm_af_iris_value"}) {
         EXPECT_TRUE(asked_for(place)) << place;
     }
     EXPECT_EQ(closed_on_exec, 1);

@@ -111,8 +111,8 @@ double processor_time()
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
-// The slot is empty at once, the engine is released when the call has returned. Another setting meanwhile finds no
-// engine and does not wait.
+// The engine is stopped and the slot emptied at once, the engine is released when the call has returned. Another setting
+// meanwhile finds no engine and does not wait.
 TEST_F(Release, WaitsForTheCallUnderWay)
 {
     for (const Way& way : kWays) {
@@ -127,10 +127,11 @@ TEST_F(Release, WaitsForTheCallUnderWay)
         sim::at_call("rk_aiq_user_api2_acp_GetAttrib", 1, [&] {
             const void* const context = rkipc_aiq_get_ctx(kCamera);
             inside.set_value();
+            EXPECT_TRUE(eventually([&] { return way.fails || sim::engine::life(context) == Life::stopped; }));
             EXPECT_TRUE(eventually([] { return rkipc_aiq_get_ctx(kCamera) == nullptr; }));
             EXPECT_EQ(KIV_Set_contrast(kCamera, Contrast_E{3}), 0);
             std::this_thread::sleep_for(std::chrono::milliseconds(30));
-            EXPECT_EQ(sim::engine::life(context), way.fails ? Life::initialised : Life::running);
+            EXPECT_EQ(sim::engine::life(context), way.fails ? Life::initialised : Life::stopped);
         });
         const auto begin = [&] {
             setting = std::thread([] { EXPECT_EQ(KIV_Set_hue(kCamera, HUE_E{9}), 0); });
@@ -217,8 +218,24 @@ constexpr int (*kLifecycle[])() = {
     [] { return rk_isp_init(0, nullptr); },
 };
 
+std::atomic<bool> steps_taken; // of the lifecycle
+
+/// An engine call that returns only when its engine is stopped, as one that waits for a frame.
+void call_until_the_stop()
+{
+    sim::at_call("rk_aiq_user_api2_acp_SetAttrib", 1, [] {
+        const void* const context = rkipc_aiq_get_ctx(0);
+        while (sim::engine::life(context) == Life::running && !steps_taken) {
+            std::this_thread::sleep_for(std::chrono::microseconds(50));
+        }
+    });
+    KIV_Set_hue(0, HUE_E{3});
+    sim::clear_faults();
+}
+
 float figure[6];
 constexpr void (*kCalls[])() = {
+    call_until_the_stop,
     [] { KIV_Set_hue(0, HUE_E{3}); },
     [] { KIV_Set_wb_mode(0, TEMPERATURE); },
     [] { KIV_Set_nr2d(0, NR2D_AUTO); },
@@ -240,9 +257,12 @@ TEST_F(Release, NothingWaitsForever)
     alarm(100); // a hang ends the process
     for (void (*call)() : kCalls) {
         for (const bool locked : {false, true}) {
-            std::atomic<bool> ended = false;
+            if (locked && call == call_until_the_stop) {
+                continue; // no stop comes then
+            }
+            steps_taken = false;
             std::thread caller([&] {
-                while (!ended) {
+                while (!steps_taken) {
                     if (locked) {
                         pthread_mutex_lock(rkipc_get_ctx_mtx());
                     }
@@ -256,7 +276,7 @@ TEST_F(Release, NothingWaitsForever)
             for (int (*step)() : kLifecycle) {
                 step();
             }
-            ended = true;
+            steps_taken = true;
             caller.join();
         }
     }

@@ -20,10 +20,10 @@ namespace
 /// Stops and destroys a group, if it exists.
 void destroy_group(int group_id) ISP_REQUIRES(isp::engine_mutex)
 {
-    rk_aiq_camgroup_ctx_t* ctx = isp::take_group(group_id);
+    rk_aiq_camgroup_ctx_t* ctx = isp::shared_get(g_camera_group_ctx[group_id]);
     if (ctx != nullptr) {
         rk_aiq_uapi2_camgroup_stop(ctx);
-        rk_aiq_uapi2_camgroup_destroy(ctx);
+        rk_aiq_uapi2_camgroup_destroy(isp::take_group(group_id));
     }
 }
 

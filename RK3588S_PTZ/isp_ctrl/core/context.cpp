@@ -10,7 +10,7 @@ rk_aiq_camgroup_ctx_t* g_camera_group_ctx[isp::kCameras];
 int rkipc_aiq_use_group;
 pthread_mutex_t g_aiq_mtx = PTHREAD_MUTEX_INITIALIZER;
 rk_aiq_working_mode_t g_WDRMode[isp::kCameras];
-char g_iq_file_dir_[256];
+char g_iq_file_dir_[256] = "/etc/iqfiles";
 
 namespace
 {

@@ -1,12 +1,15 @@
 // Engine calls and the release of a context keep out of each other's way: no context is released while a call uses it.
 //
-// A call counts itself in and out at the slot where it found the context. A release first empties the slot, so that new
-// calls find no context, and then sleeps until the calls under way have counted themselves out.
+// A call counts itself in and out at the slot where it found the context. A release stops the engine, empties the slot,
+// so that new calls find no context, and sleeps until the calls under way have counted themselves out; then it releases
+// the context. A call may find the engine stopped, as it may after rk_isp_stop().
 //
 // Why nothing can deadlock: a counted call makes one engine call and nothing else. It takes no lock and calls nothing
-// of the host's, so it ends when the engine function does. A release waits with the engine lock held, and no counted
+// of the host's, so it ends when the engine function does, at the latest when the engine has stopped: a Set may wait
+// for a frame. A release waits with the engine lock held, and no counted
 // call waits for that lock: setters, queries, the iris loop and the white-balance functions never take it; exposure
-// following, and a host that holds it around a setter, have it before they count, and then no release is waiting.
+// following, and a host that holds it around a setter, have it before they count, and then no release is waiting (nor
+// stopping the engine: of their calls the engine must not keep one until it stops).
 // Calls that find the slot empty do not count, so they cannot keep a release waiting. A call that found a group's
 // context is counted at the group's slot, whatever becomes of rkipc_aiq_use_group, and one that found a
 // camera's at the camera's; a release waits for one slot only.

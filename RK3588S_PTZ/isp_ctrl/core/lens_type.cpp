@@ -1,6 +1,7 @@
 // Lens type: which lens is fitted, by the model name in the board's vendor storage, read afresh at every call.
 // Setting a lens type is accepted, without effect.
 #include "isp_ctrl.h"
+#include "isp_ctrl/core/close_on_exec.h"
 #include "isp_ctrl/core/lock.h"
 #include "isp_ctrl/core/seam.h"
 #include "isp_ctrl/core/trace.h"
@@ -30,11 +31,12 @@ void keep_name(const char* line) ISP_REQUIRES(lens_type_mtx)
 
 int KIV_Get_Len_Types(void)
 {
-    std::FILE* pipe = popen(isp::seam.lens_command, "re");
+    std::FILE* pipe = popen(isp::seam.lens_command, "r");
     char line[256] = {};
     if (pipe == nullptr) {
         ISP_TRACE(__func__, "Failed to run awk command.\n\n");
     } else {
+        isp::close_on_exec(fileno(pipe));
         if (std::fgets(line, sizeof line, pipe) == nullptr) {
             line[0] = '\0';
         }

@@ -19,10 +19,10 @@ constexpr char kHdrMode[] = "norm"; // "HDR2" would select the HDR working mode
 /// Stops and releases a camera's engine, if it has one.
 void release_engine(int cam_id) ISP_REQUIRES(isp::engine_mutex)
 {
-    rk_aiq_sys_ctx_t* ctx = isp::take_camera(cam_id);
+    const rk_aiq_sys_ctx_t* ctx = isp::shared_get(g_aiq_ctx[cam_id]);
     if (ctx != nullptr) {
         rk_aiq_uapi2_sysctl_stop(ctx, false);
-        rk_aiq_uapi2_sysctl_deinit(ctx);
+        rk_aiq_uapi2_sysctl_deinit(isp::take_camera(cam_id));
     }
 }
 
@@ -118,7 +118,7 @@ int rk_isp_init(int cam_id, char* iqfile_path)
 {
     ISP_TRACE(__func__, "cam_id is %d, iqfiles:%s\n\n", cam_id, iqfile_path != nullptr ? iqfile_path : "(null)");
 
-    // A copy of its own, so that a start of another camera cannot change it under this one.
+    // The path may be g_iq_file_dir_ itself.
     char directory[sizeof g_iq_file_dir_] = {};
     const char* wanted = iqfile_path != nullptr ? iqfile_path : kDefaultIqDirectory;
     const std::size_t length = strnlen(wanted, sizeof directory);
@@ -131,7 +131,9 @@ int rk_isp_init(int cam_id, char* iqfile_path)
     isp::shared_set(rkipc_aiq_use_group, 0);
     {
         const isp::EngineLock lock;
-        std::memcpy(g_iq_file_dir_, directory, sizeof directory);
+        if (std::memcmp(g_iq_file_dir_, directory, sizeof directory) != 0) { // engines may be reading it
+            std::memcpy(g_iq_file_dir_, directory, sizeof directory);
+        }
     }
     ISP_TRACE(__func__, "g_iq_file_dir_ is %s iqfile path:%s\n\n", directory,
               iqfile_path != nullptr ? iqfile_path : "(null)");
@@ -139,7 +141,7 @@ int rk_isp_init(int cam_id, char* iqfile_path)
     ISP_TRACE(__func__, "cam_id is %d, hdr_mode is %s\n\n", cam_id, kHdrMode);
     const rk_aiq_working_mode_t mode =
         std::strcmp(kHdrMode, "HDR2") == 0 ? RK_AIQ_WORKING_MODE_ISP_HDR2 : RK_AIQ_WORKING_MODE_NORMAL;
-    int ret = sample_common_isp_init(cam_id, mode, directory);
+    int ret = sample_common_isp_init(cam_id, mode, g_iq_file_dir_);
     ret |= sample_common_isp_run(cam_id);
     return ret;
 }

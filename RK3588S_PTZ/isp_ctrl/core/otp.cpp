@@ -1,5 +1,6 @@
 // The board's one-time-programmable flag, which tells the host which of two plans to follow.
 #include "isp_ctrl.h"
+#include "isp_ctrl/core/close_on_exec.h"
 #include "isp_ctrl/core/seam.h"
 #include "isp_ctrl/core/trace.h"
 
@@ -8,11 +9,12 @@
 
 int getreadotp(void)
 {
-    std::FILE* file = std::fopen(isp::seam.otp_file, "re");
+    std::FILE* file = std::fopen(isp::seam.otp_file, "r");
     if (file == nullptr) {
         ISP_TRACE(__func__, "erro dont open！\n\n");
         return 1;
     }
+    isp::close_on_exec(fileno(file));
     int flag = 0;
     char line[100];
     while (std::fgets(line, sizeof line, file) != nullptr) {
