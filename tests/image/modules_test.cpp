@@ -150,7 +150,7 @@ TEST_F(Modules, AToneLevelLoadsItsCurve)
         {6, gamma_ext, 5},
         {-1, gamma_1_4, 0},
     };
-    rk_aiq_gamma_attrib_V2_t expected = sim::engine::initial<rk_aiq_gamma_attrib_V2_t>();
+    auto expected = sim::engine::initial<rk_aiq_gamma_attrib_V2_t>();
     expected.atrrV30.mode = GAMMA_MODE_MANUAL;
     expected.atrrV30.stManual.Gamma_en = true;
     expected.atrrV30.stManual.Gamma_out_offset = 0;
@@ -160,6 +160,20 @@ TEST_F(Modules, AToneLevelLoadsItsCurve)
         EXPECT_EQ(stored(kCamera, "gamma"), c.stored);
         std::ranges::copy(c.curve, expected.atrrV30.stManual.Gamma_curve);
         expect_engine(kCamera, expected);
+    }
+
+    // A host may draw a curve of its own.
+    gamma_1_4[48] = 4000;
+    expected.atrrV30.stManual.Gamma_curve[48] = 4000;
+    EXPECT_EQ(KIV_Set_gamma(kCamera, ISP_GAMMA_0_48), 0);
+    gamma_1_4[48] = 4095;
+    expect_engine(kCamera, expected);
+
+    // A level without a curve that the store's maximum lets pass is neither stored nor sent.
+    sim::host::set_maximum(setting("gamma"), 7);
+    for (const int level : {6, 7, INT_MAX}) {
+        EXPECT_THAT(names_of_calls([&] { EXPECT_EQ(KIV_Set_gamma(kCamera, Gamma_Level_E{level}), -1); }),
+                    testing::Each(testing::Eq("para_get_isp_gamma_max")));
     }
 }
 
