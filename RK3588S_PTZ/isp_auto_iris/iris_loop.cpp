@@ -23,8 +23,6 @@ namespace
 
 constexpr unsigned kStartDelay = 9;  // seconds
 constexpr useconds_t kCycle = 32000; // microseconds
-constexpr int kStoreRecord = 0;
-constexpr int kLensCalibrationEnds = 4;
 
 isp::Mutex start_mtx;
 pthread_t g_auto_iris_ctrlProcPid ISP_GUARDED_BY(start_mtx) = 0; // never cleared: one thread per process
@@ -119,12 +117,12 @@ void auto_iris_control_main(void)
     AeInfo ae;
     for (;;) {
         isp::seam.usleep(kCycle);
-        const int antiflicker = para_get_isp_antiflicker_cur(kStoreRecord);
-        const int mode = para_get_isp_exposure_mode_cur(kStoreRecord);
+        const int antiflicker = para_get_isp_antiflicker_cur(isp::kModeCamera);
+        const int mode = para_get_isp_exposure_mode_cur(isp::kModeCamera);
         if (mode == MANUAL_EXPOSURE || mode == IRIS_PRIORITY) {
             continue; // the iris is set by hand
         }
-        if (get_lens_calibration_flag() == kLensCalibrationEnds) {
+        if (get_lens_calibration_flag() == isp::kLensCalibrationEnds) {
             break;
         }
         const isp::iris::AeFigures figures = query_figures(__func__, ae);

@@ -21,8 +21,8 @@ constexpr int kSmartExposureIris = 690;
 struct Cycle {
     LoopState& state;
     int cur_iris;
-    int AUTO_MAX_IRIS;
-    int AUTO_MIN_IRIS;
+    int max_iris;
+    int min_iris;
     AeFigures ae;
     int stop_cfa_luma;
     int start_cfa_luma;
@@ -53,7 +53,7 @@ void set_steps(LoopState& state, int steps)
 void move_relatively(const Cycle& c)
 {
     c.state.command.toDst = 0;
-    c.state.command.dstIris = static_cast<short>(c.AUTO_MAX_IRIS);
+    c.state.command.dstIris = static_cast<short>(c.max_iris);
 }
 
 void go_to(LoopState& state, int position)
@@ -73,11 +73,11 @@ void close_iris(const Cycle& c)
     LoopState& s = c.state;
     s.auto_iris_flag = kClosing;
     count_cycle(c);
-    if (c.cur_iris <= c.AUTO_MIN_IRIS) {
+    if (c.cur_iris <= c.min_iris) {
         s.auto_iris_flag = kClosingEnded;
         set_steps(s, 0);
     } else if (s.count >= kCountCap) {
-        set_steps(s, -s.IRIS_STEP);
+        set_steps(s, -s.step);
     }
 }
 
@@ -86,13 +86,13 @@ void open_iris(const Cycle& c)
     LoopState& s = c.state;
     s.auto_iris_flag = kOpening;
     count_cycle(c);
-    if (c.cur_iris >= c.AUTO_MAX_IRIS) {
+    if (c.cur_iris >= c.max_iris) {
         s.auto_iris_flag = kOpeningEnded;
         set_steps(s, 0);
-    } else if (c.cur_iris > c.AUTO_MAX_IRIS - s.IRIS_STEP) {
-        set_steps(s, c.AUTO_MAX_IRIS - c.cur_iris);
+    } else if (c.cur_iris > c.max_iris - s.step) {
+        set_steps(s, c.max_iris - c.cur_iris);
     } else if (s.count >= kCountCap) {
-        set_steps(s, s.IRIS_STEP_OPEN);
+        set_steps(s, s.step_open);
     }
 }
 
@@ -126,14 +126,14 @@ void apply_gain_rules(const Cycle& c)
 void apply_open_wide_rule(const Cycle& c)
 {
     LoopState& s = c.state;
-    const int step = 3 * s.IRIS_STEP;
+    const int step = 3 * s.step;
     move_relatively(c);
-    if (c.cur_iris >= c.AUTO_MAX_IRIS) {
+    if (c.cur_iris >= c.max_iris) {
         set_steps(s, 0);
-    } else if (c.cur_iris < c.AUTO_MIN_IRIS) {
-        go_to(s, c.AUTO_MIN_IRIS);
-    } else if (c.cur_iris > c.AUTO_MAX_IRIS - step) {
-        set_steps(s, c.AUTO_MAX_IRIS - c.cur_iris);
+    } else if (c.cur_iris < c.min_iris) {
+        go_to(s, c.min_iris);
+    } else if (c.cur_iris > c.max_iris - step) {
+        set_steps(s, c.max_iris - c.cur_iris);
     } else {
         set_steps(s, step);
     }
@@ -171,8 +171,8 @@ bool finish(const Cycle& c)
     if (s.auto_iris_flag == kClosingEnded || s.auto_iris_flag == kOpeningEnded) {
         s.count = 0;
     }
-    if (c.cur_iris < c.AUTO_MIN_IRIS) {
-        go_to(s, c.AUTO_MIN_IRIS);
+    if (c.cur_iris < c.min_iris) {
+        go_to(s, c.min_iris);
         return true;
     }
     if (!s.call_iris_flag && s.command.steps == 0 && s.auto_iris_flag != kClosing) {
@@ -193,8 +193,8 @@ void fill_widest(std::array<int, kZoomLevels>& widest, const int16_t (&irisStep)
 void choose_steps(LoopState& s, const AeFigures& ae, int cur_iris, int iris_step_thresh)
 {
     const bool far_too_bright = ae.cfa_luma >= 2 * int64_t{ae.ae_target};
-    s.IRIS_STEP = far_too_bright ? 4 : cur_iris > iris_step_thresh ? 2 : 1;
-    s.IRIS_STEP_OPEN = s.IRIS_STEP;
+    s.step = far_too_bright ? 4 : cur_iris > iris_step_thresh ? 2 : 1;
+    s.step_open = s.step;
 }
 
 /// Whether the zoom is at the position that the loop has settled on. While the zoom moves, the loop settles on its
@@ -215,7 +215,7 @@ bool zoom_settled(LoopState& s, int cur_zoom)
 bool narrowed_to_maximum(const Cycle& c)
 {
     LoopState& s = c.state;
-    if (c.cur_iris <= c.AUTO_MAX_IRIS) {
+    if (c.cur_iris <= c.max_iris) {
         s.zoom_count = 0;
         return false;
     }
@@ -224,12 +224,12 @@ bool narrowed_to_maximum(const Cycle& c)
         return false;
     }
     move_relatively(c);
-    if (c.cur_iris <= c.AUTO_MAX_IRIS + s.IRIS_STEP) {
+    if (c.cur_iris <= c.max_iris + s.step) {
         s.command.toDst = 1;
         set_steps(s, 0);
         s.zoom_count = 0;
     } else {
-        set_steps(s, -s.IRIS_STEP);
+        set_steps(s, -s.step);
     }
     return true;
 }
@@ -238,15 +238,15 @@ bool narrowed_to_maximum(const Cycle& c)
 void approach_limits(const Cycle& c)
 {
     LoopState& s = c.state;
-    if (c.cur_iris < c.AUTO_MIN_IRIS + s.IRIS_STEP && s.auto_iris_flag == kClosing) {
+    if (c.cur_iris < c.min_iris + s.step && s.auto_iris_flag == kClosing) {
         s.auto_iris_flag = kClosingEnded;
         s.command.toDst = 0;
-        set_steps(s, c.AUTO_MIN_IRIS - c.cur_iris);
+        set_steps(s, c.min_iris - c.cur_iris);
     }
-    if (c.cur_iris > c.AUTO_MAX_IRIS - s.IRIS_STEP) {
+    if (c.cur_iris > c.max_iris - s.step) {
         s.auto_iris_flag = kOpeningEnded;
         s.command.toDst = 0;
-        set_steps(s, c.cur_iris > c.AUTO_MAX_IRIS ? 0 : c.AUTO_MAX_IRIS - c.cur_iris);
+        set_steps(s, c.cur_iris > c.max_iris ? 0 : c.max_iris - c.cur_iris);
     }
 }
 
@@ -287,8 +287,8 @@ bool decide(LoopState& state, const Iris_Info_Param& record, const CycleInput& i
     const Cycle cycle{
         .state = state,
         .cur_iris = cur_iris,
-        .AUTO_MAX_IRIS = std::max(widest, narrowest),
-        .AUTO_MIN_IRIS = narrowest,
+        .max_iris = std::max(widest, narrowest),
+        .min_iris = narrowest,
         .ae = input.ae,
         .stop_cfa_luma = static_cast<int>(int64_t{input.ae.ae_target} * 90 / 100),
         .start_cfa_luma =

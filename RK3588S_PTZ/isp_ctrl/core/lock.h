@@ -1,6 +1,12 @@
-// Locks that are held for a scope. Clang checks that what a lock guards is reached with the lock held
-// (-Wthread-safety). Not std::mutex and std::lock_guard: they need the C++ library, and the engine lock is a plain one
-// for C hosts.
+// Locks that are held for a scope:
+//
+//     isp::Mutex follow_mtx;
+//     bool wanted ISP_GUARDED_BY(follow_mtx) = false;
+//     { const isp::MutexLock lock(follow_mtx); wanted = true; }
+//     { const isp::EngineLock lock; release(); } // void release() ISP_REQUIRES(isp::engine_mutex)
+//
+// Clang checks that what a lock guards is reached with the lock held (-Wthread-safety). Not std::mutex and
+// std::lock_guard: they need the C++ library, and the engine lock is a plain one for C hosts.
 #pragma once
 
 #include "isp_ctrl.h"

@@ -1,6 +1,11 @@
 // What ties the library to the device: fixed paths and port, the vendor-storage command and the waits. All of it is
 // reached through this one record, which a program that links the static library may change before it calls the
-// library. The shared library does not export it.
+// library. The shared library does not export it. A test on a workstation:
+//
+//     isp::seam.iris_device = "/tmp/test/iris";
+//     isp::seam.lens_command = "echo SR1053-50IRC-8M-F20";
+//     isp::seam.usleep = [](useconds_t) { return 0; };
+//     init_auto_iris_control(callback);
 #pragma once
 
 #include <unistd.h>

@@ -1,8 +1,13 @@
-// The steps that every setter is made of: bound the level, write it to the store, find the engine context, read the
-// engine module's block, change it, write it back. A setter is made of these steps and says only what is its own.
+// The steps that every setter is made of: clamp the level, write it to the store, find the engine context, read the
+// engine module's block, change it, write it back. A setter says only what is its own:
 //
-// Two styles. Failure-returning: a failed Get or Set is traced and ends the setter with -1 (`modify`).
-// Failure-ignoring: the Set is made even after a failed Get, and neither is reported (`modify_regardless`).
+//     const isp::Call call{__func__, isp_id};
+//     const int level = isp::clamp_level(call, value, para_get_isp_drc_max, isp::last_level(kDrcGain));
+//     isp::write_setting(call, para_set_isp_drc_cur, level);
+//     return isp::result(isp::modify<Drc>(call, kTexts, [&](drc_attrib_t& drc) { drc.gain = kDrcGain[level]; }));
+//
+// `modify` reports failures: a failed Get or Set is traced and ends the setter with -1. `modify_regardless` ignores
+// them: the Set is made even after a failed Get, and the setter does not say so.
 #pragma once
 
 #include "isp_ctrl.h"
@@ -49,8 +54,8 @@ constexpr int last_level(const Table& table)
     return static_cast<int>(std::size(table)) - 1;
 }
 
-/// Bounds a level by the store's maximum, compared as signed integers, then to 0..last. The maximum is read again for
-/// the assignment.
+/// Clamps a level to the store's maximum, compared as signed integers, then to 0..last. The store is asked twice: to
+/// compare and to assign.
 inline int clamp_level(const Call& call, int level, int (*maximum)(int), int last = INT_MAX)
 {
     if (level > read_setting(call, maximum)) {
@@ -59,13 +64,13 @@ inline int clamp_level(const Call& call, int level, int (*maximum)(int), int las
     return std::clamp(level, 0, last);
 }
 
-/// Bounds a level to 0..last as an unsigned integer: a negative one becomes the last.
+/// Clamps a level to 0..last as an unsigned integer: a negative one becomes the last.
 inline int clamp_level_unsigned(int level, int last)
 {
     return static_cast<unsigned>(level) > static_cast<unsigned>(last) ? last : level;
 }
 
-/// Bounds a level like this by the store's maximum first, then by the table.
+/// Clamps a level like this to the store's maximum first, then to the table.
 inline int clamp_level_unsigned(const Call& call, int level, int (*maximum)(int), int last)
 {
     if (static_cast<unsigned>(level) > static_cast<unsigned>(read_setting(call, maximum))) {
@@ -153,7 +158,7 @@ template <typename Mod>
     return engine_call(call, failed, [&](const rk_aiq_sys_ctx_t* context) { return Mod::set(context, block); });
 }
 
-/// Read-modify-write of a module's block, failure-returning: the first call that is not done ends it.
+/// Read-modify-write of a module's block that reports failures: the first call that is not done ends it.
 template <typename Mod, typename Change>
 [[gnu::always_inline]] inline Outcome modify(const Call& call, const FailureTexts& texts, Change change)
 {
@@ -166,7 +171,7 @@ template <typename Mod, typename Change>
     return apply<Mod>(call, block, texts.set);
 }
 
-/// Read-modify-write, failure-ignoring. The block starts zeroed, so that nothing undefined reaches the engine.
+/// Read-modify-write that ignores failures. The block starts zeroed, so that nothing undefined reaches the engine.
 template <typename Mod, typename Change>
 [[gnu::always_inline]] inline void modify_regardless(const Call& call, Change change)
 {

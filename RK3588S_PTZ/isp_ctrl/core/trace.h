@@ -1,5 +1,8 @@
 // The two forms of log line. A trace line is written only while the host's module_level is above 5; switched off it
 // costs one load and one compare, and its arguments are not evaluated. A debug line is always written.
+//
+//     ISP_TRACE(__func__, "isp_gamma_val :%d\n\n", level);
+//     ISP_DEBUG(__func__, "camera_id is over 3 or not init\n\n");
 #pragma once
 
 #include "base/lib_dbgout.h"

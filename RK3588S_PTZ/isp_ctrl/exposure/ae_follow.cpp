@@ -16,10 +16,9 @@ namespace
 {
 
 constexpr useconds_t kCycle = 34000; // microseconds, about one frame
-constexpr int kModeCamera = 0;       // the camera whose mode starts and ends the thread
-constexpr int kLensCalibrationEnds = 4;
 
 int gFollowPanoThreadExit = 1;
+// For a debugger: nothing here reads it.
 int gFollowPanoThreadWorking = 0;
 
 // Start and end are decided under this lock: there is never a second thread, and a start that comes while the thread is
@@ -31,9 +30,9 @@ bool start_wanted ISP_GUARDED_BY(follow_mtx) = false; // a start came during the
 
 /// What was copied last. The initial values are never measured, so the first cycle always applies.
 struct Applied {
-    float PanoAgain = -1.0F;
-    float PanoTime = -1.0F;
-    int Position = 0;
+    float gain = -1.0F;
+    float time = -1.0F;
+    int zoom = 0;
 };
 
 /// The feature camera's gain: g x floor(1000 x (1 + (p + 1) x 0.4722 / 6624)) / 1000 + 0.25.
@@ -50,8 +49,8 @@ bool apply_exposure(const isp::Call& feature, const Applied& applied)
                attr.AecOpType = RK_AIQ_OP_MODE_MANUAL;
                attr.stManual.LinearAE.ManualGainEn = true;
                attr.stManual.LinearAE.ManualTimeEn = true;
-               attr.stManual.LinearAE.TimeValue = applied.PanoTime;
-               attr.stManual.LinearAE.GainValue = followed_gain(applied.PanoAgain, applied.Position);
+               attr.stManual.LinearAE.TimeValue = applied.time;
+               attr.stManual.LinearAE.GainValue = followed_gain(applied.gain, applied.zoom);
            }) != isp::Outcome::failed;
 }
 
@@ -68,8 +67,8 @@ bool follow_once(const char* function, Applied& applied)
         return outcome == isp::Outcome::no_context; // nothing to copy; the next cycle looks again
     }
     const Uapi_LinearExp_t& measured = info.LinAeInfo.LinearExp;
-    if (measured.analog_gain == applied.PanoAgain && measured.integration_time == applied.PanoTime &&
-        Uvc_Query_Zoom_Position() == applied.Position) {
+    if (measured.analog_gain == applied.gain && measured.integration_time == applied.time &&
+        Uvc_Query_Zoom_Position() == applied.zoom) {
         return true;
     }
     applied = {measured.analog_gain, measured.integration_time, Uvc_Query_Zoom_Position()};
@@ -79,8 +78,8 @@ bool follow_once(const char* function, Applied& applied)
 bool must_end()
 {
     return isp::shared_get(gFollowPanoThreadExit) == 1 ||
-           para_get_isp_exposure_mode_cur(kModeCamera) != SMART_EXPOSURE ||
-           get_lens_calibration_flag() == kLensCalibrationEnds;
+           para_get_isp_exposure_mode_cur(isp::kModeCamera) != SMART_EXPOSURE ||
+           get_lens_calibration_flag() == isp::kLensCalibrationEnds;
 }
 
 /// Begins a cycle: the thread has seen every start that came before this call, and one that comes later is remembered

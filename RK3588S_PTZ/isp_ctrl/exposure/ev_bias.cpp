@@ -5,14 +5,14 @@
 namespace
 {
 
-// EV bias of a brightness step: -100 + 20 per step.
-constexpr RK_S32 ae_compensation_table[] = {-100, -80, -60, -40, -20, 0,   20,  40,  60,  80,  100, 120,
-                                            140,  160, 180, 200, 220, 240, 260, 280, 300, 320, 340, 360};
-static_assert(isp::last_level(ae_compensation_table) == Bright_MAX);
+// EV bias of a brightness level: -100 + 20 per level.
+constexpr RK_S32 kBrightBias[] = {-100, -80, -60, -40, -20, 0,   20,  40,  60,  80,  100, 120,
+                                  140,  160, 180, 200, 220, 240, 260, 280, 300, 320, 340, 360};
+static_assert(isp::last_level(kBrightBias) == Bright_MAX);
 
 // EV bias of a compensation level: -140 + 20 per level, 0 at Expcomp_Level_0.
-constexpr RK_S16 isp_Evbias_val_array[] = {-140, -120, -100, -80, -60, -40, -20, 0, 20, 40, 60, 80, 100, 120, 140};
-static_assert(isp::last_level(isp_Evbias_val_array) == Expcomp_Level_MAX);
+constexpr RK_S16 kCompensationBias[] = {-140, -120, -100, -80, -60, -40, -20, 0, 20, 40, 60, 80, 100, 120, 140};
+static_assert(isp::last_level(kCompensationBias) == Expcomp_Level_MAX);
 
 constexpr int kBacklightBias = 80; // added while backlight compensation is on
 
@@ -38,13 +38,13 @@ int apply_ev_bias(const isp::Call& call, int bias)
     return isp::result(isp::apply<isp::ExpSwAttr>(call, attr, isp::kExposureAttrTexts.set));
 }
 
-/// The one rule of compensation and backlight. A stored level is bounded like a new one.
+/// The one rule of compensation and backlight. A stored level is clamped like a new one.
 int ev_bias(int level, int expcomp_mode, int backlight)
 {
     if (expcomp_mode == Expcomp_Mode_OFF) {
         level = Expcomp_Level_0;
     }
-    const int bias = isp_Evbias_val_array[isp::clamp_level_unsigned(level, isp::last_level(isp_Evbias_val_array))];
+    const int bias = kCompensationBias[isp::clamp_level_unsigned(level, isp::last_level(kCompensationBias))];
     return backlight == Backlight_Mode_OFF ? bias : bias + kBacklightBias;
 }
 
@@ -66,9 +66,9 @@ int KIV_Set_bright(int isp_id, Bright_E value)
     if (mode != BRIGHT_PRIORITY) {
         return isp::unfit(call);
     }
-    const int step = isp::clamp_level(call, value, para_get_isp_bright_max, isp::last_level(ae_compensation_table));
-    isp::write_setting(call, para_set_isp_bright_cur, step);
-    return apply_ev_bias(call, ae_compensation_table[step]);
+    const int level = isp::clamp_level(call, value, para_get_isp_bright_max, isp::last_level(kBrightBias));
+    isp::write_setting(call, para_set_isp_bright_cur, level);
+    return apply_ev_bias(call, kBrightBias[level]);
 }
 
 int KIV_Set_expcomp_mode(int isp_id, Expcomp_Mode_E value)
@@ -95,7 +95,7 @@ int KIV_Set_expcomp_level(int isp_id, Expcomp_Level_E value)
         return -1;
     }
     const int level =
-        isp::clamp_level_unsigned(call, value, para_get_isp_expcomp_level_max, isp::last_level(isp_Evbias_val_array));
+        isp::clamp_level_unsigned(call, value, para_get_isp_expcomp_level_max, isp::last_level(kCompensationBias));
     const int backlight = isp::read_setting(call, para_get_isp_backlight_cur);
     const int expcomp_mode = isp::read_setting(call, para_get_isp_expcomp_mode_cur);
     const int mode = isp::stored_exposure_mode(call);

@@ -12,7 +12,7 @@ constexpr isp::FailureTexts kGainRangeTexts = {
     .set = ISP_TRACE_FORMAT("RK_MPI_ISP_setExpGainRange failed with %#x!\n\n"),
 };
 
-/// Ceiling of a gain limit level: 1.0 at level 0, else 2.0 per level, at most 22.0.
+/// Ceiling of a gain limit level. Given: 1.0 at level 0, else 2.0 per level, at most 22.0.
 float gain_ceiling(int level)
 {
     const float gain = level == 0 ? kUnityGain : static_cast<float>(level * 2.0);

@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-// Weights of 15 rows of 15 cells, row by row from the top of the picture.
+// Weights of 15 rows of 15 cells, row by row from the top of the picture. Given.
 
 // Everything alike, but for the top row.
 const uint8_t AE_average_Weight_GridWeights[225] = {

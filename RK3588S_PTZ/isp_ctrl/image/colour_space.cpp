@@ -15,13 +15,12 @@ constexpr isp::FailureTexts kTexts = {
     .set = ISP_TRACE_FORMAT("rk_aiq_user_api2_acsm_SetAttrib failed with %#x!\n\n"),
 };
 
-// Rows Y, Cb, Cr; columns R, G, B. The last coefficient of BT709_full_range is this system's own: the standard has
+// Rows Y, Cb, Cr; columns R, G, B. The last coefficient of kBt709Full is this system's own: the standard has
 // -0.0458.
-constexpr float BT601_full_range[9] = {0.299F, 0.587F, 0.114F, -0.169F, -0.331F, 0.5F, 0.5F, -0.419F, -0.081F};
-constexpr float BT601_limit_range[9] = {0.257F, 0.504F, 0.098F, -0.148F, -0.291F, 0.439F, 0.439F, -0.368F, -0.071F};
-constexpr float BT709_full_range[9] = {0.2126F, 0.7152F, 0.0722F, -0.1146F, -0.3854F, 0.5F, 0.5F, -0.4542F, -0.0468F};
-constexpr float BT709_limit_range[9] = {0.1826F, 0.6142F, 0.062F,   -0.1006F, -0.3386F,
-                                        0.4392F, 0.4392F, -0.3989F, -0.0403F};
+constexpr float kBt601Full[9] = {0.299F, 0.587F, 0.114F, -0.169F, -0.331F, 0.5F, 0.5F, -0.419F, -0.081F};
+constexpr float kBt601Limited[9] = {0.257F, 0.504F, 0.098F, -0.148F, -0.291F, 0.439F, 0.439F, -0.368F, -0.071F};
+constexpr float kBt709Full[9] = {0.2126F, 0.7152F, 0.0722F, -0.1146F, -0.3854F, 0.5F, 0.5F, -0.4542F, -0.0468F};
+constexpr float kBt709Limited[9] = {0.1826F, 0.6142F, 0.062F, -0.1006F, -0.3386F, 0.4392F, 0.4392F, -0.3989F, -0.0403F};
 
 constexpr int kChromaOffset = 128;
 
@@ -31,10 +30,10 @@ struct Conversion {
 };
 constexpr Conversion kConversions[] = {
     // from CSC_BT601_full_range on
-    {0, BT601_full_range},
-    {16, BT601_limit_range},
-    {0, BT709_full_range},
-    {16, BT709_limit_range},
+    {0, kBt601Full},
+    {16, kBt601Limited},
+    {0, kBt709Full},
+    {16, kBt709Limited},
 };
 static_assert(isp::last_level(kConversions) == CSC_BT709_limit_range - CSC_BT601_full_range);
 

@@ -18,31 +18,32 @@ constexpr isp::FailureTexts kNr3dTexts = {
     .set = ISP_TRACE_FORMAT("rk_aiq_user_api2_abayertnrV2_SetAttrib failed with %#x!\n\n"),
 };
 
-// 2D strength and edge softness of a manual level. Entry 6 is not used, level 6 being the automatic one; 7 to 9 have no
-// name and are reached only if the store's maximum allows them.
-constexpr float isp_manu_filtPara_val_array[] = {0.0F, 0.5F, 1.5F, 3.0F, 5.0F, 7.0F, 9.0F, 11.0F, 13.0F, 15.0F};
-constexpr float isp_manu_edgesofts_val_array[] = {0.0F, 1.0F, 3.0F, 5.0F, 7.0F, 9.0F, 11.0F, 13.0F, 15.0F, 16.0F};
-static_assert(isp::last_level(isp_manu_filtPara_val_array) == NR2D_AUTO + 3);
-static_assert(std::size(isp_manu_edgesofts_val_array) == std::size(isp_manu_filtPara_val_array));
+// 2D strength and edge softness of a manual level. Given, tuned by eye: fine at first, then 2 per level. Entry 6 is not
+// used, level 6 being the automatic one; 7 to 9 have no name and are reached only if the store's maximum allows them.
+constexpr float kManualFilter[] = {0.0F, 0.5F, 1.5F, 3.0F, 5.0F, 7.0F, 9.0F, 11.0F, 13.0F, 15.0F};
+constexpr float kManualEdgeSoftness[] = {0.0F, 1.0F, 3.0F, 5.0F, 7.0F, 9.0F, 11.0F, 13.0F, 15.0F, 16.0F};
+static_assert(isp::last_level(kManualFilter) == NR2D_AUTO + 3);
+static_assert(std::size(kManualEdgeSoftness) == std::size(kManualFilter));
 
-// The same at each sensitivity step in automatic operation.
-constexpr float isp_auto_filtPara_val_array[RK_AIQ_ISO_STEPS] = {1.0F,  2.0F,  4.0F,  8.0F,  16.0F, 16.0F, 16.0F,
-                                                                 16.0F, 16.0F, 16.0F, 16.0F, 16.0F, 16.0F};
-constexpr float isp_auto_edgesofts_val_array[RK_AIQ_ISO_STEPS] = {1.0F,  2.0F,  4.0F,  8.0F,  16.0F, 16.0F, 16.0F,
-                                                                  16.0F, 16.0F, 16.0F, 16.0F, 16.0F, 16.0F};
+// The same at each sensitivity (ISO) step in automatic operation: proportional to the gain, up to 16.
+constexpr float kAutoFilter[RK_AIQ_ISO_STEPS] = {1.0F,  2.0F,  4.0F,  8.0F,  16.0F, 16.0F, 16.0F,
+                                                 16.0F, 16.0F, 16.0F, 16.0F, 16.0F, 16.0F};
+constexpr float kAutoEdgeSoftness[RK_AIQ_ISO_STEPS] = {1.0F,  2.0F,  4.0F,  8.0F,  16.0F, 16.0F, 16.0F,
+                                                       16.0F, 16.0F, 16.0F, 16.0F, 16.0F, 16.0F};
 
-// 3D strength of a manual level in the low and the high band. Entry 9 is not used, level 9 being the automatic one; 10
+// 3D strength of a manual level in the low and the high band. Given: 0.6 per level
+// up to 3.0, then 1. Entry 9 is not used, level 9 being the automatic one; 10
 // and 11 have no name.
-constexpr float isp_nr3d_lo_filter_array[] = {0.0F, 0.6F, 1.2F, 1.8F, 2.4F, 3.0F, 4.0F, 5.0F, 6.0F, 7.0F, 8.0F, 9.0F};
-constexpr float isp_nr3d_hi_filter_array[] = {0.0F, 0.6F, 1.2F, 1.8F, 2.4F, 3.0F, 4.0F, 5.0F, 6.0F, 7.0F, 8.0F, 9.0F};
-static_assert(isp::last_level(isp_nr3d_lo_filter_array) == NR3D_AUTO + 2);
-static_assert(std::size(isp_nr3d_hi_filter_array) == std::size(isp_nr3d_lo_filter_array));
+constexpr float kManualLow[] = {0.0F, 0.6F, 1.2F, 1.8F, 2.4F, 3.0F, 4.0F, 5.0F, 6.0F, 7.0F, 8.0F, 9.0F};
+constexpr float kManualHigh[] = {0.0F, 0.6F, 1.2F, 1.8F, 2.4F, 3.0F, 4.0F, 5.0F, 6.0F, 7.0F, 8.0F, 9.0F};
+static_assert(isp::last_level(kManualLow) == NR3D_AUTO + 2);
+static_assert(std::size(kManualHigh) == std::size(kManualLow));
 
-// The same at each sensitivity step in automatic operation.
-constexpr float auto_isp_nr3d_lo_filter_array[RK_AIQ_ISO_STEPS] = {1.8F, 1.95F, 2.1F, 2.3F, 2.6F, 2.8F, 2.8F,
-                                                                   2.8F, 2.8F,  2.8F, 2.8F, 2.8F, 2.8F};
-constexpr float auto_isp_nr3d_hi_filter_array[RK_AIQ_ISO_STEPS] = {1.8F, 1.95F, 2.1F, 2.3F, 2.6F, 2.8F, 2.8F,
-                                                                   2.8F, 2.8F,  2.8F, 2.8F, 2.8F, 2.8F};
+// The same at each sensitivity (ISO) step in automatic operation. Given.
+constexpr float kAutoLow[RK_AIQ_ISO_STEPS] = {1.8F, 1.95F, 2.1F, 2.3F, 2.6F, 2.8F, 2.8F,
+                                              2.8F, 2.8F,  2.8F, 2.8F, 2.8F, 2.8F};
+constexpr float kAutoHigh[RK_AIQ_ISO_STEPS] = {1.8F, 1.95F, 2.1F, 2.3F, 2.6F, 2.8F, 2.8F,
+                                               2.8F, 2.8F,  2.8F, 2.8F, 2.8F, 2.8F};
 
 } // namespace
 
@@ -53,8 +54,7 @@ int KIV_Set_nr2d(int isp_id, NR2D_E value)
         return -1;
     }
     KIV_Set_shading(isp_id);
-    const int level =
-        isp::clamp_level(call, value, para_get_isp_nr2d_max, isp::last_level(isp_manu_filtPara_val_array));
+    const int level = isp::clamp_level(call, value, para_get_isp_nr2d_max, isp::last_level(kManualFilter));
     isp::write_setting(call, para_set_isp_nr2d_cur, level);
     ISP_TRACE(__func__, "isp_nr2dlevel_val :0x%x\n\n", level);
     return isp::result(isp::modify<Nr2d>(call, kNr2dTexts, [&](rk_aiq_bayer2dnr_attrib_v2_t& nr) {
@@ -62,10 +62,8 @@ int KIV_Set_nr2d(int isp_id, NR2D_E value)
         RK_Bayer2dnr_Params_V2_t& params = nr.stAuto.st2DParams;
         nr.eMode = ABAYER2DNR_OP_MODE_AUTO;
         params.enable = 1;
-        isp::fill_iso_steps(params.filter_strength, automatic, isp_auto_filtPara_val_array, isp_manu_filtPara_val_array,
-                            level);
-        isp::fill_iso_steps(params.edgesofts, automatic, isp_auto_edgesofts_val_array, isp_manu_edgesofts_val_array,
-                            level);
+        isp::fill_iso_steps(params.filter_strength, automatic, kAutoFilter, kManualFilter, level);
+        isp::fill_iso_steps(params.edgesofts, automatic, kAutoEdgeSoftness, kManualEdgeSoftness, level);
         ISP_TRACE(call.function, "filter_strength[0]=%3f,filter_strength[1]=%3f,filter_strength[2]=%3f\n\n",
                   static_cast<double>(params.filter_strength[0]), static_cast<double>(params.filter_strength[1]),
                   static_cast<double>(params.filter_strength[2]));
@@ -81,16 +79,14 @@ int KIV_Set_nr3d(int isp_id, NR3D_E value)
     if (!isp::valid_camera(call)) {
         return -1;
     }
-    const int level = isp::clamp_level(call, value, para_get_isp_nr3d_max, isp::last_level(isp_nr3d_lo_filter_array));
+    const int level = isp::clamp_level(call, value, para_get_isp_nr3d_max, isp::last_level(kManualLow));
     isp::write_setting(call, para_set_isp_nr3d_cur, level);
     const isp::Outcome outcome = isp::modify<Nr3d>(call, kNr3dTexts, [&](rk_aiq_bayertnr_attrib_v2_t& nr) {
         const bool automatic = level == NR3D_AUTO;
         RK_Bayertnr_Params_V2_t& params = nr.stAuto.st3DParams;
         nr.eMode = ABAYERTNRV2_OP_MODE_AUTO;
-        isp::fill_iso_steps(params.lo_filter_strength, automatic, auto_isp_nr3d_lo_filter_array,
-                            isp_nr3d_lo_filter_array, level);
-        isp::fill_iso_steps(params.hi_filter_strength, automatic, auto_isp_nr3d_hi_filter_array,
-                            isp_nr3d_hi_filter_array, level);
+        isp::fill_iso_steps(params.lo_filter_strength, automatic, kAutoLow, kManualLow, level);
+        isp::fill_iso_steps(params.hi_filter_strength, automatic, kAutoHigh, kManualHigh, level);
         ISP_TRACE(call.function, "lo_filter_strength[0]=%3f,lo_filter_strength[1]=%3f,lo_filter_strength[2]=%3f\n\n",
                   static_cast<double>(params.lo_filter_strength[0]), static_cast<double>(params.lo_filter_strength[1]),
                   static_cast<double>(params.lo_filter_strength[2]));

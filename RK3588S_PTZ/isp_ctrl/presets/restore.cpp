@@ -6,13 +6,11 @@
 namespace
 {
 
-using Settings = kiv_isp_param_s;
-
 struct ReadStep {
     int (*get)(int id);
-    int Settings::* field;
+    int kiv_isp_param_s::* field;
 };
-#define READ(setting) {para_get_isp_##setting##_cur, &Settings::setting}
+#define READ(setting) {para_get_isp_##setting##_cur, &kiv_isp_param_s::setting}
 constexpr ReadStep kRead[] = {
     READ(exposure_mode), READ(expcomp_mode), READ(expcomp_level), READ(backlight),    READ(antiflicker),
     READ(gain_limit),    READ(drc),          READ(wdr_strength),  READ(meter),        READ(luminance),
@@ -23,7 +21,7 @@ constexpr ReadStep kRead[] = {
 
 #undef READ
 
-#define STEP(setting) {isp::apply_setting<KIV_Set_##setting>, &Settings::setting}
+#define STEP(setting) {isp::apply_setting<KIV_Set_##setting>, &kiv_isp_param_s::setting}
 constexpr isp::SettingStep kApplied[] = {
     STEP(exposure_mode), STEP(expcomp_mode), STEP(expcomp_level), STEP(backlight),    STEP(gain_limit),
     STEP(antiflicker),   STEP(drc),          STEP(wdr_strength),  STEP(meter),        STEP(wb_mode),
@@ -42,7 +40,7 @@ void KIV_load_isp_para(int isp_id)
         return;
     }
     ISP_TRACE(__func__, "isp_para\n\n");
-    Settings settings{};
+    kiv_isp_param_s settings{};
     for (const ReadStep& step : kRead) {
         settings.*step.field = isp::read_setting(call, step.get);
     }

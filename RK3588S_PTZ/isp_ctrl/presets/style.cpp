@@ -6,14 +6,12 @@
 namespace
 {
 
-using Preset = kiv_isp_param_s;
-
 // Written to the store first, for the setters that read them back.
 struct StoreStep {
     int (*set)(int id, int value);
-    int Preset::* field;
+    int kiv_isp_param_s::* field;
 };
-#define STORE(setting) {para_set_isp_##setting##_cur, &Preset::setting}
+#define STORE(setting) {para_set_isp_##setting##_cur, &kiv_isp_param_s::setting}
 constexpr StoreStep kStored[] = {
     STORE(shutter), STORE(iris), STORE(bright), STORE(manual_gain), STORE(rgain), STORE(bgain), STORE(temperature),
 };
@@ -21,7 +19,7 @@ constexpr StoreStep kStored[] = {
 #undef STORE
 
 // Then applied.
-#define STEP(setting) {isp::apply_setting<KIV_Set_##setting>, &Preset::setting}
+#define STEP(setting) {isp::apply_setting<KIV_Set_##setting>, &kiv_isp_param_s::setting}
 constexpr isp::SettingStep kApplied[] = {
     STEP(exposure_mode), STEP(backlight),       STEP(wb_mode),      STEP(expcomp_mode),
     STEP(expcomp_level), STEP(gain_limit),      STEP(meter),        STEP(drc),
@@ -40,7 +38,7 @@ int KIV_Set_style(int isp_id, Imgstyle_Mode_E value)
         return -1;
     }
     ISP_TRACE(__func__, "enter,style:%d\n", static_cast<int>(value));
-    const Preset* para = para_get_isp_style_param(get_isp_switch(isp_id), value);
+    const kiv_isp_param_s* para = para_get_isp_style_param(get_isp_switch(isp_id), value);
     if (para == nullptr) {
         ISP_TRACE(__func__, "fail,style:%d\n", static_cast<int>(value));
         return -1;

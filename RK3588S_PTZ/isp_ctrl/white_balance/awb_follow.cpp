@@ -17,6 +17,7 @@ constexpr useconds_t kPass = 34000; // microseconds
 constexpr useconds_t kAfterFailure = 100000;
 
 int gAWBFollowPanoThreadExit = 1;
+// For a debugger: nothing here reads it.
 int gAWBFollowPanoThreadWorking = 0;
 isp::Mutex start_mtx;
 pthread_t g_cam_awb_follow_pano_Pid ISP_GUARDED_BY(start_mtx) = 0; // never reset: one thread per process
@@ -84,19 +85,19 @@ void trace_gains(const char* function, const rk_aiq_wb_gain_t& close, const rk_a
 }
 
 /// One pass; how long to wait until the next.
-useconds_t follow_once(const char* function, float& AwbRgain, float& AwbBgain)
+useconds_t follow_once(const char* function, float& red, float& blue)
 {
     rk_aiq_wb_querry_info_t info;
     const isp::Outcome outcome = isp::query_white_balance({function, isp::kWbPanorama}, info);
     if (outcome != isp::Outcome::done) {
         return outcome == isp::Outcome::failed ? kAfterFailure : kPass;
     }
-    if (info.gain.rgain == AwbRgain && info.gain.bgain == AwbBgain) {
+    if (info.gain.rgain == red && info.gain.bgain == blue) {
         return kPass;
     }
     // Remembered before anything is applied: a pass that fails below is repeated only when the gains change again.
-    AwbRgain = info.gain.rgain;
-    AwbBgain = info.gain.bgain;
+    red = info.gain.rgain;
+    blue = info.gain.bgain;
     if (rkipc_aiq_get_ctx(isp::kWbClose) == nullptr || rkipc_aiq_get_ctx(isp::kWbPanorama) == nullptr) {
         ISP_TRACE(function, "aiq ctx error\n\n");
         return kPass;
@@ -109,8 +110,8 @@ useconds_t follow_once(const char* function, float& AwbRgain, float& AwbBgain)
         ISP_TRACE(function, "rk_aiq_user_api2_awb_GetWbGainCtrlAttrib failed with %#x!\n\n", close.codes[0]);
         return kAfterFailure;
     }
-    map_gains(function, AwbRgain, AwbBgain, close, third);
-    trace_gains(function, close.manual.para.gain, third.manual.para.gain, AwbRgain, AwbBgain);
+    map_gains(function, red, blue, close, third);
+    trace_gains(function, close.manual.para.gain, third.manual.para.gain, red, blue);
     write_blocks(close);
     write_blocks(third);
     if (all_failed(close, third)) {
@@ -122,13 +123,13 @@ useconds_t follow_once(const char* function, float& AwbRgain, float& AwbBgain)
 
 void* cam_awb_follow_pano_function(void* /*unused*/)
 {
-    float AwbRgain = -1.0F; // never measured: the first reading always counts as a change
-    float AwbBgain = -1.0F;
+    float red = -1.0F; // never measured: the first reading always counts as a change
+    float blue = -1.0F;
     isp::shared_set(gAWBFollowPanoThreadWorking, 1);
     prctl(PR_SET_NAME, "awb_follow_pano");
     ISP_TRACE(__func__, "quenvar  %s:%d \n", __func__, __LINE__);
     while (isp::shared_get(gAWBFollowPanoThreadExit) == 0 && isp::shared_get(isp::awb_pano_flag) == 0) {
-        isp::seam.usleep(follow_once(__func__, AwbRgain, AwbBgain));
+        isp::seam.usleep(follow_once(__func__, red, blue));
     }
     isp::shared_set(gAWBFollowPanoThreadWorking, 0);
     pthread_exit(nullptr);

@@ -23,7 +23,8 @@ struct CurveGains {
     float blue;
 };
 
-// One segment of the curve, from a temperature up: its gains there and their change per 100 K.
+// One segment of the curve, from a temperature up: its gains there and their change per 100 K. Given; neighbouring
+// segments meet.
 struct Segment {
     int from;
     double red;
