@@ -1,4 +1,5 @@
 // isp-sim: the library at work on a simulated camera, from a prompt or from scripts.
+#include "app/serve.h"
 #include "prompt/interrupt.h"
 #include "prompt/json.h"
 #include "prompt/reference.h"
@@ -6,9 +7,6 @@
 #include "session/files.h"
 #include "session/session.h"
 #include "session/text.h"
-#ifdef ISP_CTRL_LIVE
-#include "live/serve.h"
-#endif
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
@@ -99,16 +97,19 @@ int main(int argc, char** argv)
     std::string folder = default_folder();
     std::vector<std::string> scripts;
     bool reference = false;
-    std::string address;
+    std::string pages;
+    std::string controllers;
     bool read_only = false;
     bool json = false;
     parser.add_option("--state", folder, "Folder of the camera's files: settings, shading, calibration")
         ->capture_default_str();
     parser.add_flag("--reference", reference, "Print the reference of all settings and commands, and leave");
 #ifdef ISP_CTRL_LIVE
-    parser.add_option("--serve", address, "Serve pages at [HOST:]PORT, 127.0.0.1 where no host is named")
+    parser.add_option("--serve", pages, "Serve pages at [HOST:]PORT, 127.0.0.1 where no host is named")
         ->type_name("[HOST:]PORT");
 #endif
+    parser.add_option("--visca", controllers, "Serve VISCA controllers at [HOST:]PORT, camera n at PORT + n")
+        ->type_name("[HOST:]PORT");
     parser.add_option("SCRIPT", scripts, "Scripts to run instead of a prompt");
     parser.add_flag("--read-only", read_only, "Look without writing anything to the folder");
     parser.add_flag("--json", json, "Print list, show, block, changes and measure as one JSON object a line");
@@ -126,12 +127,8 @@ int main(int argc, char** argv)
         return guarded([] { return print(prompt::settings_reference()); });
     }
     int status = guarded([&] {
-#ifdef ISP_CTRL_LIVE
-        if (!address.empty()) {
-            return live::serve(address, folder, read_only, scripts);
-        }
-#endif
-        return run(folder, read_only, scripts);
+        return !pages.empty() || !controllers.empty() ? serve(pages, controllers, folder, read_only, scripts)
+                                                      : run(folder, read_only, scripts);
     });
     const int closed = guarded([] {
         session::close_session();

@@ -1,9 +1,13 @@
-#include "live/serve.h"
+#include "app/serve.h"
 
+#include "control/service.h"
+#ifdef ISP_CTRL_LIVE
 #include "live/server.h"
+#endif
 #include "prompt/interrupt.h"
 #include "prompt/shell.h"
 #include "session/bad_input.h"
+#include "session/cameras.h"
 #include "session/files.h"
 #include "session/session.h"
 #include "session/turn.h"
@@ -12,18 +16,43 @@
 #include <poll.h>
 #include <unistd.h>
 
-namespace live
-{
-
 namespace
 {
 
 constexpr std::chrono::seconds kPatience{15}; // longer than any command holds its turn at the usual pace
 
+bool has_pages = false;
+bool has_controllers = false;
+
+void start(const std::string& pages, const std::string& controllers)
+{
+#ifdef ISP_CTRL_LIVE
+    if (!pages.empty()) {
+        std::cout << live::start_serving(live::address_of(pages)) << '\n';
+        has_pages = true;
+    }
+#endif
+    if (!controllers.empty()) {
+        const session::Address address = session::address_of(controllers);
+        const int port = control::start_service(address);
+        has_controllers = true;
+        std::cout << "VISCA: camera 0 at " << address.host << ':' << port << ", cameras 1 to " << session::kCameras - 1
+                  << " at the next ports\n";
+    }
+    std::cout << std::flush;
+}
+
 /// Ends the serving and saves the settings. A signal to end is what serving waits for, and no failure.
 int leave(int status)
 {
-    stop_serving();
+#ifdef ISP_CTRL_LIVE
+    if (has_pages) {
+        live::stop_serving();
+    }
+#endif
+    if (has_controllers) {
+        control::stop_service();
+    }
     try {
         if (session::take_turn("leaving", kPatience)) {
             session::save_settings();
@@ -38,13 +67,12 @@ int leave(int status)
 
 } // namespace
 
-int serve(const std::string& address, const std::string& folder, bool read_only,
+int serve(const std::string& pages, const std::string& controllers, const std::string& folder, bool read_only,
           const std::vector<std::string>& scripts)
 {
-    const Address at = address_of(address);
     session::open_session(folder, read_only);
     session::keep_time_paced();
-    std::cout << start_serving(at) << '\n' << std::flush;
+    start(pages, controllers);
     for (const std::string& script : scripts) {
         if (const int status = prompt::run_script(script); status != 0) {
             return leave(status);
@@ -59,5 +87,3 @@ int serve(const std::string& address, const std::string& folder, bool read_only,
     }
     return leave(0);
 }
-
-} // namespace live
