@@ -117,7 +117,8 @@ struct Readings {
     double exposure = 0.0;  // the luma of a sample of 1, were there no limit: light times time times gain
     double mean_luma = 0.0; // 0 to 255
     double target_luma = 0.0;
-    bool converged = false;
+    bool converged = false; // on the target, or at a limit
+    bool at_limit = false;  // which keeps an automatic exposure from its target
     rk_aiq_wb_gain_t wb_gain{};
     double luminance = 0.0;          // of the scene, cd/m2
     double kelvin = 0.0;             // the illuminant's

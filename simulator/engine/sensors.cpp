@@ -164,6 +164,9 @@ Readings readings(int index)
         result.mean_luma = exposure.LinAeInfo.MeanLuma;
         result.target_luma = target_luma(context.blocks);
         result.converged = exposure.IsConverged;
+        result.at_limit = result.automatic && result.converged &&
+                          std::abs(exposure.LinAeInfo.LumaDeviation) >
+                              result.target_luma * context.blocks.lin_ae.Params.ToleranceIn / 100.0;
         result.wb_gain = balance.gain;
         result.wb_converged = balance.awbConverged;
     }

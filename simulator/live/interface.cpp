@@ -128,6 +128,15 @@ Json settings_json()
               {"zoom_longest", sim::host::kZoomLongest}}}};
 }
 
+/// The camera whose exposure a camera in smart exposure takes over; null where nothing is taken over.
+Json follows_json(const View& view, int id)
+{
+    const int leader = get_PanoramaIspId();
+    const bool follows = id == get_FeaturesIspId() && view.cameras[0].settings.exposure_mode == SMART_EXPOSURE &&
+                         view.cameras[static_cast<std::size_t>(leader)].life == sim::engine::Life::running;
+    return follows ? Json(leader) : Json();
+}
+
 Json state_json(const View& view)
 {
     Json cameras = Json::array();
@@ -144,6 +153,8 @@ Json state_json(const View& view)
                            {"luma", live.mean_luma},
                            {"target", live.target_luma},
                            {"converged", live.converged && live.wb_converged},
+                           {"at_limit", live.at_limit},
+                           {"follows", follows_json(view, id)},
                            {"red_gain", live.wb_gain.rgain},
                            {"blue_gain", live.wb_gain.bgain},
                            {"scene", camera.scene},

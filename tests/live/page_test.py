@@ -252,6 +252,19 @@ class Page(unittest.TestCase):
                 self.assertFalse(covered)
                 self.assertTrue(self.browser.execute_script(inside, self.all(".selected .picture")))
 
+    def test_what_hinders_the_exposure_is_said(self):
+        self.tab("Exposure")
+        self.program.run("scene 0 0.01")
+        self.eventually(lambda: "at its limit" in self.one(".camera .figures").text)
+        self.program.run("scene 0 100")
+        self.eventually(lambda: "at its limit" not in self.one(".camera .figures").text)
+        for camera, note in ((0, "Follows camera 1."), (2, "No camera is followed here")):
+            self.browser.find_element(By.XPATH, f"//button[text()='Camera {camera}']").click()
+            self.choose("smart")
+            self.eventually(lambda: note in self.note("exposure_mode"))
+        self.program.run("set 2 exposure_mode auto")
+        self.eventually(lambda: not self.note("exposure_mode"))
+
     def test_one_push_shows_its_progress(self):
         self.tab("White balance")
         self.choose("onepush")

@@ -195,7 +195,8 @@ class CameraCard {
     this.mode.textContent = state.state === 'running' ? modeName : state.state;
     figures.time.textContent = shutterText(state.time);
     figures.gain.textContent = `×${state.gain.toFixed(2)}`;
-    figures.luma.textContent = `${state.luma.toFixed(0)} of ${state.target.toFixed(0)}`;
+    figures.luma.textContent =
+      `${state.luma.toFixed(0)} of ${state.target.toFixed(0)}${state.at_limit ? ', at its limit' : ''}`;
     figures.wb.textContent = `${state.red_gain.toFixed(2)} / ${state.blue_gain.toFixed(2)}`;
     figures.light.textContent = `${Math.round(state.illuminant)} K`;
     for (const key of ['iris', 'zoom']) {

@@ -238,6 +238,10 @@ class Row {
     }
     this.reason = hasNoEffect(setting) ? '' : reasonOf(setting, record, this.context.settings);
     this.node.classList.toggle('unused', Boolean(this.reason) && setting.kind !== 'action');
+    if (setting.name === 'exposure_mode' && valueText(setting, record.exposure_mode) === 'smart') {
+      const { follows } = this.context;
+      this.reason = follows === null ? 'No camera is followed here: exposure stays as it is.' : `Follows camera ${follows}.`;
+    }
     this.showNote();
   }
 }
@@ -539,6 +543,10 @@ export class Controls {
     }
     this.showCameras(state.cameras);
     const camera = state.cameras[this.camera];
+    if (this.context.follows !== camera.follows) {
+      this.context.follows = camera.follows;
+      this.showRecord();
+    }
     this.light.show(camera.illuminant);
     this.zoom.show(state.zoom_target);
     this.iris.show(state.iris_target);

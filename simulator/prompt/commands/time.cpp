@@ -96,13 +96,17 @@ void wait_settled(const Words& words)
     const double most = words.size() > 1 ? number<double>(words[1], 0.1, 3600.0, "a number of seconds") : 30.0;
     constexpr int kFrames = 15;
     const double started = session::seconds_now();
+    std::string limited;
     for (int quiet = 0; quiet < kFrames;) {
         pass_time(session::kFramePeriod);
         std::string moving;
+        limited.clear();
         for (const int camera : session::cameras_with_engine()) {
             const sim::engine::Readings live = session::readings_of(camera);
             if ((live.automatic && !live.converged) || !live.wb_converged) {
                 moving += " " + std::to_string(camera);
+            } else if (live.at_limit) {
+                limited += " " + std::to_string(camera);
             }
         }
         quiet = moving.empty() ? quiet + 1 : 0;
@@ -110,7 +114,8 @@ void wait_settled(const Words& words)
             throw BadInput("not settled after " + (words.size() > 1 ? words[1] : "30") + " s: cameras" + moving);
         }
     }
-    out() << "settled after " << std::fixed << std::setprecision(2) << session::seconds_now() - started << " s\n";
+    out() << "settled after " << std::fixed << std::setprecision(2) << session::seconds_now() - started << " s"
+          << (limited.empty() ? "" : "; at the limit of their exposure: cameras" + limited) << "\n";
 }
 
 void record(const Words& words)
