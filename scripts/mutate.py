@@ -308,7 +308,7 @@ def main():
 
 def choose(options):
     """The mutants to try, and how many there are."""
-    public = ("isp_ctrl.h", "isp_auto_iris.h", "seam.cpp")  # declarations and device paths
+    public = ("isp_ctrl.h", "isp_settings.h", "isp_auto_iris.h", "seam.cpp")  # declarations and device paths
     paths = sorted(p.relative_to(ROOT) for p in (ROOT / LIBRARY).rglob("*") if p.suffix in (".cpp", ".h"))
     paths = [p for p in paths if p.name not in public and
              (not options.files or any(text in str(p) for text in options.files))]

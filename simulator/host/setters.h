@@ -2,7 +2,6 @@
 #pragma once
 
 #include "host/settings.h"
-#include "isp_ctrl.h"
 
 #include <cstdlib>
 
@@ -11,25 +10,24 @@ namespace sim::host
 
 struct NamedSetter {
     std::string_view name;
+    std::string_view function;
     int (*set)(int camera, int value);
 };
 
-// The forms of a setter that settings.def names. The one-push gains have a form of their own.
-#define SETTER_none(name, type)
-#define SETTER_gain(name, type)
-#define SETTER_level(name, type) {#name, [](int camera, int value) { return KIV_Set_##name(camera, type{value}); }},
-#define SETTER_action(name, type) {#name, [](int camera, int) { return KIV_Set_##name(camera); }},
-#define SETTER_silent(name, type) {#name, [](int camera, int value) { return KIV_Set_##name(camera, type{value}), 0; }},
-#define ISP_SETTING(name, type, access, setter, ...) SETTER_##setter(name, type)
-#define ISP_COMMAND(name, type, access, setter, ...) SETTER_##setter(name, type)
-inline constexpr NamedSetter kSetters[] = {
-#include "host/settings.def"
-};
+// The forms of a setter that isp_settings.h names.
+#define SETTER_none(name, type, setter)
+#define SETTER_level(name, type, setter)                                                                               \
+    {#name, #setter, [](int camera, int value) { return setter(camera, type{value}); }},
+#define SETTER_action(name, type, setter) {#name, #setter, [](int camera, int) { return setter(camera); }},
+#define SETTER_silent(name, type, setter)                                                                              \
+    {#name, #setter, [](int camera, int value) { return setter(camera, type{value}), 0; }},
+#define SETTER(name, type, kind, access, form, setter, ...) SETTER_##form(name, type, setter)
+inline constexpr NamedSetter kSetters[] = {ISP_SETTINGS(SETTER) ISP_COMMANDS(SETTER)};
 #undef SETTER_none
-#undef SETTER_gain
 #undef SETTER_level
 #undef SETTER_action
 #undef SETTER_silent
+#undef SETTER
 
 /// Calls the setter of a setting or command that has one; the result is the setter's, 0 where it has none.
 inline int set(int camera, std::string_view name, int value)

@@ -1,10 +1,8 @@
-// The settings of a camera as a table, with their values by name; made from settings.def.
+// The settings of a camera as a table, with their values by name; made from the lists of isp_settings.h.
 #pragma once
 
-#include "isp_ctrl.h"
-#include "platformpara/para_isp.h"
+#include "isp_settings.h"
 
-#include <array>
 #include <charconv>
 #include <cstddef>
 #include <optional>
@@ -18,34 +16,16 @@ namespace sim::host
 /// Accessors of the store; a setting with `cur` alone is stored as passed, every other is bounded.
 enum class Access { none, set, bound, cur, all };
 
-/// What the library has for changing it; the forms are those of settings.def.
-enum class Setter { none, level, action, silent, gain };
+/// What the library has for changing it; the forms are those of isp_settings.h.
+enum class Setter { none, level, action, silent };
 
 /// What the library stores for a negative level: nothing, the lowest or highest level, or the level as passed.
 enum class Negative { none, lowest, highest, kept };
 
-/// A set of modes, a bit per value of exposure_mode, wb_mode and blackwhite_mode, in the order of their names.
+/// A set of modes, a bit per value of each mode setting, in the order of their names.
 using Modes = unsigned;
-inline constexpr Modes kAutoExposure = 1U << 0;
-inline constexpr Modes kManualExposure = 1U << 1;
-inline constexpr Modes kShutterPriority = 1U << 2;
-inline constexpr Modes kIrisPriority = 1U << 3;
-inline constexpr Modes kBrightPriority = 1U << 4;
-inline constexpr Modes kWideDynamicRange = 1U << 5;
-inline constexpr Modes kLowLight = 1U << 6;
-inline constexpr Modes kSmartExposure = 1U << 7;
-inline constexpr Modes kOtherExposure = 1U << 8; ///< a value without a name
-inline constexpr Modes kAutoBalance = 1U << 9;
-inline constexpr Modes kIndoor = 1U << 10;
-inline constexpr Modes kOutdoor = 1U << 11;
-inline constexpr Modes kOnepush = 1U << 12;
-inline constexpr Modes kManualBalance = 1U << 13;
-inline constexpr Modes kTemperature = 1U << 14;
-inline constexpr Modes kOtherBalance = 1U << 15;
-inline constexpr Modes kColour = 1U << 16; ///< every value of blackwhite_mode but on
-inline constexpr Modes kBlackWhite = 1U << 17;
-inline constexpr Modes kNoMode = 0;
-inline constexpr Modes kAllModes = (1U << 18) - 1;
+inline constexpr Modes kNoMode = ISP_IN_NONE;
+inline constexpr Modes kAllModes = ISP_IN_ALL;
 
 /// A setting whose value is a mode, and the bits of its values.
 struct ModeSetting {
@@ -55,41 +35,96 @@ struct ModeSetting {
     Modes all;
 };
 inline constexpr ModeSetting kModeSettings[] = {
-    {"exposure_mode", &kiv_isp_param_s::exposure_mode, kAutoExposure, (kOtherExposure << 1) - kAutoExposure},
-    {"wb_mode", &kiv_isp_param_s::wb_mode, kAutoBalance, (kOtherBalance << 1) - kAutoBalance},
-    {"blackwhite_mode", &kiv_isp_param_s::blackwhite_mode, kColour, kColour | kBlackWhite},
+    {"exposure_mode", &kiv_isp_param_s::exposure_mode, ISP_IN_AUTO_EXPOSURE, ISP_IN_ANY_EXPOSURE},
+    {"wb_mode", &kiv_isp_param_s::wb_mode, ISP_IN_AUTO_BALANCE, ISP_IN_ANY_BALANCE},
+    {"blackwhite_mode", &kiv_isp_param_s::blackwhite_mode, ISP_IN_COLOUR, ISP_IN_ANY_COLOUR},
+    {"expcomp_mode", &kiv_isp_param_s::expcomp_mode, ISP_IN_COMPENSATION, ISP_IN_ANY_COMPENSATION},
 };
 
-/// These modes, and any of the mode settings that none of them belongs to.
-constexpr Modes only(Modes modes)
-{
-    Modes result = modes;
-    for (const ModeSetting& setting : kModeSettings) {
-        result |= (modes & setting.all) == 0 ? setting.all : 0;
-    }
-    return result;
-}
+/// What is known of a setting beside the public list.
+struct Note {
+    std::string_view name;
+    std::string_view source; ///< file of the setter, below the library's isp_ctrl/
+    Negative negative;
+    bool shown; ///< whether the simulated picture shows it
+};
+inline constexpr Note kNotes[] = {
+    {"struct_ver", "", Negative::none, false},
+    {"style", "presets/style.cpp", Negative::none, true},
+    {"exposure_mode_priority", "exposure/exposure_mode.cpp", Negative::none, false},
+    {"exposure_mode", "exposure/exposure_mode.cpp", Negative::kept, true},
+    {"shutter", "exposure/shutter.cpp", Negative::lowest, true},
+    {"iris", "exposure/iris.cpp", Negative::highest, true},
+    {"bright", "exposure/ev_bias.cpp", Negative::lowest, true},
+    {"expcomp_mode", "exposure/ev_bias.cpp", Negative::kept, true},
+    {"expcomp_level", "exposure/ev_bias.cpp", Negative::highest, true},
+    {"backlight", "exposure/ev_bias.cpp", Negative::kept, true},
+    {"gain_limit", "exposure/gain.cpp", Negative::lowest, true},
+    {"manual_gain", "exposure/gain.cpp", Negative::highest, true},
+    {"antiflicker", "exposure/antiflicker.cpp", Negative::kept, true},
+    {"meter", "exposure/metering.cpp", Negative::kept, true},
+    {"wdr_strength", "exposure/wdr.cpp", Negative::kept, false},
+    {"wb_mode", "white_balance/wb_mode.cpp", Negative::kept, true},
+    {"awb_sens", "white_balance/awb_sens.cpp", Negative::lowest, false},
+    {"rgain", "white_balance/wb_gain.cpp", Negative::lowest, true},
+    {"bgain", "white_balance/wb_gain.cpp", Negative::lowest, true},
+    {"rgain_tuning", "white_balance/gain_tuning.cpp", Negative::lowest, true},
+    {"bgain_tuning", "white_balance/gain_tuning.cpp", Negative::lowest, true},
+    {"ggain_tuning", "white_balance/gain_tuning.cpp", Negative::lowest, false},
+    {"rgain_onepush", "white_balance/remembered_gains.cpp", Negative::kept, true},
+    {"bgain_onepush", "white_balance/remembered_gains.cpp", Negative::kept, true},
+    {"saturation", "image/colour.cpp", Negative::lowest, true},
+    {"hue", "image/colour.cpp", Negative::lowest, true},
+    {"temperature", "white_balance/temperature.cpp", Negative::kept, true},
+    {"len_type", "core/lens_type.cpp", Negative::none, false},
+    {"luminance", "image/colour.cpp", Negative::lowest, true},
+    {"contrast", "image/colour.cpp", Negative::lowest, true},
+    {"sharpness", "image/sharpness.cpp", Negative::lowest, true},
+    {"blackwhite_mode", "image/colour.cpp", Negative::kept, true},
+    {"gamma", "image/gamma.cpp", Negative::lowest, true},
+    {"drc", "image/drc.cpp", Negative::highest, true},
+    {"ccm_style", "presets/style.cpp", Negative::none, false},
+    {"nr2d", "image/noise_reduction.cpp", Negative::lowest, true},
+    {"nr3d", "image/noise_reduction.cpp", Negative::lowest, true},
+    {"hotpixel", "image/hotpixel.cpp", Negative::none, false},
+    {"skin_saturation", "", Negative::none, false},
+    {"wb_mode_onepush", "white_balance/onepush.cpp", Negative::none, true},
+    {"shading", "image/lens_shading.cpp", Negative::none, true},
+    {"csc_mode", "image/colour_space.cpp", Negative::none, true},
+};
 
-constexpr Modes all_but(Modes modes)
+/// The note of a setting; a setting without one does not compile.
+consteval const Note& note_of(std::string_view name)
 {
-    return kAllModes & ~modes;
+    const Note* note = kNotes;
+    while (note->name != name) {
+        ++note;
+    }
+    return *note;
 }
 
 struct Setting {
     std::string_view name;
     std::string_view type; ///< enum of isp_ctrl.h, or "int"
+    bool is_choice;        ///< its named values are all that there are
     Access access;
     Setter setter;
     int lowest;
     int highest; ///< the store's maximum at first, where it has one
     int initial;
-    Negative negative;
-    Modes effective;               ///< in which a level takes effect
-    Modes accepted;                ///< in which the setter returns 0
-    Modes stored;                  ///< in which the level is stored
-    std::string_view source;       ///< file of the setter, below the library's isp_ctrl/
-    std::string_view effect;       ///< with its unit
+    std::string_view group; ///< exposure, white_balance, image or system
+    std::string_view unit;  ///< of what its values mean; empty where they mean no quantity
+    std::string_view formula;
+    double (*number)(int level, double named); ///< the formula
+    std::string_view block;                    ///< settings of one block are set one after the other
+    Modes effective;                           ///< in which a level takes effect
+    Modes accepted;                            ///< in which the setter returns 0
+    Modes stored;                              ///< in which the level is stored
+    std::string_view effect;
     int kiv_isp_param_s::* member; ///< null for a command, which is no part of the record
+    std::string_view source;       ///< as in Note
+    Negative negative;
+    bool shown;
 
     constexpr bool has_max() const
     {
@@ -124,17 +159,42 @@ struct ValueName {
     std::string_view setting;
     std::string_view name;
     int value;
+    double number; ///< what it means, in the setting's unit
 };
 
 /// The 39 fields of the record in its order, then the commands.
 inline constexpr Setting kSettingsAndCommands[] = {
-#define ISP_SETTING(name, type, access, setter, lowest, highest, initial, negative, ...)                               \
-    {#name,   #type,   Access::access,     Setter::setter, lowest,                                                     \
-     highest, initial, Negative::negative, __VA_ARGS__,    &kiv_isp_param_s::name},
-#define ISP_COMMAND(name, type, access, setter, lowest, highest, initial, negative, ...)                               \
-    {#name, #type, Access::access, Setter::setter, lowest, highest, initial, Negative::negative, __VA_ARGS__, nullptr},
-#include "host/settings.def"
+#define ISP_ROW(member, name, type, kind, access, form, setter, lowest, highest, initial, group, unit, number, block,  \
+                effective, accepted, stored, effect)                                                                   \
+    {#name,                                                                                                            \
+     #type,                                                                                                            \
+     std::string_view(#kind) == "choice",                                                                              \
+     Access::access,                                                                                                   \
+     Setter::form,                                                                                                     \
+     lowest,                                                                                                           \
+     highest,                                                                                                          \
+     initial,                                                                                                          \
+     #group,                                                                                                           \
+     unit,                                                                                                             \
+     #number,                                                                                                          \
+     []([[maybe_unused]] int level, [[maybe_unused]] double named) -> double { return number; },                       \
+     #block,                                                                                                           \
+     effective,                                                                                                        \
+     accepted,                                                                                                         \
+     stored,                                                                                                           \
+     effect,                                                                                                           \
+     member,                                                                                                           \
+     note_of(#name).source,                                                                                            \
+     note_of(#name).negative,                                                                                          \
+     note_of(#name).shown},
+#define ISP_SETTING(name, ...) ISP_ROW(&kiv_isp_param_s::name, name, __VA_ARGS__)
+#define ISP_COMMAND(name, ...) ISP_ROW(nullptr, name, __VA_ARGS__)
+    ISP_SETTINGS(ISP_SETTING) ISP_COMMANDS(ISP_COMMAND)
+#undef ISP_ROW
+#undef ISP_SETTING
+#undef ISP_COMMAND
 };
+static_assert(std::size(kNotes) == std::size(kSettingsAndCommands), "a note of something that is no setting");
 
 inline constexpr std::size_t kFields = sizeof(kiv_isp_param_s) / sizeof(int);
 inline constexpr std::span<const Setting> kSettings = std::span(kSettingsAndCommands).first<kFields>();
@@ -143,8 +203,9 @@ inline constexpr std::span<const Setting> kCommands = std::span(kSettingsAndComm
 /// Values by name, grouped by setting.
 /// A value outside the setting's range can be set, but is not stored.
 inline constexpr ValueName kValueNames[] = {
-#define ISP_VALUE(setting, name, value) {#setting, name, value},
-#include "host/settings.def"
+#define ISP_VALUE(setting, name, value, number) {#setting, name, value, number},
+    ISP_VALUES(ISP_VALUE)
+#undef ISP_VALUE
 };
 
 /// A setting or command by its name, or null.
@@ -226,13 +287,18 @@ constexpr bool applies(const Setting& setting, const kiv_isp_param_s& record)
     return contains(setting.effective, record);
 }
 
-/// A set of modes for people, "exposure_mode manual, shutter_priority"; "all" or "none" where no mode setting matters.
-std::string modes_text(Modes modes);
+/// A set of modes for people, to be read after "while": "exposure_mode is not manual and expcomp_mode is on"; "always"
+/// and "never" for all and no modes. Of a record: only what its own modes lack of the set, empty where they lack
+/// nothing.
+std::string modes_text(Modes modes, const kiv_isp_param_s* record = nullptr);
 
 /// What becomes of a level where it takes no effect, "result 2, stored"; empty where it does everywhere.
 std::string elsewhere_text(const Setting& setting);
 
-/// The present mode that a set lacks, by name; empty where it holds all.
+/// What a value means, "5500 K", "1/200 s" or "F2.8"; empty where it means no quantity.
+std::string quantity_text(const Setting& setting, int value);
+
+/// The present mode that a set lacks, "manual" or "expcomp_mode off"; empty where it holds all.
 std::string unused_mode(Modes modes, const kiv_isp_param_s& record);
 
 /// A record of all initial values.

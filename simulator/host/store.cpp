@@ -175,7 +175,7 @@ void note_misuse(std::string line)
 #define ACCESS_cur(name) ACCESS_get_cur(name) ACCESS_set(name)
 #define ACCESS_bound(name) ACCESS_get_max(name) ACCESS_set(name)
 #define ACCESS_all(name) ACCESS_cur(name) ACCESS_get_max(name)
-#define ISP_SETTING(name, type, access, ...)                                                                           \
+#define DEFINE(name, type, kind, access, ...)                                                                          \
     static_assert(sim::host::find_setting(#name) == &sim::host::kSettings[FIELD(name)], "the record's order");         \
     ACCESS_##access(name)
-#include "host/settings.def"
+ISP_SETTINGS(DEFINE)

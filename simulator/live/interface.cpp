@@ -26,7 +26,7 @@ constexpr std::chrono::seconds kPatience{30}; // for another's command to end
 
 std::string_view kind_of(const Setting& setting)
 {
-    constexpr std::string_view kKinds[] = {"none", "level", "action", "level", "level"}; // as in Setter
+    constexpr std::string_view kKinds[] = {"none", "level", "action", "level"}; // as in Setter
     return kKinds[static_cast<std::size_t>(setting.setter)];
 }
 
@@ -54,27 +54,30 @@ Json modes_json(Modes modes)
     return result;
 }
 
-/// The tab that shows a setting: its source folder; the presets are with the image.
-std::string_view group_of(const Setting& setting)
-{
-    const std::string_view folder = setting.source.substr(0, setting.source.find('/'));
-    return folder == "presets" ? "image" : folder;
-}
-
 Json setting_json(const Setting& setting)
 {
     Json names = Json::array();
     for (const sim::host::ValueName& name : names_of(setting)) {
         names.push_back({{"name", name.name}, {"value", name.value}});
     }
+    constexpr int kMost = 1000;
+    Json quantities = Json::array(); // from the lowest to the highest, unless these are very many
+    const bool listed = !setting.unit.empty() && setting.highest - setting.lowest < kMost;
+    for (int value = setting.lowest; listed && value <= setting.highest; ++value) {
+        quantities.push_back(sim::host::quantity_text(setting, value));
+    }
     return {{"name", setting.name},
             {"kind", kind_of(setting)},
-            {"group", group_of(setting)},
+            {"group", setting.group},
             {"stored", setting.member != nullptr},
             {"lowest", setting.lowest},
             {"highest", setting.highest},
             {"initial", setting.initial},
             {"names", names},
+            {"choice", setting.is_choice},
+            {"unit", setting.unit},
+            {"quantities", quantities},
+            {"shown", setting.shown},
             {"effect", setting.effect},
             {"modes", modes_json(setting.effective)},
             {"modes_text", sim::host::modes_text(setting.effective)},

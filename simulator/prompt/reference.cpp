@@ -34,6 +34,13 @@ std::string values(const sim::host::Setting& setting)
     return text;
 }
 
+// "K: 2500 + 100 * level"; the unit alone where each value has a number of its own.
+std::string unit(const sim::host::Setting& setting)
+{
+    const bool named = setting.formula == "named";
+    return setting.unit.empty() ? "" : std::string(setting.unit) + (named ? "" : ": " + std::string(setting.formula));
+}
+
 std::string_view negative_text(const sim::host::Setting& setting)
 {
     constexpr std::string_view kTexts[] = {"", "lowest", "highest", "kept"}; // as in Negative
@@ -42,14 +49,14 @@ std::string_view negative_text(const sim::host::Setting& setting)
 
 void add_table(std::string& text, std::span<const sim::host::Setting> settings)
 {
-    text += "| Setting | Values | Initially | Negative | Effect | Takes effect in | Elsewhere | Source |\n"
-            "|---|---|---|---|---|---|---|---|\n";
+    text += "| Setting | Values | Initially | Unit | Negative | Effect | Takes effect while | Otherwise | Source |\n"
+            "|---|---|---|---|---|---|---|---|---|\n";
     for (const sim::host::Setting& setting : settings) {
         const bool action = setting.setter == sim::host::Setter::action;
         const std::string source(setting.source);
         text += "| `" + std::string(setting.name) + "` | " + cell(values(setting)) + " | " +
-                (action ? "" : cell(sim::host::name_of(setting, setting.initial))) + " | " +
-                std::string(negative_text(setting)) + " | " + cell(setting.effect) + " | " +
+                (action ? "" : cell(sim::host::name_of(setting, setting.initial))) + " | " + cell(unit(setting)) +
+                " | " + std::string(negative_text(setting)) + " | " + cell(setting.effect) + " | " +
                 cell(sim::host::modes_text(setting.effective)) + " | " + cell(sim::host::elsewhere_text(setting)) +
                 " | " + (source.empty() ? "" : "[" + source + "](../RK3588S_PTZ/isp_ctrl/" + source + ")") + " |\n";
     }
@@ -66,7 +73,9 @@ std::string settings_reference()
         "A setting `name` is set with `KIV_Set_name()` and kept in the host's parameter store. Result 0 "
         "means applied, or stored for a camera without an engine; -1 a refused id or an engine failure. "
         "A negative level becomes what the column says: the lowest or the highest level, or it is kept as passed. "
-        "Where a column says `all but`, values of the mode without a name are included.\n\n";
+        "Where a column says `is not`, values of the mode without a name are included. A unit's formula tells what a "
+        "`level` means; a value that has a name means what the name says. For programs the same list is "
+        "`isp_settings.h`.\n\n";
     add_table(text, sim::host::kSettings);
     text += "\n# Further operations on a camera\n\n";
     add_table(text, sim::host::kCommands);

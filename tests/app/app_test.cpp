@@ -259,7 +259,7 @@ TEST_F(App, ShowsAtAGlance)
         {"start 0", "*restored\n"},
         {"set 0 shutter 1/500", "*(not stored: auto does not use it)\n"},
         {"set 0 wdr_strength 3", "*(kept, without effect)\n"},
-        {"set 0 temperature 9", "*(kept for wb_mode temperature)\n"},
+        {"set 0 temperature 9", "*(kept: takes effect only while wb_mode is temperature)\n"},
         {"set 0 saturation no_colour", "*(shown, not stored)\n"},
         {"set 0 exposure_mode low_light", "*(kept, without effect)\n"},
         {"set 0 iris 3", "*(not stored: low_light does not use it)\n"},

@@ -100,17 +100,12 @@ protected:
 TEST_F(Levels, TheTableOfSettingsHoldsInEveryMode)
 {
     using sim::host::Negative;
+    std::map<std::string, std::set<std::string_view>> writers; // of each function that writes an engine's block
     for (const sim::host::Setting& setting : sim::host::kSettingsAndCommands) {
         if (setting.setter == sim::host::Setter::none || setting.name == "shading" /* has a file to read */) {
             continue;
         }
-        const auto call = [&](int level) {
-            if (setting.setter != sim::host::Setter::gain) {
-                return set(kTested, setting.name, level);
-            }
-            setting.name == "rgain_onepush" ? set_onepush_rgain(kTested, level) : set_onepush_bgain(kTested, level);
-            return 0;
-        };
+        const auto call = [&](int level) { return set(kTested, setting.name, level); };
         const int level = setting.name == "exposure_mode"      ? MANUAL_EXPOSURE // the highest starts a thread
                           : setting.initial == setting.highest ? setting.lowest
                                                                : setting.highest;
@@ -128,6 +123,16 @@ TEST_F(Levels, TheTableOfSettingsHoldsInEveryMode)
                 int result = -1;
                 const Words calls = names_of_calls([&] { result = call(level); });
                 const kiv_isp_param_s after = sim::host::stored_record(kTested);
+                EXPECT_EQ(isp_modes(after.exposure_mode, after.wb_mode, after.blackwhite_mode, after.expcomp_mode),
+                          sim::host::modes_of(after));
+                for (const std::string& function : calls) {
+                    const bool writes = function.find("_Set") != std::string::npos ||
+                                        function.starts_with("rk_aiq_uapi2_set") ||
+                                        function.find("_ae_set") != std::string::npos;
+                    if (writes && setting.block != "all") {
+                        writers[function].insert(setting.block == "own" ? setting.name : setting.block);
+                    }
+                }
                 EXPECT_EQ(result, sim::host::contains(setting.accepted, after) ? 0 : ISP_UNFIT);
                 if (setting.member != nullptr) {
                     EXPECT_EQ(after.*setting.member,
@@ -137,10 +142,10 @@ TEST_F(Levels, TheTableOfSettingsHoldsInEveryMode)
                     !sim::engine::changes(held, sim::engine::snapshot(rkipc_aiq_get_ctx(kTested))).empty() ||
                     std::ranges::find(calls, "iris_to") != calls.end();
                 // These wait in the engine for their mode, or turn something off in another.
-                const bool waits =
-                    std::set<std::string_view>{"manual_gain", "antiflicker", "saturation"}.contains(setting.name);
-                EXPECT_TRUE(touched == applies(setting, after) || (waits && result == 0) ||
-                            setting.setter == sim::host::Setter::gain);
+                const bool waits = std::set<std::string_view>{"manual_gain",   "antiflicker",   "saturation",
+                                                              "expcomp_level", "rgain_onepush", "bgain_onepush"}
+                                       .contains(setting.name);
+                EXPECT_TRUE(touched == applies(setting, after) || (waits && result == 0));
                 if (setting.negative != Negative::none && sim::host::contains(setting.stored, after)) {
                     call(-2);
                     EXPECT_EQ(stored(kTested, setting.name), setting.negative == Negative::kept      ? -2
@@ -149,6 +154,10 @@ TEST_F(Levels, TheTableOfSettingsHoldsInEveryMode)
                 }
             }
         }
+    }
+    EXPECT_GT(writers.size(), 10U);
+    for (const auto& [function, blocks] : writers) {
+        EXPECT_EQ(blocks.size(), 1U) << function << " is called for settings of different blocks";
     }
 }
 

@@ -96,12 +96,18 @@ TEST_F(HostTest, TheListIsConsistent)
     for (const Setting& setting : kSettingsAndCommands) {
         EXPECT_EQ(find_setting(setting.name), &setting) << setting.name << " is there twice";
         EXPECT_TRUE(setting.in_range(setting.initial) || setting.member == nullptr) << setting.name;
+        EXPECT_TRUE(!setting.is_choice || !names_of(setting).empty()) << setting.name;
     }
-    for (const auto& [name, value_name, value] : kValueNames) {
+    for (const auto& [name, value_name, value, number] : kValueNames) {
         const Setting& setting = *find_setting(name);
         EXPECT_TRUE(setting.in_range(value) || value < 0) << name << ' ' << value_name;
         EXPECT_EQ(name_of(setting, value), value_name) << name << ": two names for a value, or values in two places";
     }
+    const auto quantity = [](std::string_view name, int value) { return quantity_text(*find_setting(name), value); };
+    EXPECT_THAT((std::vector{quantity("shutter", VISCA_SHUTTER_180), quantity("iris", VISCA_IRIS_F280),
+                             quantity("gain_limit", 15), quantity("rgain", 128), quantity("temperature", 30),
+                             quantity("iris", VISCA_IRIS_CLOSE), quantity("hue", 3)}),
+                ElementsAre("1/200 s", "F2.8", "x22", "x2.003", "5500 K", "", ""));
 }
 
 TEST_F(HostTest, MisuseIsNotedAndFaultsStrike)

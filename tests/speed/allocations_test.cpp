@@ -75,7 +75,7 @@ TEST_F(Allocations, NoSetterMakesAny)
     for (int exposure_mode = AUTO_EXPOSURE; exposure_mode <= SMART_EXPOSURE; ++exposure_mode) {
         for (int wb_mode = AUTO_WHITE_BALANCE; wb_mode <= TEMPERATURE; ++wb_mode) {
             for (const sim::host::Setting& setting : sim::host::kSettingsAndCommands) {
-                if (setting.setter == sim::host::Setter::none || setting.setter == sim::host::Setter::gain) {
+                if (setting.setter == sim::host::Setter::none) {
                     continue;
                 }
                 bench::store(0, "exposure_mode", exposure_mode);

@@ -60,9 +60,7 @@ inline std::vector<Operation> operations()
         OP(get_isp_switch, 0),
         OP(isp_wdr_config, 0),
         OP(set_sensor_vpss_group, 0, sensor_vpss_group),
-        VOID_OP(set_onepush_rgain, 0, 2000),
         VOID_OP(set_onepush_ggain, 0, 1),
-        VOID_OP(set_onepush_bgain, 0, 2000),
         VOID_OP(get_onepush_rgain, 0),
         VOID_OP(get_onepush_ggain, 0),
         VOID_OP(get_onepush_bgain, 0),
@@ -105,7 +103,7 @@ inline std::vector<Operation> operations()
         if (setter.name == "style") {
             results = {0, -1, ISP_EXCUTE_BYARM};
         }
-        list.push_back({.name = "KIV_Set_" + std::string(setter.name),
+        list.push_back({.name = std::string(setter.function),
                         .run =
                             [=, &setting](int variant) {
                                 const auto i = static_cast<std::size_t>(variant);

@@ -71,7 +71,7 @@ void explain(const Setting& setting)
     const bool action = setting.setter == sim::host::Setter::action;
     std::string text = (action ? "" : range_text(setting) + ": ") + std::string(setting.effect);
     if (setting.effective != sim::host::kAllModes && setting.effective != sim::host::kNoMode) {
-        text += "; in " + sim::host::modes_text(setting.effective);
+        text += "; only while " + sim::host::modes_text(setting.effective);
     }
     if (const std::string elsewhere = sim::host::elsewhere_text(setting); !elsewhere.empty()) {
         text += " [else " + elsewhere + "]";

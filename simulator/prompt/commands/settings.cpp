@@ -53,7 +53,7 @@ std::string outcome_text(int camera, const Setting& setting, int value, int resu
     if (setting.is_mode()) {
         return "  (kept, without effect)";
     }
-    return stored ? "  (kept for " + sim::host::modes_text(setting.effective) + ")"
+    return stored ? "  (kept: takes effect only while " + sim::host::modes_text(setting.effective, &record) + ")"
                   : "  (not stored: " + unused + " does not use it)";
 }
 
