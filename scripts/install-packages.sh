@@ -8,7 +8,7 @@
 set -euo pipefail
 
 packages=(
-    cmake fonts-dejavu-core g++ gnuplot-nox libcairo2-dev libcli11-dev libcpp-httplib-dev libedit-dev liblcms2-dev
+    cmake fonts-dejavu-core g++ gnuplot-nox libcairo2-dev libcli11-dev libmicrohttpd-dev libedit-dev liblcms2-dev
     libpng-dev libturbojpeg0-dev ninja-build nlohmann-json3-dev pkg-config
 )
 deb_packages=(

@@ -28,7 +28,7 @@ void start(const std::string& pages, const std::string& controllers)
 {
 #ifdef ISP_CTRL_LIVE
     if (!pages.empty()) {
-        std::cout << live::start_serving(live::address_of(pages)) << '\n';
+        std::cout << live::start_serving(session::address_of(pages)) << '\n';
         has_pages = true;
     }
 #endif

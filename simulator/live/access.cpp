@@ -1,8 +1,9 @@
 #include "live/access.h"
 
 #include "live/page.h"
-#include "session/bad_input.h"
+#include "live/pictures.h"
 
+#include <algorithm>
 #include <charconv>
 
 namespace live
@@ -11,41 +12,100 @@ namespace live
 namespace
 {
 
-using httplib::Request;
+constexpr std::size_t kMostJson = 64 << 10; // bytes
+constexpr std::string_view kJson = "application/json";
 
-/// A path with N for a camera, * for a setting.
+/// A path with N for a camera, * for a name; what is sent to it.
 struct Place {
     std::string_view path;
     Route route;
     std::string_view method;
+    std::size_t most_body;
+    std::string_view body_type;
 };
 
 constexpr Place kPlaces[] = {
-    {"/api/settings", Route::settings, "GET"},
-    {"/api/state", Route::state, "GET"},
-    {"/api/events", Route::events, "GET"},
-    {"/api/command", Route::command, "POST"},
-    {"/api/cameras/N/picture.jpg", Route::picture, "GET"},
-    {"/api/cameras/N/stream", Route::stream, "GET"},
-    {"/api/cameras/N/settings/*", Route::setting, "PUT"},
+    {"/api/settings", Route::settings, "GET", 0, {}},
+    {"/api/state", Route::state, "GET", 0, {}},
+    {"/api/events", Route::events, "GET", 0, {}},
+    {"/api/command", Route::command, "POST", kMostJson, kJson},
+    {"/api/files/*", Route::file, "GET", 0, {}},
+    {"/api/cameras/N/picture.jpg", Route::picture, "GET", 0, {}},
+    {"/api/cameras/N/stream", Route::stream, "GET", 0, {}},
+    {"/api/cameras/N/settings/*", Route::setting, "PUT", kMostJson, kJson},
 };
 
-std::optional<std::size_t> number_of(std::string_view text)
+char lower(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool same_name(std::string_view a, std::string_view b)
+{
+    return std::ranges::equal(a, b, {}, lower, lower);
+}
+
+std::optional<std::size_t> number_of(std::string_view text, int base = 10)
 {
     std::size_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
     if (error != std::errc{} || end != text.data() + text.size()) {
         return std::nullopt;
     }
     return number;
 }
 
+/// A part of a path with %20 and the like decoded; nothing where that is no proper text.
+std::optional<std::string> decoded(std::string_view text)
+{
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '%') {
+            result += text[i];
+            continue;
+        }
+        const std::optional<std::size_t> code =
+            text.size() - i > 2 ? number_of(text.substr(i + 1, 2), 16) : std::nullopt;
+        if (!code || *code == 0) {
+            return std::nullopt;
+        }
+        result += static_cast<char>(*code);
+        i += 2;
+    }
+    return result;
+}
+
+/// Fits a path to a place; false where it is another's.
+bool fits(const Place& place, std::string_view path, Target& target)
+{
+    for (const char c : place.path) {
+        if (c == '*') {
+            const std::optional<std::string> name = decoded(path);
+            if (!name || name->empty() || path.find('/') != std::string_view::npos) {
+                return false;
+            }
+            target.name = *name;
+            return true;
+        }
+        if (path.empty()) {
+            return false;
+        }
+        if (c == 'N' && path[0] >= '0' && path[0] < '0' + kCameras) {
+            target.camera = path[0] - '0';
+        } else if (path[0] != c) {
+            return false;
+        }
+        path.remove_prefix(1);
+    }
+    return path.empty();
+}
+
 /// Whether a Host header names this server. A page of another site whose name leads here sends that name.
-bool is_own_host(const Request& request, const std::string& host, const Address& own)
+bool is_own_host(const Head& head, const std::string& host, const Address& own)
 {
     const std::string port = std::to_string(own.port);
-    const bool v6 = request.local_addr.find(':') != std::string::npos;
-    const std::string local = v6 ? "[" + request.local_addr + "]" : request.local_addr;
+    const bool v6 = head.local.find(':') != std::string::npos;
+    const std::string local = v6 ? "[" + head.local + "]" : head.local;
     for (const std::string& name :
          {std::string("localhost"), std::string("127.0.0.1"), std::string("[::1]"), own.host, local}) {
         if (host == name + ":" + port || (own.port == 80 && host == name)) {
@@ -55,97 +115,117 @@ bool is_own_host(const Request& request, const std::string& host, const Address&
     return false;
 }
 
-bool is_foreign(const Request& request, const Target& target)
+bool is_foreign(const Head& head, const Target& target)
 {
-    if (request.has_header("Origin")) {
-        return request.get_header_value("Origin") != "http://" + request.get_header_value("Host");
+    if (head.count("Origin") > 0) {
+        return head.count("Origin") > 1 || head.header("Origin") != "http://" + head.header("Host");
     }
-    const std::string site = request.get_header_value("Sec-Fetch-Site"); // a link to the page itself may be anywhere
+    const std::string site = head.header("Sec-Fetch-Site"); // a link to the page itself may be anywhere
     return target.route != Route::asset && !site.empty() && site != "same-origin" && site != "none";
+}
+
+bool has_body(const Head& head)
+{
+    return head.count("Transfer-Encoding") > 0 || length_of(head) > 0;
 }
 
 } // namespace
 
-Target target_of(const std::string& path)
+std::size_t Head::count(std::string_view name) const
 {
-    if (find_asset(path) != nullptr) {
-        return {Route::asset, "GET", -1, {}};
+    return static_cast<std::size_t>(
+        std::ranges::count_if(headers, [&](const auto& header) { return same_name(header.first, name); }));
+}
+
+std::string Head::header(std::string_view name) const
+{
+    const auto found = std::ranges::find_if(headers, [&](const auto& header) { return same_name(header.first, name); });
+    return found != headers.end() ? found->second : "";
+}
+
+Target target_of(const Head& head)
+{
+    Target target;
+    const bool reads = head.method == "GET" || head.method == "HEAD";
+    if (find_asset(head.path) != nullptr) {
+        target.route = Route::asset;
+        target.allowed = "GET";
+        target.takes_method = reads;
+        return target;
     }
     for (const Place& place : kPlaces) {
-        Target target{place.route, place.method, -1, {}};
-        std::string_view rest = path;
-        bool same = true;
-        for (const char c : place.path) {
-            if (c == '*') {
-                target.name = rest;
-                rest = {};
-                same = same && !target.name.empty() && target.name.find('/') == std::string::npos;
-                continue;
-            }
-            if (c == 'N' && !rest.empty() && rest[0] >= '0' && rest[0] < '0' + kCameras) {
-                target.camera = rest[0] - '0';
-            } else if (rest.empty() || rest[0] != c) {
-                same = false;
-                break;
-            }
-            rest.remove_prefix(1);
-        }
-        if (same && rest.empty() && (place.path.find('N') == std::string_view::npos || target.camera >= 0)) {
+        if (fits(place, head.path, target)) {
+            target.route = place.route;
+            target.allowed = place.method;
+            target.takes_method = head.method == place.method || (reads && place.method == "GET");
+            target.most_body = place.most_body;
+            target.body_type = place.body_type;
             return target;
         }
     }
     return {};
 }
 
-std::optional<Refusal> refusal_of(const Request& request, const Address& own)
+bool is_framed(const Head& head)
 {
-    const std::string host = request.get_header_value("Host");
-    if (request.get_header_value_count("Host") != 1 || !is_own_host(request, host, own)) {
+    const std::size_t lengths = head.count("Content-Length");
+    const std::size_t encodings = head.count("Transfer-Encoding");
+    return lengths + encodings <= 1 && (lengths == 0 || number_of(head.header("Content-Length"))) &&
+           (encodings == 0 || same_name(head.header("Transfer-Encoding"), "chunked"));
+}
+
+Refusal too_long(const Target& target)
+{
+    return {413, "a body has at most " + std::to_string(target.most_body >> 10) + " KiB"};
+}
+
+std::size_t length_of(const Head& head)
+{
+    return number_of(head.header("Content-Length")).value_or(0);
+}
+
+std::optional<Refusal> refusal_of(const Head& head, const Target& target, const Address& own)
+{
+    if (!is_framed(head)) {
+        return Refusal{400, "a body has one length"};
+    }
+    const std::string host = head.header("Host");
+    if (head.count("Host") != 1 || !is_own_host(head, host, own)) {
         return Refusal{400, "this server has another name than " + host.substr(0, 100)};
     }
-    const Target target = target_of(request.path);
-    if (is_foreign(request, target)) {
+    if (is_foreign(head, target)) {
         return Refusal{400, "pages of other sites have no access"};
     }
     if (target.route == Route::none) {
-        return Refusal{404, "there is nothing at " + request.path.substr(0, 100)};
+        return Refusal{404, "there is nothing at " + head.path.substr(0, 100)};
     }
-    if (request.method != target.method && (request.method != "HEAD" || target.method != "GET")) {
-        return Refusal{405, "use " + std::string(target.method)};
+    if (!target.takes_method) {
+        return Refusal{405, "use " + std::string(target.allowed)};
     }
-    if (target.method == "GET") {
-        return std::nullopt;
+    if (target.most_body == 0) {
+        return has_body(head) ? std::optional(Refusal{400, head.method + " takes no body"}) : std::nullopt;
     }
-    const std::string type = request.get_header_value("Content-Type");
-    if (type.substr(0, type.find(';')) != "application/json") {
-        return Refusal{415, "a body is application/json"};
+    const std::string type = head.header("Content-Type");
+    if (!target.body_type.empty() && type.substr(0, type.find(';')) != target.body_type) {
+        return Refusal{415, "a body is " + std::string(target.body_type)};
     }
-    if (request.has_header("Content-Length")) {
-        const std::optional<std::size_t> length = number_of(request.get_header_value("Content-Length"));
-        if (!length || request.get_header_value_count("Content-Length") != 1) {
-            return Refusal{400, "a length is a number"};
-        }
-        if (*length > kMostBody) {
-            return Refusal{413, "a body has at most 64 KiB"};
-        }
+    if (length_of(head) > target.most_body) {
+        return too_long(target);
     }
     return std::nullopt;
 }
 
-Address address_of(const std::string& text)
+int width_of(const Head& head)
 {
-    Address address;
-    const std::size_t colon = text.rfind(':');
-    const std::string port = colon == std::string::npos ? text : text.substr(colon + 1);
-    if (colon != std::string::npos) {
-        address.host = text.substr(0, colon);
+    const auto given = std::ranges::find(head.query, "width", &std::pair<std::string, std::string>::first);
+    if (given == head.query.end()) {
+        return kDefaultWidth;
     }
-    const std::optional<std::size_t> number = number_of(port);
-    if (!number || *number > 65535 || address.host.empty()) {
-        throw session::BadInput("an address to serve at is [HOST:]PORT, not " + text);
+    const std::optional<std::size_t> width = number_of(given->second);
+    if (!width || *width < 1 || *width > kMaxWidth) {
+        throw Refusal{400, "a width is 1 to " + std::to_string(kMaxWidth)};
     }
-    address.port = static_cast<int>(*number);
-    return address;
+    return static_cast<int>(*width);
 }
 
 } // namespace live

@@ -1,31 +1,57 @@
-// What a request asks for, and whether it may.
+// What a request asks for, and whether it may: judged from its head alone, before its body is read.
 #pragma once
 
 #include "live/interface.h"
 #include "live/server.h"
 
-#include <httplib.h>
-
 #include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace live
 {
 
-inline constexpr std::size_t kMostBody = 64 << 10; // bytes
+/// The head of a request as it was sent; nothing in it is decoded.
+struct Head {
+    std::string method;
+    std::string path;
+    std::vector<std::pair<std::string, std::string>> query;
+    std::vector<std::pair<std::string, std::string>> headers;
+    std::string local; ///< address of this end of the connection
 
-enum class Route { none, asset, settings, state, events, picture, stream, setting, command };
+    std::size_t count(std::string_view name) const;  ///< headers of that name, whatever their case
+    std::string header(std::string_view name) const; ///< the first of them, or nothing
+};
+
+enum class Route { none, asset, settings, state, events, picture, stream, setting, command, file };
 
 struct Target {
     Route route = Route::none;
-    std::string_view method; ///< that it takes
+    std::string_view allowed; ///< the methods at this path, for people
+    bool takes_method = false;
+    std::size_t most_body = 0;  ///< bytes; 0 where there is no body
+    std::string_view body_type; ///< that a body must have
     int camera = -1;
-    std::string name; ///< of the setting
+    std::string name; ///< of the setting or file, decoded
 };
 
-Target target_of(const std::string& path);
+Target target_of(const Head& head);
 
-/// Why a request is refused before its body is read, if it is: it comes from a page of another site, there is nothing
+/// Why a request is refused, if it is: its length is ambiguous, it comes from a page of another site, there is nothing
 /// at its path, its method or body is not what belongs there.
-std::optional<Refusal> refusal_of(const httplib::Request& request, const Address& own);
+std::optional<Refusal> refusal_of(const Head& head, const Target& target, const Address& own);
+
+/// Whether the end of the request is certain: one way of telling the length of its body, and that one proper.
+bool is_framed(const Head& head);
+
+Refusal too_long(const Target& target);
+
+/// The length that a request names for its body; 0 without one.
+std::size_t length_of(const Head& head);
+
+/// The width in pixels that a request asks for. Throws Refusal.
+int width_of(const Head& head);
 
 } // namespace live

@@ -116,6 +116,11 @@ auto in_turn(const std::string& what, Action action)
 
 } // namespace
 
+std::string text_of(const Json& json)
+{
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
 Json settings_json()
 {
     Json settings = Json::array();
@@ -160,6 +165,7 @@ Json state_json(const View& view)
                            {"follows", follows_json(view, id)},
                            {"red_gain", live.wb_gain.rgain},
                            {"blue_gain", live.wb_gain.bgain},
+                           {"picture", camera.picture},
                            {"scene", camera.scene},
                            {"luminance", live.luminance},
                            {"illuminant", live.kelvin},

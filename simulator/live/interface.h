@@ -18,6 +18,9 @@ struct Refusal {
     std::string text;
 };
 
+/// JSON as text, whatever its strings hold.
+std::string text_of(const Json& json);
+
 /// The settings and operations, the commands, and what controls offer beside.
 Json settings_json();
 

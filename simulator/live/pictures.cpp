@@ -1,7 +1,13 @@
 #include "live/pictures.h"
 
 #include <algorithm>
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <malloc.h>
 #include <mutex>
+#include <thread>
+#include <utility>
 
 namespace live
 {
@@ -9,39 +15,138 @@ namespace live
 namespace
 {
 
-constexpr int kQuality = 85;
+using Clock = std::chrono::steady_clock;
 
-/// The last picture of a camera in one width, and the look that it shows.
+constexpr int kQuality = 85;
+constexpr int kSizes = kMaxWidth / kWidthStep;
+constexpr std::chrono::seconds kIdle{5}; // after which the pictures are given up
+constexpr Clock::duration kCredit = std::chrono::milliseconds(50);
+
+/// The last picture of a camera in one width.
 struct Kept {
-    std::shared_ptr<const sim::picture::Look> look;
     std::shared_ptr<const Picture> picture;
+    std::array<bool, 2> wanted{}; ///< by kind
+    std::uint64_t turn = 0;       ///< when it was made last
 };
 
 std::mutex mutex;
-std::array<std::array<Kept, kMaxWidth / kWidthStep>, kCameras> kept;
-std::uint64_t pictures_made = 0;
+std::condition_variable changed;
+std::array<Kept, kCameras * kSizes> kept;
+std::array<Clock::duration, 2> spent{}; // time per kind
+std::uint64_t turns = 0;
+bool ending = false;
+std::function<void()> when_made;
+std::thread maker;
+
+std::size_t place_of(int camera, int width)
+{
+    const int size = (std::clamp(width, 1, kMaxWidth) + kWidthStep - 1) / kWidthStep;
+    return static_cast<std::size_t>(camera * kSizes + size - 1);
+}
+
+/// The picture of that kind whose turn it is, null when none is wanted.
+Kept* next_of(std::size_t kind)
+{
+    Kept* next = nullptr;
+    for (Kept& one : kept) {
+        if (one.wanted[kind] && (next == nullptr || one.turn < next->turn)) {
+            next = &one;
+        }
+    }
+    return next;
+}
+
+/// Among both kinds: of that which had less time. One that wanted nothing for a while has saved up little.
+std::pair<Kept*, std::size_t> next_wanted()
+{
+    const std::array<Kept*, 2> next = {next_of(0), next_of(1)};
+    const std::size_t kind = next[1] == nullptr || (next[0] != nullptr && spent[0] <= spent[1]) ? 0 : 1;
+    spent[kind] = std::max(spent[kind], spent[1 - kind] - kCredit);
+    return {next[kind], kind};
+}
+
+std::shared_ptr<const Picture> made_of(std::size_t place, const std::shared_ptr<const Picture>& last)
+{
+    const std::shared_ptr<const View> view = latest_view();
+    const Camera& camera = view->cameras[place / kSizes];
+    if (!camera.look || (last && last->number == camera.picture)) {
+        return last;
+    }
+    const int width = static_cast<int>(place % kSizes + 1) * kWidthStep;
+    Picture picture{.jpeg = {}, .number = camera.picture};
+    try {
+        const std::vector<unsigned char> jpeg =
+            sim::picture::encode_jpeg(sim::picture::render(*camera.look, width, width * 3 / 4), kQuality);
+        picture.jpeg.assign(jpeg.begin(), jpeg.end());
+    } catch (const std::exception&) { // no memory: an empty picture says so to whoever waits
+    }
+    return std::make_shared<const Picture>(std::move(picture));
+}
+
+void make_pictures()
+{
+    std::unique_lock lock(mutex);
+    bool idle = true;
+    while (!ending) {
+        const auto [next, kind] = next_wanted();
+        if (next == nullptr) {
+            if (idle) {
+                changed.wait(lock);
+            } else if (changed.wait_for(lock, kIdle) == std::cv_status::timeout) {
+                idle = true;
+                kept.fill({});
+                malloc_trim(0);
+            }
+            continue;
+        }
+        idle = false;
+        next->wanted = {};
+        next->turn = ++turns;
+        lock.unlock();
+        const Clock::time_point begun = Clock::now();
+        auto picture = made_of(static_cast<std::size_t>(next - kept.data()), next->picture);
+        lock.lock();
+        spent[kind] += Clock::now() - begun;
+        next->picture = std::move(picture);
+        lock.unlock();
+        when_made();
+        lock.lock();
+    }
+}
 
 } // namespace
 
-std::shared_ptr<const Picture> picture(int camera, int width)
+void start_pictures(std::function<void()> made)
 {
-    const int size = (std::clamp(width, 1, kMaxWidth) + kWidthStep - 1) / kWidthStep;
+    ending = false;
+    when_made = std::move(made);
+    maker = std::thread(make_pictures);
+}
+
+void stop_pictures()
+{
+    {
+        const std::lock_guard lock(mutex);
+        ending = true;
+    }
+    changed.notify_all();
+    maker.join();
+    kept.fill({});
+}
+
+void want_picture(int camera, int width, Wanted wanted)
+{
+    {
+        const std::lock_guard lock(mutex);
+        kept[place_of(camera, width)].wanted[static_cast<std::size_t>(wanted)] = true;
+    }
+    changed.notify_all();
+}
+
+std::shared_ptr<const Picture> last_picture(int camera, int width)
+{
     const std::lock_guard lock(mutex);
-    const std::shared_ptr<const View> view = latest_view();
-    const auto look = view ? view->cameras[static_cast<std::size_t>(camera)].look : nullptr;
-    if (!look) {
-        return nullptr;
-    }
-    Kept& last = kept[static_cast<std::size_t>(camera)][static_cast<std::size_t>(size - 1)];
-    if (last.look != look) {
-        const int pixels = size * kWidthStep;
-        const std::vector<unsigned char> jpeg =
-            sim::picture::encode_jpeg(sim::picture::render(*look, pixels, pixels * 3 / 4), kQuality);
-        last.look = look;
-        last.picture = std::make_shared<const Picture>(
-            Picture{.jpeg = std::string(jpeg.begin(), jpeg.end()), .tag = '"' + std::to_string(++pictures_made) + '"'});
-    }
-    return last.picture;
+    return kept[place_of(camera, width)].picture;
 }
 
 } // namespace live

@@ -1,18 +1,32 @@
+// One thread serves all clients and never waits for any of them: what takes long is done on other threads, while the
+// connection is suspended. libmicrohttpd reads requests and sends answers; who may ask is judged in access.cpp.
 #include "live/server.h"
 
 #include "live/access.h"
-#include "live/connection.h"
 #include "live/interface.h"
 #include "live/log_lines.h"
 #include "live/page.h"
 #include "live/pictures.h"
+#include "live/streams.h"
 #include "session/bad_input.h"
 #include "session/cameras.h"
 
+#include <algorithm>
+#include <array>
 #include <atomic>
-#include <charconv>
+#include <condition_variable>
+#include <list>
+#include <memory>
+#include <microhttpd.h>
+#include <mutex>
+#include <netdb.h>
 #include <optional>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <system_error>
 #include <thread>
+#include <unistd.h>
 
 namespace live
 {
@@ -20,358 +34,623 @@ namespace live
 namespace
 {
 
-using httplib::Request;
-using httplib::Response;
-using HandlerResponse = httplib::Server::HandlerResponse;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds kStatePeriod{100};
-constexpr std::chrono::milliseconds kPicturePeriod{40};
-constexpr std::chrono::seconds kHeartbeat{5};
+constexpr std::size_t kHead = 32 << 10;     // bytes of memory for a request's head and an answer's pieces
+constexpr std::size_t kPiece = 24 << 10;    // bytes of a stream that are handed over at once
+constexpr std::size_t kDropped = 256 << 10; // bytes of a refused body that are read, so that the answer arrives
+constexpr std::size_t kSlowest = 20;        // bytes a millisecond at which an answer must be taken
+constexpr int kRefusing = 16;               // connections beyond the limits that wait to be told so
+constexpr std::chrono::seconds kRefused{1}; // for which they may
+constexpr std::chrono::seconds kRetry{1};
+
+struct Answer {
+    int status = 200;
+    std::string body{};
+    std::string type = "application/json";
+    std::string tag{};
+};
+
+Answer refusing(const Refusal& why)
+{
+    return {.status = why.status, .body = text_of(Json{{"error", why.text}})};
+}
+
+/// What another thread does for a request.
+struct Work {
+    std::atomic<bool> stop{false};
+    std::atomic<bool> done{false};
+    Answer answer; ///< once it is done
+};
+
+struct Stream {
+    Feed feed;
+    std::string part;
+    std::size_t sent = 0; ///< of the part
+    Clock::time_point again;
+    bool ended = false;
+};
+
+/// A request from its head to the end of its answer.
+struct Exchange {
+    Head head;
+    Target target;
+    std::optional<Refusal> refusal;
+    std::size_t length = 0; ///< of the body so far
+    std::string body;
+    std::shared_ptr<Work> work;
+    std::uint64_t picture = 0; ///< the least number of the one that it waits for
+    std::unique_ptr<Stream> stream;
+};
+
+struct Client {
+    MHD_Connection* connection;
+    int socket;
+    std::string address;
+    bool refused = false; ///< there is no room for it
+    Clock::time_point deadline{};
+    bool suspended = false;
+    bool gone = false; ///< while it was suspended
+    Exchange* exchange = nullptr;
+};
 
 struct Serving {
-    explicit Serving(const Limits& most)
-        : limits(most), server(most, [](const Request& request) { return examine(request); })
-    {
-    }
-    static bool examine(const Request& request);
-
     Limits limits;
-    BoundedServer server;
     Address address;
-    std::atomic<int> streams{0};
-    std::atomic<bool> ending{false};
+    MHD_Daemon* daemon = nullptr;
+    int wake_up = -1;
     std::thread thread;
+    std::atomic<bool> ending{false};
+    // Of the serving thread alone:
+    std::list<Client> clients;
+    int streams = 0;
+    // Of the threads that do work:
+    std::mutex mutex;
+    std::condition_variable changed;
+    int commands = 0;
+    int settings = 0;
 };
 Serving* serving = nullptr; // never destroyed: its threads may outlive main
 
-// ---- Who may ask ----------------------------------------------------------------------------------------------------
-
-// What examine() found about the request that this thread serves.
-thread_local std::optional<Refusal> refusal;
-
-bool is_stream(const Request& request)
+/// The address of one end of a connection, an IPv4 address also where the socket is an IPv6 one.
+std::string address_text(int socket, decltype(getpeername)* end)
 {
-    const Route route = target_of(request.path).route;
-    return route == Route::events || route == Route::stream;
+    sockaddr_storage storage{};
+    socklen_t length = sizeof storage;
+    std::array<char, NI_MAXHOST> host{};
+    auto* const any = reinterpret_cast<sockaddr*>(&storage);
+    if (end(socket, any, &length) != 0 ||
+        getnameinfo(any, length, host.data(), host.size(), nullptr, 0, NI_NUMERICHOST) != 0) {
+        return "";
+    }
+    const std::string text = host.data();
+    constexpr std::string_view kMapped = "::ffff:";
+    return text.starts_with(kMapped) && text.find('.') != std::string::npos ? text.substr(kMapped.size()) : text;
 }
 
-bool Serving::examine(const Request& request)
+/// Any thread.
+void wake()
 {
-    refusal = refusal_of(request, serving->address);
-    return refusal.has_value() || is_stream(request);
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = write(serving->wake_up, &one, sizeof one);
+}
+
+void suspend(Client& client)
+{
+    client.suspended = true;
+    MHD_suspend_connection(client.connection);
+}
+
+void resume(Client& client)
+{
+    client.suspended = false;
+    client.deadline = Clock::now() + serving->limits.request;
+    MHD_resume_connection(client.connection);
 }
 
 // ---- Answers --------------------------------------------------------------------------------------------------------
 
-std::string text_of(const Json& json)
-{
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
-void answer(Response& response, const Json& json)
-{
-    response.set_content(text_of(json), "application/json");
-}
-
-void refuse(Response& response, const Refusal& why)
-{
-    response.status = why.status;
-    answer(response, Json{{"error", why.text}});
-}
-
-/// Gives a stream its place; false when there is none left.
-bool enter_stream()
-{
-    if (serving->streams.fetch_add(1) < serving->limits.streams) {
-        return true;
+struct EndResponse {
+    void operator()(MHD_Response* response) const
+    {
+        MHD_destroy_response(response);
     }
-    serving->streams.fetch_sub(1);
-    return false;
-}
-
-void leave_stream(bool /*complete*/)
-{
-    serving->streams.fetch_sub(1);
-}
-
-int width_of(const Request& request)
-{
-    if (!request.has_param("width")) {
-        return kDefaultWidth;
-    }
-    const std::string word = request.get_param_value("width");
-    int width = 0;
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), width);
-    if (error != std::errc{} || end != word.data() + word.size() || width < 1 || width > kMaxWidth) {
-        throw Refusal{400, "a width is 1 to " + std::to_string(kMaxWidth)};
-    }
-    return width;
-}
-
-std::shared_ptr<const Picture> picture_or_refuse(int camera, int width)
-{
-    auto found = picture(camera, width);
-    if (!found) {
-        throw Refusal{404, "camera " + std::to_string(camera) + " has no engine"};
-    }
-    return found;
-}
-
-void send_picture(const Request& request, Response& response, int camera)
-{
-    const auto found = picture_or_refuse(camera, width_of(request));
-    response.set_header("ETag", found->tag);
-    if (request.get_header_value("If-None-Match") == found->tag) {
-        response.status = 304;
-        return;
-    }
-    response.set_content(found->jpeg, "image/jpeg");
-}
-
-void send_stream(const Request& request, Response& response, int camera)
-{
-    const int width = width_of(request);
-    picture_or_refuse(camera, width);
-    if (!enter_stream()) {
-        throw Refusal{503, "too many streams"};
-    }
-    struct Progress {
-        std::string tag;
-        Clock::time_point next = Clock::now();
-    };
-    response.set_content_provider(
-        "multipart/x-mixed-replace; boundary=picture",
-        [camera, width, progress = std::make_shared<Progress>()](std::size_t /*offset*/, httplib::DataSink& sink) {
-            std::this_thread::sleep_until(progress->next);
-            progress->next = std::max(progress->next + kPicturePeriod, Clock::now());
-            const auto found = picture(camera, width);
-            if (!found || serving->ending) {
-                return false;
-            }
-            if (found->tag == progress->tag && Clock::now() < progress->next + kHeartbeat) {
-                const auto view = latest_view();
-                await_view(view->number, kStatePeriod);
-                return true;
-            }
-            progress->tag = found->tag;
-            const std::string head =
-                "--picture\r\nContent-Type: image/jpeg\r\nContent-Length: " + std::to_string(found->jpeg.size()) +
-                "\r\n\r\n";
-            return sink.write(head.data(), head.size()) && sink.write(found->jpeg.data(), found->jpeg.size()) &&
-                   sink.write("\r\n", 2);
-        },
-        leave_stream);
-}
-
-/// What a page was told last.
-struct Told {
-    std::shared_ptr<const View> view;
-    std::uint64_t line = 0;
-    Clock::time_point next = Clock::now();
-    Clock::time_point sent;
 };
+using Response = std::unique_ptr<MHD_Response, EndResponse>;
 
-std::string event(std::string_view name, const Json& data)
+MHD_Result queue(Client& client, int status, const Response& response, bool last)
 {
-    return "event: " + std::string(name) + "\ndata: " + text_of(data) + "\n\n";
-}
-
-std::string news(Told& told)
-{
-    std::string text;
-    const auto view = latest_view();
-    if (view && view != told.view) {
-        for (std::size_t id = 0; id < kCameras; ++id) {
-            Json changed = stored_json(view->cameras[id].settings);
-            if (told.view) {
-                const Json before = stored_json(told.view->cameras[id].settings);
-                for (auto it = changed.begin(); it != changed.end();) {
-                    it = before[it.key()] == *it ? changed.erase(it) : std::next(it);
-                }
-            }
-            if (!changed.empty()) {
-                text += event("settings", {{"camera", id}, {"settings", changed}});
-            }
-        }
-        text += event("state", state_json(*view));
-        told.view = view;
-    }
-    Json lines = Json::array();
-    for (const Line& line : log_lines_after(told.line)) {
-        lines.push_back({{"number", line.number},
-                         {"time", line.seconds},
-                         {"camera", line.camera >= 0 ? Json(line.camera) : Json()},
-                         {"level", line.level},
-                         {"text", line.text}});
-        told.line = line.number;
-    }
-    if (!lines.empty()) {
-        text += event("log", lines);
-    }
-    return text;
-}
-
-void send_events(Response& response)
-{
-    if (!enter_stream()) {
-        throw Refusal{503, "too many streams"};
-    }
-    response.set_content_provider(
-        "text/event-stream",
-        [told = std::make_shared<Told>()](std::size_t /*offset*/, httplib::DataSink& sink) {
-            std::this_thread::sleep_until(told->next);
-            told->next = Clock::now() + kStatePeriod;
-            std::string text = news(*told);
-            if (text.empty()) {
-                if (Clock::now() - told->sent < kHeartbeat) {
-                    return !serving->ending;
-                }
-                text = ":\n\n"; // finds out whether the page is still there
-            }
-            told->sent = Clock::now();
-            return !serving->ending && sink.write(text.data(), text.size());
-        },
-        leave_stream);
-}
-
-void get(const Request& request, Response& response)
-{
-    const Target target = target_of(request.path);
-    switch (target.route) {
-    case Route::asset: {
-        const Asset& asset = *find_asset(request.path);
-        response.set_content(asset.content.data(), asset.content.size(), std::string(asset.type));
-        break;
-    }
-    case Route::settings:
-        answer(response, settings_json());
-        break;
-    case Route::state: {
-        const auto view = latest_view();
-        Json state = state_json(*view);
-        for (std::size_t id = 0; id < kCameras; ++id) {
-            state["cameras"][id]["settings"] = stored_json(view->cameras[id].settings);
-        }
-        answer(response, state);
-        break;
-    }
-    case Route::events:
-        send_events(response);
-        break;
-    case Route::picture:
-        send_picture(request, response, target.camera);
-        break;
-    default:
-        send_stream(request, response, target.camera);
-    }
-}
-
-/// The setting or command that a body asks for.
-void act(const Request& request, Response& response, const httplib::ContentReader& read)
-{
-    try {
-        std::string text;
-        const bool whole = read([&](const char* data, std::size_t length) {
-            text.append(data, length);
-            return text.size() <= kMostBody;
-        });
-        if (text.size() > kMostBody) {
-            throw Refusal{413, "a body has at most 64 KiB"};
-        }
-        const Json body = Json::parse(text, nullptr, false);
-        if (!whole || !body.is_object()) {
-            throw Refusal{400, "a body is a JSON object"};
-        }
-        const Target target = target_of(request.path);
-        answer(response,
-               target.route == Route::setting ? put_setting(target.camera, target.name, body) : run_command(body));
-    } catch (const Refusal& why) {
-        refuse(response, why);
-    }
-}
-
-HandlerResponse before_body(const Request& request, Response& response)
-{
-    if (refusal) {
-        refuse(response, *refusal);
-        return HandlerResponse::Handled;
-    }
-    if (request.method != "GET" && request.method != "HEAD") {
-        return HandlerResponse::Unhandled;
-    }
-    try {
-        get(request, response);
-    } catch (const Refusal& why) {
-        refuse(response, why);
-    }
-    return HandlerResponse::Handled;
-}
-
-/// Puts a text to what httplib refuses itself, such as a request line that is none.
-void describe_error(const Request& /*request*/, Response& response)
-{
-    if (!response.body.empty() || response.status < 400) {
-        return;
-    }
-    if (response.status < 500 && response.status != 413) {
-        response.status = 400;
-    }
-    answer(response, Json{{"error", response.status == 400   ? "this is no proper request"
-                                    : response.status == 413 ? "a body has at most 64 KiB"
-                                                             : "the request could not be served"}});
-}
-
-void set_up(httplib::Server& server)
-{
-    server.set_tcp_nodelay(true);
-    server.set_payload_max_length(kMostBody);
-    server.set_default_headers({
+    constexpr std::pair<const char*, const char*> kHeaders[] = {
         {"Cache-Control", "no-store"},
         {"Content-Security-Policy", "default-src 'self'; img-src 'self' blob: data:; "
                                     "frame-ancestors 'none'; base-uri 'none'; form-action 'none'"},
         {"Cross-Origin-Resource-Policy", "same-origin"},
         {"Referrer-Policy", "no-referrer"},
         {"X-Content-Type-Options", "nosniff"},
-    });
-    server.set_pre_routing_handler(before_body);
-    server.set_error_handler(describe_error);
-    server.set_exception_handler([](const Request&, Response& response, const std::exception_ptr&) {
-        refuse(response, {500, "the request could not be served"});
-    });
-    server.Put(".*", act);
-    server.Post(".*", act);
+    };
+    if (!response) {
+        return MHD_NO;
+    }
+    for (const auto& [name, value] : kHeaders) {
+        MHD_add_response_header(response.get(), name, value);
+    }
+    if (last) {
+        MHD_add_response_header(response.get(), "Connection", "close");
+    }
+    return MHD_queue_response(client.connection, static_cast<unsigned>(status), response.get());
+}
+
+/// A connection ends after every refusal, so that nothing that was not examined is taken for a request.
+MHD_Result reply(Client& client, const Answer& answer)
+{
+    const Response response(MHD_create_response_from_buffer(answer.body.size(), const_cast<char*>(answer.body.data()),
+                                                            MHD_RESPMEM_MUST_COPY)); // which does not write
+    if (response && !answer.body.empty()) {
+        MHD_add_response_header(response.get(), "Content-Type", answer.type.c_str());
+    }
+    if (response && !answer.tag.empty()) {
+        MHD_add_response_header(response.get(), "ETag", answer.tag.c_str());
+    }
+    client.deadline = Clock::now() + serving->limits.request + std::chrono::milliseconds(answer.body.size() / kSlowest);
+    return queue(client, answer.status, response, client.exchange->refusal.has_value());
+}
+
+MHD_Result refuse(Client& client, const Refusal& why)
+{
+    client.exchange->refusal = why;
+    return reply(client, refusing(why));
+}
+
+// ---- Streams --------------------------------------------------------------------------------------------------------
+
+/// False while there is nothing to do for the stream.
+bool fill(Stream& stream)
+{
+    stream.sent = 0;
+    stream.part.clear();
+    const Next next = stream.feed(stream.part, stream.again);
+    stream.ended = next == Next::end;
+    return next != Next::later;
+}
+
+/// Called when the client has taken what it was sent before.
+ssize_t read_stream(void* context, std::uint64_t /*position*/, char* buffer, std::size_t most)
+{
+    Client& client = *static_cast<Client*>(context);
+    Stream& stream = *client.exchange->stream;
+    if (client.gone || serving->ending) {
+        stream.ended = true;
+    }
+    if (!stream.ended && stream.sent == stream.part.size() && !fill(stream)) {
+        suspend(client);
+        return 0;
+    }
+    if (stream.ended) {
+        return MHD_CONTENT_READER_END_OF_STREAM;
+    }
+    const std::size_t count = std::min(most, stream.part.size() - stream.sent);
+    stream.part.copy(buffer, count, stream.sent);
+    stream.sent += count;
+    client.deadline = Clock::now() + serving->limits.stall;
+    return static_cast<ssize_t>(count);
+}
+
+MHD_Result send_stream(Client& client, Feed feed, const char* type)
+{
+    if (serving->streams == serving->limits.streams) {
+        return refuse(client, {503, "too many streams"});
+    }
+    ++serving->streams;
+    client.exchange->stream = std::make_unique<Stream>();
+    client.exchange->stream->feed = std::move(feed);
+    client.deadline = Clock::now() + serving->limits.stall;
+    const Response response(MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, kPiece, read_stream, &client, nullptr));
+    if (response) {
+        MHD_add_response_header(response.get(), "Content-Type", type);
+    }
+    return queue(client, 200, response, true);
+}
+
+// ---- Requests -------------------------------------------------------------------------------------------------------
+
+const Camera& camera_of(const Exchange& exchange, const View& view)
+{
+    return view.cameras[static_cast<std::size_t>(exchange.target.camera)];
+}
+
+/// Whether the picture that a request waits for is made, or never will be.
+bool has_picture(const Exchange& exchange)
+{
+    const auto last = last_picture(exchange.target.camera, width_of(exchange.head));
+    return (last && last->number >= exchange.picture) || camera_of(exchange, *latest_view()).picture == 0;
+}
+
+MHD_Result send_picture(Client& client)
+{
+    Exchange& exchange = *client.exchange;
+    const int width = width_of(exchange.head);
+    const std::uint64_t number = camera_of(exchange, *latest_view()).picture;
+    const auto tag = [](std::uint64_t of) { return '"' + std::to_string(of) + '"'; };
+    if (number == 0) {
+        return refuse(client, {404, "camera " + std::to_string(exchange.target.camera) + " has no engine"});
+    }
+    if (exchange.picture == 0 && exchange.head.header("If-None-Match") == tag(number)) {
+        return reply(client, {.status = 304, .tag = tag(number)});
+    }
+    if (exchange.picture == 0) {
+        exchange.picture = number;
+    }
+    const auto last = last_picture(exchange.target.camera, width);
+    if (!last || last->number < exchange.picture) {
+        want_picture(exchange.target.camera, width, Wanted::single);
+        suspend(client);
+        return MHD_YES;
+    }
+    if (last->jpeg.empty()) {
+        return refuse(client, {503, "there is no memory for the picture"});
+    }
+    return reply(client, {.status = 200, .body = last->jpeg, .type = "image/jpeg", .tag = tag(last->number)});
+}
+
+Answer outcome(const Target& target, const std::string& text)
+{
+    try {
+        const Json body = Json::parse(text, nullptr, false);
+        if (!body.is_object()) {
+            throw Refusal{400, "a body is a JSON object"};
+        }
+        return {.body = text_of(target.route == Route::setting ? put_setting(target.camera, target.name, body)
+                                                               : run_command(body))};
+    } catch (const Refusal& why) {
+        return refusing(why);
+    } catch (const std::exception&) {
+        return refusing({500, "the request could not be served"});
+    }
+}
+
+/// Has the setting or command of a request carried out, on a thread of its own, since it may take long.
+void start_work(Client& client)
+{
+    Exchange& exchange = *client.exchange;
+    const bool setting = exchange.target.route == Route::setting;
+    int& running = setting ? serving->settings : serving->commands;
+    {
+        const std::lock_guard lock(serving->mutex);
+        if (running == (setting ? serving->limits.settings : serving->limits.commands)) {
+            throw Refusal{503, setting ? "too many settings at once" : "too many commands at once"};
+        }
+        ++running;
+    }
+    const auto ended = [&running] {
+        const std::lock_guard lock(serving->mutex);
+        --running;
+        serving->changed.notify_all();
+    };
+    exchange.work = std::make_shared<Work>();
+    try {
+        std::thread([work = exchange.work, target = exchange.target, body = std::move(exchange.body), ended] {
+            work->answer = outcome(target, body);
+            work->done = true;
+            wake();
+            ended();
+        }).detach();
+    } catch (const std::system_error&) {
+        exchange.work.reset();
+        ended();
+        throw Refusal{503, "the machine has no thread left for this request"};
+    }
+    suspend(client);
+}
+
+Answer state_answer()
+{
+    const auto view = latest_view();
+    Json state = state_json(*view);
+    for (std::size_t id = 0; id < kCameras; ++id) {
+        state["cameras"][id]["settings"] = stored_json(view->cameras[id].settings);
+    }
+    return {.body = text_of(state)};
+}
+
+/// Answers a request that is there as a whole, or suspends its client; it is called again when that is resumed.
+MHD_Result act(Client& client)
+{
+    Exchange& exchange = *client.exchange;
+    if (exchange.refusal) {
+        return reply(client, refusing(*exchange.refusal));
+    }
+    if (exchange.work && exchange.work->done) {
+        return reply(client, exchange.work->answer);
+    }
+    if (serving->ending) {
+        return refuse(client, {503, "the program ends"});
+    }
+    switch (exchange.target.route) {
+    case Route::asset: {
+        const Asset& asset = *find_asset(exchange.head.path);
+        return reply(client, {.body = std::string(asset.content), .type = std::string(asset.type)});
+    }
+    case Route::settings:
+        return reply(client, {.body = text_of(settings_json())});
+    case Route::state:
+        return reply(client, state_answer());
+    case Route::events:
+        return send_stream(client, event_feed(), "text/event-stream");
+    case Route::picture:
+        return send_picture(client);
+    case Route::stream: {
+        if (camera_of(exchange, *latest_view()).picture == 0) {
+            return send_picture(client);
+        }
+        return send_stream(client, picture_feed(exchange.target.camera, width_of(exchange.head)),
+                           "multipart/x-mixed-replace; boundary=picture");
+    }
+    case Route::setting:
+    case Route::command:
+        start_work(client);
+        return MHD_YES;
+    default:
+        return MHD_NO;
+    }
+}
+
+MHD_Result take_header(void* context, MHD_ValueKind kind, const char* name, std::size_t name_size, const char* value,
+                       std::size_t value_size)
+{
+    Head& head = *static_cast<Head*>(context);
+    (kind == MHD_HEADER_KIND ? head.headers : head.query)
+        .emplace_back(std::string(name, name_size), value != nullptr ? std::string(value, value_size) : std::string());
+    return MHD_YES;
+}
+
+/// Judges the head of a request. Those whose body will not be read are answered at once.
+MHD_Result begin(Client& client, const char* path, const char* method)
+{
+    Exchange& exchange = *client.exchange;
+    exchange.head.method = method;
+    exchange.head.path = path;
+    exchange.head.local = address_text(client.socket, getsockname);
+    MHD_get_connection_values_n(client.connection, MHD_HEADER_KIND, take_header, &exchange.head);
+    MHD_get_connection_values_n(client.connection, MHD_GET_ARGUMENT_KIND, take_header, &exchange.head);
+    exchange.target = target_of(exchange.head);
+    client.deadline = Clock::now() + serving->limits.request;
+    exchange.refusal = client.refused ? Refusal{503, "too many connections"}
+                                      : refusal_of(exchange.head, exchange.target, serving->address);
+    if (exchange.refusal && (!is_framed(exchange.head) || length_of(exchange.head) > kDropped)) {
+        return reply(client, refusing(*exchange.refusal));
+    }
+    return MHD_YES;
+}
+
+/// Takes a piece of a body; a refused one is read and dropped. False when it is too long.
+bool take_body(Exchange& exchange, const char* data, std::size_t size)
+{
+    exchange.length += size;
+    if (!exchange.refusal && exchange.length > exchange.target.most_body) { // it was sent without a length
+        exchange.refusal = too_long(exchange.target);
+        exchange.body.clear();
+    }
+    if (exchange.refusal) {
+        return exchange.length <= kDropped;
+    }
+    exchange.body.append(data, size);
+    return true;
+}
+
+// ---- Called by libmicrohttpd, on the serving thread -----------------------------------------------------------------
+
+Client& client_of(MHD_Connection* connection)
+{
+    return *static_cast<Client*>(
+        MHD_get_connection_info(connection, MHD_CONNECTION_INFO_SOCKET_CONTEXT)->socket_context);
+}
+
+MHD_Result handle(void* /*context*/, MHD_Connection* connection, const char* path, const char* method,
+                  const char* /*version*/, const char* data, std::size_t* size, void** exchange)
+{
+    Client& client = client_of(connection);
+    try {
+        if (*exchange == nullptr) {
+            client.exchange = new Exchange;
+            *exchange = client.exchange;
+            return begin(client, path, method);
+        }
+        if (*size > 0) {
+            const bool taken = take_body(*client.exchange, data, *size);
+            *size = 0;
+            return taken ? MHD_YES : MHD_NO;
+        }
+        try {
+            return act(client);
+        } catch (const Refusal& why) {
+            return refuse(client, why);
+        }
+    } catch (...) { // no memory
+        return MHD_NO;
+    }
+}
+
+void end_exchange(void* /*context*/, MHD_Connection* connection, void** context, MHD_RequestTerminationCode /*why*/)
+{
+    Client& client = client_of(connection);
+    const std::unique_ptr<Exchange> exchange(static_cast<Exchange*>(*context));
+    *context = nullptr;
+    client.exchange = nullptr;
+    client.deadline = Clock::now() + serving->limits.idle;
+    if (exchange && exchange->stream) {
+        --serving->streams;
+    }
+    if (exchange && exchange->work) {
+        exchange->work->stop = true;
+    }
+}
+
+void note_connection(void* /*context*/, MHD_Connection* connection, void** context, MHD_ConnectionNotificationCode code)
+{
+    std::list<Client>& clients = serving->clients;
+    if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
+        const auto* const ended = static_cast<Client*>(*context);
+        clients.remove_if([&](const Client& client) { return &client == ended; });
+        return;
+    }
+    const int socket = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
+    constexpr int kUnsent = 128 << 10; // bytes that wait for a slow client
+    setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &kUnsent, sizeof kUnsent);
+    Client client{.connection = connection, .socket = socket, .address = address_text(socket, getpeername)};
+    const auto served = std::ranges::count(clients, false, &Client::refused);
+    const auto of_address = std::ranges::count_if(
+        clients, [&](const Client& other) { return !other.refused && other.address == client.address; });
+    client.refused = served >= serving->limits.connections || of_address >= serving->limits.of_address;
+    client.deadline = Clock::now() + (client.refused ? kRefused : serving->limits.idle);
+    *context = &clients.emplace_back(std::move(client));
+}
+
+/// Paths and queries stay as they were sent.
+std::size_t leave_escaped(void* /*context*/, MHD_Connection* /*connection*/, char* text)
+{
+    return std::char_traits<char>::length(text);
+}
+
+// ---- The serving thread ---------------------------------------------------------------------------------------------
+
+/// Does for a client what is due: ends a connection whose time is over, goes on with one that waited.
+void attend(Client& client)
+{
+    const Clock::time_point now = Clock::now();
+    if (!client.suspended) {
+        if (now >= client.deadline) {
+            shutdown(client.socket, SHUT_RDWR); // libmicrohttpd finds it closed
+            client.deadline = now + kRetry;
+        }
+        return;
+    }
+    Exchange& exchange = *client.exchange;
+    const bool ends = client.gone || serving->ending;
+    if (exchange.work) {
+        exchange.work->stop = exchange.work->stop || ends;
+        if (exchange.work->done || serving->ending) {
+            resume(client);
+        }
+    } else if (ends || (exchange.stream ? fill(*exchange.stream) : has_picture(exchange))) {
+        resume(client);
+    }
+}
+
+/// Waits until something is to be done: for libmicrohttpd, for a client whose time has come, after wake(). Lets
+/// libmicrohttpd do it.
+void serve_once()
+{
+    const auto in = [](int descriptor, const fd_set& set) { return FD_ISSET(descriptor, &set); };
+    fd_set reading, writing, failing;
+    FD_ZERO(&reading);
+    FD_ZERO(&writing);
+    FD_ZERO(&failing);
+    MHD_socket highest = 0;
+    MHD_get_fdset(serving->daemon, &reading, &writing, &failing, &highest);
+    std::vector<pollfd> waits = {{.fd = serving->wake_up, .events = POLLIN, .revents = 0}};
+    for (int descriptor = 0; descriptor <= highest; ++descriptor) {
+        const int events = (in(descriptor, reading) ? POLLIN : 0) | (in(descriptor, writing) ? POLLOUT : 0);
+        if (events != 0) {
+            waits.push_back({.fd = descriptor, .events = static_cast<short>(events), .revents = 0});
+        }
+    }
+    const std::size_t first_client = waits.size();
+    Clock::time_point until = Clock::now() + std::chrono::seconds(10);
+    for (const Client& client : serving->clients) {
+        if (!client.suspended) {
+            until = std::min(until, client.deadline);
+        } else if (client.exchange->stream) {
+            until = std::min(until, client.exchange->stream->again);
+        }
+        const bool watched = client.suspended && !client.gone; // by libmicrohttpd it is not
+        waits.push_back({.fd = watched ? client.socket : -1, .events = POLLRDHUP, .revents = 0});
+    }
+    MHD_UNSIGNED_LONG_LONG patience = 0;
+    if (MHD_get_timeout(serving->daemon, &patience) == MHD_YES) {
+        until = std::min(until, Clock::now() + std::chrono::milliseconds(patience));
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now()).count();
+    poll(waits.data(), waits.size(), static_cast<int>(std::max<long>(left, 0)));
+    std::uint64_t calls = 0;
+    [[maybe_unused]] const ssize_t taken = read(serving->wake_up, &calls, sizeof calls);
+
+    std::size_t place = first_client;
+    for (Client& client : serving->clients) {
+        client.gone = client.gone || waits[place++].revents != 0;
+        attend(client);
+    }
+    FD_ZERO(&reading);
+    FD_ZERO(&writing);
+    FD_ZERO(&failing);
+    for (std::size_t i = 1; i < first_client; ++i) {
+        const auto ready = [&](int asked) { return (waits[i].events & asked) != 0 && waits[i].revents != 0; };
+        if (ready(POLLIN)) {
+            FD_SET(waits[i].fd, &reading);
+        }
+        if (ready(POLLOUT)) {
+            FD_SET(waits[i].fd, &writing);
+        }
+    }
+    MHD_run_from_select(serving->daemon, &reading, &writing, &failing);
+}
+
+void serve_clients()
+{
+    while (!serving->ending) {
+        serve_once();
+    }
+    std::ranges::for_each(serving->clients, attend);
+    MHD_run(serving->daemon);
+    MHD_stop_daemon(serving->daemon);
+}
+
+MHD_Daemon* start_daemon(int socket, const Limits& limits)
+{
+    return MHD_start_daemon(MHD_ALLOW_SUSPEND_RESUME, 0, nullptr, nullptr, handle, nullptr, MHD_OPTION_LISTEN_SOCKET,
+                            socket,                                                                             //
+                            MHD_OPTION_CONNECTION_LIMIT, static_cast<unsigned>(limits.connections + kRefusing), //
+                            MHD_OPTION_CONNECTION_MEMORY_LIMIT, kHead,                                          //
+                            MHD_OPTION_NOTIFY_CONNECTION, note_connection, nullptr,                             //
+                            MHD_OPTION_NOTIFY_COMPLETED, end_exchange, nullptr,                                 //
+                            MHD_OPTION_UNESCAPE_CALLBACK, leave_escaped, nullptr,                               //
+                            MHD_OPTION_END);
 }
 
 } // namespace
 
 std::string start_serving(const Address& address, const Limits& limits)
 {
-    serving = new Serving(limits);
+    serving = new Serving;
+    serving->limits = limits;
     serving->address = address;
-    set_up(serving->server);
-    const bool v6 = address.host.front() == '[' && address.host.back() == ']';
-    const std::string host = v6 ? address.host.substr(1, address.host.size() - 2) : address.host;
-    if (address.port == 0) {
-        serving->address.port = serving->server.bind_to_any_port(host);
-    } else if (!serving->server.bind_to_port(host, address.port)) {
-        serving->address.port = -1;
-    }
-    if (serving->address.port < 0) {
-        throw session::BadInput("cannot serve at " + address.host + ":" + std::to_string(address.port));
+    const int socket = session::listen_at(serving->address);
+    serving->wake_up = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    serving->daemon = serving->wake_up >= 0 ? start_daemon(socket, limits) : nullptr;
+    if (serving->daemon == nullptr) {
+        throw session::BadInput("cannot serve: " + std::generic_category().message(errno));
     }
     keep_log_lines();
     take_view();
+    try {
+        start_pictures(wake);
+        serving->thread = std::thread(serve_clients);
+    } catch (const std::system_error& error) {
+        throw session::BadInput("cannot serve: " + std::string(error.what()));
+    }
+    on_view(wake);
     sim::every(session::kFramePeriod, take_view_of_frame);
-    serving->thread = std::thread([] { serving->server.listen_after_bind(); });
     return "http://" + address.host + ":" + std::to_string(serving->address.port) + "/";
 }
 
 void stop_serving()
 {
     serving->ending = true;
-    serving->server.end();
+    wake();
     serving->thread.join();
+    on_view(nullptr);
+    stop_pictures();
+    std::unique_lock lock(serving->mutex);
+    serving->changed.wait(lock, [] { return serving->commands + serving->settings == 0; });
 }
 
 } // namespace live

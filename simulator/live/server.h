@@ -2,30 +2,27 @@
 // docs/live.md.
 #pragma once
 
+#include "session/listen.h"
+
 #include <chrono>
 #include <string>
 
 namespace live
 {
 
-struct Address {
-    std::string host = "127.0.0.1";
-    int port = 0;
-};
+using session::Address;
 
-/// What a client may cost.
+/// What clients may cost. What is beyond is refused with 503.
 struct Limits {
-    int connections = 64;                 ///< further ones are refused with 503
-    int streams = 40;                     ///< of pictures and events, so that connections for requests are left
-    int requests = 10000;                 ///< of one connection
-    std::size_t request_bytes = 96 << 10; ///< head and body
-    std::chrono::milliseconds request{10000};
-    std::chrono::milliseconds idle{15000};
-    std::chrono::milliseconds stall{3000}; ///< in which a client takes nothing of what it is sent
+    int connections = 128;
+    int of_address = 64;                      ///< connections from one address
+    int streams = 40;                         ///< of pictures and events, so that connections for requests are left
+    int commands = 8;                         ///< at once
+    int settings = 16;                        ///< changes of settings at once
+    std::chrono::milliseconds request{10000}; ///< in which a body arrives, and an answer is taken
+    std::chrono::milliseconds idle{15000};    ///< until the next head has arrived
+    std::chrono::milliseconds stall{3000};    ///< in which a client takes nothing of a stream
 };
-
-/// [HOST:]PORT, HOST being a name, an address or an IPv6 address in brackets. Throws BadInput for other text.
-Address address_of(const std::string& text);
 
 /// Starts to serve and returns the address for a browser: "http://HOST:PORT/". Throws BadInput when the address cannot
 /// be had. Once per program, after open_session(), in paced time.

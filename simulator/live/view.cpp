@@ -6,7 +6,7 @@
 #include "session/session.h"
 #include "session/turn.h"
 
-#include <condition_variable>
+#include <chrono>
 #include <mutex>
 
 namespace live
@@ -21,8 +21,13 @@ constexpr std::chrono::milliseconds kBetweenFrames{15};
 std::mutex taking; // held while a view is taken, so that views are in order
 RealClock::time_point taken_at;
 
+std::function<void()> after_view;
+
+// Later looks have higher numbers, also after a restart: a browser may still hold a picture of the program's last run.
+std::uint64_t looks = static_cast<std::uint64_t>(
+    std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch()).count());
+
 std::mutex mutex; // guards the latest view alone
-std::condition_variable changed;
 std::shared_ptr<const View> latest;
 
 Camera camera_view(int id, const Camera& before)
@@ -35,8 +40,9 @@ Camera camera_view(int id, const Camera& before)
     camera.scene = session::scene_of(id)->name;
     if (engine != nullptr) {
         const sim::picture::Look look = session::look_of(id);
-        camera.look =
-            before.look && look == *before.look ? before.look : std::make_shared<const sim::picture::Look>(look);
+        const bool unchanged = before.look && look == *before.look;
+        camera.look = unchanged ? before.look : std::make_shared<const sim::picture::Look>(look);
+        camera.picture = unchanged ? before.picture : ++looks;
     }
     return camera;
 }
@@ -60,7 +66,9 @@ void take()
         const std::lock_guard lock(mutex);
         latest = std::move(view);
     }
-    changed.notify_all();
+    if (after_view) {
+        after_view();
+    }
 }
 
 } // namespace
@@ -71,12 +79,10 @@ std::shared_ptr<const View> latest_view()
     return latest;
 }
 
-std::shared_ptr<const View> await_view(std::uint64_t number, std::chrono::milliseconds patience)
+void on_view(std::function<void()> callback)
 {
-    std::unique_lock lock(mutex);
-    changed.wait_until(lock, std::chrono::system_clock::now() + patience,
-                       [&] { return latest && latest->number > number; });
-    return latest;
+    const std::lock_guard lock(taking);
+    after_view = std::move(callback);
 }
 
 void take_view()

@@ -9,8 +9,8 @@
 #include "session/cameras.h"
 
 #include <array>
-#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -25,6 +25,7 @@ struct Camera {
     sim::engine::Readings live;
     std::string scene;                              ///< its name
     std::shared_ptr<const sim::picture::Look> look; ///< null without an engine; the same object while nothing changes
+    std::uint64_t picture = 0;                      ///< the look's number, which no other look has; 0 without one
 };
 
 struct View {
@@ -40,8 +41,8 @@ struct View {
 /// The latest view, null before the first.
 std::shared_ptr<const View> latest_view();
 
-/// Waits for a view later than `number`, at most so long; the latest view either way.
-std::shared_ptr<const View> await_view(std::uint64_t number, std::chrono::milliseconds patience);
+/// From here on calls that after each view; nothing for an end.
+void on_view(std::function<void()> callback);
 
 /// Takes a view. Any thread.
 void take_view();
