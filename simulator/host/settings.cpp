@@ -104,7 +104,7 @@ std::string quantity_text(const Setting& setting, int value)
         }
     }
     const double number = setting.number(value, named);
-    if (setting.unit.empty() || number == 0.0) {
+    if (setting.unit.empty() || (setting.unit == "F" && number == 0.0)) { // a closed iris has no aperture
         return {};
     }
     std::array<char, 32> text{};

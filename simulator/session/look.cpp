@@ -75,7 +75,7 @@ std::vector<std::string> caption_of(int camera)
                        sim::host::name_of(setting, record.*setting.member);
         }
     }
-    return {state, changed.empty() ? "all settings as at first" : changed};
+    return {state, changed.empty() ? "all settings at their initial values" : changed};
 }
 
 sim::picture::Panel panel_of(int camera, const std::string& title)

@@ -22,12 +22,12 @@ export const putSetting = (camera, name, value) =>
 
 export const runCommand = (line) => request('POST', 'api/command', { line });
 
-/** Calls the listeners of each kind of event: state, settings, log, connection (true or false). */
+/** Calls the listeners of each kind of event: state, settings, pictures, log, connection (true or false). */
 export function listen(listeners) {
   let source;
   const open = () => {
     source = new EventSource('api/events');
-    for (const kind of ['state', 'settings', 'log']) {
+    for (const kind of ['state', 'settings', 'pictures', 'log']) {
       source.addEventListener(kind, (event) => listeners[kind](JSON.parse(event.data)));
     }
     source.onopen = () => listeners.connection(true);

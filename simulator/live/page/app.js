@@ -7,6 +7,7 @@ import { Plots } from './plot.js';
 const node = (id) => document.getElementById(id);
 const SPEEDS = [0.1, 0.25, 0.5, 1, 2, 5, 10, 50];
 const MOST_LINES = 500;
+const CONTROL_LEVEL = 7; // of the lines about VISCA messages
 
 function clockText(seconds) {
   const minutes = Math.floor(seconds / 60);
@@ -19,28 +20,34 @@ class Log {
     this.lines = node('log-lines');
     this.filter = node('log-filter');
     this.last = 0;
-    this.filter.append(element('option', { value: 'all' }, 'all cameras'));
+    const offer = (value, text) => this.filter.append(element('option', { value }, text));
+    offer('all', 'all cameras');
     for (let id = 0; id < 8; id += 1) {
-      this.filter.append(element('option', { value: String(id) }, `camera ${id}`));
+      offer(String(id), `camera ${id}`);
     }
+    offer('said', 'my commands');
+    offer('visca', 'VISCA messages');
     this.filter.addEventListener('change', () => {
       for (const line of this.lines.children) {
-        line.hidden = !this.wants(line.dataset.camera);
+        line.hidden = !this.wants(line.dataset);
       }
+      this.lines.scrollTop = this.lines.scrollHeight;
     });
     node('log-clear').addEventListener('click', () => this.lines.replaceChildren());
   }
 
-  wants(camera) {
-    return this.filter.value === 'all' || camera === this.filter.value || camera === 'said';
+  wants({ camera, level }) {
+    const { value } = this.filter;
+    return value === 'all' || camera === value || camera === 'said' || (value === 'visca' && level === String(CONTROL_LEVEL));
   }
 
-  add(text, camera, time, className = '') {
+  add(text, camera, time, className = '', level = 0) {
     const atEnd = this.lines.scrollHeight - this.lines.scrollTop - this.lines.clientHeight < 30;
     const tag = camera === null || camera === 'said' ? '' : `camera ${camera}`;
-    const line = element('div', { className, hidden: !this.wants(String(camera)) },
+    const line = element('div', { className },
       element('time', {}, clockText(time)), element('span', { className: 'tag' }, tag), element('span', {}, text));
-    line.dataset.camera = String(camera);
+    Object.assign(line.dataset, { camera, level });
+    line.hidden = !this.wants(line.dataset);
     this.lines.append(line);
     while (this.lines.children.length > MOST_LINES) {
       this.lines.firstChild.remove();
@@ -51,10 +58,10 @@ class Log {
   }
 
   show(lines) {
-    for (const { number, time, camera, text } of lines) {
+    for (const { number, time, camera, text, level } of lines) {
       if (number > this.last) {
         this.last = number;
-        this.add(text, camera, time);
+        this.add(text, camera, time, '', level);
       }
     }
   }
@@ -146,6 +153,7 @@ async function start() {
 
   let busySince = 0;
   listen({
+    pictures: (numbers) => cameras.tell(numbers),
     settings: (change) => controls.showSettings(change),
     log: (lines) => log.show(lines),
     state: (state) => {

@@ -68,7 +68,8 @@ class CameraCard {
     this.id = id;
     this.live = null; // the picture shown last and the held one, as bitmaps
     this.still = null;
-    this.tag = '';
+    this.number = 0; // of the present picture, as the server told, and of the one shown
+    this.shown = -1;
     this.visible = true;
     this.picture = element('canvas', { className: 'picture', width: 640, height: 480, role: 'img' });
     this.overlay = element('canvas', { className: 'overlay', ariaHidden: 'true' });
@@ -124,25 +125,27 @@ class CameraCard {
     this.node.remove();
   }
 
+  tell(number) {
+    this.shown = number < this.number ? -1 : this.shown; // another program serves now
+    this.number = number;
+    this.refresh();
+  }
+
   /** Fetches the picture if the server told of a newer one, or if another width is wanted. */
   async fetchPicture() {
     const space = this.frame.clientWidth * Math.min(devicePixelRatio, 2);
     const width = Math.min(1280, Math.max(320, Math.ceil(space / 160) * 160));
-    const wanted = `${this.number} ${width}`;
-    if (!this.visible || document.visibilityState !== 'visible' || wanted === this.shown) {
+    const wanted = this.number > 0 && (this.shown < this.number || width !== this.width);
+    if (!wanted || !this.visible || document.visibilityState !== 'visible') {
       return;
     }
-    const response = await fetch(`api/cameras/${this.id}/picture.jpg?width=${width}`,
-      { headers: this.tag ? { 'If-None-Match': this.tag } : {} }).catch(() => null);
-    const content = await response?.blob().catch(() => null); // of a 304 too, which is cancelled otherwise
-    if (response?.status === 304) {
-      this.shown = wanted;
-    }
+    const response = await fetch(`api/cameras/${this.id}/picture.jpg?width=${width}`).catch(() => null);
+    const content = await response?.blob().catch(() => null);
     if (!response?.ok || !content) {
       return; // the next state asks again
     }
-    this.shown = wanted;
-    this.tag = response.headers.get('ETag');
+    this.width = width;
+    this.shown = Number(response.headers.get('ETag').slice(1, -1));
     const bitmap = await createImageBitmap(content);
     this.live?.close();
     this.live = bitmap;
@@ -190,7 +193,6 @@ class CameraCard {
 
   show(state, modeName) {
     const { figures } = this;
-    this.number = state.picture ?? performance.now(); // without a number every state may bring a new picture
     this.refresh();
     this.mode.textContent = state.state === 'running' ? modeName : state.state;
     figures.time.textContent = shutterText(state.time);
@@ -226,6 +228,7 @@ export class Cameras {
   constructor(node, { onSelect, modeName, onStart }) {
     this.node = node;
     this.cards = new Map();
+    this.numbers = new Map();
     this.enlarged = false; // the selected one
     this.selected = null;
     this.onSelect = onSelect;
@@ -249,6 +252,7 @@ export class Cameras {
           select: (id) => this.select(id),
           enlarge: (id) => this.select(id, !(this.enlarged && id === this.selected)),
         });
+        card.number = this.numbers.get(state.id) ?? 0;
         this.cards.set(state.id, card);
         const later = [...this.node.children].find((child) => Number(child.dataset.camera) > state.id);
         this.node.insertBefore(card.node, later ?? null);
@@ -260,6 +264,14 @@ export class Cameras {
       this.node.append(this.empty);
     }
     this.node.classList.toggle('single', this.cards.size === 1);
+  }
+
+  /** A picture's number, per camera; one of a camera that no state had is told by the card's next state. */
+  tell(numbers) {
+    for (const [id, number] of Object.entries(numbers)) {
+      this.numbers.set(Number(id), number);
+      this.cards.get(Number(id))?.tell(number);
+    }
   }
 
   select(id, enlarged = this.enlarged) {

@@ -38,10 +38,13 @@ function reasonOf(setting, record, settings) {
 
 const hasNoEffect = (setting) => Object.values(setting.modes).some((values) => values.length === 0);
 
-/** The quantity that a value means, "5500 K"; empty where it means none. */
-const quantityText = (setting, value) => setting.quantities?.[value - setting.lowest] ?? '';
-
-const shownValue = (setting, value) => [valueText(setting, value), element('small', {}, quantityText(setting, value))];
+/** A value as its control shows it: what it means, "1/60 s", and the level beside it where it has no name. */
+function shownValue(setting, value) {
+  const quantity = setting.quantities[value - setting.lowest] ?? '';
+  const text = valueText(setting, value);
+  const named = text !== String(value);
+  return named ? [quantity || text] : [text, element('small', {}, ` ${quantity}`)];
+}
 
 /** How a setting is shown. */
 function formOf(setting) {
@@ -88,7 +91,7 @@ class Row {
     this.setting = setting;
     this.context = context;
     this.value = setting.initial;
-    this.touched = 0;
+    this.touched = -Infinity;
     this.label = element('label', { className: 'label', title: `${setting.name}: ${setting.effect}` },
       title(setting.name));
     this.text = element('output', { className: 'value' });
@@ -147,7 +150,7 @@ class Row {
     }
     this.showControl = (value) => {
       this.input.value = value;
-      this.input.ariaValueText = `${valueText(setting, value)} ${quantityText(setting, value)}`.trim();
+      this.input.ariaValueText = element('span', {}, ...shownValue(setting, value)).textContent.trim();
     };
     const mark = element('i', { className: 'initial', title: `initially ${valueText(setting, setting.initial)}` });
     mark.style.setProperty('--at', (setting.initial - setting.lowest) / (setting.highest - setting.lowest));
@@ -238,6 +241,9 @@ class Row {
     }
     this.reason = hasNoEffect(setting) ? '' : reasonOf(setting, record, this.context.settings);
     this.node.classList.toggle('unused', Boolean(this.reason) && setting.kind !== 'action');
+    if (!setting.shown && !hasNoEffect(setting)) {
+      this.reason ||= 'not shown by the simulated picture';
+    }
     if (setting.name === 'exposure_mode' && valueText(setting, record.exposure_mode) === 'smart') {
       const { follows } = this.context;
       this.reason = follows === null ? 'No camera is followed here: exposure stays as it is.' : `Follows camera ${follows}.`;
@@ -269,7 +275,7 @@ function simpleRow(label, control, value = '') {
 function commandSlider(label, range, line, text) {
   const output = element('output', { className: 'value' });
   const note = element('p', { className: 'note', id: newId() });
-  let touched = 0;
+  let touched = -Infinity;
   const send = latestOnly(async (value) => {
     try {
       await runCommand(line(value));
@@ -514,7 +520,7 @@ export class Controls {
     this.camera = camera;
     this.choice?.show(camera);
     for (const row of this.rows) {
-      row.touched = 0;
+      row.touched = -Infinity;
       row.message = '';
     }
     this.showRecord();
