@@ -10,7 +10,6 @@
 #include "session/cameras.h"
 #include "session/files.h"
 #include "session/session.h"
-#include "session/turn.h"
 
 #include <iostream>
 #include <poll.h>
@@ -18,8 +17,6 @@
 
 namespace
 {
-
-constexpr std::chrono::seconds kPatience{15}; // longer than any command holds its turn at the usual pace
 
 bool has_pages = false;
 bool has_controllers = false;
@@ -54,10 +51,7 @@ int leave(int status)
         control::stop_service();
     }
     try {
-        if (session::take_turn("leaving", kPatience)) {
-            session::save_settings();
-            session::end_turn();
-        }
+        session::save_settings();
     } catch (const session::BadInput& error) {
         std::cerr << error.what() << '\n';
         return 1;

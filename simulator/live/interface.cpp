@@ -8,6 +8,7 @@
 #include "session/bad_input.h"
 #include "session/change.h"
 #include "session/files.h"
+#include "session/lanes.h"
 #include "session/turn.h"
 
 #include <algorithm>
@@ -90,25 +91,25 @@ std::string_view life_text(sim::engine::Life life)
     return kTexts[static_cast<std::size_t>(life)];
 }
 
+/// Does what a request asks for, puts faults into words and keeps the settings.
 template <typename Action>
-auto in_turn(const std::string& what, Action action)
+Json done(Action action)
 {
-    if (!session::take_turn(what, kPatience)) {
-        throw Refusal{503, "busy with " + session::present_turn()};
-    }
-    struct End {
-        ~End()
+    struct Show {
+        ~Show()
         {
-            session::end_turn();
             take_view();
         }
-    } end;
+    } show;
+    session::set_patience(kPatience);
     try {
-        auto result = action();
+        Json result = action();
         session::save_settings();
         return result;
     } catch (const prompt::Interrupted&) {
         throw Refusal{503, "stopped by a signal"};
+    } catch (const session::Busy& busy) {
+        throw Refusal{503, busy.what()};
     } catch (const std::exception& error) {
         throw Refusal{400, error.what()};
     }
@@ -154,6 +155,7 @@ Json state_json(const View& view)
         const bool has_lens = id == 0;
         cameras.push_back({{"id", id},
                            {"state", life_text(camera.life)},
+                           {"busy", camera.busy},
                            {"exposure_mode", camera.settings.exposure_mode},
                            {"automatic", live.automatic},
                            {"time", live.time},
@@ -175,18 +177,20 @@ Json state_json(const View& view)
     return {{"time", view.seconds},
             {"speed", view.pace},
             {"busy", view.busy},
+            {"undo", view.undo},
             {"auto_iris", view.auto_iris},
             {"iris_target", view.lens.iris_target},
             {"zoom_target", view.lens.zoom_target},
             {"cameras", cameras}};
 }
 
-Json stored_json(const kiv_isp_param_s& record)
+Json stored_json(const Camera& camera)
 {
     Json settings = Json::object();
     for (const Setting& setting : sim::host::kSettings) {
-        settings[std::string(setting.name)] = record.*setting.member;
+        settings[std::string(setting.name)] = camera.settings.*setting.member;
     }
+    settings["csc_mode"] = camera.csc_mode ? Json(*camera.csc_mode) : Json();
     return settings;
 }
 
@@ -213,11 +217,12 @@ Json put_setting(int camera, const std::string& name, const Json& body)
     } else {
         throw Refusal{400, R"(a body is {"value": 3} or {"value": "name"})"};
     }
-    const std::string line = "set " + std::to_string(camera) + " " + name + (action ? "" : " " + word);
-    return in_turn(line, [&] {
-        const int result = session::apply(camera, *setting, action ? 0 : prompt::setting_value(*setting, word));
-        return Json{{"result", result},
-                    {"stored", setting->member != nullptr ? Json(sim::host::stored(camera, *setting)) : Json()}};
+    return done([&] {
+        const session::Outcome outcome = session::change_setting(
+            camera, *setting, action ? 0 : prompt::setting_value(*setting, word), session::Origin::page);
+        return Json{{"result", outcome.result},
+                    {"stored", outcome.stored ? Json(*outcome.stored) : Json()},
+                    {"text", outcome.text}};
     });
 }
 
@@ -231,7 +236,8 @@ Json run_command(const Json& body)
     if (std::any_of(line.begin(), line.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; })) {
         throw Refusal{400, "a command is one line of text"};
     }
-    return in_turn(line, [&] {
+    return done([&] {
+        const session::Turn turn(line);
         std::ostringstream output;
         if (!prompt::run_line(line, {.output = &output, .confined = true})) {
             throw session::BadInput("the program ends at its own prompt or with SIGTERM");

@@ -28,7 +28,7 @@ Json settings_json();
 Json state_json(const View& view);
 
 /// All stored settings of a camera.
-Json stored_json(const kiv_isp_param_s& record);
+Json stored_json(const Camera& camera);
 
 /// Calls a setter: {"value": 3} or {"value": "name"} in, {"result": 0, "stored": 3} out. Throws Refusal.
 Json put_setting(int camera, const std::string& name, const Json& body);

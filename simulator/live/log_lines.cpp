@@ -2,7 +2,7 @@
 
 #include "host/log.h"
 #include "session/cameras.h"
-#include "session/turn.h"
+#include "session/lanes.h"
 
 #include <algorithm>
 #include <cctype>
@@ -30,7 +30,7 @@ bool is_camera(char c)
     return c >= '0' && c <= '7';
 }
 
-/// The camera that a line names, or else the one that the command names within which it is written.
+/// The camera that a line names, or else the one for which the thread that writes it acts.
 int camera_of(const std::string& text)
 {
     for (const std::string_view name : {"cam_id is ", "camera_id is ", "ID: "}) {
@@ -40,13 +40,7 @@ int camera_of(const std::string& text)
             return number[0] - '0';
         }
     }
-    const std::string command = session::own_turn();
-    const std::size_t space = command.find(' ');
-    if (space == std::string::npos || space + 1 == command.size()) {
-        return -1;
-    }
-    const std::string word = command.substr(space + 1, command.find(' ', space + 1) - space - 1);
-    return word.size() == 1 && is_camera(word[0]) ? word[0] - '0' : -1;
+    return session::acting_camera();
 }
 
 /// "[module KIV_Set_hue +88  ]hue:3\n\n" becomes "KIV_Set_hue: hue:3".

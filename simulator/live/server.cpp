@@ -347,7 +347,7 @@ Answer state_answer()
     const auto view = latest_view();
     Json state = state_json(*view);
     for (std::size_t id = 0; id < kCameras; ++id) {
-        state["cameras"][id]["settings"] = stored_json(view->cameras[id].settings);
+        state["cameras"][id]["settings"] = stored_json(view->cameras[id]);
     }
     return {.body = text_of(state)};
 }

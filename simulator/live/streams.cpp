@@ -80,13 +80,14 @@ std::string changed_settings(const View& view, const View* before)
 {
     std::string text;
     for (std::size_t id = 0; id < kCameras; ++id) {
-        const kiv_isp_param_s& now = view.cameras[id].settings;
-        if (before != nullptr && std::memcmp(&now, &before->cameras[id].settings, sizeof now) == 0) {
+        const Camera& now = view.cameras[id];
+        if (before != nullptr && std::memcmp(&now.settings, &before->cameras[id].settings, sizeof now.settings) == 0 &&
+            now.csc_mode == before->cameras[id].csc_mode) {
             continue;
         }
         Json changed = stored_json(now);
         if (before != nullptr) {
-            const Json old = stored_json(before->cameras[id].settings);
+            const Json old = stored_json(before->cameras[id]);
             for (auto it = changed.begin(); it != changed.end();) {
                 it = old[it.key()] == *it ? changed.erase(it) : std::next(it);
             }

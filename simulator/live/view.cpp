@@ -1,10 +1,13 @@
 #include "live/view.h"
 
-#include "host/store.h"
+#include "session/cameras.h"
+#include "session/lanes.h"
 #include "session/look.h"
 #include "session/scenes.h"
 #include "session/session.h"
+#include "session/trial.h"
 #include "session/turn.h"
+#include "session/undo.h"
 
 #include <chrono>
 #include <mutex>
@@ -33,12 +36,16 @@ std::shared_ptr<const View> latest;
 Camera camera_view(int id, const Camera& before)
 {
     Camera camera;
-    camera.settings = sim::host::stored_record(id);
+    camera.settings = session::shown_settings(id);
+    camera.csc_mode = session::csc_mode_of(id);
+    camera.busy = session::busy_with(id);
     const void* engine = session::engine_of(id);
     camera.life = sim::engine::life(engine);
     camera.live = sim::engine::readings(id);
     camera.scene = session::scene_of(id)->name;
-    if (engine != nullptr) {
+    if (engine != nullptr && before.look && session::on_trial(id)) {
+        camera.look = before.look;
+    } else if (engine != nullptr) {
         const sim::picture::Look look = session::look_of(id);
         const bool unchanged = before.look && look == *before.look;
         camera.look = unchanged ? before.look : std::make_shared<const sim::picture::Look>(look);
@@ -55,6 +62,7 @@ void take()
     view->seconds = session::seconds_now();
     view->pace = sim::pace();
     view->busy = session::present_turn();
+    view->undo = session::next_undo();
     view->lens = sim::host::lens_state();
     view->auto_iris = session::auto_iris_on();
     for (int id = 0; id < kCameras; ++id) {

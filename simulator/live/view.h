@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace live
@@ -22,6 +23,8 @@ using session::kCameras;
 struct Camera {
     sim::engine::Life life = sim::engine::Life::unknown;
     kiv_isp_param_s settings{};
+    std::optional<int> csc_mode; ///< which no store keeps; none before it is set
+    std::string busy;            ///< what holds it; empty while it is free
     sim::engine::Readings live;
     std::string scene;                              ///< its name
     std::shared_ptr<const sim::picture::Look> look; ///< null without an engine; the same object while nothing changes
@@ -33,6 +36,7 @@ struct View {
     double seconds = 0.0;     ///< simulated
     double pace = 1.0;        ///< of simulated time
     std::string busy;         ///< the command that runs
+    std::string undo;         ///< the change that undo would take back
     sim::host::LensState lens;
     bool auto_iris = false;
     std::array<Camera, kCameras> cameras;

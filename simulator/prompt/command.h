@@ -6,6 +6,7 @@
 #include "host/settings.h"
 #include "prompt/interrupt.h"
 #include "session/bad_input.h"
+#include "session/turn.h"
 
 #include <charconv>
 #include <iosfwd>
@@ -107,8 +108,11 @@ auto with_progress(const std::string& what, Action action)
     int seconds = 0;
     std::ostream& output = out(); // of this thread, which is not the one that ticks
     const int handle = sim::every(1000000, [&] { output << what << ": " << ++seconds << " s\n" << std::flush; });
-    const Hurry hurry;
-    const auto result = action();
+    const auto result = [&] {
+        const session::TurnAside others_may_act;
+        const Hurry hurry;
+        return action();
+    }();
     sim::cancel(handle);
     throw_if_interrupted();
     return result;

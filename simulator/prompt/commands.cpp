@@ -1,7 +1,7 @@
 #include "prompt/commands.h"
 
 #include "prompt/commands/groups.h"
-#include "prompt/commands/inspect.h"
+#include "session/remembered.h"
 
 namespace prompt
 {
@@ -53,7 +53,7 @@ bool run_line(const std::string& line, const RunOptions& options)
         return false;
     }
     if (command->kind == Kind::changes) {
-        remember_engines();
+        session::remember_engines();
     }
     note_engine();
     const OptionsInForce in_force(options);

@@ -43,9 +43,9 @@ bool everything_kept()
 /// Runs one line. A wrong command is reported in one line on standard error.
 After run(const std::string& line, const std::string& where)
 {
-    const session::Turn turn(line);
     After after = After::next;
     try {
+        const session::Turn turn(line);
         after = run_line(line) ? After::next : After::leave;
         session::save_settings();
     } catch (const Interrupted&) {
@@ -180,7 +180,6 @@ int run_prompt(const std::string& history_file)
     for (;;) {
         const std::optional<std::string> line = read_line();
         if (asked_to_end()) {
-            const session::Turn turn("leaving");
             everything_kept();
             return kInterrupted;
         }
@@ -190,7 +189,6 @@ int run_prompt(const std::string& history_file)
         }
         if (end_of_input || word_of(*line) == "quit" || word_of(*line) == "quit!") {
             std::cout << (end_of_input ? "\n" : "");
-            const session::Turn turn("leaving");
             const bool kept = everything_kept();
             if (kept || asked || word_of(*line) == "quit!") {
                 return kept ? 0 : 1;

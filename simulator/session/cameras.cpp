@@ -5,19 +5,62 @@
 #include "isp_ctrl/core/context.h"
 #include "session/bad_input.h"
 #include "session/files.h"
+#include "session/lanes.h"
 
+#include <array>
+#include <atomic>
 #include <charconv>
 
 namespace session
 {
 
+namespace
+{
+
+constexpr int kNotSet = -1;
+std::array<std::atomic<int>, kCameras> csc_modes = {kNotSet, kNotSet, kNotSet, kNotSet,
+                                                    kNotSet, kNotSet, kNotSet, kNotSet};
+
+} // namespace
+
 bool start_camera(int camera)
 {
+    const Lanes lane({camera}, "start");
+    note_csc_mode(camera, std::nullopt);
     if (rk_isp_init(camera, session_folder().data()) != 0) {
         return false;
     }
     KIV_load_isp_para(camera);
     return true;
+}
+
+int stop_camera(int camera)
+{
+    const Lanes lane({camera}, "stop");
+    return rk_isp_stop(camera);
+}
+
+int reload_camera(int camera)
+{
+    const Lanes lane({camera}, "reload");
+    return rk_isp_update(camera);
+}
+
+int release_camera(int camera)
+{
+    const Lanes lane({camera}, "release");
+    return rk_isp_deinit(camera);
+}
+
+std::optional<int> csc_mode_of(int camera)
+{
+    const int mode = csc_modes[static_cast<std::size_t>(camera)];
+    return mode != kNotSet ? std::optional(mode) : std::nullopt;
+}
+
+void note_csc_mode(int camera, std::optional<int> mode)
+{
+    csc_modes[static_cast<std::size_t>(camera)] = mode.value_or(kNotSet);
 }
 
 const void* engine_of(int camera)

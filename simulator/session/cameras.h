@@ -4,6 +4,7 @@
 #include "base/clock.h"
 #include "host/store.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,13 +15,24 @@ using sim::host::kCameras;
 inline constexpr int kZoomCamera = 0; // the feature camera's lens is the one with motors
 inline constexpr sim::Microseconds kFramePeriod = 33333;
 
+// Each holds the camera's lane (session/lanes.h) and may throw Busy.
+
 /// Starts a camera's engine and restores its settings from the store; false when the engine did not start.
 bool start_camera(int camera);
+
+/// Stops an engine, has it read its tuning again, or stops and releases it; the library's result.
+int stop_camera(int camera);
+int reload_camera(int camera);
+int release_camera(int camera);
 
 /// Whether settings of a camera reach an engine, and what that engine is; the lowest sensor of a group stands for it.
 bool has_engine(int camera);
 const void* engine_of(int camera);
 std::vector<int> cameras_with_engine();
+
+/// The colour-space mode, which no store keeps, as last set since the camera was started; nothing before. Any thread.
+std::optional<int> csc_mode_of(int camera);
+void note_csc_mode(int camera, std::optional<int> mode);
 
 /// Changes the light on a camera: a colour temperature in kelvin or a named lamp. Throws BadInput for any other.
 void set_illuminant(int camera, const std::string& name);

@@ -1,13 +1,80 @@
 #include "session/change.h"
 
 #include "host/setters.h"
+#include "host/store.h"
+#include "isp_ctrl.h"
+#include "session/cameras.h"
+#include "session/lanes.h"
+#include "session/remembered.h"
+#include "session/undo.h"
 
 namespace session
 {
 
+namespace
+{
+
+std::string outcome_text(int camera, const sim::host::Setting& setting, int value, int result)
+{
+    const kiv_isp_param_s record = sim::host::stored_record(camera);
+    const bool stored = setting.member != nullptr && sim::host::contains(setting.stored, record);
+    if (result == ISP_EXCUTE_BYARM) {
+        return "3: the host applies styles itself";
+    }
+    if (result != ISP_SUCCESS && result != ISP_UNFIT) {
+        return std::to_string(result) + ": refused, or the engine failed";
+    }
+    if (result == ISP_UNFIT && !setting.is_mode() && sim::host::contains(setting.accepted, record)) {
+        return "2: refused";
+    }
+    if (setting.setter != sim::host::Setter::action && !setting.in_range(value)) {
+        return "shown, not stored";
+    }
+    if (setting.effective == sim::host::kNoMode) {
+        return stored ? "kept, without effect" : "accepted, without effect";
+    }
+    const std::string unused = sim::host::unused_mode(setting.effective, record);
+    if (unused.empty()) {
+        if (setting.name == "exposure_mode" && value == SMART_EXPOSURE && camera != kZoomCamera) {
+            return "exposure stays where it is: the feature camera follows when camera 0 is in smart";
+        }
+        return !has_engine(camera) ? stored ? "no engine: stored" : "no engine"
+               : stored || setting.member == nullptr
+                   ? ""
+                   : "not stored in " + sim::host::unused_mode(setting.stored, record);
+    }
+    if (setting.is_mode()) {
+        return "kept, without effect";
+    }
+    return stored ? "kept: takes effect only while " + sim::host::modes_text(setting.effective, &record)
+                  : "not stored: " + unused + " does not use it";
+}
+
+} // namespace
+
 int apply(int camera, const sim::host::Setting& setting, int value)
 {
+    if (setting.name == "csc_mode") {
+        note_csc_mode(camera, value);
+    }
     return sim::host::set(camera, setting.name, value);
+}
+
+Outcome change_setting(int camera, const sim::host::Setting& setting, int value, Origin origin)
+{
+    const std::string name(setting.name);
+    const Lanes lane({camera}, name);
+    remember_engine(camera);
+    Change change{.camera = camera, .what = name, .before = sim::host::stored_record(camera), .after = {}};
+    Outcome outcome;
+    outcome.result = apply(camera, setting, value);
+    change.after = sim::host::stored_record(camera);
+    note_change(change, origin != Origin::prompt);
+    if (setting.member != nullptr) {
+        outcome.stored = change.after.*setting.member;
+    }
+    outcome.text = outcome_text(camera, setting, value, outcome.result);
+    return outcome;
 }
 
 } // namespace session

@@ -11,6 +11,7 @@
 
 #include <filesystem>
 #include <iostream>
+#include <mutex>
 
 namespace session
 {
@@ -106,6 +107,8 @@ void load_settings()
 
 void save_settings()
 {
+    static std::mutex saving;
+    const std::lock_guard lock(saving);
     std::string text = store_as_text();
     if (text == files.saved_store) {
         return;

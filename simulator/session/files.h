@@ -25,7 +25,7 @@ void fit_lens(const std::string& model);
 /// Loads the settings from the folder. Throws BadInput when the store's file is damaged.
 void load_settings();
 
-/// Writes the settings if they changed since they were loaded or saved. Throws BadInput when that fails.
+/// Writes the settings if they changed since they were loaded or saved. Any thread. Throws BadInput when that fails.
 void save_settings();
 
 } // namespace session

@@ -1,5 +1,7 @@
 #include "session/turn.h"
 
+#include "session/lanes.h"
+
 #include <condition_variable>
 #include <mutex>
 #include <optional>
@@ -16,23 +18,19 @@ std::condition_variable ended;
 std::optional<std::string> present;
 std::thread::id actor;
 
-} // namespace
-
-bool take_turn(const std::string& what, std::chrono::milliseconds patience)
+bool is_own()
 {
-    std::unique_lock lock(mutex);
-    const auto free = [] { return !present.has_value(); };
-    if (patience == std::chrono::milliseconds::max()) {
-        ended.wait(lock, free);
-    } else if (!ended.wait_until(lock, std::chrono::system_clock::now() + patience, free)) {
-        return false;
-    }
-    present = what;
-    actor = std::this_thread::get_id();
-    return true;
+    return present && actor == std::this_thread::get_id();
 }
 
-void end_turn()
+void take(std::unique_lock<std::mutex>& lock, const std::string& what)
+{
+    ended.wait(lock, [] { return !present.has_value(); });
+    present = what;
+    actor = std::this_thread::get_id();
+}
+
+void end()
 {
     {
         const std::lock_guard lock(mutex);
@@ -41,28 +39,56 @@ void end_turn()
     ended.notify_one();
 }
 
+} // namespace
+
+Turn::Turn(const std::string& what)
+{
+    std::unique_lock lock(mutex);
+    own_ = !is_own();
+    if (own_) {
+        if (!ended.wait_until(lock, std::chrono::steady_clock::now() + patience(),
+                              [] { return !present.has_value(); })) {
+            throw Busy("busy with " + *present);
+        }
+        take(lock, what);
+    }
+}
+
+Turn::~Turn()
+{
+    if (own_) {
+        end();
+    }
+}
+
+TurnAside::TurnAside()
+{
+    std::unique_lock lock(mutex);
+    if (is_own()) {
+        what_ = *present;
+        lock.unlock();
+        end();
+    }
+}
+
+TurnAside::~TurnAside()
+{
+    if (!what_.empty()) {
+        std::unique_lock lock(mutex);
+        take(lock, what_);
+    }
+}
+
 std::string present_turn()
 {
     const std::lock_guard lock(mutex);
     return present.value_or("");
 }
 
-std::string own_turn()
-{
-    const std::lock_guard lock(mutex);
-    return actor == std::this_thread::get_id() ? present.value_or("") : "";
-}
-
 void wait_in_turn(sim::Microseconds duration)
 {
-    const std::string what = own_turn();
-    if (what.empty()) { // nobody else is there
-        sim::wait(duration);
-        return;
-    }
-    end_turn();
+    const TurnAside aside;
     sim::wait(duration);
-    take_turn(what);
 }
 
 } // namespace session

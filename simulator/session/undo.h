@@ -1,32 +1,51 @@
-// The settings before each change of this session, and their return.
+// The history of changes of settings, whoever made them, and their return.
 #pragma once
 
 #include "host/settings.h"
 
+#include <optional>
 #include <string>
 
 namespace session
 {
 
-/// While it lives, a camera's settings may change; what they were can then be had back.
+/// A camera's settings before and after a change. What the change did can be taken back without what others did since.
+struct Change {
+    int camera = 0;
+    std::string what; ///< the setting, or what else changed the record
+    kiv_isp_param_s before{};
+    kiv_isp_param_s after{};
+};
+
+/// Puts into `record` the settings that a change varied and nobody has changed since, as they were before it.
+void take_back(const Change& change, kiv_isp_param_s& record);
+
+/// Adds a change to the history unless nothing differs. With `goes_on` it continues the last one if that was of the
+/// same camera and setting, less than a second ago: a slider that is dragged.
+void note_change(const Change& change, bool goes_on = false);
+
+/// While it lives, a camera's settings may change: one change of the history. It holds the camera's lane.
 class Undoable
 {
 public:
-    explicit Undoable(int camera);
+    Undoable(int camera, const std::string& what);
     ~Undoable();
     Undoable(const Undoable&) = delete;
     Undoable& operator=(const Undoable&) = delete;
 
 private:
-    int camera_;
-    kiv_isp_param_s before_;
+    Change change_;
 };
 
-/// Puts a camera's settings into store and engine.
+/// Puts a camera's settings into store and engine, in the camera's lane.
 void put_settings(int camera, const kiv_isp_param_s& record);
 
-/// Takes back the last change that was not taken back yet. Returns its camera, or -1 when there is none.
-int undo_change();
+/// Takes back the last change that was not taken back yet: the camera's settings before and after this; nothing where
+/// there is none. Throws Busy.
+std::optional<Change> undo_change();
+
+/// What undo_change() would take back, "camera 0: hue"; empty where there is nothing. Any thread.
+std::string next_undo();
 
 /// A line per setting in which two records differ, "hue                     3  (TITLE 7)".
 std::string differences(const kiv_isp_param_s& record, const kiv_isp_param_s& other, const std::string& title);

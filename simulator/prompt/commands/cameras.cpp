@@ -6,6 +6,7 @@
 #include "prompt/command.h"
 #include "prompt/commands/groups.h"
 #include "prompt/json.h"
+#include "session/lanes.h"
 
 #include <algorithm>
 #include <ostream>
@@ -56,6 +57,7 @@ std::vector<int> group_members(const Words& words)
 void group(const Words& words)
 {
     const int id = number<int>(words[1], 0, session::kCameras - 1, "a group");
+    const session::Lanes lanes({0, 1, 2, 3, 4, 5, 6, 7}, "group " + words[0]);
     if (words[0] == "start" && words.size() > 2) {
         std::vector<int> sensors = group_members(words);
         check(rk_isp_init_group(id, sensors.data(), sensors.size(), nullptr), "group start");
@@ -90,9 +92,9 @@ void list(const Words& /*words*/)
 
 constexpr Command kCommands[] = {
     {"start", "CAM...", "start engines and restore their settings", 1, kMany, start},
-    {"stop", "CAM...", "stop engines", 1, kMany, for_cameras<rk_isp_stop>},
-    {"reload", "CAM...", "reload the engines' tuning", 1, kMany, for_cameras<rk_isp_update>},
-    {"release", "CAM...", "stop and release engines", 1, kMany, for_cameras<rk_isp_deinit>},
+    {"stop", "CAM...", "stop engines", 1, kMany, for_cameras<session::stop_camera>},
+    {"reload", "CAM...", "reload the engines' tuning", 1, kMany, for_cameras<session::reload_camera>},
+    {"release", "CAM...", "stop and release engines", 1, kMany, for_cameras<session::release_camera>},
     {"group", "start ID SENSOR... | stop|resume|release ID", "run sensors as one group", 2, kMany, group},
     {"list", "", "one line per camera that has an engine", 0, 0, list, Kind::looks},
 };

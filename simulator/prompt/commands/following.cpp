@@ -7,6 +7,7 @@
 #include "session/calibration_check.h"
 #include "session/cameras.h"
 #include "session/files.h"
+#include "session/lanes.h"
 #include "session/look.h"
 
 #include <algorithm>
@@ -38,6 +39,7 @@ void calibrate(const Words& words)
     if (!first && !session::has_first_light(session::calibration_path())) {
         throw BadInput("there is no first light to go with this one: calibrate d65, then calibrate a");
     }
+    const session::Lanes lanes({0, 2, 3}, "calibration");
     for (const int camera : {0, 2, 3}) {
         session::set_illuminant(camera, first ? "D65" : "A");
     }

@@ -8,9 +8,9 @@
 #include "prompt/field_runs.h"
 #include "prompt/json.h"
 #include "session/cameras.h"
+#include "session/remembered.h"
 
 #include <algorithm>
-#include <map>
 #include <ostream>
 
 namespace prompt
@@ -29,9 +29,6 @@ Fields block_fields(int camera, const std::string& block)
 {
     return sim::engine::describe(session::engine_of(camera), block);
 }
-
-// Every engine before the last command that could change one, by camera.
-std::map<int, sim::engine::Snapshot> engines_before;
 
 /// Prints fields under their block's name, the elements of an array as one line or as a grid.
 void print_fields(const std::string& block, const Fields& fields)
@@ -87,7 +84,7 @@ void changes(const Words& words)
     const int camera = camera_with_engine(words[0]);
     Json object = Json::object();
     const auto now = sim::engine::snapshot(session::engine_of(camera));
-    for (const FieldRun& run : runs_of(sim::engine::changes(engines_before[camera], now))) {
+    for (const FieldRun& run : runs_of(sim::engine::changes(session::remembered(camera), now))) {
         const std::string value = short_text(run.values);
         const std::string before = short_text(run.before);
         if (json_on()) {
@@ -151,14 +148,6 @@ constexpr Command kCommands[] = {
 std::span<const std::string_view> called_functions()
 {
     return kFunctions;
-}
-
-void remember_engines()
-{
-    engines_before.clear();
-    for (const int camera : session::cameras_with_engine()) {
-        engines_before[camera] = sim::engine::snapshot(session::engine_of(camera));
-    }
 }
 
 std::span<const Command> engine_commands()

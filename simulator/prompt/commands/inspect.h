@@ -10,7 +10,4 @@ namespace prompt
 /// What the library calls of engine and host, and what can be made to fail.
 std::span<const std::string_view> called_functions();
 
-/// Notes what every engine holds, which `changes` compares with.
-void remember_engines();
-
 } // namespace prompt

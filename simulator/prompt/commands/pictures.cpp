@@ -9,9 +9,9 @@
 #include "prompt/interrupt.h"
 #include "prompt/json.h"
 #include "session/cameras.h"
-#include "session/change.h"
 #include "session/look.h"
 #include "session/scenes.h"
+#include "session/trial.h"
 
 #include <array>
 #include <cmath>
@@ -39,36 +39,19 @@ void render(const Words& words)
 
 // ---- Values of a setting --------------------------------------------------------------------------------------------
 
-/// Puts a camera's settings back where they were.
-class PutBack
-{
-public:
-    explicit PutBack(int camera) : camera_(camera), before_(sim::host::stored_record(camera)) {}
-    ~PutBack()
-    {
-        sim::host::store_record(camera_, before_);
-        KIV_load_isp_para(camera_);
-    }
-    PutBack(const PutBack&) = delete;
-    PutBack& operator=(const PutBack&) = delete;
-
-private:
-    int camera_;
-    kiv_isp_param_s before_;
-};
-
 /// The pictures of a camera with each of some values of a setting; the store and the engine are put back.
 std::vector<sim::picture::Panel> pictures_with(int camera, const Setting& setting, const Words& values)
 {
     constexpr std::size_t kFew = 4; // which take less than a second
-    const PutBack put_back(camera);
+    session::Trial trial(camera);
     std::vector<sim::picture::Panel> panels;
     for (const std::string& value : values) {
         const std::string title = std::string(setting.name) + " " + value;
         if (values.size() > kFew) {
             out() << title << ", " << panels.size() + 1 << " of " << values.size() << '\n' << std::flush;
         }
-        const int result = session::apply(camera, setting, setting_value(setting, value));
+        trial.put_back();
+        const int result = trial.set(setting, setting_value(setting, value));
         if (result != ISP_SUCCESS && result != ISP_UNFIT && result != ISP_EXCUTE_BYARM) {
             throw BadInput(title + " failed with " + std::to_string(result));
         }

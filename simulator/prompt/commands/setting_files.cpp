@@ -2,6 +2,7 @@
 #include "host/store.h"
 #include "prompt/command.h"
 #include "prompt/commands/groups.h"
+#include "session/lanes.h"
 #include "session/undo.h"
 
 #include <ostream>
@@ -37,7 +38,8 @@ void load(const Words& words)
 {
     const int camera = camera_id(words[0]);
     const kiv_isp_param_s record = settings_in(words[1], camera);
-    const session::Undoable undoable(camera);
+    const session::Lanes lane({camera}, "load");
+    const session::Undoable undoable(camera, words[1]);
     const kiv_isp_param_s before = sim::host::stored_record(camera);
     session::put_settings(camera, record);
     out() << "camera " << camera << '\n' << session::differences(sim::host::stored_record(camera), before, "before");

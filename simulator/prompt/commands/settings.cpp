@@ -6,6 +6,7 @@
 #include "prompt/json.h"
 #include "session/cameras.h"
 #include "session/change.h"
+#include "session/lanes.h"
 #include "session/undo.h"
 
 #include <algorithm>
@@ -23,40 +24,6 @@ namespace
 
 constexpr int kNameWidth = 24;
 
-/// What became of a value, where that is not simply that it is stored and in force.
-std::string outcome_text(int camera, const Setting& setting, int value, int result)
-{
-    const kiv_isp_param_s record = sim::host::stored_record(camera);
-    const bool stored = setting.member != nullptr && sim::host::contains(setting.stored, record);
-    if (result == ISP_EXCUTE_BYARM) {
-        return "  (3: the host applies styles itself)";
-    }
-    if (result != ISP_SUCCESS && result != ISP_UNFIT) {
-        return "  (" + std::to_string(result) + ": refused, or the engine failed)";
-    }
-    if (result == ISP_UNFIT && !setting.is_mode() && sim::host::contains(setting.accepted, record)) {
-        return "  (2: refused)";
-    }
-    if (setting.setter != sim::host::Setter::action && !setting.in_range(value)) {
-        return "  (shown, not stored)";
-    }
-    if (setting.effective == sim::host::kNoMode) {
-        return stored ? "  (kept, without effect)" : "  (accepted, without effect)";
-    }
-    const std::string unused = sim::host::unused_mode(setting.effective, record);
-    if (unused.empty()) {
-        return !session::has_engine(camera) ? stored ? "  (no engine: stored)" : "  (no engine)"
-               : stored || setting.member == nullptr
-                   ? ""
-                   : "  (not stored in " + sim::host::unused_mode(setting.stored, record) + ")";
-    }
-    if (setting.is_mode()) {
-        return "  (kept, without effect)";
-    }
-    return stored ? "  (kept: takes effect only while " + sim::host::modes_text(setting.effective, &record) + ")"
-                  : "  (not stored: " + unused + " does not use it)";
-}
-
 void set(const Words& words)
 {
     const int camera = camera_id(words[0]);
@@ -70,15 +37,14 @@ void set(const Words& words)
         throw BadInput(action ? name + " takes no value" : name + " takes " + range_text(setting));
     }
     const int value = action ? 0 : setting_value(setting, words[2]);
-    const session::Undoable undoable(camera);
+    const auto change = [&] { return session::change_setting(camera, setting, value, session::Origin::prompt); };
     const bool slow = name == "wb_mode_onepush" && session::has_engine(camera);
-    const int result = slow ? with_progress("measuring", [&] { return session::apply(camera, setting, value); })
-                            : session::apply(camera, setting, value);
+    const session::Outcome outcome = slow ? with_progress("measuring", change) : change();
     out() << "camera " << camera << "  " << name;
     if (!action) {
         out() << " = " << words[2];
     }
-    out() << outcome_text(camera, setting, value, result) << '\n';
+    out() << (outcome.text.empty() ? "" : "  (" + outcome.text + ")") << '\n';
 }
 
 void print_setting(int camera, const Setting& setting)
@@ -161,23 +127,18 @@ void show(const Words& words)
 
 void undo(const Words& /*words*/)
 {
-    std::vector<kiv_isp_param_s> before;
-    before.reserve(session::kCameras);
-    for (int camera = 0; camera < session::kCameras; ++camera) {
-        before.push_back(sim::host::stored_record(camera));
-    }
-    const int camera = session::undo_change();
-    if (camera < 0) {
+    const std::optional<session::Change> undone = session::undo_change();
+    if (!undone) {
         throw BadInput("there is nothing to undo");
     }
-    out() << "camera " << camera << '\n'
-          << session::differences(sim::host::stored_record(camera), before[static_cast<std::size_t>(camera)], "before");
+    out() << "camera " << undone->camera << '\n' << session::differences(undone->after, undone->before, "before");
 }
 
 void reset(const Words& words)
 {
     const int camera = camera_id(words[0]);
-    const session::Undoable undoable(camera);
+    const session::Lanes lane({camera}, "reset");
+    const session::Undoable undoable(camera, words.size() > 1 ? words[1] : "reset");
     const kiv_isp_param_s before = sim::host::stored_record(camera);
     kiv_isp_param_s record = sim::host::initial_record();
     if (words.size() > 1) {
@@ -197,7 +158,7 @@ constexpr Command kCommands[] = {
     {"set", "CAM SETTING [VALUE]", "change a setting", 2, 3, set},
     {"show", "[CAM [SETTING | all]]", "what differs from the initial settings, or all cameras side by side", 0, 2, show,
      Kind::looks},
-    {"undo", "", "take back the last change of settings, again and again", 0, 0, undo},
+    {"undo", "", "undo the last change of settings; repeat to go further back", 0, 0, undo},
     {"reset", "CAM [SETTING]", "initial value of a setting, or of all", 1, 2, reset},
 };
 

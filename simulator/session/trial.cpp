@@ -1,0 +1,104 @@
+#include "session/trial.h"
+
+#include "host/store.h"
+#include "session/cameras.h"
+#include "session/change.h"
+#include "session/lanes.h"
+
+#include <array>
+#include <mutex>
+
+namespace session
+{
+
+namespace
+{
+
+/// What a trial has varied so far, and a value that no store keeps.
+struct Tried {
+    Change change;
+    std::optional<int> csc_mode;
+};
+
+std::mutex mutex;
+std::array<std::optional<Tried>, kCameras> trials;
+
+std::optional<Tried>& trial_of(int camera)
+{
+    return trials[static_cast<std::size_t>(camera)];
+}
+
+} // namespace
+
+Trial::Trial(int camera) : camera_(camera)
+{
+    const std::lock_guard lock(mutex);
+    if (trial_of(camera)) {
+        throw Busy("camera " + std::to_string(camera) + " is busy with trying values");
+    }
+    const kiv_isp_param_s record = sim::host::stored_record(camera);
+    trial_of(camera) = Tried{.change = {.camera = camera, .what = "", .before = record, .after = record},
+                             .csc_mode = csc_mode_of(camera)};
+}
+
+Trial::~Trial()
+{
+    try {
+        put_back();
+    } catch (const Busy&) { // the camera stays as it is
+    }
+    const std::lock_guard lock(mutex);
+    trial_of(camera_).reset();
+}
+
+int Trial::set(const sim::host::Setting& setting, int value)
+{
+    const Lanes lane({camera_}, "trying " + std::string(setting.name));
+    const kiv_isp_param_s before = sim::host::stored_record(camera_);
+    const std::lock_guard lock(mutex); // nobody is shown a value before it is known to be tried
+    const int result = apply(camera_, setting, value);
+    const kiv_isp_param_s after = sim::host::stored_record(camera_);
+    Change& change = trial_of(camera_)->change;
+    for (const sim::host::Setting& each : sim::host::kSettings) {
+        if (before.*each.member != after.*each.member) {
+            if (change.before.*each.member == change.after.*each.member ||
+                before.*each.member != change.after.*each.member) { // new, or somebody's since
+                change.before.*each.member = before.*each.member;
+            }
+            change.after.*each.member = after.*each.member;
+        }
+    }
+    return result;
+}
+
+void Trial::put_back()
+{
+    const Lanes lane({camera_}, "putting settings back");
+    const std::lock_guard lock(mutex);
+    Tried& tried = *trial_of(camera_);
+    kiv_isp_param_s record = sim::host::stored_record(camera_);
+    take_back(tried.change, record);
+    put_settings(camera_, record);
+    if (tried.csc_mode && tried.csc_mode != csc_mode_of(camera_)) {
+        apply(camera_, *sim::host::find_setting("csc_mode"), *tried.csc_mode);
+    }
+    tried.change.before = tried.change.after = record;
+}
+
+bool on_trial(int camera)
+{
+    const std::lock_guard lock(mutex);
+    return trial_of(camera).has_value();
+}
+
+kiv_isp_param_s shown_settings(int camera)
+{
+    const std::lock_guard lock(mutex);
+    kiv_isp_param_s record = sim::host::stored_record(camera);
+    if (trial_of(camera)) {
+        take_back(trial_of(camera)->change, record);
+    }
+    return record;
+}
+
+} // namespace session
