@@ -6,8 +6,6 @@
 #include "isp_ctrl.h"
 #include "session/cameras.h"
 #include "session/change.h"
-#include "session/turn.h"
-#include "session/undo.h"
 
 #include <cmath>
 #include <exception>
@@ -30,7 +28,7 @@ Outcome set_power(int camera, bool on)
     if (on == runs(camera)) {
         return {true, "it was so"};
     }
-    const bool done = on ? session::start_camera(camera) : rk_isp_stop(camera) == 0;
+    const bool done = on ? session::start_camera(camera) : session::stop_camera(camera) == 0;
     return {done, done ? "" : "the engine failed"};
 }
 
@@ -46,11 +44,9 @@ Outcome drive_zoom(int command)
 
 Outcome change(int camera, const sim::host::Setting& setting, int value)
 {
-    const session::Turn turn("set " + std::to_string(camera) + " " + std::string(setting.name));
-    const session::Undoable undoable(camera);
-    const int result = session::apply(camera, setting, value);
-    const bool done = result == ISP_SUCCESS || result == ISP_EXCUTE_BYARM;
-    return {done, done ? "" : "result " + std::to_string(result)};
+    const session::Outcome outcome = session::change_setting(camera, setting, value, session::Origin::control);
+    const bool done = outcome.result == ISP_SUCCESS || outcome.result == ISP_EXCUTE_BYARM;
+    return {done, done ? "" : outcome.text};
 }
 
 } // namespace

@@ -18,6 +18,7 @@ namespace
 struct Tried {
     Change change;
     std::optional<int> csc_mode;
+    bool varied = false;
 };
 
 std::mutex mutex;
@@ -58,6 +59,7 @@ int Trial::set(const sim::host::Setting& setting, int value)
     const std::lock_guard lock(mutex); // nobody is shown a value before it is known to be tried
     const int result = apply(camera_, setting, value);
     const kiv_isp_param_s after = sim::host::stored_record(camera_);
+    trial_of(camera_)->varied = true;
     Change& change = trial_of(camera_)->change;
     for (const sim::host::Setting& each : sim::host::kSettings) {
         if (before.*each.member != after.*each.member) {
@@ -76,6 +78,9 @@ void Trial::put_back()
     const Lanes lane({camera_}, "putting settings back");
     const std::lock_guard lock(mutex);
     Tried& tried = *trial_of(camera_);
+    if (!tried.varied) {
+        return;
+    }
     kiv_isp_param_s record = sim::host::stored_record(camera_);
     take_back(tried.change, record);
     put_settings(camera_, record);
@@ -83,6 +88,7 @@ void Trial::put_back()
         apply(camera_, *sim::host::find_setting("csc_mode"), *tried.csc_mode);
     }
     tried.change.before = tried.change.after = record;
+    tried.varied = false;
 }
 
 bool on_trial(int camera)

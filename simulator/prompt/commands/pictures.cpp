@@ -50,7 +50,6 @@ std::vector<sim::picture::Panel> pictures_with(int camera, const Setting& settin
         if (values.size() > kFew) {
             out() << title << ", " << panels.size() + 1 << " of " << values.size() << '\n' << std::flush;
         }
-        trial.put_back();
         const int result = trial.set(setting, setting_value(setting, value));
         if (result != ISP_SUCCESS && result != ISP_UNFIT && result != ISP_EXCUTE_BYARM) {
             throw BadInput(title + " failed with " + std::to_string(result));
