@@ -35,18 +35,4 @@ protected:
     }
 };
 
-/// A call in short: "get:shutter=7", "max:shutter", "set:shutter=7" for the store, "getExpSwAttr" for the engine,
-/// "iris_to=5" for others.
-inline std::string short_form(const sim::Call& call)
-{
-    const std::string& function = call.function;
-    const std::string value = "=" + std::to_string(call.value);
-    if (function.starts_with("para_")) {
-        const std::size_t setting = std::string_view("para_get_isp_").size();
-        const std::string name = function.substr(setting, function.size() - setting - 4);
-        return function.ends_with("_max") ? "max:" + name : function.substr(5, 3) + ":" + name + value;
-    }
-    return function.starts_with("rk_aiq") ? function.substr(function.rfind('_') + 1) : function + value;
-}
-
 } // namespace bench

@@ -1,5 +1,5 @@
-// What every exported function traces, line by line, what it returns and how often it calls the engine, against the
-// page of the field log: with an engine and without one, in every mode.
+// What every exported function traces and calls, in order, and what it returns, against the page of the field log: with
+// an engine and without one, in every mode, and when it is refused.
 #include "torture/operations.h"
 #include "torture/world.h"
 
@@ -28,7 +28,11 @@ const std::thread::id main_thread = std::this_thread::get_id();
 void note_line(int /*level*/, const char* text)
 {
     const std::lock_guard lock(logged_mutex);
-    (std::this_thread::get_id() == main_thread ? logged : logged_by_threads).push_back(text);
+    const bool main = std::this_thread::get_id() == main_thread;
+    (main ? logged : logged_by_threads).push_back(text);
+    if (main) {
+        sim::note_call("line");
+    }
 }
 
 void replace(std::string& text, const std::string& what, const std::string& by)
@@ -68,18 +72,25 @@ std::string shown(const std::string& line, const std::string& folder)
     return name + ": " + message;
 }
 
-/// The lines that were logged, the threads' behind those of others.
-Lines log_lines(const std::string& folder)
+/// A call of the engine, the store, another function of the host's or the system, in short.
+std::string shown(const sim::Call& call)
 {
-    const std::lock_guard lock(logged_mutex);
-    Lines lines = std::exchange(logged, {});
-    std::ranges::move(std::exchange(logged_by_threads, {}), std::back_inserter(lines));
-    std::ranges::transform(lines, lines.begin(), [&](const std::string& line) { return shown(line, folder); });
-    return lines;
+    const std::string camera = call.id > 0 ? "@" + std::to_string(call.id) : "";
+    const std::string value = std::to_string(call.value);
+    std::string name = call.function;
+    if (name.starts_with("para_") && (name.ends_with("_cur") || name.ends_with("_max"))) {
+        const std::string setting = name.substr(13, name.size() - 17) + camera;
+        return name.ends_with("_max") ? setting + " max?" : name[5] == 's' ? setting + " = " + value : setting + "?";
+    }
+    if (name.starts_with("rk_aiq_")) {
+        return name.substr(name.find("api2_") + 5) + camera;
+    }
+    return kSystem.contains(name) ? name : name + "(" + (call.value != 0 ? value : "") + ")" + camera;
 }
 
 struct Log {
-    Lines lines;
+    Lines lines;                    // the threads' behind those of others
+    Lines in_full;                  // with the calls between them; those that threads take part in stand at the end
     std::vector<std::string> calls; // that can fail
     std::string end;
 };
@@ -100,12 +111,41 @@ Log log_of(const Operation& operation, int variant, bool engines, const std::str
     sim::stop_recording();
     sim::host::set_log_callback(nullptr);
     sim::host::set_module_level(0);
-    Log log{.lines = log_lines(world.folder), .calls = {}, .end = {}};
-    for (const sim::Call& call : sim::recorded_calls()) {
+    Log log;
+    {
+        const std::lock_guard lock(logged_mutex);
+        log.lines = std::exchange(logged, {});
+        std::ranges::move(std::exchange(logged_by_threads, {}), std::back_inserter(log.lines));
+    }
+    for (std::string& line : log.lines) {
+        line = shown(line, world.folder);
+    }
+    std::vector<sim::Call> calls = sim::recorded_calls();
+    const auto is_line = [](const sim::Call& call) { return call.function == "line"; };
+    if (std::ranges::find(calls, "pthread_create", &sim::Call::function) != calls.end()) {
+        std::ranges::stable_partition(calls, is_line);
+    }
+    auto line = log.lines.begin();
+    bool appends = false; // to a row of calls
+    for (const sim::Call& call : calls) {
+        if (is_line(call)) {
+            log.in_full.push_back(*line++);
+            appends = false;
+            continue;
+        }
+        const std::string text = shown(call);
+        appends = appends && log.in_full.back().size() + text.size() < 110;
+        if (appends) {
+            log.in_full.back() += ", " + text;
+        } else {
+            log.in_full.push_back("> " + text);
+        }
+        appends = true;
         if (call.function.starts_with("rk_aiq") || kSystem.contains(call.function)) {
             log.calls.push_back(call.function);
         }
     }
+    log.in_full.insert(log.in_full.end(), line, log.lines.end());
     const auto to_engine =
         std::ranges::count_if(log.calls, [](const std::string& function) { return function.starts_with("rk_aiq"); });
     log.end = "    returns " + std::to_string(result) + " after " + std::to_string(to_engine) + " engine calls\n";
@@ -171,7 +211,7 @@ std::string entries(const Operation& operation)
         for (int variant = 0; variant < variants; ++variant) {
             const Log log = log_of(operation, variant, engines);
             std::string lines;
-            for (const std::string& line : log.lines) {
+            for (const std::string& line : log.in_full) {
                 lines += "    " + line + "\n";
             }
             sound.add(lines + log.end, torture::modes_of(variant) + (engines ? "" : " and no engine"));
@@ -187,6 +227,22 @@ std::string entries(const Operation& operation)
     return sound.page(operation.name, sound.count() > 1) + failed.page(operation.name, true);
 }
 
+/// The same of one that is refused, for several bad ids, of which ID stands for each.
+std::string refused_entries(const Operation& operation)
+{
+    Found found;
+    for (const int id : {-1, 8, INT_MIN, INT_MAX}) {
+        const Log log = log_of({.name = operation.name, .run = [&](int) { return operation.run(id); }}, 0, true);
+        std::string lines;
+        for (std::string line : log.in_full) {
+            replace(line, "id " + std::to_string(id), "id ID");
+            lines += "    " + line + "\n";
+        }
+        found.add(lines + log.end, "refused");
+    }
+    return found.page(operation.name, true);
+}
+
 TEST(FieldLog, IsWhatThePageSays)
 {
     std::string every_mode, every_mode_without;
@@ -197,6 +253,9 @@ TEST(FieldLog, IsWhatThePageSays)
     std::string text;
     for (const Operation& operation : torture::operations()) {
         text += entries(operation);
+    }
+    for (const Operation& operation : torture::refused()) {
+        text += refused_entries(operation);
     }
     for (const auto& [modes, shorter] : {std::pair{every_mode, ", any mode"}, {every_mode_without, ", no engine"}}) {
         replace(text, modes, shorter);

@@ -116,4 +116,61 @@ inline std::vector<Operation> operations()
     return list;
 }
 
+/// Calls that are refused: ids that name no camera and no group, which `run` takes, and other arguments that cannot be.
+inline std::vector<Operation> refused()
+{
+    static int sensors[] = {0, 1};
+    static awb_calibration_s record;
+    static float figure;
+#define ID(function, ...) {#function, [](int id) { return static_cast<int>(function(id __VA_OPT__(, ) __VA_ARGS__)); }}
+#define VOID_ID(function, ...) {#function, [](int id) { return function(id __VA_OPT__(, ) __VA_ARGS__), 0; }}
+#define BAD(function, ...) {#function "(" #__VA_ARGS__ ")", [](int) { return function(__VA_ARGS__); }}
+    std::vector<Operation> list = {
+        ID(rk_isp_update),
+        ID(rk_isp_stop),
+        ID(rk_isp_resume),
+        ID(rk_isp_deinit),
+        ID(rk_isp_init_group, sensors, 2, nullptr),
+        ID(rk_isp_init_group_start),
+        ID(rk_isp_init_group_stop),
+        ID(rk_isp_deinit_group),
+        ID(set_PanoramaIspId),
+        ID(set_FeaturesIspId),
+        ID(get_onepush_rgain),
+        ID(get_onepush_bgain),
+        ID(get_onepush_ggain),
+        ID(get_colortemp_rgain),
+        ID(get_colortemp_ggain),
+        ID(get_colortemp_bgain),
+        VOID_ID(set_colortemp_rgain, 1.5F),
+        VOID_ID(set_colortemp_ggain, 1.5F),
+        VOID_ID(set_colortemp_bgain, 1.5F),
+        VOID_ID(KIV_load_isp_para),
+        ID(KIV_Get_csc_mode),
+        BAD(rk_isp_init_group, 1, nullptr, 2, nullptr),
+        BAD(rk_isp_init_group, 1, sensors, 0, nullptr),
+        BAD(rk_isp_init_group, 1, sensors, 8, nullptr),
+        BAD(rk_isp_init_group_start, 1),
+        BAD(rk_isp_init_group_stop, 1),
+        BAD(rk_isp_deinit_group, 1),
+        BAD(set_sensor_vpss_group, 0, nullptr),
+        BAD(kiv_rkisp_cl_getAeinfo, &figure, &figure, nullptr, &figure, &figure, &figure),
+        BAD(user_load_shading_file, nullptr, 1),
+        BAD(user_load_wb_calibration_file, &record, -1),
+        BAD(user_save_wb_calibration_file, &record, -1),
+        BAD(init_auto_iris_control, nullptr),
+        BAD(set_auto_iris, nullptr),
+        BAD(Awb_Calibration, 0),
+        BAD(Awb_Calibration, 3),
+    };
+#undef ID
+#undef VOID_ID
+#undef BAD
+    for (const bench::NamedSetter& setter : bench::kSetters) {
+        list.push_back(
+            {.name = "KIV_Set_" + std::string(setter.name), .run = [set = setter.set](int id) { return set(id, 1); }});
+    }
+    return list;
+}
+
 } // namespace torture

@@ -111,8 +111,8 @@ double processor_time()
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
-// The engine is stopped and the slot emptied at once, the engine is released when the call has returned. Another setting
-// meanwhile finds no engine and does not wait.
+// The engine is stopped and the slot emptied at once, the engine is released when the call has returned. Another
+// setting meanwhile finds no engine and does not wait.
 TEST_F(Release, WaitsForTheCallUnderWay)
 {
     for (const Way& way : kWays) {

@@ -31,6 +31,18 @@ inline std::string modes_of(int variant)
            sim::host::name_of(bench::setting("wb_mode"), wb_mode_of(variant));
 }
 
+/// Levels of which few are initial ones or like their neighbours'.
+inline kiv_isp_param_s telling_record()
+{
+    kiv_isp_param_s record = sim::host::initial_record();
+    for (int turn = 0; const sim::host::Setting& setting : sim::host::kSettings) {
+        if (setting.has_max()) {
+            record.*setting.member = setting.lowest + ++turn * 3 % (setting.highest - setting.lowest + 1);
+        }
+    }
+    return record;
+}
+
 constexpr int kCycles = 6; // of a thread's loop, then it is asked to end
 inline std::atomic<int> cycles;
 
@@ -54,6 +66,7 @@ public:
         sim::inject_fault("pthread_create", 1, EAGAIN);
         KIV_Set_exposure_mode(0, SMART_EXPOSURE); // from here on its thread may run
         sim::clear_faults();
+        sim::host::set_preset(style_default, telling_record());
         cycles = 0;
         set_awb_follow_pano(1);
         isp::seam.sleep = [](unsigned) { return 0U; };
@@ -73,11 +86,14 @@ public:
             if (engines) {
                 bench::start_camera(camera);
             }
+            sim::host::store_record(camera, telling_record());
             bench::store(camera, "exposure_mode", exposure_mode_of(variant));
             bench::store(camera, "wb_mode", wb_mode_of(variant));
             for (const auto& [name, value] : {std::pair{"antiflicker", variant % 3},
+                                              {"expcomp_mode", 2},
+                                              {"backlight", 2},
                                               {"rgain_tuning", 12},
-                                              {"bgain_tuning", 7},
+                                              {"bgain_tuning", 8},
                                               {"temperature", 25},
                                               {"rgain_onepush", 1957},
                                               {"bgain_onepush", 2300}}) {
