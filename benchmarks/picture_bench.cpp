@@ -22,6 +22,14 @@ void reduce_noise(Look& look)
     std::ranges::fill(look.nr2d.stAuto.st2DParams.edgesofts, 3.0F);
 }
 
+void average_frames(Look& look)
+{
+    look.nr3d.eMode = ABAYERTNRV2_OP_MODE_AUTO;
+    look.nr3d.stAuto.st3DParams.enable = 1;
+    std::ranges::fill(look.nr3d.stAuto.st3DParams.lo_filter_strength, 6.0F);
+    std::ranges::fill(look.nr3d.stAuto.st3DParams.hi_filter_strength, 6.0F);
+}
+
 void correct_shading(Look& look)
 {
     auto& grids = look.lsc.stManual;
@@ -61,13 +69,21 @@ constexpr struct {
 } kStages[] = {
     {"pipeline/at_rest", [](Look&) {}},
     {"pipeline/noise_reduction", reduce_noise},
+    {"pipeline/temporal_filter", average_frames},
+    {"pipeline/and_something_moves",
+     [](Look& look) {
+         average_frames(look);
+         look.scene = find_scene("stage");
+         look.moving = true;
+     }},
     {"pipeline/shading", correct_shading},
     {"pipeline/range_compression", compress_range},
     {"pipeline/sharpening", sharpen},
     {"pipeline/display_matrix", convert_for_display},
     {"pipeline/all",
      [](Look& look) {
-         for (const auto stage : {reduce_noise, correct_shading, compress_range, sharpen, convert_for_display}) {
+         for (const auto stage :
+              {reduce_noise, average_frames, correct_shading, compress_range, sharpen, convert_for_display}) {
              stage(look);
          }
      }},

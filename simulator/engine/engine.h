@@ -99,6 +99,9 @@ void set_metering(int sensor, std::vector<float> samples);
 void set_illuminant(int sensor, double kelvin);
 bool set_illuminant(int sensor, std::string_view name);
 
+/// Mains frequency of the lamps "A" and "TL84", 50 Hz at first; 0: they do not flicker. Exposure measures their mean.
+void set_mains(int sensor, double hertz);
+
 /// A sensor's red and blue response relative to the reference sensor (1.0 each at first).
 void set_response(int sensor, double red, double blue);
 
@@ -124,6 +127,8 @@ struct Readings {
     double kelvin = 0.0;             // the illuminant's
     rk_aiq_wb_gain_t neutral_gain{}; // the gains that would make a grey neutral
     bool wb_converged = false;
+    double flicker = 0.0; // of the lamp, a part of its mean
+    double mains = 0.0;   // Hz, 0: none
 };
 Readings readings(int sensor);
 

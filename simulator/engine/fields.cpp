@@ -181,7 +181,7 @@ constexpr Field kFields[] = {
     FIELD(nr2d, stAuto.st2DParams.weight, 0.41, 0.02),
     SYNC(nr3d, true),
     FIELD(nr3d, eMode, ABAYERTNRV2_OP_MODE_MANUAL),
-    FIELD(nr3d, stAuto.st3DParams.enable, 0),
+    FIELD(nr3d, stAuto.st3DParams.enable, 1),
     FIELD(nr3d, stAuto.st3DParams.iso, 53, 50),
     FIELD(nr3d, stAuto.st3DParams.lo_filter_strength, 20.75, 0.25),
     FIELD(nr3d, stAuto.st3DParams.hi_filter_strength, 30.75, 0.25),

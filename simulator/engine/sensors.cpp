@@ -18,6 +18,7 @@ struct Sensor {
     double luminance_to = 100.0;
     double seconds_left = 0.0; // of the way there
     Illuminant illuminant;
+    double mains = 50.0; // Hz
     Response response;
     double transmission = 1.0;
     std::vector<float> samples; // what metering sees; empty: an even scene
@@ -106,6 +107,11 @@ bool set_illuminant(int index, std::string_view name)
     return found != nullptr;
 }
 
+void set_mains(int index, double hertz)
+{
+    with_sensor(index, [&](Sensor& sensor) { sensor.mains = std::max(hertz, 0.0); });
+}
+
 void set_response(int index, double red, double blue)
 {
     with_sensor(index, [&](Sensor& sensor) { sensor.response = {std::max(red, 1e-3), std::max(blue, 1e-3)}; });
@@ -142,6 +148,8 @@ Readings readings(int index)
         light = sensor.luminance * sensor.transmission;
         result.luminance = sensor.luminance;
         result.kelvin = sensor.illuminant.kelvin;
+        result.flicker = sensor.illuminant.flicker;
+        result.mains = sensor.mains;
         result.neutral_gain = ideal_gains(sensor.illuminant, sensor.response);
     });
     std::pair<bool, std::uint64_t> best{false, 0};

@@ -18,8 +18,8 @@ struct NamedIlluminant {
     Illuminant light;
 };
 constexpr NamedIlluminant kIlluminants[] = {
-    {"A", {2856.0, 1.0, 0.99}},     // incandescent
-    {"TL84", {4000.0, 1.04, 0.96}}, // fluorescent: more green than the curve
+    {"A", {2856.0, 1.0, 0.99, 0.12}},     // incandescent: a filament stays warm
+    {"TL84", {4000.0, 1.04, 0.96, 0.35}}, // fluorescent, magnetic ballast: more green than the curve
     {"D50", {5003.0, 0.99, 0.96}},
     {"D65", {6504.0, 1.0, 1.0}},
 };

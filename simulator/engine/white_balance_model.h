@@ -19,6 +19,7 @@ struct Illuminant {
     double kelvin = 6504.0;
     double red = 1.0; // factors of the ideal gains
     double blue = 1.0;
+    double flicker = 0.0; // swing of a lamp on the mains, a part of its mean
 };
 
 /// One of "A", "TL84", "D50", "D65", null for any other name.

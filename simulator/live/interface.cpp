@@ -171,6 +171,8 @@ Json state_json(const View& view)
                            {"scene", camera.scene},
                            {"luminance", live.luminance},
                            {"illuminant", live.kelvin},
+                           {"mains", live.mains},
+                           {"moving", camera.look && camera.look->moving},
                            {"iris", has_lens ? Json(view.lens.iris) : Json()},
                            {"zoom", has_lens ? Json(view.lens.zoom) : Json()}});
     }

@@ -20,6 +20,8 @@ namespace live
 
 using session::kCameras;
 
+using RealClock = std::chrono::steady_clock;
+
 struct Camera {
     sim::engine::Life life = sim::engine::Life::unknown;
     kiv_isp_param_s settings{};
@@ -28,7 +30,9 @@ struct Camera {
     sim::engine::Readings live;
     std::string scene;                              ///< its name
     std::shared_ptr<const sim::picture::Look> look; ///< null without an engine; the same object while nothing changes
+                                                    ///< but noise, which is renewed a few times a second
     std::uint64_t picture = 0;                      ///< the look's number, which no other look has; 0 without one
+    RealClock::time_point look_taken{};
 };
 
 struct View {

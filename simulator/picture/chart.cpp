@@ -40,20 +40,20 @@ constexpr float kDark = 0.06F; // of the detail regions
 constexpr float kBright = 0.60F;
 
 /// Part of the picture, 0 to 1 both ways.
-struct Place {
+struct Part {
     float x0;
     float y0;
     float width;
     float height;
 };
 
-constexpr Place patch_place(int patch)
+constexpr Part patch_place(int patch)
 {
     return {0.035F + 0.157F * static_cast<float>(patch % 6), 0.040F + 0.140F * static_cast<float>(patch / 6), 0.145F,
             0.125F};
 }
 
-constexpr Place region_place(Region region)
+constexpr Part region_place(Region region)
 {
     if (region == Region::ramp) {
         return {0.035F, 0.610F, 0.930F, 0.055F};
@@ -63,7 +63,7 @@ constexpr Place region_place(Region region)
 }
 
 /// The pixels of a place, leaving out `border` (part of its sides) all round. A magnified place may lie outside.
-Area pixels_of(const Place& place, int width, int height, float magnification, float border)
+Area pixels_of(const Part& place, int width, int height, float magnification, float border)
 {
     const auto pixel = [magnification](float position, int side) {
         return static_cast<int>(std::lround(((position - 0.5F) * magnification + 0.5F) * static_cast<float>(side)));
@@ -142,7 +142,7 @@ Colour patch_reflectance(int patch)
 
 void draw_chart(Image& image, float magnification)
 {
-    const auto area = [&](const Place& place) {
+    const auto area = [&](const Part& place) {
         return pixels_of(place, image.width, image.height, magnification, 0.0F);
     };
     std::ranges::fill(image.pixels, grey(kFrame));

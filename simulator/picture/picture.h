@@ -5,6 +5,7 @@
 #include "aiq/rk_aiq.h"
 
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -37,12 +38,15 @@ inline constexpr int kMaxSide = 8192; // pixels, of any image
 /// The linear level that the mean of a scene has at exposure 1: luma 60 of 255.
 inline constexpr float kReferenceLevel = 60.0F / 255.0F;
 
+struct Mover; // something in a scene that moves
+
 /// What is in front of a camera.
 struct Scene {
     std::string name;
     void (*draw)(Image& image, float magnification) = nullptr; // by formula, or
     Image photo;                                               // linear
     float scale = 1.0F;                                        // brings the mean luma to kReferenceLevel
+    const Mover* mover = nullptr;                              // what moves when asked for, null: nothing
 };
 using SceneRef = std::shared_ptr<const Scene>;
 
@@ -81,6 +85,16 @@ struct EngineBlocks {
     }
 };
 
+inline constexpr double kFrameSeconds = 1.0 / 30.0;
+
+/// A lamp on the mains: its light swings by a part of its mean with twice the mains frequency.
+struct Lamp {
+    double flicker = 0.0; // 0 for daylight
+    double mains = 50.0;  // Hz
+
+    bool operator==(const Lamp&) const = default;
+};
+
 /// Everything that shapes the picture: equal looks give equal pictures. The members' own defaults are no neutral
 /// picture: start from neutral_look().
 struct Look : EngineBlocks {
@@ -91,6 +105,11 @@ struct Look : EngineBlocks {
     double exposure = 1.0;      // light times time times gain; 1 brings the scene's mean to kReferenceLevel
     double sensor_gain = 1.0;   // analogue times digital, sets the noise
     Colour vignetting{};        // of the lens, per channel: tan^2 of the corner's field angle, 0 for none
+    double exposure_time = 0.0; // seconds, which even out the lamp
+    Lamp lamp;
+    bool moving = false;    // whether what can move in the scene does
+    int camera = 0;         // every camera and
+    std::int64_t frame = 0; // every frame has its own noise
 
     bool operator==(const Look&) const = default;
 };
@@ -101,8 +120,11 @@ Look neutral_look();
 /// The picture. The same look gives the same image. Empty unless both sides are 1 to kMaxSide.
 Image render(const Look& look, int width, int height);
 
+/// The mean of so many frames, of which the look's is the first.
+Image render_mean(const Look& look, int frames, int width, int height);
+
 /// What exposure metering sees, row by row: luma after lens and shading correction at exposure 1, without noise,
-/// relative to kReferenceLevel.
+/// relative to kReferenceLevel, and at rest what may move.
 inline constexpr int kMeteringSide = 60;
 using Metering = std::array<float, kMeteringSide * kMeteringSide>;
 Metering metering(const Look& look);

@@ -1,12 +1,12 @@
 // The pipeline from the scene to the display, one function per stage in the order of render(). Each stage works on one
 // row of plain floats per channel, which the compiler turns into vector instructions; filters read the rows around it.
 #include "picture/colour.h"
+#include "picture/sensor.h"
 #include "picture/stages.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdint>
 #include <cstring>
 #include <numbers>
 #include <optional>
@@ -17,147 +17,10 @@ namespace sim::picture
 namespace
 {
 
-constexpr float kBaseIso = 50.0F;         // sensitivity at gain 1
-constexpr float kFullWell = 1.5F;         // signal at gain 1 that a pixel holds, white being 1
-constexpr float kShotNoise = 5.0e-5F;     // variance per unit of signal at gain 1
-constexpr float kReadNoise = 8.0e-4F;     // deviation at gain 1
-constexpr float kSharpAmount = 0.125F;    // of the detail added back, per unit of the engine's ratio
-constexpr float kHalfStrength = 4.0F;     // of the 2D filter, where it replaces half of a pixel
-constexpr float kHighestStrength = 64.0F; // of any filter
-constexpr float kHighestDrcGain = 4.0F;   // up to which DRC keeps the order of the tones
-
-/// The last of a block's ISO steps that the sensor gain reaches.
-std::size_t iso_step(const int (&iso)[RK_AIQ_ISO_STEPS], double sensor_gain)
-{
-    const double reached = sensor_gain * static_cast<double>(kBaseIso);
-    std::size_t step = 0;
-    while (step + 1 < RK_AIQ_ISO_STEPS && static_cast<double>(iso[step + 1]) <= reached) {
-        ++step;
-    }
-    return step;
-}
-
-/// A filter strength bounded to what makes sense; what is not a number becomes 0.
-float strength(float value)
-{
-    return value > 0.0F ? std::min(value, kHighestStrength) : 0.0F;
-}
-
-/// One row of the picture, red, green and blue.
-using Row = std::array<float*, 3>;
-using ConstRow = std::array<const float*, 3>;
-
-/// The last rows that a stage made, as many as the next one reads.
-template <int Rows>
-class Ring
-{
-public:
-    explicit Ring(int width) : width_(static_cast<std::size_t>(width)), floats_(width_ * 3 * Rows) {}
-
-    Row row(int y)
-    {
-        float* const first = floats_.data() + static_cast<std::size_t>(y % Rows) * 3 * width_;
-        return {first, first + width_, first + 2 * width_};
-    }
-
-private:
-    std::size_t width_;
-    std::vector<float> floats_;
-};
-
-// ---- Sensor -------------------------------------------------------------------------------------------------------
-
-/// Frames that the temporal filter averages: 1 + the mean of its two bands' strengths.
-float averaged_frames(const Look& look)
-{
-    const RK_Bayertnr_Params_V2_t& params = look.nr3d.stAuto.st3DParams;
-    if (look.nr3d.eMode == ABAYERTNRV2_OP_MODE_INVALID || params.enable == 0) {
-        return 1.0F;
-    }
-    const std::size_t step = iso_step(params.iso, look.sensor_gain);
-    return 1.0F + 0.5F * (strength(params.lo_filter_strength[step]) + strength(params.hi_filter_strength[step]));
-}
-
-/// Variance = (gain * shot noise * signal + (gain * read noise)^2) / averaged frames.
-struct Noise {
-    float shot;
-    float read;
-
-    float variance(float signal) const
-    {
-        return shot * (signal > 0.0F ? signal : 0.0F) + read;
-    }
-};
-
-Noise noise_of(const Look& look)
-{
-    const auto gain = static_cast<float>(look.sensor_gain);
-    const float frames = averaged_frames(look);
-    return {gain * kShotNoise / frames, gain * kReadNoise * gain * kReadNoise / frames};
-}
-
-/// A number of mean 0 and deviation 1, near a normal distribution, that depends on `index` alone: the sum of the
-/// bytes of a mixed 32-bit word.
-float normal(std::uint32_t index)
-{
-    constexpr float kByteSumDeviation = 147.80F;
-    std::uint32_t h = index * 0x9E3779B9U + 0x7F4A7C15U;
-    h = (h ^ (h >> 16U)) * 0x85EBCA6BU;
-    h = (h ^ (h >> 13U)) * 0xC2B2AE35U;
-    h ^= h >> 16U;
-    const std::uint32_t sum = (h & 0xFFU) + ((h >> 8U) & 0xFFU) + ((h >> 16U) & 0xFFU) + (h >> 24U);
-    return (static_cast<float>(sum) - 510.0F) / kByteSumDeviation;
-}
-
-/// Enough such numbers that no row of a picture looks like another.
-const std::vector<float>& normals()
-{
-    static const std::vector<float> table = [] {
-        std::vector<float> numbers(65536 + kMaxSide);
-        std::uint32_t index = 0;
-        std::ranges::generate(numbers, [&] { return normal(index++); });
-        return numbers;
-    }();
-    return table;
-}
-
-/// Light on the sensor = scene * response to the illuminant / (1 + k r^2)^2, r being 1 in the corners: the fourth power
-/// of the cosine of the field angle. A pixel holds kFullWell of it; then the gain.
-void expose(const Look& look, const Planes& scene, int y, Row row)
-{
-    const float v = (2.0F * static_cast<float>(y) + 1.0F) / static_cast<float>(scene.height) - 1.0F;
-    const auto gain = static_cast<float>(look.sensor_gain);
-    const auto light = static_cast<float>(look.exposure / look.sensor_gain);
-    const float step = 2.0F / static_cast<float>(scene.width);
-    const std::array response = {light / static_cast<float>(look.neutral_red), light,
-                                 light / static_cast<float>(look.neutral_blue)};
-    const std::array k = {look.vignetting.red, look.vignetting.green, look.vignetting.blue};
-    for (std::size_t c = 0; c < 3; ++c) {
-        const float* const in = scene.channel[c].data() + index_of(0, y, scene.width);
-        float* const out = row[c];
-        const float half_k = 0.5F * k[c];
-        const float middle = 1.0F + half_k * v * v;
-        const float factor = response[c];
-        for (int x = 0; x < scene.width; ++x) {
-            const float u = step * static_cast<float>(x) + (0.5F * step - 1.0F);
-            const float root = middle + half_k * u * u;
-            const float charge = in[x] * factor / (root * root);
-            out[x] = (charge < kFullWell ? charge : kFullWell) * gain;
-        }
-    }
-}
-
-void add_noise(const Noise& noise, int y, int width, Row row)
-{
-    for (std::uint32_t c = 0; c < 3; ++c) {
-        const std::uint32_t mixed = (static_cast<std::uint32_t>(y) * 3U + c + 1U) * 0x9E3779B9U;
-        const float* const number = normals().data() + (mixed >> 16U);
-        float* const out = row[c];
-        for (int x = 0; x < width; ++x) {
-            out[x] += std::sqrt(noise.variance(out[x])) * number[x];
-        }
-    }
-}
+constexpr float kFullWell = 1.5F;       // signal at gain 1 that a pixel holds, white being 1
+constexpr float kSharpAmount = 0.125F;  // of the detail added back, per unit of the engine's ratio
+constexpr float kHalfStrength = 4.0F;   // of the 2D filter, where it replaces half of a pixel
+constexpr float kHighestDrcGain = 4.0F; // up to which DRC keeps the order of the tones
 
 // ---- Raw picture --------------------------------------------------------------------------------------------------
 
@@ -487,8 +350,8 @@ Image render(const Look& look, int width, int height)
     if (width < 1 || height < 1 || width > kMaxSide || height > kMaxSide) {
         return {};
     }
-    const std::shared_ptr<const Planes> scene = draw_scene(look.scene, look.magnification, width, height);
-    const Noise noise = noise_of(look);
+    Sensor sensor(look, width, height);
+    const Noise noise = sensor.noise_left();
     const Filter2d filter = filter_2d_of(look);
     const std::optional<ShadingGains> shading = shading_gains(look.lsc, look.wb_gain);
     const float lift = lift_of(look);
@@ -508,8 +371,7 @@ Image render(const Look& look, int width, int height)
     // Row y is exposed, the one two rows above it filtered and toned, the one above that sharpened and shown.
     for (int y = 0; y < height + 3; ++y) {
         if (y < height) {
-            expose(look, *scene, y, raw.row(y));
-            add_noise(noise, y, width, raw.row(y));
+            sensor.read(y, raw.row(y));
         }
         if (const int t = y - 2; t >= 0 && t < height) {
             const Row row = toned.row(t);
@@ -546,6 +408,21 @@ Image render(const Look& look, int width, int height)
     return image;
 }
 
+Image render_mean(const Look& look, int frames, int width, int height)
+{
+    Image mean = render(look, width, height);
+    Look next = look;
+    for (int i = 1; i < frames; ++i) {
+        ++next.frame;
+        const Image image = render(next, width, height);
+        const float part = 1.0F / static_cast<float>(i + 1);
+        for (std::size_t p = 0; p < mean.pixels.size(); ++p) {
+            mean.pixels[p] = mean.pixels[p] + (image.pixels[p] - mean.pixels[p]) * part;
+        }
+    }
+    return mean;
+}
+
 Metering metering(const Look& look)
 {
     constexpr int kColumns = 4 * kMeteringSide; // pixels
@@ -554,13 +431,13 @@ Metering metering(const Look& look)
     Look exposed; // at an exposure that fills no well
     exposed.vignetting = look.vignetting;
     exposed.exposure = static_cast<double>(kFaint);
-    const std::shared_ptr<const Planes> scene = draw_scene(look.scene, look.magnification, kColumns, kRows);
+    const std::shared_ptr<const Drawn> scene = draw_scene(look.scene, look.magnification, kColumns, kRows);
     const std::optional<ShadingGains> shading = shading_gains(look.lsc, look.wb_gain);
     Metering samples{};
     Ring<1> ring(kColumns);
     for (int y = 0; y < kRows; ++y) {
         const Row row = ring.row(0);
-        expose(exposed, *scene, y, row);
+        expose(exposed, row_of(scene->planes, y), y, 0, kColumns, kColumns, kRows, row);
         correct_shading(shading, y, kColumns, kRows, row);
         for (int x = 0; x < kColumns; ++x) {
             samples[index_of(x / 4, y / 3, kMeteringSide)] +=

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <list>
 #include <mutex>
+#include <numbers>
 
 namespace sim::picture
 {
@@ -95,17 +96,28 @@ Colour window(float x, float y, float blur)
     return mix(c, day * kDay, inside(pane, blur));
 }
 
-/// Someone in a spotlight on a black stage.
-Colour stage(float x, float y, float blur)
+constexpr float kMiddle = 2.0F / 3.0F; // of the picture
+
+/// A spotlight on a black stage.
+Colour empty_stage(float x, float y, float /*blur*/)
 {
-    constexpr float kMiddle = 2.0F / 3.0F;
     const float folds = 0.6F + 0.4F * std::sin(70.0F * x);
     Colour c = y < 0.84F ? Colour{0.010F, 0.0012F, 0.0015F} * folds : Colour{0.006F, 0.005F, 0.004F};
     const float beam = box(x, y, kMiddle, 0.44F, 0.04F + 0.20F * y / 0.89F, 0.45F);
     c = c + Colour{0.016F, 0.015F, 0.013F} * inside(beam, 0.05F); // lit haze
     const float pool = ellipse(x, y, kMiddle, 0.89F, 0.25F, 0.065F);
-    c = mix(c, Colour{0.42F, 0.33F, 0.24F}, inside(pool, 0.03F));
-    return person(c, x, y, blur, kMiddle, 0.90F, 0.60F, {0.80F, 0.77F, 0.70F});
+    return mix(c, Colour{0.42F, 0.33F, 0.24F}, inside(pool, 0.03F));
+}
+
+Colour actor(Colour behind, float x, float y, float blur)
+{
+    return person(behind, x, y, blur, kMiddle, 0.90F, 0.60F, {0.80F, 0.77F, 0.70F});
+}
+
+/// Someone in it.
+Colour stage(float x, float y, float blur)
+{
+    return actor(empty_stage(x, y, blur), x, y, blur);
 }
 
 /// A street by night: lamps of level 300, their glow, lit windows, a wet road.
@@ -174,6 +186,61 @@ void draw_formula(Image& image, float magnification)
     }
 }
 
+// ---- What moves ---------------------------------------------------------------------------------------------------
+
+} // namespace
+
+struct Mover {
+    Colour (*over)(Colour behind, float x, float y, float blur); // at rest
+    float left, top, right, bottom;                              // what it takes of the scene
+    float across, down;                                          // the half axes of its way
+    double seconds;                                              // that it takes to come back
+    void (*behind)(Image& image, float magnification);           // the scene without it
+};
+
+namespace
+{
+
+/// A dark disc on the chart's star, where a clock's hand would be.
+Colour disc(Colour behind, float x, float y, float blur)
+{
+    return mix(behind, grey(0.03F), inside(ellipse(x, y, 0.2447F, 0.825F, 0.03F, 0.03F), blur));
+}
+
+constexpr Mover kDisc = {disc, 0.21F, 0.79F, 0.28F, 0.86F, 0.09F, 0.09F, 4.0, draw_chart};
+constexpr Mover kActor = {actor, kMiddle - 0.1F, 0.28F, kMiddle + 0.1F,           0.91F,
+                          0.25F, 0.0F,           8.0,   draw_formula<empty_stage>};
+
+/// What moves, over black and over white, tells its light and how much it covers.
+Cutout cut_out(const Scene& scene, float magnification, int width, int height)
+{
+    const Mover& mover = *scene.mover;
+    const float step = 1.0F / (magnification * static_cast<float>(height));
+    const auto column = [&](float x) { return 0.5F * static_cast<float>(width) + (x - kMiddle) / step; };
+    const auto line = [&](float y) { return 0.5F * static_cast<float>(height) + (y - 0.5F) / step; };
+    Cutout cutout;
+    cutout.mover = &mover;
+    cutout.scale = 1.0F / step;
+    cutout.x = static_cast<int>(column(mover.left));
+    cutout.y = static_cast<int>(line(mover.top));
+    cutout.light.width = static_cast<int>(column(mover.right)) + 1 - cutout.x;
+    cutout.light.height = static_cast<int>(line(mover.bottom)) + 1 - cutout.y;
+    for (int y = 0; y < cutout.light.height; ++y) {
+        for (int x = 0; x < cutout.light.width; ++x) {
+            const float sx =
+                kMiddle + (static_cast<float>(cutout.x + x) + 0.5F - 0.5F * static_cast<float>(width)) * step;
+            const float sy =
+                0.5F + (static_cast<float>(cutout.y + y) + 0.5F - 0.5F * static_cast<float>(height)) * step;
+            const Colour light = mover.over({}, sx, sy, step);
+            cutout.light.channel[0].push_back(light.red * scene.scale);
+            cutout.light.channel[1].push_back(light.green * scene.scale);
+            cutout.light.channel[2].push_back(light.blue * scene.scale);
+            cutout.cover.push_back(1.0F - (mover.over(grey(1.0F), sx, sy, step) - light).green);
+        }
+    }
+    return cutout;
+}
+
 // ---- Photographs --------------------------------------------------------------------------------------------------
 
 /// Bilinear between pixel middles.
@@ -218,11 +285,13 @@ void draw_photo(const Image& photo, Image& image, float magnification)
 
 // ---- Drawing ------------------------------------------------------------------------------------------------------
 
-Image draw(const Scene& scene, float magnification, int width, int height)
+Image draw(const Scene& scene, float magnification, int width, int height, bool moving = false)
 {
     Image image{width, height, {}};
     image.pixels.resize(index_of(0, height, width));
-    if (scene.draw != nullptr) {
+    if (moving && scene.mover != nullptr) {
+        scene.mover->behind(image, magnification);
+    } else if (scene.draw != nullptr) {
         scene.draw(image, magnification);
     } else {
         draw_photo(scene.photo, image, magnification);
@@ -245,14 +314,14 @@ const std::vector<SceneRef>& built_in()
 {
     static const std::vector<SceneRef> scenes = [] {
         std::vector<SceneRef> made;
-        const auto add = [&](const char* name, void (*draw)(Image&, float)) {
-            Scene scene{name, draw, {}, 1.0F};
+        const auto add = [&](const char* name, void (*draw)(Image&, float), const Mover* mover = nullptr) {
+            Scene scene{name, draw, {}, 1.0F, mover};
             scene.scale = kReferenceLevel / mean_level(scene);
             made.push_back(std::make_shared<const Scene>(std::move(scene)));
         };
-        add("chart", draw_chart);
+        add("chart", draw_chart, &kDisc);
         add("window", draw_formula<window>);
-        add("stage", draw_formula<stage>);
+        add("stage", draw_formula<stage>, &kActor);
         add("night", draw_formula<night>);
         add("gradient", draw_formula<gradient>);
         return made;
@@ -263,7 +332,8 @@ const std::vector<SceneRef>& built_in()
 struct Drawing {
     SceneRef scene;
     float magnification;
-    std::shared_ptr<const Planes> planes;
+    bool moving;
+    std::shared_ptr<const Drawn> drawn;
 };
 
 } // namespace
@@ -283,7 +353,16 @@ SceneRef find_scene(std::string_view name)
     return found != built_in().end() ? *found : nullptr;
 }
 
-std::shared_ptr<const Planes> draw_scene(const SceneRef& wanted, float magnification, int width, int height)
+Place place_of(const Cutout& cutout, std::int64_t frame)
+{
+    const Mover& mover = *cutout.mover;
+    const double turns = std::fmod(static_cast<double>(frame) * kFrameSeconds / mover.seconds, 1.0);
+    const auto angle = static_cast<float>(2.0 * std::numbers::pi * turns);
+    return {cutout.x + static_cast<int>(std::lround(mover.across * std::sin(angle) * cutout.scale)),
+            cutout.y - static_cast<int>(std::lround(mover.down * std::cos(angle) * cutout.scale))};
+}
+
+std::shared_ptr<const Drawn> draw_scene(const SceneRef& wanted, float magnification, int width, int height, bool moving)
 {
     constexpr std::size_t kKept = 16;       // drawings
     constexpr int kLargestKept = 2'000'000; // pixels
@@ -292,18 +371,19 @@ std::shared_ptr<const Planes> draw_scene(const SceneRef& wanted, float magnifica
 
     const SceneRef scene = wanted ? wanted : built_in().front();
     const auto is_wanted = [&](const Drawing& d) {
-        return d.scene == scene && d.magnification == magnification && d.planes->width == width &&
-               d.planes->height == height;
+        return d.scene == scene && d.magnification == magnification && d.moving == moving &&
+               d.drawn->planes.width == width && d.drawn->planes.height == height;
     };
     {
         const std::lock_guard lock(mutex);
         if (const auto found = std::ranges::find_if(drawings, is_wanted); found != drawings.end()) {
             drawings.splice(drawings.begin(), drawings, found);
-            return found->planes;
+            return found->drawn;
         }
     }
-    const Image image = draw(*scene, magnification, width, height);
-    Planes planes{width, height, {}};
+    const Image image = draw(*scene, magnification, width, height, moving);
+    Drawn drawn{{width, height, {}}, {}};
+    Planes& planes = drawn.planes;
     for (std::vector<float>& channel : planes.channel) {
         channel.reserve(image.pixels.size());
     }
@@ -312,10 +392,13 @@ std::shared_ptr<const Planes> draw_scene(const SceneRef& wanted, float magnifica
         planes.channel[1].push_back(c.green * scene->scale);
         planes.channel[2].push_back(c.blue * scene->scale);
     }
-    auto made = std::make_shared<const Planes>(std::move(planes));
+    if (moving && scene->mover != nullptr) {
+        drawn.cutout = cut_out(*scene, magnification, width, height);
+    }
+    auto made = std::make_shared<const Drawn>(std::move(drawn));
     if (width <= kLargestKept / height) {
         const std::lock_guard lock(mutex);
-        drawings.push_front({scene, magnification, made});
+        drawings.push_front({scene, magnification, moving, made});
         if (drawings.size() > kKept) {
             drawings.pop_back();
         }

@@ -3,6 +3,7 @@
 
 #include "picture/picture.h"
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <optional>
@@ -18,8 +19,74 @@ struct Planes {
     std::array<std::vector<float>, 3> channel; // red, green, blue
 };
 
-/// A scene through the zoom, its light at exposure 1. Drawings of usual sizes are kept for the next picture.
-std::shared_ptr<const Planes> draw_scene(const SceneRef& scene, float magnification, int width, int height);
+/// One row of the picture, red, green and blue.
+using Row = std::array<float*, 3>;
+using ConstRow = std::array<const float*, 3>;
+
+/// The last rows that a stage made, as many as the next one reads.
+template <int Rows>
+class Ring
+{
+public:
+    explicit Ring(int width) : width_(static_cast<std::size_t>(width)), floats_(width_ * 3 * Rows) {}
+
+    Row row(int y)
+    {
+        float* const first = floats_.data() + static_cast<std::size_t>(y % Rows) * 3 * width_;
+        return {first, first + width_, first + 2 * width_};
+    }
+
+private:
+    std::size_t width_;
+    std::vector<float> floats_;
+};
+
+inline constexpr double kBaseIso = 50.0;         // sensitivity at gain 1
+inline constexpr float kHighestStrength = 64.0F; // of any filter
+
+/// A filter strength bounded to what makes sense; what is not a number becomes 0.
+inline float strength(float value)
+{
+    return value > 0.0F ? std::min(value, kHighestStrength) : 0.0F;
+}
+
+/// The last of a block's ISO steps that the sensor gain reaches.
+inline std::size_t iso_step(const int (&iso)[RK_AIQ_ISO_STEPS], double sensor_gain)
+{
+    std::size_t step = 0;
+    while (step + 1 < RK_AIQ_ISO_STEPS && static_cast<double>(iso[step + 1]) <= sensor_gain * kBaseIso) {
+        ++step;
+    }
+    return step;
+}
+
+/// What moves, cut out: light and, between 0 and 1, how much of what is behind it hides.
+struct Cutout {
+    Planes light;
+    std::vector<float> cover;
+    const Mover* mover = nullptr;
+    float scale = 1.0F; // pixels per height of the scene
+    int x = 0;          // of its corner in the picture, at rest
+    int y = 0;
+};
+
+/// A scene through the zoom, its light at exposure 1, and what moves in it if that is asked for. Drawings of usual
+/// sizes are kept for the next picture.
+struct Drawn {
+    Planes planes;
+    std::optional<Cutout> cutout;
+};
+std::shared_ptr<const Drawn> draw_scene(const SceneRef& scene, float magnification, int width, int height,
+                                        bool moving = false);
+
+/// A place in the picture.
+struct Place {
+    int x = 0;
+    int y = 0;
+};
+
+/// Where the corner of what moves is in a frame.
+Place place_of(const Cutout& cutout, std::int64_t frame);
 
 /// Mean luma of a scene as it is drawn, before its scale.
 float mean_level(const Scene& scene);

@@ -37,12 +37,17 @@ sim::picture::Look look_of(int camera)
     look.sensor_gain = std::max(1.0, live.analog_gain * live.isp_dgain);
     const auto& grids = sim::host::kShadingGrids; // the lens that the shading file was made for
     look.vignetting = {static_cast<float>(grids[0].k), static_cast<float>(grids[1].k), static_cast<float>(grids[3].k)};
+    look.exposure_time = live.time;
+    look.lamp = {live.flicker, live.mains};
+    look.moving = moves(camera);
+    look.camera = camera;
+    look.frame = sim::engine::life(engine) == sim::engine::Life::running ? sim::now() / kFramePeriod : 0;
     return look;
 }
 
-sim::picture::Image picture_of(int camera, int width, int height)
+sim::picture::Image picture_of(int camera, int frames)
 {
-    return sim::picture::render(look_of(camera), width, height);
+    return sim::picture::render_mean(look_of(camera), frames, kPictureWidth, kPictureHeight);
 }
 
 std::vector<std::string> caption_of(int camera)
@@ -78,9 +83,9 @@ std::vector<std::string> caption_of(int camera)
     return {state, changed.empty() ? "all settings at their initial values" : changed};
 }
 
-sim::picture::Panel panel_of(int camera, const std::string& title)
+sim::picture::Panel panel_of(int camera, const std::string& title, int frames)
 {
-    return {title, picture_of(camera), caption_of(camera)};
+    return {title, picture_of(camera, frames), caption_of(camera)};
 }
 
 } // namespace session

@@ -15,6 +15,7 @@ namespace
 
 std::mutex mutex;
 std::array<sim::picture::SceneRef, kCameras> scenes;
+std::array<bool, kCameras> moving_scenes{};
 
 } // namespace
 
@@ -22,18 +23,26 @@ void reset_scenes()
 {
     const std::lock_guard lock(mutex);
     scenes.fill(sim::picture::find_scene("chart"));
+    moving_scenes = {};
 }
 
-void put_scene(int camera, sim::picture::SceneRef scene)
+void put_scene(int camera, sim::picture::SceneRef scene, bool moving)
 {
     const std::lock_guard lock(mutex);
     scenes[static_cast<std::size_t>(camera)] = std::move(scene);
+    moving_scenes[static_cast<std::size_t>(camera)] = moving;
 }
 
 sim::picture::SceneRef scene_of(int camera)
 {
     const std::lock_guard lock(mutex);
     return scenes[static_cast<std::size_t>(camera)];
+}
+
+bool moves(int camera)
+{
+    const std::lock_guard lock(mutex);
+    return moving_scenes[static_cast<std::size_t>(camera)];
 }
 
 float magnification_of(int camera)

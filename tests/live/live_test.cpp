@@ -303,8 +303,13 @@ TEST_F(Live, APictureIsSentOnceUntilItChangesAndShowsASettingAtOnce)
         return ask("GET", "/api/cameras/0/picture.jpg?width=320", "", {{"If-None-Match", tag}});
     };
     std::this_thread::sleep_for(1500ms); // exposure and white balance settle
-    const std::string tag = picture("").header("ETag");
-    EXPECT_EQ(picture(tag).status, 304);
+    std::string tag;
+    int status = 0;
+    for (int i = 0; i < 20 && status != 304; ++i) { // the noise is new a few times a second
+        tag = picture("").header("ETag");
+        status = picture(tag).status;
+    }
+    EXPECT_EQ(status, 304);
     ASSERT_EQ(put("luminance", 14), 200);
     EXPECT_EQ(picture(tag).status, 200);
 }

@@ -172,7 +172,7 @@ TEST_F(Picture, AManualToneCurveReplacesTheDefault)
     EXPECT_NEAR(shown_patch(kMidGreyPatch).green, 0.473, 0.003) << "19 % through the sRGB curve";
 }
 
-TEST_F(Picture, NoiseGrowsWithGainAndShrinksWithEitherFilter)
+TEST_F(Picture, NoiseGrowsWithGainAndShrinksWithTheFilter)
 {
     double before = 0.0;
     for (const double gain : {1.0, 4.0, 16.0, 64.0}) {
@@ -188,17 +188,118 @@ TEST_F(Picture, NoiseGrowsWithGainAndShrinksWithEitherFilter)
     }
     look.nr2d.stAuto.st2DParams.enable = 0;
     EXPECT_EQ(noise(), unfiltered);
-    for (const float strength : {0.0F, 0.6F, 3.0F, 6.0F}) {
-        set_nr3d(look, strength);
-        EXPECT_NEAR(noise(), unfiltered / std::sqrt(1.0 + strength), 0.03 * unfiltered) << "3D " << strength;
-    }
-
     look = neutral_look();
     set_gamma(look, 1.0);
     const Image linear = shown();
     EXPECT_GT(luma_deviation(linear, patch_area(linear, kWhitePatch)),
               2.0 * luma_deviation(linear, patch_area(linear, kBlackPatch)))
         << "light itself is noisy";
+}
+
+TEST_F(Picture, EveryFrameOfEveryCameraHasItsOwnNoiseAndMeansHaveLess)
+{
+    look.sensor_gain = 8.0;
+    look.exposure = 1.5;
+    set_gamma(look, 1.0);
+    const auto noise_of = [&](int frames) {
+        const Image image = render_mean(look, frames, 320, 240);
+        return luma_deviation(image, region_area(image, Region::flat));
+    };
+    const Image first = shown();
+    EXPECT_EQ(shown().pixels, first.pixels) << "a run repeats itself";
+    for (const auto& change : {std::function<void()>([&] { ++look.frame; }), {[&] { ++look.camera; }}}) {
+        change();
+        EXPECT_NE(shown().pixels, first.pixels);
+    }
+    const double one = noise_of(1);
+    for (const int frames : {4, 16, 64}) {
+        EXPECT_NEAR(noise_of(frames) * std::sqrt(frames) / one, 1.0, 0.06) << frames;
+    }
+    for (const float strength : {0.0F, 0.6F, 1.8F, 3.0F, 6.0F, 9.0F}) {
+        set_nr3d(look, strength);
+        EXPECT_NEAR(noise() * std::sqrt(1.0 + strength) / one, 1.0, 0.05) << "3D " << strength;
+    }
+    EXPECT_GT(noise_of(4), 0.8 * noise_of(1)) << "frames that the filter made have most in common";
+}
+
+TEST_F(Picture, TheTemporalFilterLeavesGhostsOfWhatItTakesForNoise)
+{
+    look.scene = find_scene("stage");
+    look.moving = true;
+    look.frame = 30 * 8 * 1000; // in the middle of the stage, on its way to the right
+    const auto seen = [&](double gain, float strength) {
+        look.sensor_gain = gain;
+        look.exposure = 0.5;
+        set_gamma(look, 1.0);
+        set_nr3d(look, strength);
+        Image mean = shown(); // over cameras: without noise
+        for (look.camera = 1; look.camera < 48; ++look.camera) {
+            const Image image = shown();
+            for (std::size_t i = 0; i < mean.pixels.size(); ++i) {
+                mean.pixels[i].green +=
+                    (image.pixels[i].green - mean.pixels[i].green) / static_cast<float>(look.camera + 1);
+            }
+        }
+        look.camera = 0;
+        return mean;
+    };
+    const auto ghost = [&](double gain, float strength) {
+        const Image without = seen(gain, 0.0F);
+        const Image with = seen(gain, strength);
+        double most = 0.0;
+        for (int y = 100; y < 200; ++y) {
+            for (int x = 115; x < 150; ++x) { // the figure's left side, which it leaves
+                const auto i = static_cast<std::size_t>(y * 320 + x);
+                most = std::max(most, std::abs(double{with.pixels[i].green - without.pixels[i].green}));
+            }
+        }
+        return most;
+    };
+    EXPECT_LT(ghost(1.0, 6.0F), 0.02) << "little noise: whatever moves is seen";
+    EXPECT_GT(ghost(16.0, 6.0F), 0.05);
+    const auto left = [&] { return mean_luma(seen(1.0, 0.0F), {90, 80, 150, 220}); };
+    const double middle = left();
+    look.frame += 60; // a quarter of its way
+    EXPECT_LT(left(), 0.7 * middle) << "it went to the right";
+    look.moving = false;
+    EXPECT_NEAR(left(), middle, 0.01 * middle) << "it stands in the middle";
+}
+
+TEST_F(Picture, LampsOnTheMainsLeaveBandsUnlessTheExposureTimeFits)
+{
+    set_gamma(look, 1.0);
+    look.exposure = 0.5;
+    const Image steady = shown();
+    const auto row = [](const Image& image, int y) { return mean_luma(image, {0, y, 320, y + 1}); };
+    const auto bands = [&](const Image& image) { // a part of the mean
+        double most = 0.0;
+        for (int y = 0; y < 240; ++y) {
+            most = std::max(most, std::abs(row(image, y) / row(steady, y) - 1.0));
+        }
+        return most;
+    };
+    for (const double mains : {50.0, 60.0}) {
+        look.lamp = {0.35, mains};
+        for (const double periods : {0.1, 0.5, 0.8, 1.0, 1.5, 2.0, 3.0}) { // of the lamp
+            look.exposure_time = periods / (2.0 * mains);
+            const double x = std::numbers::pi * periods;
+            EXPECT_NEAR(bands(shown()), 0.35 * std::abs(std::sin(x) / x), 0.01) << mains << " Hz, " << periods;
+        }
+        look.exposure_time = 0.004;
+        for (look.frame = 0; look.frame < 3; ++look.frame) { // against the lamp, added up over the exposure
+            const Image image = shown();
+            for (int y = 0; y < 240; y += 20) {
+                const double end = static_cast<double>(look.frame) / 30.0 + (y + 0.5) / 240.0 * 0.03;
+                double sum = 0.0;
+                for (int i = 0; i < 400; ++i) {
+                    sum += 1.0 + 0.35 * std::cos(4.0 * std::numbers::pi * mains * (end - (i + 0.5) * 1e-5));
+                }
+                EXPECT_NEAR(row(image, y) / row(steady, y), sum / 400.0, 0.02) << mains << " Hz, row " << y;
+            }
+        }
+    }
+    look.lamp.mains = 0.0;
+    EXPECT_EQ(bands(shown()), bands((look.lamp = {}, shown())));
 }
 
 TEST_F(Picture, EachStageChangesWhatItIsFor)

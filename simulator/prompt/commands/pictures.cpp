@@ -27,12 +27,30 @@ using sim::host::Setting;
 namespace
 {
 
+/// Takes "--frames N" out of the words: over how many frames pictures are averaged, 1 unless given.
+int frames_option(Words& words)
+{
+    const auto option = std::ranges::find(words, "--frames");
+    if (option == words.end()) {
+        return 1;
+    }
+    if (option + 1 == words.end()) {
+        throw BadInput("--frames needs a number");
+    }
+    const int frames = number<int>(*(option + 1), 1, 1000, "a number of frames");
+    words.erase(option, option + 2);
+    return frames;
+}
+
 void render(const Words& words)
 {
-    const std::string path = picture_argument(words.back());
+    Words cameras = words;
+    const int frames = frames_option(cameras);
+    const std::string path = picture_argument(cameras.back());
+    cameras.pop_back();
     std::vector<sim::picture::Panel> panels;
-    for (std::size_t i = 0; i + 1 < words.size(); ++i) {
-        panels.push_back(session::panel_of(camera_with_engine(words[i]), ""));
+    for (const std::string& camera : cameras) {
+        panels.push_back(session::panel_of(camera_with_engine(camera), "", frames));
     }
     write_picture(path, sim::picture::contact_sheet(panels, panels.size() == 4 ? 2 : 3));
 }
@@ -206,7 +224,8 @@ void graph(const Words& words)
 }
 
 constexpr Command kCommands[] = {
-    {"render", "CAM... FILE.png|.jpg", "what cameras show, side by side", 2, 9, render, Kind::looks},
+    {"render", "CAM... FILE.png|.jpg [--frames N]",
+     "what cameras show, side by side: the frame of this moment, or the mean of N", 2, 11, render, Kind::looks},
     {"compare", "CAM SETTING A B... FILE.png|.jpg", "values of a setting side by side", 5, 12, compare},
     {"styles", "CAM FILE.png|.jpg", "contact sheet of all image styles", 2, 2, styles},
     {"measure", "CAM [FILE.csv]",

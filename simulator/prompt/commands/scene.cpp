@@ -30,8 +30,9 @@ void scene(const Words& words)
         sim::engine::set_luminance(camera, number<double>(what, 0.0, 200000.0, "a luminance in cd/m2"), seconds);
         return;
     }
-    if (words.size() > 2) {
-        throw BadInput("only a luminance is reached over a time");
+    const bool moving = words.size() > 2 && words[2] == "moving";
+    if (words.size() > 2 && !moving) {
+        throw BadInput("only a luminance is reached over a time; a scene may be moving");
     }
     sim::picture::SceneRef wanted = sim::picture::find_scene(what);
     if (wanted == nullptr && what.find('.') == std::string::npos) {
@@ -48,12 +49,24 @@ void scene(const Words& words)
             throw BadInput(failed);
         }
     }
-    session::put_scene(camera, std::move(wanted));
+    if (moving && wanted->mover == nullptr) {
+        throw BadInput("nothing moves in " + what + "; in chart and stage something can");
+    }
+    session::put_scene(camera, std::move(wanted), moving);
 }
 
 void illuminant(const Words& words)
 {
     session::set_illuminant(camera_id(words[0]), words[1]);
+}
+
+void mains(const Words& words)
+{
+    const int camera = camera_id(words[0]);
+    if (words[1] != "50" && words[1] != "60" && words[1] != "off") {
+        throw BadInput("the mains have 50 or 60 Hz or are off, not " + words[1]);
+    }
+    sim::engine::set_mains(camera, words[1] == "off" ? 0.0 : std::stod(words[1]));
 }
 
 void sensor(const Words& words)
@@ -63,11 +76,12 @@ void sensor(const Words& words)
 }
 
 constexpr Command kCommands[] = {
-    {"scene", "CAM NAME|FILE | CD/M2 [TIME]",
-     "what a camera looks at: chart, window, stage, night, gradient or a photograph; or its mean luminance, reached "
-     "over a time",
+    {"scene", "CAM NAME|FILE [moving] | CD/M2 [TIME]",
+     "what a camera looks at: chart, window, stage, night, gradient or a photograph, at rest or (chart, stage) moving; "
+     "or its mean luminance, reached over a time",
      2, 3, scene},
     {"illuminant", "CAM KELVIN|A|TL84|D50|D65", "illuminant of the scene", 2, 2, illuminant},
+    {"mains", "CAM 50|60|off", "mains of the lamps A and TL84, which flicker; 50 Hz at first", 2, 2, mains},
     {"sensor", "CAM RED BLUE", "response of a sensor", 3, 3, sensor},
 };
 
