@@ -1,33 +1,27 @@
-// One thread serves all clients and answers inquiries at once; each camera has a thread that carries out its commands,
-// one after another.
+// One thread serves all clients and answers inquiries at once; each camera's commands are carried out by another.
 #include "control/service.h"
 
-#include "base/clock.h"
 #include "base/lib_dbgout.h"
-#include "control/act.h"
+#include "engine/engine.h"
+#include "host/lens.h"
 #include "host/log.h"
+#include "isp_ctrl.h"
 #include "session/bad_input.h"
 #include "session/cameras.h"
-#include "visca/framing.h"
+#include "session/change.h"
+#include "visca/codec.h"
 
 #include <algorithm>
 #include <array>
-#include <atomic>
-#include <cerrno>
-#include <chrono>
-#include <condition_variable>
-#include <cstring>
-#include <deque>
+#include <cmath>
+#include <list>
 #include <memory>
 #include <mutex>
 #include <thread>
-#include <utility>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <poll.h>
-#include <sys/eventfd.h>
-#include <sys/socket.h>
+#include <sys/epoll.h>
 #include <unistd.h>
 
 namespace control
@@ -36,422 +30,295 @@ namespace control
 namespace
 {
 
-using RealClock = std::chrono::steady_clock;
+using sim::host::kZoomLongest;
 using visca::Bytes;
-using visca::Request;
+using visca::Status;
+using Outcome = std::pair<bool, std::string>; // whether it was carried out, and what became of it
 
 constexpr std::size_t kConnections = 8; // of a camera
-constexpr std::size_t kPeers = 32;      // UDP clients of a camera that are remembered
-constexpr std::size_t kAtOnce = 64;     // bytes of a connection that are read in one go
-constexpr int kDatagramsAtOnce = 8;
-constexpr std::chrono::seconds kStall{3}; // in which a client takes nothing of what it is sent
-constexpr std::chrono::milliseconds kTick{100};
-constexpr std::chrono::milliseconds kPause{1}; // of those who send more than is read in one go
+constexpr std::size_t kPeers = 32;      // UDP clients of a camera whose messages are remembered
+constexpr std::size_t kAtOnce = 64;     // bytes that are read in one go
+constexpr int kDatagrams = 8;           // that are read in one go
+constexpr int kUntaken = 64 << 10;      // bytes that wait for a client
+constexpr unsigned kStall = 3000;       // milliseconds in which a client takes none of them
+constexpr int kTele = 0x4000;           // the longest zoom
 constexpr std::string_view kOnepush = "wb_mode_onepush";
-constexpr int kLines = 100; // of a camera in the log, a second
 
-/// A connection, or an address that datagrams came from.
-struct Client {
-    int connection = -1; // -1 too once it is closed
+struct Camera;
+
+/// Where messages come from: a connection, an address of datagrams, or a camera's own sockets.
+struct Source {
+    Camera* camera = nullptr;
+    int descriptor = -1;
     sockaddr_storage address{};
-    socklen_t address_length = 0;
-    visca::Splitter splitter;
-    visca::Memory memory;
-    Bytes unsent;
-    RealClock::time_point stuck; // since when nothing of it was taken
+    socklen_t address_length = 0; // of datagrams
+    Bytes rest{};
+    visca::Memory memory{};
     bool begun = false;
-    bool ended = false; // it sends no more
-    int pending = 0;    // commands
 };
-using ClientPointer = std::shared_ptr<Client>;
+using Client = std::shared_ptr<Source>;
 
 struct Message {
-    ClientPointer client;
+    Client client;
     Bytes bytes;
     std::optional<std::uint32_t> number;
-    Request request;
-    int socket = 0;      // of a command; 0: no reply is owed any more
-    std::string replies; // for the log
-    RealClock::time_point since;
+    visca::Request request;
+    int socket = 0;        // of a command, while a reply is owed
+    std::string replies{}; // for the log
 };
 
 struct Camera {
     int id = 0;
-    int listener = -1;
-    int datagrams = -1;
-    std::vector<ClientPointer> connections;
-    std::deque<ClientPointer> peers; // the last heard last
+    Source listener;
+    Source datagrams;
+    std::vector<Client> connections;
+    std::map<std::string, Client> peers; // by address
     visca::Camera state;
-    std::array<bool, visca::kSockets + 1> taken{}; // by number, from 1
-    std::deque<Message> commands;                  // the first one is being carried out
-    std::deque<Message> inquiries;                 // of clients whose own commands are not yet carried out
-    std::condition_variable more;
-    std::thread worker;
-    RealClock::time_point lines_since;
-    int lines = 0;
+    std::array<bool, 3> taken{}; // sockets 1 and 2
+    std::list<Message> commands; // the first one is being carried out
 };
 
-struct Service {
-    std::mutex mutex; // guards everything; never held while a camera acts
-    std::array<Camera, session::kCameras> cameras;
-    int wake = -1;
-    bool ending = false;
-    std::thread thread;
-};
-Service* service = nullptr; // never destroyed: a camera may still act while the program ends
+// Never destroyed: a camera may still act while the program ends.
+std::mutex& mutex = *new std::mutex; // guards the rest; not held while a camera acts
+auto& cameras = *new std::array<Camera, session::kCameras>;
+int epoll = -1;
+bool ending = false;
+std::thread& thread = *new std::thread;
 
-// ---- Replies --------------------------------------------------------------------------------------------------------
+// ---- Cameras --------------------------------------------------------------------------------------------------------
 
-void flush(Client& client)
+/// The value that a name in the protocol's table has, without waiting for whoever acts on the camera.
+int value_of(int camera, std::string_view name)
 {
-    while (!client.unsent.empty() && client.connection >= 0) {
-        const ssize_t count =
-            send(client.connection, client.unsent.data(), client.unsent.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (count < 0) {
-            client.ended = errno != EAGAIN;
-            client.unsent.resize(client.ended ? 0 : client.unsent.size());
-            return;
-        }
-        client.unsent.erase(client.unsent.begin(), client.unsent.begin() + count);
-        client.stuck = RealClock::now();
-    }
+    const auto life = [&] { return sim::engine::life(session::engine_of(camera)); };
+    const double zoom = camera == session::kZoomCamera ? sim::host::lens_state().zoom : 0.0;
+    const sim::host::Setting* const setting = sim::host::find_setting(name);
+    return setting != nullptr && setting->member != nullptr ? sim::host::stored(camera, *setting)
+           : name == "power"                                ? static_cast<int>(life() == sim::engine::Life::running)
+           : name == "zoom"                                 ? static_cast<int>(std::lround(zoom * kTele / kZoomLongest))
+           : name == "camera_id"                            ? camera
+                                                            : 0;
 }
 
-void send_to(const Camera& camera, Client& client, const Bytes& reply, std::optional<std::uint32_t> number)
-{
-    if (client.address_length > 0) {
-        const Bytes datagram = visca::wrap(reply, number);
-        sendto(camera.datagrams, datagram.data(), datagram.size(), MSG_DONTWAIT,
-               reinterpret_cast<const sockaddr*>(&client.address), client.address_length);
-        return;
+Outcome act(int camera, std::string_view name, int value)
+try {
+    if (name == "power" && value_of(camera, name) != value) {
+        return {value == 1 ? session::start_camera(camera) : session::stop_camera(camera) == 0, ""};
     }
-    if (client.unsent.empty()) {
-        client.stuck = RealClock::now();
+    if (const sim::host::Setting* const setting = sim::host::find_setting(name)) {
+        const session::Outcome outcome = session::change_setting(camera, *setting, value, session::Origin::control);
+        return {outcome.result == ISP_SUCCESS || outcome.result == ISP_EXCUTE_BYARM, outcome.text};
     }
-    client.unsent.insert(client.unsent.end(), reply.begin(), reply.end());
-    flush(client);
-}
-
-void reply(const Camera& camera, Message& message, const Bytes& bytes)
-{
-    if (message.number) {
-        message.client->memory.note(*message.number, message.bytes, bytes);
+    if (name == "power") {
+        return {true, "it was so"};
     }
-    send_to(camera, *message.client, bytes, message.number);
-    message.replies += (message.replies.empty() ? "" : ", ") + visca::text_of(bytes);
-}
-
-/// Writes what was asked for, answered, and why.
-void log(Camera& camera, const Message& message, const std::string& why = "")
-{
-    const auto now = RealClock::now();
-    if (now - camera.lines_since > std::chrono::seconds(1)) {
-        camera.lines_since = now;
-        camera.lines = 0;
+    if (camera != session::kZoomCamera) {
+        return {false, "its lens has no motors"};
     }
-    if (++camera.lines > kLines) {
-        return;
-    }
-    kiv_traceout(sim::host::kControlLevel, "camera_id is %d: %s (%s) %s%s%s\n", camera.id,
-                 visca::text_of(message.bytes).c_str(), message.request.text.c_str(), message.replies.c_str(),
-                 why.empty() ? "" : ": ", camera.lines == kLines ? "too many messages to list" : why.c_str());
+    const int drive = value < 0x10 ? value : value >> 4; // the motor has one speed
+    sim::host::move_zoom_to(name == "zoom" ? (value * kZoomLongest + kTele / 2) / kTele
+                            : drive == 2   ? kZoomLongest
+                            : drive == 3   ? 0
+                                           : static_cast<int>(std::lround(sim::host::lens_state().zoom)));
+    return {true, ""};
+} catch (const std::exception& error) {
+    return {false, error.what()};
 }
 
 // ---- Messages -------------------------------------------------------------------------------------------------------
 
-void answer(Camera& camera, Message& message)
+void send_to(const Source& client, const Bytes& bytes)
 {
-    reply(camera, message, visca::answer(message.request, camera.state));
-    log(camera, message);
-}
-
-/// Answers the inquiries that wait for a client's own commands no longer.
-void answer_waiting(Camera& camera)
-{
-    const auto now = RealClock::now();
-    for (auto it = camera.inquiries.begin(); it != camera.inquiries.end();) {
-        if (it->client->pending > 0 && now - it->since < kTick) {
-            ++it;
-            continue;
-        }
-        answer(camera, *it);
-        it = camera.inquiries.erase(it);
+    const auto* const to = client.address_length > 0 ? reinterpret_cast<const sockaddr*>(&client.address) : nullptr;
+    const ssize_t count =
+        sendto(client.descriptor, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL, to, client.address_length);
+    if (to == nullptr && count != static_cast<ssize_t>(bytes.size())) {
+        shutdown(client.descriptor, SHUT_RDWR); // it takes nothing
     }
 }
 
-/// Gives a command its last reply.
-void finish(Camera& camera, Message& message, const Outcome& outcome)
+void reply(Message& message, const Bytes& bytes)
 {
-    if (message.socket > 0) {
-        reply(camera, message,
-              outcome.done ? visca::completed(message.socket)
-                           : visca::refused(visca::Error::not_executable, message.socket));
-        camera.taken[static_cast<std::size_t>(message.socket)] = false;
+    if (message.number) {
+        visca::replies_to(message.bytes, *message.number, message.client->memory).push_back(bytes);
     }
-    --message.client->pending;
-    log(camera, message, outcome.text);
-    answer_waiting(camera);
+    send_to(*message.client, visca::wrap(bytes, message.number));
+    message.replies += " > " + visca::text_of(bytes);
 }
 
-/// Carries out the commands of a camera.
+/// The last reply to a message, if one is owed, and its line in the log.
+void finish(Message& message, const Bytes& bytes, const std::string& why)
+{
+    if (!bytes.empty()) {
+        reply(message, bytes);
+    }
+    kiv_traceout(sim::host::kControlLevel, "camera_id is %d: %s%s: %s%s%s\n", message.client->camera->id,
+                 visca::text_of(message.bytes).c_str(), message.replies.c_str(), message.request.text.c_str(),
+                 why.empty() ? "" : "; ", why.c_str());
+}
+
+void complete(Message& message, const Outcome& outcome)
+{
+    const Status status = outcome.first ? Status::completed : Status::not_executable;
+    message.client->camera->taken[static_cast<std::size_t>(message.socket)] = false;
+    finish(message, message.socket == 0 ? Bytes() : visca::bytes_of(status, message.socket), outcome.second);
+}
+
+/// Carries out a camera's commands, one after another, until there are none.
 void work(Camera& camera)
 {
-    std::unique_lock lock(service->mutex);
-    for (;;) {
-        camera.more.wait(lock, [&] { return service->ending || !camera.commands.empty(); });
-        if (service->ending) {
-            return;
-        }
+    std::unique_lock lock(mutex);
+    for (; !camera.commands.empty(); camera.commands.pop_front()) {
         Message& message = camera.commands.front();
-        const std::string_view name = message.request.row->setting;
-        const int value = visca::target(message.request, camera.state);
-        const bool slow = name == kOnepush;
-        if (slow) { // takes longer than controllers wait
-            finish(camera, message, {});
+        const auto [setting, value] = std::pair(message.request.setting, message.request.value);
+        if (setting == kOnepush) { // takes longer than controllers wait
+            complete(message, {true, "begun"});
         }
         lock.unlock();
-        const Outcome outcome = act(camera.id, name, value);
-        sim::step_aside();
+        const Outcome outcome = act(camera.id, setting, value);
         lock.lock();
-        if (!slow) {
-            finish(camera, message, outcome);
+        if (setting != kOnepush) {
+            complete(message, outcome);
         }
-        camera.commands.pop_front();
-        eventfd_write(service->wake, 1);
     }
 }
 
-void command(Camera& camera, Message message)
+void take(Camera& camera, const Client& client, const Bytes& bytes, std::optional<std::uint32_t> number)
 {
+    const auto before = number ? visca::replies_to(bytes, *number, client->memory) : std::vector<Bytes>();
+    for (const Bytes& again : before) {
+        send_to(*client, visca::wrap(again, number));
+    }
+    if (!before.empty()) {
+        return;
+    }
+    Message message{client, bytes, number, visca::decode(bytes, camera.state)};
+    if (message.request.clears) {
+        camera.taken = {};
+        std::for_each(camera.commands.begin(), camera.commands.end(), [](Message& each) { each.socket = 0; });
+    }
     const auto free = std::find(camera.taken.begin() + 1, camera.taken.end(), false);
+    if (!message.request.reply.empty()) {
+        finish(message, message.request.reply, "");
+        return;
+    }
     if (free == camera.taken.end()) {
-        reply(camera, message, visca::refused(visca::Error::full));
-        log(camera, message, "two commands are under way");
+        finish(message, visca::bytes_of(Status::full), "two commands are under way");
+        return;
+    }
+    message.socket = static_cast<int>(free - camera.taken.begin());
+    reply(message, visca::bytes_of(Status::acknowledged, message.socket));
+    const auto measures = [](const Message& each) { return each.request.setting == kOnepush; };
+    if (measures(message) && std::any_of(camera.commands.begin(), camera.commands.end(), measures)) {
+        complete(message, {false, "a measurement is under way"});
         return;
     }
     *free = true;
-    message.socket = static_cast<int>(free - camera.taken.begin());
-    ++message.client->pending;
-    reply(camera, message, visca::acknowledged(message.socket));
-    const auto measures = [](const Message& each) { return each.request.row->setting == kOnepush; };
-    if (measures(message) && std::any_of(camera.commands.begin(), camera.commands.end(), measures)) {
-        finish(camera, message, {false, "a measurement is under way"});
-        return;
-    }
     camera.commands.push_back(std::move(message));
-    camera.more.notify_one();
-    if (!camera.worker.joinable()) {
-        camera.worker = std::thread([&camera] { work(camera); });
-    }
-}
-
-void take(Camera& camera, const ClientPointer& client, const Bytes& bytes, std::optional<std::uint32_t> number)
-{
-    if (number) {
-        if (const auto* const replies = client->memory.repeated(*number, bytes)) {
-            for (const Bytes& again : *replies) {
-                send_to(camera, *client, again, number);
-            }
-            return;
-        }
-    }
-    Message message{client, bytes, number, visca::decode(bytes), 0, {}, RealClock::now()};
-    if (message.request.clears) {
-        camera.taken = {};
-        for (Message& command : camera.commands) {
-            command.socket = 0;
-        }
-    }
-    if (message.request.acts()) {
-        command(camera, std::move(message));
-    } else if (message.client->pending > 0 && message.request.kind != Request::Kind::fixed &&
-               camera.inquiries.size() < kAtOnce) {
-        camera.inquiries.push_back(std::move(message));
-    } else {
-        answer(camera, message);
+    if (camera.commands.size() == 1) {
+        std::thread(work, std::ref(camera)).detach();
     }
 }
 
 // ---- Connections and datagrams --------------------------------------------------------------------------------------
 
-void accept_connection(Camera& camera)
+void watch(Source& source)
 {
-    const int connection = accept4(camera.listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-    if (connection < 0) {
-        return;
-    }
-    if (camera.connections.size() == kConnections) {
-        close(connection);
-        return;
-    }
-    const int on = 1;
-    setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    setsockopt(connection, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
-    camera.connections.push_back(std::make_shared<Client>());
-    camera.connections.back()->connection = connection;
+    epoll_event event{.events = EPOLLIN, .data = {.ptr = &source}};
+    epoll_ctl(epoll, EPOLL_CTL_ADD, source.descriptor, &event);
 }
 
-/// Returns whether more may be there to read.
-bool read_connection(Camera& camera, const ClientPointer& client)
+void accept_connection(Camera& camera)
 {
+    const int connection = accept4(camera.listener.descriptor, nullptr, nullptr, SOCK_CLOEXEC);
+    if (connection >= 0 && camera.connections.size() == kConnections) {
+        close(connection);
+    } else if (connection >= 0) {
+        const int on = 1;
+        setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        setsockopt(connection, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
+        setsockopt(connection, SOL_SOCKET, SO_SNDBUF, &kUntaken, sizeof kUntaken);
+        setsockopt(connection, IPPROTO_TCP, TCP_USER_TIMEOUT, &kStall, sizeof kStall);
+        camera.connections.push_back(std::make_shared<Source>(Source{.camera = &camera, .descriptor = connection}));
+        watch(*camera.connections.back());
+    }
+}
+
+/// Reads a little; returns whether there may be more.
+bool read_connection(Camera& camera, Source& source)
+{
+    const auto client = std::find_if(camera.connections.begin(), camera.connections.end(),
+                                     [&](const Client& each) { return each.get() == &source; });
     std::array<std::uint8_t, kAtOnce> bytes;
-    const ssize_t count = recv(client->connection, bytes.data(), bytes.size(), MSG_DONTWAIT);
-    if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
+    const ssize_t count = recv(source.descriptor, bytes.data(), bytes.size(), MSG_DONTWAIT);
+    if (count <= 0 || (!source.begun && !visca::begins_message(bytes[0]))) { // a browser can be made to post here
+        close(std::exchange(source.descriptor, -1));
+        camera.connections.erase(client);
         return false;
     }
-    const bool foreign =
-        count > 0 && !client->begun && !visca::begins_message(bytes[0]); // a browser, made to post here
-    client->begun = true;
-    client->ended = count <= 0 || foreign;
-    if (client->ended) {
-        return false;
-    }
-    for (const Bytes& message : client->splitter.take(bytes.data(), static_cast<std::size_t>(count))) {
-        take(camera, client, message, std::nullopt);
+    source.begun = true;
+    for (const Bytes& message : visca::split(bytes.data(), static_cast<std::size_t>(count), source.rest)) {
+        take(camera, *client, message, std::nullopt);
     }
     return count == kAtOnce;
 }
 
-ClientPointer peer_at(Camera& camera, const sockaddr_storage& address, socklen_t length)
-{
-    const auto found = std::find_if(camera.peers.begin(), camera.peers.end(), [&](const ClientPointer& peer) {
-        return peer->address_length == length && std::memcmp(&peer->address, &address, length) == 0;
-    });
-    const auto peer = found != camera.peers.end() ? *found : std::make_shared<Client>();
-    if (found != camera.peers.end()) {
-        camera.peers.erase(found);
-    } else if (camera.peers.size() == kPeers) {
-        camera.peers.pop_front();
-    }
-    peer->address = address;
-    peer->address_length = length;
-    camera.peers.push_back(peer);
-    return peer;
-}
-
-/// Returns whether more may be there to read.
 bool read_datagram(Camera& camera)
 {
     std::array<std::uint8_t, kAtOnce> bytes;
-    sockaddr_storage address{};
-    socklen_t length = sizeof address;
-    const ssize_t count = recvfrom(camera.datagrams, bytes.data(), bytes.size(), MSG_DONTWAIT,
-                                   reinterpret_cast<sockaddr*>(&address), &length);
+    Source peer{
+        .camera = &camera, .descriptor = camera.datagrams.descriptor, .address_length = sizeof(sockaddr_storage)};
+    auto* const from = reinterpret_cast<sockaddr*>(&peer.address);
+    const ssize_t count =
+        recvfrom(peer.descriptor, bytes.data(), bytes.size(), MSG_DONTWAIT, from, &peer.address_length);
     if (count < 0) {
         return false;
     }
     const visca::Datagram datagram = visca::open(bytes.data(), static_cast<std::size_t>(count));
-    if (datagram.messages.empty() && datagram.reply.empty()) {
-        return true;
-    }
-    const ClientPointer peer = peer_at(camera, address, length);
-    if (datagram.resets) {
-        peer->memory = {};
-    }
     if (!datagram.reply.empty()) {
-        send_to(camera, *peer, datagram.reply, std::nullopt);
+        send_to(peer, datagram.reply);
+    }
+    const std::string key(reinterpret_cast<const char*>(from), peer.address_length);
+    if (camera.peers.size() == kPeers && !camera.peers.contains(key)) {
+        camera.peers.clear();
+    }
+    Client& client = camera.peers[key];
+    if (client == nullptr || datagram.resets) {
+        client = std::make_shared<Source>(peer);
     }
     for (const Bytes& message : datagram.messages) {
-        take(camera, peer, message, datagram.number);
+        take(camera, client, message, datagram.number);
     }
     return true;
 }
 
-// ---- Serving --------------------------------------------------------------------------------------------------------
-
-/// Ends what is over.
-void tidy(Camera& camera)
-{
-    answer_waiting(camera);
-    visca::remember_levels(camera.state);
-    std::erase_if(camera.connections, [](const ClientPointer& client) {
-        const bool stalls = !client->unsent.empty() && RealClock::now() - client->stuck > kStall;
-        const bool over = client->ended && client->unsent.empty() && client->pending == 0;
-        if (stalls || over) {
-            close(client->connection);
-            client->connection = -1;
-        }
-        return stalls || over;
-    });
-}
-
-/// Waits until somebody sends or takes something, and serves all who do, each a little.
-bool serve_once(std::unique_lock<std::mutex>& lock)
-{
-    std::vector<pollfd> polled{{service->wake, POLLIN, 0}};
-    std::vector<std::pair<Camera*, ClientPointer>> sources(1);
-    const auto add = [&](Camera& camera, int descriptor, short events, const ClientPointer& client) {
-        polled.push_back({descriptor, events, 0});
-        sources.emplace_back(&camera, client);
-    };
-    for (Camera& camera : service->cameras) {
-        add(camera, camera.listener, POLLIN, nullptr);
-        add(camera, camera.datagrams, POLLIN, nullptr);
-        for (const ClientPointer& client : camera.connections) {
-            const bool full = !client->unsent.empty();
-            add(camera, client->ended && !full ? -1 : client->connection, full ? POLLOUT : POLLIN, client);
-        }
-    }
-    lock.unlock();
-    poll(polled.data(), polled.size(), kTick.count());
-    lock.lock();
-    bool more = false;
-    for (std::size_t i = 0; i < polled.size(); ++i) {
-        const auto& [camera, client] = sources[i];
-        if (polled[i].revents == 0) {
-        } else if (i == 0) {
-            eventfd_t count = 0;
-            eventfd_read(service->wake, &count);
-        } else if (client != nullptr && !client->unsent.empty()) {
-            flush(*client);
-        } else if (client != nullptr) {
-            more |= read_connection(*camera, client);
-        } else if (polled[i].fd == camera->listener) {
-            accept_connection(*camera);
-        } else {
-            for (int count = 0; count < kDatagramsAtOnce && read_datagram(*camera); ++count) {
-                more |= count + 1 == kDatagramsAtOnce;
-            }
-        }
-    }
-    for (Camera& camera : service->cameras) {
-        tidy(camera);
-    }
-    return more;
-}
-
+/// Serves everybody who sends something, each a little, until the service ends.
 void serve()
 {
-    std::unique_lock lock(service->mutex);
-    while (!service->ending) {
-        if (serve_once(lock)) { // whoever sends so much waits, not the cameras
-            lock.unlock();
-            std::this_thread::sleep_for(kPause);
-            lock.lock();
-        }
-    }
-}
-
-/// Takes the ports of all cameras from one on, which 0 leaves open.
-int bind_all(session::Address address)
-{
-    session::Address next = address;
-    for (Camera& camera : service->cameras) {
-        camera.listener = session::listen_at(next);
-        camera.datagrams = session::listen_at(next, SOCK_DGRAM);
-        address.port = camera.id == 0 ? next.port : address.port;
-        ++next.port;
-    }
-    return address.port;
-}
-
-void unbind_all()
-{
-    for (Camera& camera : service->cameras) {
-        for (int* const descriptor : {&camera.listener, &camera.datagrams}) {
-            if (*descriptor >= 0) {
-                close(std::exchange(*descriptor, -1));
+    for (bool more = false;;) {
+        std::array<epoll_event, kAtOnce> events;
+        std::this_thread::sleep_for(std::chrono::milliseconds(more ? 1 : 0)); // whoever sends too much waits
+        const int count = epoll_wait(epoll, events.data(), kAtOnce, 100);
+        const std::lock_guard lock(mutex);
+        more = false;
+        for (int i = 0; i < count; ++i) {
+            Source& source = *static_cast<Source*>(events[static_cast<std::size_t>(i)].data.ptr);
+            Camera& camera = *source.camera;
+            int datagrams = 0;
+            if (&source == &camera.listener) {
+                accept_connection(camera);
+            } else if (&source == &camera.datagrams) {
+                while (datagrams < kDatagrams && read_datagram(camera)) {
+                    ++datagrams;
+                }
+                more |= datagrams == kDatagrams;
+            } else {
+                more |= read_connection(camera, source);
             }
+        }
+        std::for_each(cameras.begin(), cameras.end(), [](Camera& camera) { visca::remember_levels(camera.state); });
+        if (ending) {
+            return;
         }
     }
 }
@@ -460,47 +327,50 @@ void unbind_all()
 
 int start_service(const session::Address& address)
 {
-    service = new Service;
-    for (int id = 0; id < session::kCameras; ++id) {
-        Camera& camera = service->cameras[static_cast<std::size_t>(id)];
-        camera.id = id;
-        camera.state.value = [id](std::string_view name) { return value_of(id, name); };
-    }
-    constexpr int kTries = 100; // for eight free ports in a row
-    int port = -1;
-    for (int i = 1; port < 0; ++i) {
+    session::Address next;
+    for (int tries = address.port == 0 ? 100 : 1; next.port == 0; --tries) { // for free ports in a row
+        next = address;
         try {
-            port = bind_all(address);
+            for (Camera& camera : cameras) {
+                camera.listener.descriptor = session::listen_at(next);
+                camera.datagrams.descriptor = session::listen_at(next, SOCK_DGRAM);
+                ++next.port;
+            }
         } catch (const session::BadInput&) {
-            unbind_all();
-            if (address.port != 0 || i == kTries) {
+            for (Camera& camera : cameras) {
+                close(std::exchange(camera.listener.descriptor, -1));
+                close(std::exchange(camera.datagrams.descriptor, -1));
+            }
+            if (tries == 1) {
                 throw;
             }
+            next.port = 0;
         }
     }
-    service->wake = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
-    service->thread = std::thread(serve);
-    return port;
+    epoll = epoll_create1(EPOLL_CLOEXEC);
+    for (Camera& camera : cameras) {
+        camera.id = static_cast<int>(&camera - cameras.data());
+        camera.listener.camera = camera.datagrams.camera = &camera;
+        camera.state.value = [&](std::string_view name) {
+            const auto next = std::find_if(camera.commands.rbegin(), camera.commands.rend(), [&](const Message& each) {
+                return each.request.setting == name && name != "zoom"; // which takes its time
+            });
+            return next != camera.commands.rend() ? next->request.value : value_of(camera.id, name);
+        };
+        watch(camera.listener);
+        watch(camera.datagrams);
+    }
+    thread = std::thread(serve);
+    return next.port - session::kCameras;
 }
 
 void stop_service()
 {
     {
-        const std::lock_guard lock(service->mutex);
-        service->ending = true;
-        eventfd_write(service->wake, 1);
+        const std::lock_guard lock(mutex);
+        ending = true;
     }
-    service->thread.join();
-    for (Camera& camera : service->cameras) {
-        camera.more.notify_all();
-        if (camera.worker.joinable()) {
-            camera.worker.join();
-        }
-        for (const ClientPointer& client : camera.connections) {
-            close(client->connection);
-        }
-    }
-    unbind_all();
+    thread.join();
 }
 
 } // namespace control

@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
-#include <iterator>
-#include <sstream>
+#include <utility>
 
 namespace visca
 {
@@ -12,265 +11,174 @@ namespace visca
 namespace
 {
 
-using Kind = Request::Kind;
+constexpr std::size_t kOpcode = 3; // bytes that tell commands apart
+constexpr std::size_t kLongest = 16;
+constexpr std::size_t kNumbered = 16;
+constexpr std::size_t kHeader = 8; // type, length and number, the highest byte first
 
-constexpr int kLastLevel = INT_MIN; // stands for it in a request
-constexpr std::size_t kOpcode = 3;  // bytes that tell commands apart
-
-/// Bytes of a row and the values they stand for.
-struct Range {
-    int low;
-    int high;
-    int value; // for low
-    char mark; // '!', '~', '*' or 0
-
-    bool holds(int other) const
-    {
-        return mark != '*' && value <= other && other <= value + high - low;
-    }
-};
-
-std::vector<Range> ranges_of(const Row& row)
+/// The number that bytes or, with 4 bits, digits stand for.
+std::uint32_t number_at(const std::uint8_t* bytes, std::size_t count, int bits = 8)
 {
-    std::vector<Range> ranges;
-    std::istringstream words{std::string(row.values)};
-    for (std::string word; words >> word;) {
-        char* next = word.data();
-        const auto number = [&](int base) { return static_cast<int>(std::strtol(next, &next, base)); };
-        Range range{};
-        range.low = range.high = range.value = number(16);
-        if (*next == '-') {
-            ++next;
-            range.high = number(16);
-        }
-        if (*next == '=') {
-            ++next;
-            range.value = number(10);
-        }
-        range.mark = *next;
-        ranges.push_back(range);
+    std::uint32_t number = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        number = bytes[i] >> bits != 0 ? UINT_MAX : number << bits | bytes[i];
     }
-    return ranges;
+    return number;
 }
 
-bool is_value(char digit)
+void append(Bytes& bytes, std::size_t number, int count, int bits = 8)
 {
-    return digit >= 'p' && digit <= 's';
-}
-
-int nibble_of(char digit)
-{
-    return digit <= '9' ? digit - '0' : digit - 'A' + 10;
-}
-
-/// Whether the first `count` bytes have a form; `value` gets what the digits of a value hold.
-bool matches(std::string_view form, const Bytes& bytes, std::size_t count, int& value)
-{
-    value = 0;
-    for (std::size_t i = 0; i < 2 * count; ++i) {
-        const char digit = form[i / 2 * 3 + i % 2];
-        const int nibble = i % 2 == 0 ? bytes[i / 2] >> 4 : bytes[i / 2] & 0x0F;
-        if (is_value(digit)) {
-            value = value * 16 + nibble;
-        } else if (nibble_of(digit) != nibble) {
-            return false;
-        }
+    while (count-- > 0) {
+        bytes.push_back(static_cast<std::uint8_t>(number >> bits * count & ((1U << bits) - 1)));
     }
-    return true;
 }
 
-/// An answer of a form with a value in it.
-Bytes answer_with(std::string_view form, int value)
+Bytes with_header(std::uint32_t type, std::uint32_t number, const Bytes& payload)
 {
-    Bytes bytes{0x90, 0x50};
-    auto shift = 4 * std::count_if(form.begin(), form.end(), is_value);
-    int high = 0;
-    for (std::size_t i = 0; i < form.size(); ++i) {
-        const char digit = form[i];
-        const int nibble = is_value(digit) ? value >> (shift -= 4) & 0x0F : nibble_of(digit);
-        if (i % 3 == 1) {
-            bytes.push_back(static_cast<std::uint8_t>(high << 4 | nibble));
-        }
-        high = nibble;
-    }
-    bytes.push_back(0xFF);
+    Bytes bytes;
+    append(bytes, type, 2);
+    append(bytes, payload.size(), 2);
+    append(bytes, number, 4);
+    bytes.insert(bytes.end(), payload.begin(), payload.end());
     return bytes;
-}
-
-std::string message_of(std::string_view form)
-{
-    return "81 " + std::string(form) + " FF";
 }
 
 /// The byte that stands for a row's value at present.
 int byte_of(const Row& row, const Camera& camera)
 {
     const int value = camera.value(row.setting);
-    const std::vector<Range> ranges = ranges_of(row);
-    for (const Range& range : ranges) {
-        if (range.holds(value)) {
-            return range.low + value - range.value;
+    for (const Range& range : row.ranges) {
+        if (range.use == Use::last || (range.value <= value && value <= range.value + range.high - range.low)) {
+            return range.low + (range.use == Use::last ? 0 : value - range.value);
         }
     }
     const auto last = camera.last_levels.find(row.setting);
-    return last == camera.last_levels.end() ? ranges.front().low
-           : ranges.back().mark == '*'      ? ranges.back().low
-                                            : last->second;
+    return last != camera.last_levels.end() ? last->second : row.ranges[0].low;
+}
+
+Bytes answer(const Row& row, const Camera& camera)
+{
+    Bytes bytes{0x90, 0x50};
+    append(bytes, static_cast<std::size_t>(byte_of(row, camera)), std::abs(row.digits), row.digits < 0 ? 8 : 4);
+    bytes.push_back(0xFF);
+    return bytes;
 }
 
 Bytes block(int number, const Camera& camera)
 {
-    Bytes bytes = answer_with("00 00 00 00 00 00 00 00 00 00 00 00 00", 0);
-    for (const BlockField& field : kBlockFields) {
-        if (field.block != number) {
-            continue;
+    Bytes bytes{0x90, 0x50, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF};
+    for (const Row& row : kRows) {
+        const auto [block, byte, bits, shift] = row.place;
+        for (int i = 0; block == number && i < std::max(1, -bits); ++i) {
+            const int value = byte_of(row, camera);
+            const int part = bits < 0    ? value >> 4 * (-bits - 1 - i) & 0x0F
+                             : bits == 0 ? value == 2
+                                         : value & ((1 << bits) - 1);
+            bytes[static_cast<std::size_t>(byte + i)] |= static_cast<std::uint8_t>(part << shift);
         }
-        const auto* const row = std::find_if(std::begin(kRows), std::end(kRows),
-                                             [&](const Row& each) { return each.inquiry == field.inquiry; });
-        const int value = row != std::end(kRows) ? byte_of(*row, camera) : camera.value(field.inquiry);
-        std::uint8_t* const at = &bytes[static_cast<std::size_t>(field.byte)];
-        for (int i = 0; i < field.bytes && field.bits == 0; ++i) {
-            at[i] = static_cast<std::uint8_t>(value >> 4 * (field.bytes - 1 - i) & 0x0F);
-        }
-        const int bits = field.bytes == 0 ? value == 2 : value & ((1 << field.bits) - 1);
-        *at = static_cast<std::uint8_t>(*at | bits << field.shift);
     }
     return bytes;
 }
 
-} // namespace
-
-Request decode(const Bytes& message)
+/// The next level up or down, at the end the last one.
+int step(const Row& row, int level, bool up)
 {
-    const auto fixed = [](Bytes reply, const std::string& text, bool clears = false) {
-        return Request{Kind::fixed, nullptr, 0, std::move(reply), text, clears};
-    };
-    if (message.size() < 3 || message.back() != 0xFF) {
-        return fixed(refused(Error::length), "a message has 3 to 16 bytes and ends with FF");
-    }
-    if (const std::string text = text_of(message); message[0] == 0x88) {
-        return text == "88 30 01 FF"      ? fixed({0x88, 0x30, 0x02, 0xFF}, "set addresses")
-               : text == "88 01 00 01 FF" ? fixed(message, "clear", true)
-                                          : fixed(refused(Error::syntax), "no such broadcast");
-    }
-    if (message[0] != 0x81) {
-        return fixed(refused(Error::syntax), "over IP the address is 81");
-    }
-    const Bytes body(message.begin() + 1, message.end() - 1);
-    if (body.size() == 1 && body[0] >> 4 == 2) {
-        return fixed(refused(Error::no_socket, body[0] & 0x0F), "nothing can be cancelled");
-    }
-
-    int value = 0;
-    std::string length; // what is wrong about it
-    std::string bytes;
-    const auto has = [&](std::string_view form) {
-        const std::size_t count = (form.size() + 1) / 3;
-        if (count == 0 || !matches(form, body, std::min({kOpcode, count, body.size()}), value)) {
-            return false;
-        }
-        (count == body.size() ? bytes : length) = message_of(form);
-        return count == body.size() && matches(form, body, count, value);
-    };
-    for (const Fixed& row : kFixed) {
-        if (has(row.message)) {
-            return fixed(answer_with(row.answer, 0), std::string(row.meaning), row.answer.empty());
-        }
-    }
-    if (has("09 7E 7E 0p") && value < kBlocks) {
-        return {Kind::block, nullptr, value, {}, "block " + std::to_string(value) + "?"};
-    }
-    for (const Row& row : kRows) {
-        const std::string name(row.setting);
-        if (has(row.inquiry)) {
-            return {Kind::inquiry, &row, 0, {}, name + "?"};
-        }
-        if (!row.step.empty() && has(std::string(row.step) + " 0p") && value != 1 && value < 4) {
-            return {Kind::step,
-                    &row,
-                    value == 0   ? 0
-                    : value == 2 ? 1
-                                 : -1,
-                    {},
-                    name + (value == 0   ? " as at first"
-                            : value == 2 ? " up"
-                                         : " down")};
-        }
-        if (!has(row.command)) {
-            continue;
-        }
-        for (const Range& range : ranges_of(row)) {
-            if (range.low <= value && value <= range.high && range.mark != '~') {
-                const bool last = range.mark == '*';
-                const int setting = last ? kLastLevel : range.value + value - range.low;
-                return {Kind::change,
-                        &row,
-                        setting,
-                        {},
-                        name + " = " + (last ? "its last level" : std::to_string(setting))};
-            }
-        }
-        bytes += " takes " + std::string(row.values);
-    }
-    return !bytes.empty()    ? fixed(refused(Error::syntax), "wrong bytes: " + bytes)
-           : !length.empty() ? fixed(refused(Error::length), "wrong length: " + length)
-                             : fixed(refused(Error::syntax), "no such command");
-}
-
-int target(const Request& request, Camera& camera)
-{
-    remember_levels(camera);
-    const auto last = camera.last_levels.find(request.row->setting);
-    if (request.kind == Kind::change) {
-        return request.value == kLastLevel ? last->second : request.value;
-    }
-    if (request.value == 0) {
-        return request.row->initial;
-    }
     std::vector<int> levels; // ascending
-    for (const Range& range : ranges_of(*request.row)) {
-        for (int i = range.low; i <= range.high && range.mark == 0; ++i) {
+    for (const Range& range : row.ranges) {
+        for (int i = range.low; i <= range.high && range.use == Use::all; ++i) {
             levels.push_back(range.value + i - range.low);
         }
     }
-    const int level = last != camera.last_levels.end() ? last->second : camera.value(request.row->setting);
     const auto above = std::upper_bound(levels.begin(), levels.end(), level);
     const auto from = std::lower_bound(levels.begin(), levels.end(), level);
-    return request.value > 0 ? (above != levels.end() ? *above : levels.back())
-                             : (from != levels.begin() ? *std::prev(from) : levels.front());
+    return up ? *(above - (above == levels.end() ? 1 : 0)) : *(from - (from == levels.begin() ? 0 : 1));
 }
 
-Bytes answer(const Request& request, Camera& camera)
+} // namespace
+
+Bytes bytes_of(Status status, int socket)
 {
+    const int code = static_cast<int>(status);
+    const bool goes_well = status == Status::acknowledged || status == Status::completed;
+    Bytes bytes{0x90};
+    append(bytes, static_cast<std::size_t>((goes_well ? code : 0x60) | socket), 1);
+    append(bytes, static_cast<std::size_t>(code), goes_well ? 0 : 1);
+    bytes.push_back(0xFF);
+    return bytes;
+}
+
+Request decode(const Bytes& message, Camera& camera)
+{
+    const auto refuse = [](Status status, const char* why, int socket = 0) {
+        return Request{bytes_of(status, socket), {}, 0, why};
+    };
     remember_levels(camera);
-    return request.kind == Kind::inquiry
-               ? answer_with(request.row->command.substr(3 * kOpcode), byte_of(*request.row, camera))
-           : request.kind == Kind::block ? block(request.value, camera)
-                                         : request.reply;
-}
+    if (message.size() < 3 || message.back() != 0xFF) {
+        return refuse(Status::length, "a message has 3 to 16 bytes and ends with FF");
+    }
+    if (const std::string text = text_of(message); text == "88 30 01 FF" || text == "88 01 00 01 FF") {
+        const bool clears = message[1] == 0x01;
+        return {clears ? message : Bytes{0x88, 0x30, 0x02, 0xFF}, {}, 0, clears ? "clear" : "set addresses", clears};
+    }
+    if (message[0] != 0x81) {
+        return refuse(Status::syntax, "the address is 81; 88 clears and sets addresses alone");
+    }
+    Bytes body(message.begin() + 1, message.end() - 1);
+    if (body.size() == 1 && body[0] >> 4 == 2) {
+        return refuse(Status::no_socket, "nothing can be cancelled", body[0] & 0x0F);
+    }
+    if (body.size() > kOpcode && body[0] == 0x09 && body[1] == 0x0A) {
+        body.erase(body.begin() + 1); // another form of the inquiries of tuning
+    }
 
-Bytes acknowledged(int socket)
-{
-    return {0x90, static_cast<std::uint8_t>(0x40 | socket), 0xFF};
-}
-
-Bytes completed(int socket)
-{
-    return {0x90, static_cast<std::uint8_t>(0x50 | socket), 0xFF};
-}
-
-Bytes refused(Error error, int socket)
-{
-    return {0x90, static_cast<std::uint8_t>(0x60 | socket), static_cast<std::uint8_t>(error), 0xFF};
+    const std::size_t before = std::min(body.size(), kOpcode);
+    const auto opcode = static_cast<int>(number_at(body.data(), before));
+    const std::uint8_t* const data = body.data() + before;
+    const auto count = static_cast<int>(body.size() - before);
+    bool known = before < kOpcode;
+    bool fits = false;
+    const auto has = [&](int code, int digits) {
+        const bool same = code != 0 && code == opcode;
+        known |= same;
+        fits |= same && std::abs(digits) == count;
+        return same && std::abs(digits) == count;
+    };
+    for (const Row& row : kRows) {
+        const auto last = camera.last_levels.find(row.setting);
+        const auto level = [&] { return last != camera.last_levels.end() ? last->second : camera.value(row.setting); };
+        const std::string name(row.setting);
+        if (has(row.inquiry, 0)) {
+            return {answer(row, camera), {}, 0, name + "?", row.inquiry == kClear};
+        }
+        if (has(row.step, 1) && (*data == 0 || *data == 2 || *data == 3)) {
+            const int value = *data == 0 ? row.initial : step(row, level(), *data == 2);
+            return {{}, row.setting, value, name + (*data == 0 ? " reset" : *data == 2 ? " up" : " down")};
+        }
+        if (!has(row.command, row.digits)) {
+            continue;
+        }
+        const auto byte = static_cast<int>(number_at(data, body.size() - before, row.digits < 0 ? 8 : 4));
+        for (const Range& range : row.ranges) {
+            if (range.low <= byte && byte <= range.high && range.use != Use::answered) {
+                const int value = range.use == Use::last ? level() : range.value + byte - range.low;
+                return {{}, row.setting, value, name + " " + std::to_string(value)};
+            }
+        }
+    }
+    if (has(0x097E7E, 1) && *data < kBlocks) {
+        return {block(*data, camera), {}, 0, "block " + std::to_string(*data) + "?"};
+    }
+    return known && !fits ? refuse(Status::length, "not the command's number of bytes")
+                          : refuse(Status::syntax, known ? "no value of it" : "no such command");
 }
 
 void remember_levels(Camera& camera)
 {
     for (const Row& row : kRows) {
-        if (row.values.find('*') != std::string_view::npos) {
+        if (row.ranges[1].use == Use::last) {
             int& last = camera.last_levels.emplace(row.setting, row.initial).first->second;
             const int value = camera.value(row.setting);
-            last = ranges_of(row).front().holds(value) ? last : value;
+            last = value == row.ranges[0].value ? last : value;
         }
     }
 }
@@ -288,21 +196,88 @@ std::string text_of(const Bytes& bytes)
 
 std::string reference()
 {
-    const auto cell = [](std::string_view form, const std::string& text) {
-        return form.empty() ? std::string(" |") : " `" + text + "` |";
+    const auto hex = [](int number, int count) {
+        Bytes bytes;
+        append(bytes, static_cast<std::size_t>(number), count);
+        return text_of(bytes);
     };
-    std::string text = "| Command | Step | Inquiry | Answer | Setting | Bytes |\n|---|---|---|---|---|---|\n";
+    std::string text = "| Command | Step | Inquiry | Setting | Bytes taken |\n|---|---|---|---|---|\n";
     for (const Row& row : kRows) {
-        text += "|" + cell(row.command, message_of(row.command)) +
-                cell(row.step, message_of(std::string(row.step) + " 0p")) + cell(row.inquiry, message_of(row.inquiry)) +
-                cell(row.inquiry, "90 50 " + std::string(row.command.substr(3 * kOpcode)) + " FF") +
-                cell(row.setting, std::string(row.setting)) + " " + std::string(row.values) + " |\n";
-    }
-    for (const Fixed& row : kFixed) {
-        text += "| | |" + cell(row.message, message_of(row.message)) + " `" + text_of(answer_with(row.answer, 0)) +
-                "` | | " + std::string(row.meaning) + " |\n";
+        const char* const data = row.digits < 0 ? " pq" : &" 0p 0q 0r 0s"[12 - 3 * std::min(row.digits, 4)];
+        for (const auto& [code, end] : {std::pair{row.command, data}, {row.step, " 0p"}, {row.inquiry, ""}}) {
+            text += code == 0 ? "| " : "| `81 " + hex(code, kOpcode) + end + " FF` ";
+        }
+        text += "| `" + std::string(row.setting) + "` |";
+        for (const Range& range : row.ranges) {
+            const int bytes = range.high > 0xFF ? 2 : 1;
+            text += range.low > range.high ? ""
+                                           : " " + hex(range.low, bytes) + "-" + hex(range.high, bytes) + "=" +
+                                                 std::to_string(range.value);
+        }
+        text += " |\n";
     }
     return text;
+}
+
+std::vector<Bytes> split(const std::uint8_t* bytes, std::size_t count, Bytes& rest)
+{
+    std::vector<Bytes> messages;
+    for (std::size_t i = 0; i < count; ++i) {
+        if (rest.size() < kLongest) { // else what is there was a message already
+            rest.push_back(bytes[i]);
+            if (bytes[i] == 0xFF || rest.size() == kLongest) {
+                messages.push_back(rest);
+            }
+        }
+        rest.resize(bytes[i] == 0xFF ? 0 : rest.size());
+    }
+    return messages;
+}
+
+Datagram open(const std::uint8_t* bytes, std::size_t count)
+{
+    Datagram datagram;
+    Bytes rest;
+    if (count > 0 && begins_message(bytes[0])) {
+        datagram.messages = split(bytes, count, rest);
+        if (!rest.empty() && rest.size() < kLongest) {
+            datagram.messages.push_back(rest);
+        }
+        return datagram;
+    }
+    const std::uint32_t type = count < kHeader ? 0 : number_at(bytes, 2);
+    if (type < 0x0100 || type > 0x02FF || type == 0x0111 || type == 0x0201) {
+        return datagram; // replies get none, or two cameras would answer each other for ever
+    }
+    const std::uint32_t number = number_at(bytes + 4, 4);
+    const Bytes payload(bytes + kHeader, bytes + count);
+    const bool whole = number_at(bytes + 2, 2) == payload.size();
+    datagram.resets = whole && type == 0x0200 && payload == Bytes{0x01};
+    if (whole && !payload.empty() && payload.back() == 0xFF && (type == 0x0100 || type == 0x0110 || type == 0x0120)) {
+        datagram.number = number;
+        datagram.messages = split(payload.data(), payload.size(), rest);
+    } else {
+        datagram.reply = with_header(0x0201, number, datagram.resets ? Bytes{0x01} : Bytes{0x0F, 0x02});
+    }
+    return datagram;
+}
+
+Bytes wrap(const Bytes& reply, std::optional<std::uint32_t> number)
+{
+    return number ? with_header(0x0111, *number, reply) : reply;
+}
+
+std::vector<Bytes>& replies_to(const Bytes& message, std::uint32_t number, Memory& memory)
+{
+    const Bytes key = wrap(message, number);
+    const auto found = std::find_if(memory.begin(), memory.end(), [&](const auto& each) { return each.first == key; });
+    if (found != memory.end()) {
+        return found->second;
+    }
+    if (memory.size() == kNumbered) {
+        memory.pop_front();
+    }
+    return memory.emplace_back(key, std::vector<Bytes>()).second;
 }
 
 } // namespace visca

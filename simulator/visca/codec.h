@@ -1,17 +1,17 @@
-// VISCA messages and what they mean: bytes in, request out; result in, bytes out. Plain C++17 without dependencies,
+// VISCA messages: bytes in, request out; result in, bytes out; and how they travel. Plain C++17 without dependencies,
 // which knows neither connections nor how a camera is built.
-//
-// A host decodes a message. It answers with answer(), unless the request acts: then it sends acknowledged(), sets
-// row->setting to target(), and sends completed() or refused().
 #pragma once
 
 #include "visca/table.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace visca
@@ -19,51 +19,55 @@ namespace visca
 
 using Bytes = std::vector<std::uint8_t>;
 
-inline constexpr std::size_t kLongest = 16; // bytes of a message
-inline constexpr int kSockets = 2;          // commands that a camera has under way
+/// How a message is answered that gives no values: what was wrong, or how a command fares.
+enum class Status { length = 1, syntax, full, no_socket = 5, acknowledged = 0x40, not_executable, completed = 0x50 };
+Bytes bytes_of(Status status, int socket = 0);
 
-enum class Error { length = 1, syntax = 2, full = 3, no_socket = 5, not_executable = 0x41 };
-
-/// A camera as inquiries and steps see it. One thread at a time.
+/// A camera as messages see it. One thread at a time.
 struct Camera {
-    std::function<int(std::string_view name)> value; ///< of a setting in the table, or of camera_id, at present
-    std::map<std::string_view, int> last_levels =
-        {}; ///< of settings that are automatic at times; see remember_levels()
+    std::function<int(std::string_view setting)> value; ///< at present
+    std::map<std::string_view, int> last_levels = {};   ///< of settings that are automatic at times
 };
 
+/// What a message asks for.
 struct Request {
-    enum class Kind { fixed, change, step, inquiry, block };
-    Kind kind = Kind::fixed;
-    const Row* row = nullptr; ///< of a change, a step or an inquiry
-    int value = 0;            ///< of the setting; of a step 1, -1 or, for the initial value, 0; number of a block
-    Bytes reply;              ///< of a fixed one
-    std::string text;         ///< for people: what is asked for, or why it is refused
-    bool clears = false;      ///< no reply is owed to earlier commands any more
-
-    bool acts() const
-    {
-        return kind == Kind::change || kind == Kind::step;
-    }
+    Bytes reply = {}; ///< to what does not act; else empty: acknowledge it, set the setting, then complete it
+    std::string_view setting = {}; ///< from the table
+    int value = 0;                 ///< to set it to, as the camera is now: decode a message again when its turn comes
+    std::string text = {};         ///< for people: what is asked for, or why it is refused
+    bool clears = false;           ///< earlier commands get no reply any more
 };
+Request decode(const Bytes& message, Camera& camera);
 
-/// What a message asks for, from its first byte to its FF.
-Request decode(const Bytes& message);
-
-/// The value that a setting is to get; of a step, within the ends of its row.
-int target(const Request& request, Camera& camera);
-
-/// The answer to what does not act.
-Bytes answer(const Request& request, Camera& camera);
-
-Bytes acknowledged(int socket);
-Bytes completed(int socket);
-Bytes refused(Error error, int socket = 0);
-
-/// Notes the levels that automatic settings would return to, as every answer does. For hosts that change them
-/// otherwise.
+/// Notes levels that automatic settings return to, as decode() does; for hosts whose settings change otherwise too.
 void remember_levels(Camera& camera);
 
 std::string text_of(const Bytes& bytes); ///< "81 01 04 00 02 FF"
-std::string reference();                 ///< all commands as tables in Markdown
+std::string reference();                 ///< all commands as a table in Markdown
+
+/// Whether a stream, or a datagram without header, may begin so.
+constexpr bool begins_message(std::uint8_t byte)
+{
+    return byte == 0x81 || byte == 0x88;
+}
+
+/// Cuts a stream into messages; 16 bytes without FF are one too, and the next begins behind the next FF. `rest` holds a
+/// message that is not whole.
+std::vector<Bytes> split(const std::uint8_t* bytes, std::size_t count, Bytes& rest);
+
+struct Datagram {
+    std::vector<Bytes> messages;
+    std::optional<std::uint32_t> number; ///< of messages behind a header
+    Bytes reply;                         ///< to the header itself; empty: none
+    bool resets = false;                 ///< the client numbers anew
+};
+Datagram open(const std::uint8_t* bytes, std::size_t count);
+
+/// A reply as a datagram, as the message came.
+Bytes wrap(const Bytes& reply, std::optional<std::uint32_t> number);
+
+/// A client's last 16 numbered messages with their replies: one that comes again, its replies being lost, acts once.
+using Memory = std::deque<std::pair<Bytes, std::vector<Bytes>>>;
+std::vector<Bytes>& replies_to(const Bytes& message, std::uint32_t number, Memory& memory);
 
 } // namespace visca

@@ -7,97 +7,86 @@
 namespace visca
 {
 
-/// Bytes are hexadecimal, without the address before them and the FF after them; p, q, r and s are the digits of a
-/// value, the highest first. `power`, `zoom`, `zoom_drive` and `wb_mode_onepush` are no settings, but set like them.
+enum class Use { all, skipped, answered, last }; ///< by steps, nowhere else, or for the last level not automatic
+
+/// Bytes that a row takes, and the setting's value that the first of them stands for.
+struct Range {
+    int low = 1;
+    int high = 0;
+    int value = 0;
+    Use use = Use::all;
+};
+
+/// Where block inquiries `09 7E 7E 0n` tell the same; byte 0 is the 90 of the answer.
+struct Place {
+    int block = -1;
+    int byte = 0;
+    int bits = 0; ///< so many low bits; 0: one that is set for byte 02; -N: a byte for each of N digits
+    int shift = 0;
+};
+
 struct Row {
-    std::string_view command;
-    std::string_view step;    ///< with 02 for up, 03 for down, 00 for the initial value behind it; empty: none
-    std::string_view inquiry; ///< answered in the form that the command has behind its third byte; empty: none
-    std::string_view setting; ///< by name
-    /// The bytes taken, LOW or LOW-HIGH, with =FIRST where the setting's value for LOW is another (decimal). What no
-    /// byte stands for is answered as the first. Marks: `!` steps skip it; `~` answered alone; `=*` the setting's last
-    /// level that is not automatic.
-    std::string_view values;
-    int initial = 0; ///< for a step to it; for `=*` the last level at first
-};
-
-inline constexpr Row kRows[] = {
-    {"01 04 39 0p", "", "09 04 39", "exposure_mode", "00 03 0A 0B 0D"},
-    {"01 04 3D 0p", "", "09 04 3D", "exposure_mode", "03=0 02=33"},
-    {"01 04 4A 00 00 0p 0q", "01 04 0A", "09 04 4A", "shutter", "01-11=0", 1},
-    {"01 04 4B 00 00 0p 0q", "01 04 0B", "09 04 4B", "iris", "00 06-11 01-05!", 17},
-    {"01 04 4C 00 00 0p 0q", "01 04 0C", "09 04 4C", "manual_gain", "00-0F", 0},
-    {"01 04 2C 0p", "", "09 04 2C", "gain_limit", "00-0F"},
-    {"01 04 4D 00 00 0p 0q", "01 04 0D", "09 04 4D", "bright", "00-17", 5},
-    {"01 04 0D 00 00 0p 0q", "", "", "bright", "00-17"},
-    {"01 04 3E 0p", "", "09 04 3E", "expcomp_mode", "03 02"},
-    {"01 04 4E 00 00 0p 0q", "01 04 0E", "09 04 4E", "expcomp_level", "00-0E", 7},
-    {"01 04 33 0p", "", "09 04 33", "backlight", "03 02"},
-    {"01 04 23 0p", "", "09 04 55", "antiflicker", "00-02"},
-    {"01 04 35 pq", "", "09 04 35", "wb_mode", "00-03 05 20"},
-    {"01 04 10 05", "", "", "wb_mode_onepush", "00"},
-    {"01 04 43 00 00 0p 0q", "01 04 03", "09 04 43", "rgain", "00-FF", 128},
-    {"01 04 44 00 00 0p 0q", "01 04 04", "09 04 44", "bgain", "00-FF", 128},
-    {"01 04 20 0p 0q", "01 04 20", "09 04 20", "temperature", "00-37", 30},
-    {"0A 01 12 pq", "", "09 01 12", "rgain_tuning", "00-14"},
-    {"0A 01 12 pq", "", "09 0A 01 12", "rgain_tuning", "00-14"},
-    {"0A 01 13 pq", "", "09 01 13", "bgain_tuning", "00-14"},
-    {"0A 01 13 pq", "", "09 0A 01 13", "bgain_tuning", "00-14"},
-    {"01 04 A9 0p", "", "09 04 A9", "awb_sens", "00-02"},
-    {"01 04 49 00 00 00 0p", "01 04 09", "09 04 49", "saturation", "00-0E", 7},
-    {"01 04 4F 00 00 00 0p", "01 04 0F", "09 04 4F", "hue", "00-0E", 7},
-    {"01 04 A1 00 00 0p 0q", "", "09 04 A1", "luminance", "00-0E"},
-    {"01 04 A2 00 00 0p 0q", "", "09 04 A2", "contrast", "00-0E"},
-    {"01 04 05 0p", "", "09 04 05", "sharpness", "02=16 03=*", 7},
-    {"01 04 42 00 00 0p 0q", "01 04 02", "09 04 42", "sharpness", "00-0F", 16},
-    {"01 04 50 0p", "", "09 04 50", "nr2d", "02=6 03=*", 3},
-    {"01 04 53 0p", "", "09 04 53", "nr2d", "00-05 06~"},
-    {"01 04 54 0p", "", "09 04 54", "nr3d", "00-08 09~"},
-    {"01 04 5B 0p", "", "09 04 5B", "gamma", "00-05"},
-    {"01 04 25 00 00 00 0p", "", "09 04 25", "drc", "00-08"},
-    {"01 04 63 0p", "", "09 04 63", "blackwhite_mode", "00 04=1 02=0"},
-    {"01 04 00 0p", "", "09 04 00", "power", "03=0 02=1"},
-    {"01 04 07 pq", "", "", "zoom_drive", "00 02 03 20-27 30-37"},
-    {"01 04 47 0p 0q 0r 0s", "", "09 04 47", "zoom", "0000-4000"},
-};
-
-/// Messages that are always answered alike, for what a camera has no setting or no motor.
-struct Fixed {
-    std::string_view message;
-    std::string_view answer; ///< between 90 50 and FF
-    std::string_view meaning;
-};
-
-inline constexpr Fixed kFixed[] = {
-    {"01 00 01", "", "clear"},
-    {"09 00 02", "00 00 00 00 01 00 02", "version"},
-    {"09 04 48", "00 00 00 00", "focus position"},
-    {"09 06 12", "00 00 00 00 00 00 00 00", "pan and tilt position"},
-};
-
-/// What a block inquiry `09 7E 7E 0n` tells, the row's byte at its place; byte 0 is the 90 of the answer.
-struct BlockField {
-    int block;
-    int byte;
-    int bytes; ///< with a nibble each; 1: the lower `bits` of the byte; 0: a bit, set where the row's byte is 02
-    int bits;
-    int shift;
-    std::string_view inquiry; ///< of the row; or else a name
+    int command; ///< the three bytes behind the address; 0: none
+    int digits;  ///< of the value, a byte for each; -1: it is a whole byte
+    int step;    ///< before 02 for up, 03 for down, 00 for the initial value; 0: none
+    int inquiry; ///< answered with the digits; 0: none
+    std::string_view setting;
+    Range ranges[4] = {}; ///< a value outside is answered as the first byte
+    int initial = 0;      ///< with Use::last: the last level at first
+    Place place = {};
 };
 
 inline constexpr int kBlocks = 6;
-// clang-format off
-inline constexpr BlockField kBlockFields[] = {
-    {0, 2, 4, 0, 0, "09 04 47"},
-    {1, 2, 2, 0, 0, "09 04 43"}, {1, 4, 2, 0, 0, "09 04 44"}, {1, 6, 1, 4, 0, "09 04 35"}, {1, 7, 1, 4, 0, "09 04 42"},
-    {1, 8, 1, 4, 0, "09 04 39"}, {1, 9, 0, 1, 4, "09 04 3D"}, {1, 9, 0, 1, 2, "09 04 33"}, {1, 9, 0, 1, 1, "09 04 3E"},
-    {1, 10, 1, 8, 0, "09 04 4A"}, {1, 11, 1, 8, 0, "09 04 4B"}, {1, 12, 1, 8, 0, "09 04 4C"},
-    {1, 13, 1, 8, 0, "09 04 4D"}, {1, 14, 1, 8, 0, "09 04 4E"},
-    {2, 2, 0, 1, 0, "09 04 00"}, {2, 5, 1, 8, 0, "09 04 63"}, {2, 8, 4, 0, 0, "camera_id"},
-    {3, 11, 1, 4, 3, "09 04 49"}, {3, 13, 1, 3, 4, "09 04 5B"}, {3, 13, 1, 3, 0, "09 04 53"},
-    {3, 14, 1, 4, 0, "09 04 2C"},
-    {5, 2, 1, 8, 0, "09 04 4F"},
+inline constexpr int kClear = 0x010001;
+inline constexpr Row kRows[] = {
+    {0x010439,
+     1,
+     0,
+     0x090439,
+     "exposure_mode",
+     {{0, 0, 0}, {3, 3, 3}, {0x0A, 0x0B, 10}, {0x0D, 0x0D, 13}},
+     0,
+     {1, 8, 4}},
+    {0x01043D, 1, 0, 0x09043D, "exposure_mode", {{3, 3, 0}, {2, 2, 33}}, 0, {1, 9, 0, 4}},
+    {0x01044A, 4, 0x01040A, 0x09044A, "shutter", {{0x01, 0x11, 0}}, 1, {1, 10, 8}},
+    {0x01044B, 4, 0x01040B, 0x09044B, "iris", {{0, 0, 0}, {6, 0x11, 6}, {1, 5, 1, Use::skipped}}, 17, {1, 11, 8}},
+    {0x01044C, 4, 0x01040C, 0x09044C, "manual_gain", {{0, 0x0F, 0}}, 0, {1, 12, 8}},
+    {0x01042C, 1, 0, 0x09042C, "gain_limit", {{0, 0x0F, 0}}, 0, {3, 14, 4}},
+    {0x01044D, 4, 0x01040D, 0x09044D, "bright", {{0, 0x17, 0}}, 5, {1, 13, 8}},
+    {0x01040D, 4, 0, 0, "bright", {{0, 0x17, 0}}},
+    {0x01043E, 1, 0, 0x09043E, "expcomp_mode", {{3, 3, 3}, {2, 2, 2}}, 0, {1, 9, 0, 1}},
+    {0x01044E, 4, 0x01040E, 0x09044E, "expcomp_level", {{0, 0x0E, 0}}, 7, {1, 14, 8}},
+    {0x010433, 1, 0, 0x090433, "backlight", {{3, 3, 3}, {2, 2, 2}}, 0, {1, 9, 0, 2}},
+    {0x010423, 1, 0, 0x090455, "antiflicker", {{0, 2, 0}}},
+    {0x010435, -1, 0, 0x090435, "wb_mode", {{0, 3, 0}, {5, 5, 5}, {0x20, 0x20, 32}}, 0, {1, 6, 4}},
+    {0x010410, -1, 0, 0, "wb_mode_onepush", {{5, 5, 0}}},
+    {0x010443, 4, 0x010403, 0x090443, "rgain", {{0, 0xFF, 0}}, 128, {1, 2, -2}},
+    {0x010444, 4, 0x010404, 0x090444, "bgain", {{0, 0xFF, 0}}, 128, {1, 4, -2}},
+    {0x010420, 2, 0x010420, 0x090420, "temperature", {{0, 0x37, 0}}, 30},
+    {0x0A0112, -1, 0, 0x090112, "rgain_tuning", {{0, 0x14, 0}}},
+    {0x0A0113, -1, 0, 0x090113, "bgain_tuning", {{0, 0x14, 0}}},
+    {0x0104A9, 1, 0, 0x0904A9, "awb_sens", {{0, 2, 0}}},
+    {0x010449, 4, 0x010409, 0x090449, "saturation", {{0, 0x0E, 0}}, 7, {3, 11, 4, 3}},
+    {0x01044F, 4, 0x01040F, 0x09044F, "hue", {{0, 0x0E, 0}}, 7, {5, 2, 8}},
+    {0x0104A1, 4, 0, 0x0904A1, "luminance", {{0, 0x0E, 0}}},
+    {0x0104A2, 4, 0, 0x0904A2, "contrast", {{0, 0x0E, 0}}},
+    {0x010405, 1, 0, 0x090405, "sharpness", {{2, 2, 16}, {3, 3, 0, Use::last}}, 7},
+    {0x010442, 4, 0x010402, 0x090442, "sharpness", {{0, 0x0F, 0}}, 16, {1, 7, 4}},
+    {0x010450, 1, 0, 0x090450, "nr2d", {{2, 2, 6}, {3, 3, 0, Use::last}}, 3},
+    {0x010453, 1, 0, 0x090453, "nr2d", {{0, 5, 0}, {6, 6, 6, Use::answered}}, 0, {3, 13, 3}},
+    {0x010454, 1, 0, 0x090454, "nr3d", {{0, 8, 0}, {9, 9, 9, Use::answered}}},
+    {0x01045B, 1, 0, 0x09045B, "gamma", {{0, 5, 0}}, 0, {3, 13, 3, 4}},
+    {0x010425, 4, 0, 0x090425, "drc", {{0, 8, 0}}},
+    {0x010463, 1, 0, 0x090463, "blackwhite_mode", {{0, 0, 0}, {4, 4, 1}, {2, 2, 0}}, 0, {2, 5, 8}},
+    // From here on no settings; a host that has no value for one says 0.
+    {0x010400, 1, 0, 0x090400, "power", {{3, 3, 0}, {2, 2, 1}}, 0, {2, 2, 0, 0}},
+    {0x010407, -1, 0, 0, "zoom_drive", {{0, 0, 0}, {2, 3, 2}, {0x20, 0x27, 0x20}, {0x30, 0x37, 0x30}}},
+    {0x010447, 4, 0, 0x090447, "zoom", {{0, 0x4000, 0}}, 0, {0, 2, -4}},
+    {0, 4, 0, 0x090448, "focus", {{0, 0, 0}}},
+    {0, 8, 0, 0x090612, "pan_and_tilt", {{0, 0, 0}}},
+    {0, 7, 0, 0x090002, "version", {{0x102, 0x102, 0x102}}},
+    {0, 4, 0, 0, "camera_id", {{0, 0xFFFF, 0}}, 0, {2, 8, -4}},
+    {0, 0, 0, kClear, "clear", {{0, 0, 0}}},
 };
-// clang-format on
 
 } // namespace visca
