@@ -352,10 +352,10 @@ int start_service(const session::Address& address)
         camera.id = static_cast<int>(&camera - cameras.data());
         camera.listener.camera = camera.datagrams.camera = &camera;
         camera.state.value = [&](std::string_view name) {
-            const auto next = std::find_if(camera.commands.rbegin(), camera.commands.rend(), [&](const Message& each) {
+            const auto same = std::find_if(camera.commands.rbegin(), camera.commands.rend(), [&](const Message& each) {
                 return each.request.setting == name && name != "zoom"; // which takes its time
             });
-            return next != camera.commands.rend() ? next->request.value : value_of(camera.id, name);
+            return same != camera.commands.rend() ? same->request.value : value_of(camera.id, name);
         };
         watch(camera.listener);
         watch(camera.datagrams);
