@@ -15,7 +15,7 @@ namespace
 constexpr std::size_t kMostJson = 64 << 10; // bytes
 constexpr std::string_view kJson = "application/json";
 
-/// A path with N for a camera, * for a name; what is sent to it.
+/// A path with N for a camera, * for a name; the methods, and the body of one that changes something.
 struct Place {
     std::string_view path;
     Route route;
@@ -32,7 +32,8 @@ constexpr Place kPlaces[] = {
     {"/api/files/*", Route::file, "GET", 0, {}},
     {"/api/cameras/N/picture.jpg", Route::picture, "GET", 0, {}},
     {"/api/cameras/N/stream", Route::stream, "GET", 0, {}},
-    {"/api/cameras/N/settings/*", Route::setting, "PUT", kMostJson, kJson},
+    {"/api/cameras/N/settings", Route::record, "GET or PUT", kMostJson, kJson},
+    {"/api/cameras/N/settings/*", Route::setting, "GET or PUT", kMostJson, kJson},
 };
 
 char lower(char c)
@@ -157,8 +158,9 @@ Target target_of(const Head& head)
         if (fits(place, head.path, target)) {
             target.route = place.route;
             target.allowed = place.method;
-            target.takes_method = head.method == place.method || (reads && place.method == "GET");
-            target.most_body = place.most_body;
+            target.takes_method = place.method.find(reads ? "GET" : head.method) != std::string_view::npos;
+            target.changes = !reads;
+            target.most_body = reads ? 0 : place.most_body;
             target.body_type = place.body_type;
             return target;
         }

@@ -25,12 +25,13 @@ struct Head {
     std::string header(std::string_view name) const; ///< the first of them, or nothing
 };
 
-enum class Route { none, asset, settings, state, events, picture, stream, setting, command, file };
+enum class Route { none, asset, settings, state, events, picture, stream, record, setting, command, file };
 
 struct Target {
     Route route = Route::none;
     std::string_view allowed; ///< the methods at this path, for people
     bool takes_method = false;
+    bool changes = false;       ///< whether the method is another than GET or HEAD
     std::size_t most_body = 0;  ///< bytes; 0 where there is no body
     std::string_view body_type; ///< that a body must have
     int camera = -1;

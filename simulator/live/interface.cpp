@@ -6,10 +6,13 @@
 #include "prompt/commands/inspect.h"
 #include "prompt/interrupt.h"
 #include "session/bad_input.h"
+#include "session/cameras.h"
 #include "session/change.h"
 #include "session/files.h"
 #include "session/lanes.h"
+#include "session/remembered.h"
 #include "session/turn.h"
+#include "session/undo.h"
 
 #include <algorithm>
 #include <sstream>
@@ -91,9 +94,27 @@ std::string_view life_text(sim::engine::Life life)
     return kTexts[static_cast<std::size_t>(life)];
 }
 
+const Setting& known_setting(const std::string& name)
+{
+    const Setting* setting = sim::host::find_setting(name);
+    if (setting == nullptr) {
+        throw Refusal{404, "there is no setting " + name};
+    }
+    return *setting;
+}
+
+/// A value as at the prompt.
+std::string word_of(const Json& value)
+{
+    if (!value.is_string() && !value.is_number_integer()) {
+        throw Refusal{400, R"(a body is {"value": 3} or {"value": "name"})"};
+    }
+    return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
 /// Does what a request asks for, puts faults into words and keeps the settings.
 template <typename Action>
-Json done(Action action)
+auto done(Action action)
 {
     struct Show {
         ~Show()
@@ -103,9 +124,11 @@ Json done(Action action)
     } show;
     session::set_patience(kPatience);
     try {
-        Json result = action();
+        auto result = action();
         session::save_settings();
         return result;
+    } catch (const Refusal&) {
+        throw;
     } catch (const prompt::Interrupted&) {
         throw Refusal{503, "stopped by a signal"};
     } catch (const session::Busy& busy) {
@@ -196,12 +219,55 @@ Json stored_json(const Camera& camera)
     return settings;
 }
 
+Json setting_of(const Json& stored, const std::string& name)
+{
+    const Setting& setting = known_setting(name);
+    const auto value = stored.find(name);
+    if (value == stored.end() || value->is_null()) {
+        throw Refusal{404, name + " has no stored value"};
+    }
+    const std::string text = sim::host::name_of(setting, value->get<int>());
+    return {{"value", *value}, {"name", text != value->dump() ? Json(text) : Json()}};
+}
+
+Json put_record(int camera, const Json& body)
+{
+    const auto given = body.find("settings");
+    if (given == body.end() || !given->is_object()) {
+        throw Refusal{400, R"(a body is {"settings": {"hue": 3}})"};
+    }
+    return done([&] {
+        const session::Lanes lane({camera}, "a record of settings");
+        kiv_isp_param_s record = sim::host::stored_record(camera);
+        std::optional<int> csc_mode;
+        for (const auto& [name, value] : given->items()) {
+            const Setting& setting = known_setting(name);
+            if (value.is_null()) { // as stored_json() has it where there is none
+                continue;
+            }
+            const int number = prompt::setting_value(setting, word_of(value));
+            if (setting.member != nullptr) {
+                record.*setting.member = number;
+            } else if (name == "csc_mode") {
+                csc_mode = number;
+            }
+        }
+        session::remember_engine(camera);
+        const session::Undoable undoable(camera, "all settings");
+        session::put_settings(camera, record);
+        if (csc_mode) {
+            session::apply(camera, known_setting("csc_mode"), *csc_mode);
+        }
+        Camera now;
+        now.settings = sim::host::stored_record(camera);
+        now.csc_mode = session::csc_mode_of(camera);
+        return Json{{"settings", stored_json(now)}};
+    });
+}
+
 Json put_setting(int camera, const std::string& name, const Json& body)
 {
-    const Setting* setting = sim::host::find_setting(name);
-    if (setting == nullptr) {
-        throw Refusal{404, "there is no setting " + name};
-    }
+    const Setting* setting = &known_setting(name);
     if (setting->setter == sim::host::Setter::none) {
         throw Refusal{405, name + " cannot be set"};
     }
@@ -212,12 +278,8 @@ Json put_setting(int camera, const std::string& name, const Json& body)
         if (given != body.end()) {
             throw Refusal{400, name + " takes no value"};
         }
-    } else if (given != body.end() && given->is_string()) {
-        word = given->get<std::string>();
-    } else if (given != body.end() && given->is_number_integer()) {
-        word = given->dump();
     } else {
-        throw Refusal{400, R"(a body is {"value": 3} or {"value": "name"})"};
+        word = word_of(given != body.end() ? *given : Json());
     }
     return done([&] {
         const session::Outcome outcome = session::change_setting(

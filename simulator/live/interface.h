@@ -30,7 +30,14 @@ Json state_json(const View& view);
 /// All stored settings of a camera.
 Json stored_json(const Camera& camera);
 
-/// Calls a setter: {"value": 3} or {"value": "name"} in, {"result": 0, "stored": 3} out. Throws Refusal.
+/// One of them: {"value": 3, "name": "manual"}; the name is null where the value has none. Throws Refusal.
+Json setting_of(const Json& stored, const std::string& name);
+
+/// Takes over {"settings": {"hue": 3, "gamma": "0.63"}}; those that are not named stay. The settings out, as
+/// stored_json() has them. Throws Refusal, and then nothing has changed.
+Json put_record(int camera, const Json& body);
+
+/// Calls a setter: {"value": 3} or {"value": "name"} in, {"result": 0, "stored": 3, "text": ""} out. Throws Refusal.
 Json put_setting(int camera, const std::string& name, const Json& body);
 
 /// Runs {"line": "..."} as at the prompt; {"output": "..."} out. Throws Refusal.

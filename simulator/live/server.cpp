@@ -299,8 +299,9 @@ Answer outcome(const Target& target, const std::string& text)
         if (!body.is_object()) {
             throw Refusal{400, "a body is a JSON object"};
         }
-        return {.body = text_of(target.route == Route::setting ? put_setting(target.camera, target.name, body)
-                                                               : run_command(body))};
+        return {.body = text_of(target.route == Route::setting  ? put_setting(target.camera, target.name, body)
+                                : target.route == Route::record ? put_record(target.camera, body)
+                                                                : run_command(body))};
     } catch (const Refusal& why) {
         return refusing(why);
     } catch (const std::exception&) {
@@ -312,7 +313,7 @@ Answer outcome(const Target& target, const std::string& text)
 void start_work(Client& client)
 {
     Exchange& exchange = *client.exchange;
-    const bool setting = exchange.target.route == Route::setting;
+    const bool setting = exchange.target.route != Route::command;
     int& running = setting ? serving->settings : serving->commands;
     {
         const std::lock_guard lock(serving->mutex);
@@ -385,7 +386,15 @@ MHD_Result act(Client& client)
         return send_stream(client, picture_feed(exchange.target.camera, width_of(exchange.head)),
                            "multipart/x-mixed-replace; boundary=picture");
     }
+    case Route::record:
     case Route::setting:
+        if (!exchange.target.changes) {
+            const Json settings = stored_json(camera_of(exchange, *latest_view()));
+            return reply(client, {.body = text_of(exchange.target.route == Route::record
+                                                      ? Json{{"settings", settings}}
+                                                      : setting_of(settings, exchange.target.name))});
+        }
+        [[fallthrough]];
     case Route::command:
         start_work(client);
         return MHD_YES;
