@@ -297,6 +297,69 @@ TEST_F(Live, EventsTellWhatChangedFromAnywhere)
     EXPECT_EQ(stored("hue"), 2);
 }
 
+TEST_F(Live, AllWaysOfChangingASettingShareOneHistory)
+{
+    const auto run = [&](const std::string& line) {
+        return ask("POST", "/api/command", Json{{"line", line}}.dump()).body;
+    };
+    run("set 0 hue 3");
+    put("saturation", 12);
+    put("saturation", 13); // goes on
+    run("set 1 drc 4");
+    EXPECT_EQ(put("contrast", 9), 200);
+    EXPECT_THAT(run("changes 0"), HasSubstr("acp.contrast"));
+    EXPECT_THAT(run("changes 0"), testing::Not(HasSubstr("acp.saturation")));
+    EXPECT_EQ(
+        ask("PUT", "/api/cameras/0/settings", R"({"settings": {"hue": 5, "gamma": "0.63", "csc_mode": 3}})").status,
+        200);
+    EXPECT_EQ(ask("GET", "/api/cameras/0/settings/gamma").body, R"({"name":"0.63","value":4})");
+    EXPECT_THAT(ask("GET", "/api/cameras/0/settings").body, HasSubstr(R"("csc_mode":3)"));
+    EXPECT_EQ(ask("PUT", "/api/cameras/0/settings", R"({"settings": {"hue": 6, "drc": 99}})").status, 400);
+    EXPECT_THAT(ask("GET", "/api/state").body, HasSubstr(R"("undo":"camera 0: all settings")"));
+    for (const char* undone : {"hue *3 *.before 5", "contrast *7 *.before 9", "drc *0 *.before 4",
+                               "saturation *7 *.before 13", "hue *7 *.before 3", "nothing to undo"}) {
+        EXPECT_THAT(run("undo"), testing::ContainsRegex(undone));
+    }
+}
+
+TEST_F(Live, ACameraThatIsBusyHoldsUpNoOther)
+{
+    put("wb_mode", ONE_PUSH_WHITE_BALANCE);
+    std::atomic<bool> measured = false;
+    std::thread onepush([&] {
+        EXPECT_EQ(ask("PUT", "/api/cameras/0/settings/wb_mode_onepush", "{}").status, 200);
+        measured = true;
+    });
+    read_stream("/api/events",
+                [](const std::string& told) { return told.find(R"("busy":"wb_mode_onepush")") != std::string::npos; });
+    EXPECT_EQ(ask("PUT", "/api/cameras/1/settings/hue", R"({"value": 3})").status, 200);
+    EXPECT_FALSE(measured);
+    EXPECT_EQ(put("hue", 4), 200); // waits for its camera
+    EXPECT_TRUE(sim::now() > 3000000);
+    onepush.join();
+}
+
+TEST_F(Live, WhatATrialVariesIsPutBackAndNothingElse)
+{
+    std::atomic<bool> done = false;
+    std::thread trial([&] {
+        const Reply reply = ask("POST", "/api/command", R"({"line": "compare 0 gamma 0.42 0.63 a.jpg"})");
+        EXPECT_EQ(reply.status, 200) << reply.body;
+        done = true;
+    });
+    read_stream("/api/events", [&](const std::string& told) {
+        if (told.find("KIV_Set_gamma: ") != std::string::npos && stored("contrast") == 7) {
+            EXPECT_EQ(put("contrast", 9), 200);
+            EXPECT_FALSE(done);
+        }
+        EXPECT_EQ(told.find(R"("gamma":4)"), std::string::npos) << "a value that is only tried is shown";
+        return done.load();
+    });
+    trial.join();
+    EXPECT_EQ(stored("contrast"), 9);
+    EXPECT_EQ(stored("gamma"), ISP_GAMMA_0_45);
+}
+
 TEST_F(Live, APictureIsSentOnceUntilItChangesAndShowsASettingAtOnce)
 {
     const auto picture = [&](const std::string& tag) {
