@@ -50,10 +50,7 @@ TEST_F(Context, TheOtpFlagDecidesThePlan)
 {
     std::string long_line(99, 'x');
     long_line += "flag = 1\n";
-    const struct {
-        std::string_view file;
-        int plan;
-    } kCases[] = {
+    const std::tuple<std::string_view, int> kCases[] = {
         {"flag = 1\n", 1},
         {"flag=1", 1},
         {"flag   =\t1\r\n", 1},
@@ -70,9 +67,9 @@ TEST_F(Context, TheOtpFlagDecidesThePlan)
         {"the flag = 1\n", 0},         // the line has to begin with it
         {long_line, 1},                // what is longer than the buffer continues as a line of its own
     };
-    for (const auto& c : kCases) {
-        write_bytes(otp_file, c.file);
-        EXPECT_EQ(getreadotp(), c.plan) << c.file;
+    for (const auto& [file, plan] : kCases) {
+        write_bytes(otp_file, file);
+        EXPECT_EQ(getreadotp(), plan) << file;
     }
     write_bytes(otp_file, "flag=0\n");
     EXPECT_THAT(traces_of(getreadotp), testing::ElementsAre("getreadotp: flag!=1，planB\n\n"));

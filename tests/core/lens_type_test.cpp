@@ -28,10 +28,8 @@ protected:
 TEST_F(LensType, TheOutputUpToTheFirstBlankIsTheName)
 {
     const std::string filler(150, 'x');
-    const struct {
-        std::string output; // of printf
-        int type;
-    } rows[] = {
+    // output: of printf
+    const std::tuple<std::string, int> rows[] = {
         {NAME "\\n", KIV_LEN_SR1053},
         {NAME " second batch\\n", KIV_LEN_SR1053},
         {NAME " " + filler + filler, KIV_LEN_SR1053},

@@ -90,12 +90,7 @@ protected:
 // Nothing but the manual exposure is written, and only when something has changed.
 TEST_F(AeFollow, WritesWhatHasChangedTheGainGrowingWithTheZoomInThousandths)
 {
-    const struct {
-        float again;
-        int zoom;
-        float time;
-        double gain;
-    } rows[] = {
+    const std::tuple<float, int, float, double> rows[] = {
         {1.0F, 0, 0.01F, 1.25},     {1.0F, 13, 0.01F, 1.25},    {1.0F, 14, 0.01F, 1.251},
         {1.0F, 504, 0.01F, 1.285}, // of the latest possible thousandth
         {1.0F, 1500, 0.01F, 1.357}, {1.0F, 1000, 0.01F, 1.321}, {1.0F, 3311, 0.01F, 1.486},
@@ -106,20 +101,20 @@ TEST_F(AeFollow, WritesWhatHasChangedTheGainGrowingWithTheZoomInThousandths)
     KIV_Set_exposure_mode(5, AUTO_EXPOSURE); // the first one of a process writes more
     follow();
     EXPECT_EQ(manual().GainValue, 2.25F); // the first cycle writes
-    for (const auto& row : rows) {
-        SCOPED_TRACE(::testing::Message() << row.again << " at " << row.zoom);
+    for (const auto& [again, zoom, time, gain] : rows) {
+        SCOPED_TRACE(::testing::Message() << again << " at " << zoom);
         auto wanted = held<Uapi_ExpSwAttrV2_t>(0);
         wanted.AecOpType = RK_AIQ_OP_MODE_AUTO;
         wanted.stManual.LinearAE.ManualGainEn = wanted.stManual.LinearAE.ManualTimeEn = false;
         sim::engine::poke(rkipc_aiq_get_ctx(0), wanted);
-        sim::host::put_zoom(row.zoom);
-        measure(row.again, row.time);
+        sim::host::put_zoom(zoom);
+        measure(again, time);
         EXPECT_EQ(cycles(), kWrites);
         EXPECT_EQ(cycles(2), kLooksTwice);
         wanted.AecOpType = RK_AIQ_OP_MODE_MANUAL;
         wanted.stManual.LinearAE.ManualGainEn = wanted.stManual.LinearAE.ManualTimeEn = true;
-        wanted.stManual.LinearAE.TimeValue = row.time;
-        wanted.stManual.LinearAE.GainValue = static_cast<float>(row.gain);
+        wanted.stManual.LinearAE.TimeValue = time;
+        wanted.stManual.LinearAE.GainValue = static_cast<float>(gain);
         expect_engine(0, wanted);
     }
 }
@@ -206,19 +201,16 @@ TEST_F(AeFollow, EndsWithAnEngineFailureUntilTheModeIsSetAgain)
 TEST_F(AeFollow, AStartWhileTheThreadIsEndingIsNotLost)
 {
     follow();
-    const struct {
-        const char* ends; // by what it returns
-        int code;
-        Names next;
-    } rows[] = {
+    // ends: by what it returns
+    const std::tuple<const char*, int, Names> rows[] = {
         {kQuery, -7, kWrites}, // as a new thread does
         {"get_lens_calibration_flag", 4, kLooks},
     };
-    for (const auto& row : rows) {
-        sim::inject_fault(row.ends, 1, row.code);
-        sim::at_call(row.ends, 1, [] { EXPECT_EQ(cam_ae_follow_pano_thread(), 0); });
+    for (const auto& [ends, code, next] : rows) {
+        sim::inject_fault(ends, 1, code);
+        sim::at_call(ends, 1, [] { EXPECT_EQ(cam_ae_follow_pano_thread(), 0); });
         EXPECT_EQ(cycles(), kLooks);
-        EXPECT_EQ(cycles(), row.next);
+        EXPECT_EQ(cycles(), next);
         EXPECT_EQ(running(), 1);
         EXPECT_GE(sim::faults_struck(), 1);
         sim::clear_faults();

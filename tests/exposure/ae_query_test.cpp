@@ -45,22 +45,17 @@ TEST_F(AeQuery, FillsSixFiguresOfTheFeatureCamera)
     const Figures all = {3.5F, 1.5F, 0.0125F, 77.25F, 18.0F, target.Params.DySetpoint.DySetpoint[0]};
 
     // A failing call gives its code; what earlier calls filled stays filled.
-    const struct {
-        const char* failing;
-        int result;
-        std::size_t filled;
-        std::size_t calls;
-    } rows[] = {
+    const std::tuple<const char*, int, std::size_t, std::size_t> rows[] = {
         {"none", 0, 6, 3},
         {"rk_aiq_user_api2_ae_queryExpResInfo", -7, 0, 1},
         {"rk_aiq_uapi2_getExpGainRange", -7, 4, 2},
         {"rk_aiq_user_api2_ae_getLinExpAttr", -7, 5, 3},
     };
-    for (const auto& row : rows) {
-        sim::inject_fault(row.failing, 1, -7);
-        EXPECT_EQ(calls_of([&] { EXPECT_EQ(query(), row.result); }).size(), row.calls);
+    for (const auto& [failing, result, filled, calls] : rows) {
+        sim::inject_fault(failing, 1, -7);
+        EXPECT_EQ(calls_of([&] { EXPECT_EQ(query(), result); }).size(), calls);
         for (std::size_t i = 0; i < figures.size(); ++i) {
-            EXPECT_EQ(figures[i], i < row.filled ? all[i] : kUntouched) << row.failing << ", output " << i;
+            EXPECT_EQ(figures[i], i < filled ? all[i] : kUntouched) << failing << ", output " << i;
         }
     }
     for (std::size_t missing = 0; missing < figures.size(); ++missing) {

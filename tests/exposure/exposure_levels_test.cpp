@@ -168,9 +168,8 @@ TEST_F(ExposureLevels, GainsFollowTheirRules)
 
 TEST_F(ExposureLevels, AntiflickerIsOffInShutterPriority)
 {
-    const struct {
-        int mode, flicker, frequency; // -1: as it was
-    } rows[] = {
+    // mode, flicker, frequency: -1: as it was
+    const std::tuple<int, int, int> rows[] = {
         {AUTO_EXPOSURE, 0, 0},    {AUTO_EXPOSURE, 1, 1},    {SMART_EXPOSURE, 2, 2},
         {SHUTTER_PRIORITY, 2, 0}, {SHUTTER_PRIORITY, 5, 0}, {AUTO_EXPOSURE, 5, -1},
     };
@@ -192,22 +191,21 @@ TEST_F(ExposureLevels, AntiflickerIsOffInShutterPriority)
 
 TEST_F(ExposureLevels, IrisStepsArePositionsBelowTheMaximum)
 {
-    const struct {
-        int maximum, step, position; // -1: refused
-    } rows[] = {
+    // maximum, step, position: -1: refused
+    const std::tuple<int, int, int> rows[] = {
         {17, 0, 12}, {17, 6, 11}, {17, 7, 10}, {17, 16, 1}, {17, 17, 0}, {17, 18, 0},  {17, 1, -1},
         {17, 5, -1}, {10, 8, 2},  {10, 12, 0}, {10, 0, 5},  {10, 5, -1}, {30, 20, 10}, {3, 0, 0},
     };
-    for (const auto& row : rows) {
+    for (const auto& [maximum, step, position] : rows) {
         for (const int mode : {MANUAL_EXPOSURE, IRIS_PRIORITY, SMART_EXPOSURE}) {
             begin(mode);
-            sim::host::set_maximum(setting("iris"), row.maximum);
+            sim::host::set_maximum(setting("iris"), maximum);
             std::vector<sim::Call> moves;
-            const Words traces = traces_of([&] { moves = calls_of([&] { set(kCamera, "iris", row.step); }, "iris_"); });
-            EXPECT_EQ(moves, row.position < 0 ? std::vector<sim::Call>{}
-                                              : std::vector<sim::Call>({{"iris_to", -1, row.position}}))
-                << "step " << row.step << " of " << row.maximum;
-            EXPECT_EQ(std::count(traces.begin(), traces.end(), "KIV_Set_iris: iris_max error\n"), row.maximum != 17);
+            const Words traces = traces_of([&] { moves = calls_of([&] { set(kCamera, "iris", step); }, "iris_"); });
+            EXPECT_EQ(moves,
+                      position < 0 ? std::vector<sim::Call>{} : std::vector<sim::Call>({{"iris_to", -1, position}}))
+                << "step " << step << " of " << maximum;
+            EXPECT_EQ(std::count(traces.begin(), traces.end(), "KIV_Set_iris: iris_max error\n"), maximum != 17);
         }
     }
 }

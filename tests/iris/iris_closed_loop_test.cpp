@@ -80,13 +80,8 @@ protected:
 
 TEST_F(IrisClosedLoop, KeepsItsLimitsAndSettlesFromDarkToGlareAndBack)
 {
-    const struct {
-        const char* name;
-        int mode;
-        int antiflicker;
-        int gain_limit;
-        bool hunts; // by the rules themselves: at gain 1 too dark means "open" until the iris is wide open
-    } operations[] = {
+    // hunts: by the rules themselves: at gain 1 too dark means "open" until the iris is wide open
+    const std::tuple<const char*, int, int, int, bool> operations[] = {
         {"50 Hz", AUTO_EXPOSURE, FLICKER_50HZ, Gain_Limit_MAX, false},
         {"60 Hz", AUTO_EXPOSURE, FLICKER_60HZ, Gain_Limit_MAX, false},
         {"1/100 s", SHUTTER_PRIORITY, FLICKER_50HZ, Gain_Limit_MAX, false},
@@ -97,12 +92,12 @@ TEST_F(IrisClosedLoop, KeepsItsLimitsAndSettlesFromDarkToGlareAndBack)
     };
     const double scenes[] = {0.1, 10, 100, 200, 300, 500, 1000, 2000, 1e5, 1000, 300, 10};
     std::string hunting;
-    for (const auto& operation : operations) {
+    for (const auto& [name, mode, antiflicker, gain_limit, hunts] : operations) {
         std::string found;
-        store(0, "antiflicker", operation.antiflicker);
-        store(0, "gain_limit", operation.gain_limit);
+        store(0, "antiflicker", antiflicker);
+        store(0, "gain_limit", gain_limit);
         store(0, "shutter", VISCA_SHUTTER_100);
-        ASSERT_EQ(KIV_Set_exposure_mode(0, Exposure_Mode_E{operation.mode}), 0);
+        ASSERT_EQ(KIV_Set_exposure_mode(0, Exposure_Mode_E{mode}), 0);
         for (const int zoom : {0, 3000, 6000}) {
             sim::host::put_zoom(zoom);
             const int widest = get_max_iris(get_cur_zoom_array(zoom));
@@ -116,8 +111,8 @@ TEST_F(IrisClosedLoop, KeepsItsLimitsAndSettlesFromDarkToGlareAndBack)
                 char line[200];
                 std::snprintf(line, sizeof line,
                               "%-16s zoom %4d, %6g cd/m2: iris %3.0f to %3.0f, %2d turns in 30 s, luma %5.1f of %.1f\n",
-                              operation.name, zoom, scene, settled.lowest, settled.highest, settled.turns,
-                              live.mean_luma, live.target_luma);
+                              name, zoom, scene, settled.lowest, settled.highest, settled.turns, live.mean_luma,
+                              live.target_luma);
                 std::fputs(line, stdout);
                 EXPECT_GE(moving.lowest, kNarrowest - kOvershoot) << line;
                 EXPECT_GE(settled.lowest, kNarrowest) << line;
@@ -127,7 +122,7 @@ TEST_F(IrisClosedLoop, KeepsItsLimitsAndSettlesFromDarkToGlareAndBack)
                 }
             }
         }
-        EXPECT_EQ(!found.empty(), operation.hunts) << found;
+        EXPECT_EQ(!found.empty(), hunts) << found;
         hunting += found;
     }
     EXPECT_EQ(service.counts().malformed, 0);

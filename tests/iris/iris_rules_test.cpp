@@ -213,20 +213,15 @@ TEST(IrisRules, StepsAreCommandedFromTheThirtiethCycleOn)
 
 TEST(IrisRules, StepSizeFollowsBrightnessAndPosition)
 {
-    const struct {
-        int iris;
-        int luma;
-        int target;
-        int step;
-    } rows[] = {
+    const std::tuple<int, int, int, int> rows[] = {
         {424, 199, 100, 1}, {425, 199, 100, 2}, {424, 200, 100, 4},
         {425, 200, 100, 4}, {300, 0, 0, 4},     {300, 199, INT_MAX, 1},
     };
-    for (const auto& row : rows) {
+    for (const auto& [iris, luma, target, step] : rows) {
         Rig rig;
-        rig.cycle(lens(row.iris), {AUTO_EXPOSURE, FLICKER_50HZ, {100, 2000, 2200, row.luma, row.target}});
-        EXPECT_EQ(rig.state.step, row.step);
-        EXPECT_EQ(rig.state.step_open, row.step);
+        rig.cycle(lens(iris), {AUTO_EXPOSURE, FLICKER_50HZ, {100, 2000, 2200, luma, target}});
+        EXPECT_EQ(rig.state.step, step);
+        EXPECT_EQ(rig.state.step_open, step);
     }
 }
 
@@ -270,13 +265,7 @@ TEST(IrisRules, LimitsShortenOrEndTheMovement)
 // What a cycle leaves of an earlier command, here to position 5 with 77 steps.
 TEST(IrisRules, AMoveIsRelativeWhateverWasCommandedBefore)
 {
-    const struct {
-        const char* what;
-        int iris;
-        IrisFlag before;
-        CycleInput input;
-        int dstIris, steps;
-    } rows[] = {
+    const std::tuple<const char*, int, IrisFlag, CycleInput, int, int> rows[] = {
         {"closing starts", 400, kIdle, kTooBright, kWidest, 77},
         {"closing ends", 400, kClosing, mains(FLICKER_50HZ, 1201, 100), kWidest, 0},
         {"closing starts at the end", 257, kIdle, kTooBright, kWidest, 0},
@@ -285,14 +274,14 @@ TEST(IrisRules, AMoveIsRelativeWhateverWasCommandedBefore)
         {"closing near the end", 260, kClosing, mains(FLICKER_50HZ, 1100, 200), 5, -3},
         {"near the widest", 799, kIdle, kQuiet, 5, 1},
     };
-    for (const auto& row : rows) {
+    for (const auto& [what, iris, before, input, dstIris, steps] : rows) {
         Rig rig;
-        rig.state.auto_iris_flag = row.before;
+        rig.state.auto_iris_flag = before;
         rig.state.command = {1, 5, 77};
-        rig.cycle(lens(row.iris), row.input);
-        EXPECT_EQ(rig.state.command.toDst, 0) << row.what;
-        EXPECT_EQ(rig.state.command.dstIris, row.dstIris) << row.what;
-        EXPECT_EQ(rig.state.command.steps, row.steps) << row.what;
+        rig.cycle(lens(iris), input);
+        EXPECT_EQ(rig.state.command.toDst, 0) << what;
+        EXPECT_EQ(rig.state.command.dstIris, dstIris) << what;
+        EXPECT_EQ(rig.state.command.steps, steps) << what;
     }
 }
 

@@ -169,10 +169,7 @@ TEST_F(HostTest, FileOfAUser)
 
 TEST_F(HostTest, DamagedFileIsNamedLeftAloneAndNotAppliedInPart)
 {
-    const struct {
-        std::string text;
-        const char* wrong;
-    } kDamaged[] = {
+    const std::tuple<std::string, const char*> kDamaged[] = {
         {"[camera 0]\nhue = 3\nhhue = 4\n", ":3: unknown setting 'hhue'"},
         {"[camera 0]\nhue = 3\nwb_mode = warm\n", ":3: wb_mode has no value 'warm'"},
         {"[camera 0]\nhue = 3\nsaturation = 15\n", ":3: saturation is 0 to 14, not 15"},
@@ -246,11 +243,7 @@ TEST_F(HostTest, InterruptedSaveKeepsTheOldFile)
 
 TEST_F(HostTest, LensMovesWithItsSpeedBetweenItsStops)
 {
-    const struct {
-        void (*move)(int);
-        int argument;
-        double seconds, iris, zoom;
-    } kMoves[] = {
+    const std::tuple<void (*)(int), int, double, double, double> kMoves[] = {
         {move_iris_to, 400, 0.5, 600.0, 0.0},
         {move_iris_to, 400, 0.5, 400.0, 0.0},
         {move_iris_by, 12, 1.0, 412.0, 0.0},
@@ -366,12 +359,7 @@ TEST_F(HostTest, IrisRecordIsWhereAReaderMapsIt)
 TEST_F(HostTest, ShadingFileIsJudged)
 {
     const std::string path = file("shading");
-    const struct {
-        std::size_t grid;
-        int row, column;
-        std::uint16_t gain;
-        const char* wrong;
-    } kChanges[] = {
+    const std::tuple<std::size_t, int, int, std::uint16_t, const char*> kChanges[] = {
         {0, 8, 9, 1030, ""},
         {0, 0, 0, 1023, "D65 red, row 0, column 0: 1023 is outside 1024 to 16383"},
         {11, 16, 16, 16384, "A blue, row 16, column 16: 16384 is outside 1024 to 16383"},

@@ -49,24 +49,22 @@ TEST(AwbLines, Example)
 // Each row's offset has another last bit in double precision and with a fused multiply-add.
 TEST(AwbLines, SinglePrecision)
 {
-    const struct {
-        float pano_d65, pano_a, d65, a, k, b;
-    } rows[] = {
+    const std::tuple<float, float, float, float, float, float> rows[] = {
         {1.6F, 3.5F, 1.6F, 3.8F, 0x1.286bc8p+0F, -0x1.02b1dp-2F},
         {0.9F, 3.3F, 0.9F, 3.1F, 0x1.d55552p-1F, 0x1.33335p-4F},
         {3.5F, 2.0F, 3.6F, 0.9F, 0x1.cccccap+0F, -0x1.599994p+1F},
         {2.9F, 0.6F, 3.4F, 1.2F, 0x1.e9bd36p-1F, 0x1.408e8p-1F},
     };
-    for (const auto& r : rows) {
+    for (const auto& [pano_d65, pano_a, d65, a, k, b] : rows) {
         Record record = kExample;
         for (std::size_t i = 0; i < 6; ++i) {
-            record[i] = i < 2 ? r.pano_d65 : r.d65;
-            record[6 + i] = i < 2 ? r.pano_a : r.a;
+            record[i] = i < 2 ? pano_d65 : d65;
+            record[6 + i] = i < 2 ? pano_a : a;
         }
         ASSERT_EQ(evaluate(record), Calibration::lines);
         for (std::size_t line = 12; line < 20; line += 2) {
-            EXPECT_EQ(record[line], r.k);
-            EXPECT_EQ(record[line + 1], r.b);
+            EXPECT_EQ(record[line], k);
+            EXPECT_EQ(record[line + 1], b);
         }
     }
 }

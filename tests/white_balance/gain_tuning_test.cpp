@@ -11,12 +11,8 @@ using GainTuning = WhiteBalance;
 // 30 thousandths of gain per step, and an amount that depends on the lens and, for red, on the setter.
 TEST_F(GainTuning, OffsetsOfAllLevels)
 {
-    const struct {
-        const char* name;
-        const char* lens;
-        int red; // thousandths at level 10
-        int blue;
-    } rows[] = {
+    // red: thousandths at level 10
+    const std::tuple<const char*, const char*, int, int> rows[] = {
         {"rgain_tuning", kOtherLens, -10, 0}, {"rgain_tuning", kSr1053, -35, -30}, {"bgain_tuning", kOtherLens, 0, 0},
         {"bgain_tuning", kSr1053, -35, -30},  {"wb_mode", kOtherLens, -10, 0},     {"wb_mode", kSr1053, -35, -30},
     };
@@ -51,12 +47,8 @@ TEST_F(GainTuning, HeldGainsOfAllLevels)
     set_colortemp_rgain(kCamera, 1.477F);
     set_colortemp_ggain(kCamera, 0.9F); // held in TEMPERATURE, where one-push holds 1.0
     set_colortemp_bgain(kCamera, 1.799F);
-    const struct {
-        int mode;
-        long double red;
-        float green;
-        long double blue;
-    } rows[] = {{ONE_PUSH_WHITE_BALANCE, 1.957L, 1.0F, 2.0L}, {TEMPERATURE, 1.477F, 0.9F, 1.799F}};
+    const std::tuple<int, long double, float, long double> rows[] = {{ONE_PUSH_WHITE_BALANCE, 1.957L, 1.0F, 2.0L},
+                                                                     {TEMPERATURE, 1.477F, 0.9F, 1.799F}};
     for (const auto& [mode, red, green, blue] : rows) {
         store(kCamera, "wb_mode", mode);
         for (int level = 0; level <= 20; ++level) {

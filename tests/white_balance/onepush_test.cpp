@@ -34,28 +34,26 @@ protected:
 
 TEST_F(OnePush, MeasuresRemembersAndHolds)
 {
-    const struct {
-        float red, blue, green;
-        int red_kept, blue_kept, green_kept; // thousandths, the product taken in single precision, truncated
-    } rows[] = {
+    // red_kept, blue_kept, green_kept: thousandths, the product taken in single precision, truncated
+    const std::tuple<float, float, float, int, int, int> rows[] = {
         {1.9576F, 2.0F, 1.0F, 1957, 2000, 1000},
         {1.999F, 2.3F, 1.002F, 1999, 2300, 1002}, // in double precision 1998, 2299 and 1001
         {0.0009F, 3.9999F, 0.9999F, 0, 3999, 999},
     };
-    for (const auto& row : rows) {
+    for (const auto& [red, blue, green, red_kept, blue_kept, green_kept] : rows) {
         for (int level = 0; level <= 20; ++level) {
-            SCOPED_TRACE(::testing::Message() << row.red << ", red tuning " << level);
+            SCOPED_TRACE(::testing::Message() << red << ", red tuning " << level);
             tuning(level, 20 - level);
             put_balance(kCamera, kHeld);
-            put_measured(kCamera, row.red, row.blue, row.green);
+            put_measured(kCamera, red, blue, green);
             const sim::Microseconds start = sim::now();
             EXPECT_EQ(line_of([] { EXPECT_EQ(KIV_Set_wb_mode_onepush(kCamera), 0); }), kSequence);
             EXPECT_EQ(sim::now() - start, 4'000'000);
-            EXPECT_EQ(get_onepush_rgain(kCamera), row.red_kept);
-            EXPECT_EQ(get_onepush_bgain(kCamera), row.blue_kept);
-            EXPECT_EQ(get_onepush_ggain(kCamera), row.green_kept);
+            EXPECT_EQ(get_onepush_rgain(kCamera), red_kept);
+            EXPECT_EQ(get_onepush_bgain(kCamera), blue_kept);
+            EXPECT_EQ(get_onepush_ggain(kCamera), green_kept);
             EXPECT_EQ(balance(kCamera),
-                      now_holding(tuned(row.red_kept / 1000.0L, level), tuned(row.blue_kept / 1000.0L, 20 - level)));
+                      now_holding(tuned(red_kept / 1000.0L, level), tuned(blue_kept / 1000.0L, 20 - level)));
         }
     }
 }
@@ -79,30 +77,26 @@ TEST_F(OnePush, FailuresLeaveWhatWasReached)
         b.mode = RK_AIQ_WB_MODE_AUTO;
         return b;
     }();
-    const struct {
-        std::size_t word; // of the sequence
-        bool remembered;
-        sim::Microseconds passed;
-        Balance left;
-    } rows[] = {
+    // word: of the sequence
+    const std::tuple<std::size_t, bool, sim::Microseconds, Balance> rows[] = {
         {0, false, 0, kHeld},          {1, false, 0, kHeld},          {3, false, 3'000'000, running},
         {4, true, 3'000'000, running}, {5, true, 3'000'000, running}, {7, true, 4'000'000, running},
         {8, true, 4'000'000, kHeld}, // manual again, with the previous gains
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.word);
+    for (const auto& [word, remembered, passed, left] : rows) {
+        SCOPED_TRACE(word);
         put_balance(kCamera, kHeld);
         put_measured(kCamera, 1.5F, 2.5F);
         store(kCamera, "rgain_onepush", 7);
         store(kCamera, "bgain_onepush", 8);
         set_onepush_ggain(kCamera, 9);
-        fail_word(kSequence, row.word, XCAM_RETURN_ERROR_PARAM);
+        fail_word(kSequence, word, XCAM_RETURN_ERROR_PARAM);
         const sim::Microseconds start = sim::now();
         EXPECT_EQ(KIV_Set_wb_mode_onepush(kCamera), -1);
-        EXPECT_EQ(sim::now() - start, row.passed);
-        EXPECT_EQ(balance(kCamera), row.left);
+        EXPECT_EQ(sim::now() - start, passed);
+        EXPECT_EQ(balance(kCamera), left);
         EXPECT_THAT((std::vector{get_onepush_rgain(kCamera), get_onepush_bgain(kCamera), get_onepush_ggain(kCamera)}),
-                    row.remembered ? ElementsAre(1500, 2500, 1000) : ElementsAre(7, 8, 9));
+                    remembered ? ElementsAre(1500, 2500, 1000) : ElementsAre(7, 8, 9));
     }
 }
 

@@ -32,11 +32,7 @@ TEST_F(WbMode, WhatEachModeWrites)
     const std::string all = "GetMode1 GetGains1 GetOffset1 SetOffset1 SetMode1 SetGains1";
     Balance automatic = kBefore;
     automatic.mode = RK_AIQ_WB_MODE_AUTO;
-    const struct {
-        int mode;
-        const char* lens;
-        Balance expected;
-    } rows[] = {
+    const std::tuple<int, const char*, Balance> rows[] = {
         {AUTO_WHITE_BALANCE, kOtherLens, with_offset(automatic, 0.05F, -0.09F)},
         {AUTO_WHITE_BALANCE, kSr1053, with_offset(automatic, 0.025F, -0.12F)},
         {IN_DOOR, kOtherLens, with_offset(holding(2.0F, 1.0F, 3.0F), 0.0F, 0.0F)},
