@@ -54,58 +54,6 @@ TEST_F(Lifecycle, AStartWalksTheEngineToRunning)
     EXPECT_EQ(set_up.mode, RK_AIQ_WORKING_MODE_NORMAL);
 }
 
-// An engine that the camera still has is stopped and released before anything else.
-TEST_F(Lifecycle, ARestartReleasesTheOldEngineFirst)
-{
-    start_camera(kCamera);
-    const void* old = rkipc_aiq_get_ctx(kCamera);
-    EXPECT_THAT(names_of_calls([] { rk_isp_init(kCamera, nullptr); }),
-                ElementsAre("rk_aiq_uapi2_sysctl_stop", "rk_aiq_uapi2_sysctl_deinit",
-                            "rk_aiq_uapi2_sysctl_enumStaticMetas", "rk_aiq_uapi2_sysctl_preInit_scene",
-                            "rk_aiq_uapi2_sysctl_init", "rk_aiq_uapi2_sysctl_prepare", "rk_aiq_uapi2_sysctl_start"));
-    EXPECT_EQ(sim::engine::life(old), Life::released);
-    EXPECT_EQ(sim::engine::live_contexts(), 1);
-}
-
-// Every call of a start fails, in a slot that has no engine yet and in one that has.
-TEST_F(Lifecycle, AFailingCallOfAStart)
-{
-    constexpr struct {
-        const char* function;
-        int result;
-        Life life;
-    } kCases[] = {
-        {"rk_aiq_uapi2_camgroup_create", -1, Life::unknown},
-        {"rk_aiq_uapi2_camgroup_prepare", -1, Life::unknown},
-        {"rk_aiq_uapi2_camgroup_start", -1, Life::unknown},
-        {"rk_aiq_uapi2_sysctl_enumStaticMetas", -1, Life::unknown}, // there is no name to make an engine with
-        {"rk_aiq_uapi2_sysctl_preInit_scene", 0, Life::running},
-        {"rk_aiq_uapi2_sysctl_init", -1, Life::unknown},
-        {"rk_aiq_uapi2_sysctl_prepare", -1, Life::unknown},
-        {"rk_aiq_uapi2_sysctl_start", -1, Life::prepared},
-    };
-    for (const auto& c : kCases) {
-        const bool group = std::string_view(c.function).find("camgroup") != std::string::npos;
-        const auto start = [=] { return group ? start_group(2) : rk_isp_init(kCamera, kDirectory); };
-        for (const bool had_engine : {false, true}) {
-            SCOPED_TRACE(testing::Message() << c.function << (had_engine ? ", restarted" : ", first start"));
-            if (had_engine) {
-                ASSERT_EQ(start(), 0);
-            } else if (!group) {
-                rk_isp_deinit(kCamera);
-            }
-            rkipc_aiq_use_group = 0;
-            sim::inject_fault(c.function, 1, -1);
-            EXPECT_EQ(start(), c.result);
-            const void* context = group ? slot() : static_cast<const void*>(rkipc_aiq_get_ctx(kCamera));
-            EXPECT_EQ(sim::engine::life(context), c.life);
-            EXPECT_EQ(context == nullptr, c.life == Life::unknown);
-            EXPECT_EQ(sim::engine::live_contexts(), c.life == Life::unknown ? 0 : 1);
-            EXPECT_EQ(rkipc_aiq_use_group, 0);
-        }
-    }
-}
-
 TEST_F(Lifecycle, TheDirectoryIsReplacedWhole)
 {
     std::string longest(255, 'd');
@@ -280,34 +228,6 @@ TEST_F(Lifecycle, AMissingSensorIsTracedAndTriedButEndsAGroupStart)
     EXPECT_EQ(slot(), nullptr);
     EXPECT_EQ(rkipc_aiq_use_group, 0);
     sim::engine::set_sensor_present(kSensors[1], true);
-}
-
-TEST_F(Lifecycle, AGroupStopsStartsAndIsReleased)
-{
-    constexpr struct {
-        int (*call)(int);
-        const char* function;
-        Life life;
-    } kCases[] = {
-        {rk_isp_init_group_stop, "rk_aiq_uapi2_camgroup_stop", Life::stopped},
-        {rk_isp_init_group_start, "rk_aiq_uapi2_camgroup_start", Life::running},
-    };
-    ASSERT_EQ(start_group(2), 0);
-    const void* group = slot();
-    for (const auto& c : kCases) {
-        EXPECT_EQ(c.call(kGroup), 0);
-        EXPECT_EQ(sim::engine::life(group), c.life);
-        sim::inject_fault(c.function, 1, -1);
-        EXPECT_EQ(c.call(kGroup), -1);
-        EXPECT_EQ(slot(), group);
-    }
-    EXPECT_THAT(names_of_calls([] { EXPECT_EQ(rk_isp_deinit_group(kGroup), 0); }),
-                ElementsAre("rk_aiq_uapi2_camgroup_stop", "rk_aiq_uapi2_camgroup_destroy"));
-    EXPECT_EQ(sim::engine::life(group), Life::released);
-    EXPECT_EQ(slot(), nullptr);
-    for (int (*call)(int) : {rk_isp_init_group_start, rk_isp_init_group_stop, rk_isp_deinit_group}) {
-        EXPECT_THAT(calls_of([&] { EXPECT_EQ(call(kGroup), -1); }), IsEmpty()); // an empty slot
-    }
 }
 
 } // namespace

@@ -6,9 +6,6 @@
 namespace bench
 {
 
-/// Stored modes to try: all with a name, and one without.
-inline constexpr int kModes[] = {0, 3, 10, 11, 13, 33, 34, 35, 99};
-
 inline constexpr int kCamera = 2;
 
 class ExposureBench : public Running<kCamera>

@@ -8,30 +8,6 @@ using namespace bench;
 namespace
 {
 
-struct ExposureSetter {
-    const char* name;
-    int old_level, level; // both good
-    const char* driven;   // beginnings of the names of the engine's fields that it writes
-};
-
-#define BIAS_FIELDS "lin_ae.Params.Evbias ae.stAuto.stFrmRate.isFpsFix"
-constexpr ExposureSetter kExposureSetters[] = {
-    {"shutter", 3, 5,
-     "ae.AecOpType ae.stManual.LinearAE.ManualTimeEn ae.stManual.LinearAE.ManualGainEn ae.stManual.LinearAE.TimeValue "
-     "ae.stAuto.LinAeRange.stExpTimeRange ae.stAdvanced.SetAeRangeEn ae.stAdvanced.SetLinAeRange.stExpTimeRange"},
-    {"iris", 9, 12, ""},
-    {"bright", 5, 9, BIAS_FIELDS},
-    {"expcomp_mode", 3, 2, BIAS_FIELDS},
-    {"expcomp_level", 7, 11, BIAS_FIELDS},
-    {"backlight", 3, 2, BIAS_FIELDS},
-    {"gain_limit", 15, 6, "gain_range."},
-    {"manual_gain", 0, 13, "ae.stManual.LinearAE.ManualGainEn ae.stManual.LinearAE.GainValue"},
-    {"antiflicker", 2, 1, "ae.stAuto.stAntiFlicker."},
-    {"meter", 0, 1, "ae.GridWeights."},
-    {"wdr_strength", 0, 9, ""},
-};
-#undef BIAS_FIELDS
-
 using ExposureLevels = ExposureBench;
 
 float seconds(double denominator)
@@ -47,25 +23,6 @@ int at(const Grid& grid, int row, int column)
 }
 
 } // namespace
-
-TEST_F(ExposureLevels, DriveTheirFieldsAlone)
-{
-    for (const ExposureSetter& setter : kExposureSetters) {
-        for (const int mode : kModes) {
-            SCOPED_TRACE(std::string(setter.name) + " in mode " + std::to_string(mode));
-            begin(mode);
-            store(kCamera, setter.name, setter.old_level);
-            const auto before = sim::engine::snapshot(rkipc_aiq_get_ctx(kCamera));
-            set(kCamera, setter.name, setter.level);
-            const Words driven = words(setter.driven);
-            for (const auto& change : sim::engine::changes(before, sim::engine::snapshot(rkipc_aiq_get_ctx(kCamera)))) {
-                EXPECT_TRUE(std::ranges::any_of(driven, [&](const std::string& name) {
-                    return change.name.starts_with(name);
-                })) << change.name;
-            }
-        }
-    }
-}
 
 // The steps' denominators stand in the names that the host shows for them, "1/200" for step 5.
 TEST_F(ExposureLevels, ShutterStepsAreTimesInSinglePrecision)

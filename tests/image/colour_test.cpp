@@ -73,16 +73,6 @@ TEST_F(Colour, BlackAndWhiteForcesTheSaturationAndKeepsTheLevel)
     EXPECT_EQ(saturation(), 223);
     EXPECT_THAT(names_of_calls([] { KIV_Set_saturation(kCamera, Saturation_E{-1}); }, "para_set"), IsEmpty());
     EXPECT_EQ(saturation(), 0);
-
-    // The level is read before the mode is stored; the stored mode decides.
-    store(kCamera, "saturation", 5);
-    std::vector<std::string> calls;
-    for (const sim::Call& call : calls_of([] { KIV_Set_blackwhite_mode(kCamera, BlackWhite_Mode_OFF); }, "para_")) {
-        calls.push_back(text(call));
-    }
-    EXPECT_THAT(calls, ElementsAre("para_get_isp_saturation_cur(3, 5)", "para_set_isp_blackwhite_mode_cur(3, 0)",
-                                   "para_get_isp_saturation_max(3, 14)", "para_set_isp_saturation_cur(3, 5)",
-                                   "para_get_isp_blackwhite_mode_cur(3, 0)"));
 }
 
 TEST_F(Colour, NothingUndefinedReachesTheEngineAfterAFailedRead)
@@ -95,13 +85,6 @@ TEST_F(Colour, NothingUndefinedReachesTheEngineAfterAFailedRead)
             rule.apply(expected, 7);
             expect_engine(kCamera, expected);
         }
-    }
-}
-
-TEST_F(Colour, SettersThatDoNothing)
-{
-    for (const char* name : {"len_type", "ccm_style", "hotpixel"}) {
-        EXPECT_THAT(calls_of([=] { EXPECT_EQ(set(kCamera, name, 1), 0); }), IsEmpty());
     }
 }
 

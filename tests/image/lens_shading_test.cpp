@@ -101,17 +101,4 @@ TEST_F(LensShading, AFileThatIsNotWholeIsRefused)
     EXPECT_THAT(calls_of([] { EXPECT_EQ(KIV_Set_shading(kCamera + 1), 0); }), IsEmpty()); // no engine
 }
 
-// Every change of the spatial noise reduction applies the file of that moment first.
-TEST_F(LensShading, SpatialNoiseReductionAppliesTheFileFirst)
-{
-    const auto calls = [] { return names_of_calls([] { EXPECT_EQ(KIV_Set_nr2d(kCamera, NR2D_1), 0); }); };
-    EXPECT_EQ(calls().front(), "para_get_isp_nr2d_max");
-    write_bytes(shading_file, telling_file());
-    EXPECT_THAT(calls(),
-                ElementsAre("rk_aiq_user_api2_alsc_GetAttrib", "rk_aiq_user_api2_alsc_SetAttrib",
-                            "para_get_isp_nr2d_max", "para_set_isp_nr2d_cur", "rk_aiq_user_api2_abayer2dnrV2_GetAttrib",
-                            "rk_aiq_user_api2_abayer2dnrV2_SetAttrib"));
-    EXPECT_EQ(held<rk_aiq_lsc_attrib_t>(kCamera).stAuto.tbl.tableAll[4].lsc_samples_red.uCoeff[0], cell(0, 0));
-}
-
 } // namespace

@@ -81,28 +81,6 @@ TEST(IrisChannel, SendsTheRecordBehindTwoBytes)
     service_port = 0;
 }
 
-TEST(IrisChannel, LeaksNothingWhateverFails)
-{
-    iris_ctrl_param_t some{};
-    const long open_files = bench::entries("/proc/self/fd");
-    for (int i = 0; i < 200; ++i) {
-        EXPECT_EQ(set_auto_iris(&some), 0); // nobody listens
-        EXPECT_EQ(set_auto_iris(nullptr), -1);
-    }
-    EXPECT_EQ(bench::entries("/proc/self/fd"), open_files);
-
-    rlimit limit{};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
-    rlimit none = limit;
-    none.rlim_cur = 0;
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-    const int without_socket = set_auto_iris(&some);
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
-    EXPECT_EQ(without_socket, -1);
-    EXPECT_EQ(bench::entries("/proc/self/fd"), open_files);
-    EXPECT_EQ(set_auto_iris(&some), 0);
-}
-
 TEST(IrisChannel, KeepsTwoFlagsForTheHost)
 {
     EXPECT_EQ(get_flag_exp_lock(), 0);

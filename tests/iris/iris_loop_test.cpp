@@ -204,26 +204,6 @@ TEST_F(IrisLoop, CallbackMayChangeAtAnyMoment)
     sim::wait(0);
 }
 
-TEST_F(IrisLoop, SmartExposureGoesToItsPosition)
-{
-    publish(500, 0);
-    store(0, "exposure_mode", SMART_EXPOSURE);
-    start();
-    const auto sent = commands(4);
-    ASSERT_THAT(sent, SizeIs(3));
-    for (const auto& command : sent) {
-        EXPECT_EQ(command.toDst, 1);
-        EXPECT_EQ(command.dstIris, 690);
-    }
-    publish(690, 0);
-    EXPECT_THAT(commands(5), IsEmpty());
-    store(0, "exposure_mode", AUTO_EXPOSURE);
-    publish(500, 0);
-    EXPECT_THAT(commands(5), IsEmpty()); // the automatic iris is off
-    publish(500, 1);
-    EXPECT_THAT(commands(5), SizeIs(5));
-}
-
 TEST_F(IrisLoop, ReadsARecordOnlyWhileThereIsOne)
 {
     start();

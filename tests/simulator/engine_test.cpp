@@ -75,59 +75,6 @@ std::string texts(const std::vector<FieldText>& fields)
 
 // ---- Life ---------------------------------------------------------------------------------------------------------
 
-TEST_F(Engine, CameraFromInitToRelease)
-{
-    ASSERT_EQ(rk_aiq_uapi2_sysctl_preInit_scene("sim_sensor_3", "hdr", "day"), 0);
-    rk_aiq_sys_ctx_t* const ctx = make(3);
-    const auto expect = [ctx](int answer, Life reached) {
-        EXPECT_EQ(answer, 0);
-        EXPECT_EQ(life(ctx), reached);
-    };
-    expect(0, Life::initialised);
-    expect(rk_aiq_uapi2_sysctl_prepare(ctx, 0, 0, RK_AIQ_WORKING_MODE_ISP_HDR2), Life::prepared);
-    for (int i = 0; i < 2; ++i) {
-        expect(rk_aiq_uapi2_sysctl_start(ctx), Life::running);
-        char directory[] = "/other";
-        expect(rk_aiq_uapi2_sysctl_updateIq(ctx, directory), Life::running);
-        expect(rk_aiq_uapi2_sysctl_stop(ctx, false), Life::stopped);
-        expect(rk_aiq_uapi2_sysctl_stop(ctx, false), Life::stopped); // again, without harm
-    }
-    const Configuration made = configuration(ctx);
-    EXPECT_EQ(made.sensors, std::vector{3});
-    EXPECT_EQ(made.iq_directory + " " + made.main_scene + " " + made.sub_scene, "/other hdr day");
-    EXPECT_EQ(made.mode, RK_AIQ_WORKING_MODE_ISP_HDR2);
-    EXPECT_EQ(live_contexts(), 1);
-    rk_aiq_uapi2_sysctl_deinit(ctx);
-    EXPECT_EQ(life(ctx), Life::released);
-    EXPECT_EQ(live_contexts(), 0);
-}
-
-TEST_F(Engine, GroupTakesModuleCallsAndAllAreRecorded)
-{
-    rk_aiq_sys_ctx_t* const before = make(7);
-    sim::start_recording();
-    rk_aiq_camgroup_ctx_t* const group = make_group({"sim_sensor_2", "sim_sensor_5"});
-    EXPECT_EQ(configuration(group).sensors, (std::vector{2, 5}));
-    EXPECT_EQ(configuration(group).iq_directory, "/iq");
-    EXPECT_EQ(rk_aiq_uapi2_camgroup_prepare(group, RK_AIQ_WORKING_MODE_ISP_HDR2), 0);
-    acp_attrib_t acp{};
-    acp.hue = 99;
-    EXPECT_EQ(rk_aiq_user_api2_acp_SetAttrib(as_camera(group), &acp), 0);
-    EXPECT_EQ(peek<acp_attrib_t>(group).hue, 99);
-    EXPECT_EQ(rk_aiq_uapi2_camgroup_destroy(group), 0);
-    EXPECT_EQ(life(group), Life::released);
-    rk_aiq_user_api2_acp_GetAttrib(nullptr, &acp);
-    sim::stop_recording();
-    rk_aiq_uapi2_sysctl_deinit(before);
-    EXPECT_EQ(sim::recorded_calls(),
-              (std::vector<sim::Call>{{"rk_aiq_uapi2_camgroup_create", -1, 0},
-                                      {"rk_aiq_uapi2_camgroup_prepare", 2, RK_AIQ_WORKING_MODE_ISP_HDR2},
-                                      {"rk_aiq_user_api2_acp_SetAttrib", 2, 0},
-                                      {"rk_aiq_uapi2_camgroup_destroy", 2, 0},
-                                      {"rk_aiq_user_api2_acp_GetAttrib", -1, 0}}));
-    reset(); // the null context was a misuse
-}
-
 TEST_F(Engine, MisuseIsAnsweredAndNoted)
 {
     const auto misuse = [](int answer, int wanted, const char* noted) {
@@ -166,23 +113,6 @@ TEST_F(Engine, MisuseIsAnsweredAndNoted)
            "uapi2_camgroup_create: bad configuration");
     set(nullptr);
     misuse(set(nullptr), kParam, "user_api2_acp_SetAttrib: null context (2 times)");
-}
-
-TEST_F(Engine, SensorsThatAreNotThere)
-{
-    set_sensor_present(2, false);
-    for (const auto& [index, answer, id] :
-         {std::tuple(2, true, -1), {1, true, 1}, {-1, false, -1}, {kSensors, false, -1}}) {
-        rk_aiq_static_info_t info{};
-        EXPECT_EQ(rk_aiq_uapi2_sysctl_enumStaticMetas(index, &info) == 0, answer);
-        EXPECT_EQ(info.sensor_info.phyId, id);
-        EXPECT_TRUE(id < 0 || info.sensor_info.sensor_name == std::string("sim_sensor_1"));
-    }
-    EXPECT_EQ(make(2), nullptr);
-    EXPECT_EQ(make(kSensors), nullptr);
-    EXPECT_EQ(make_group({"sim_sensor_1", "sim_sensor_2"}), nullptr);
-    EXPECT_LT(rk_aiq_uapi2_sysctl_preInit_scene("elsewhere", "normal", "day"), 0);
-    EXPECT_EQ(live_contexts(), 0);
 }
 
 // ---- Blocks -------------------------------------------------------------------------------------------------------
@@ -246,41 +176,6 @@ TEST_F(Engine, GoRoundWithEveryFieldInTheTable)
 {
 #define ISP_MODULE(name, Block, padding, get, set, ...) check_block(#name, padding, get, set);
 #include "engine/modules.def"
-}
-
-// ---- Faults -------------------------------------------------------------------------------------------------------
-
-TEST_F(Engine, CallsFailAsInjected)
-{
-    rk_aiq_sys_ctx_t* const ctx = make_running(0);
-    const uint8_t untouched = peek<acp_attrib_t>(ctx).hue;
-    acp_attrib_t acp{};
-    sim::inject_fault("rk_aiq_user_api2_acp_GetAttrib", 2, -7);
-    for (const int answer : {0, -7, 0}) {
-        acp.hue = 1;
-        EXPECT_EQ(rk_aiq_user_api2_acp_GetAttrib(ctx, &acp), answer);
-        EXPECT_EQ(acp.hue, answer == 0 ? untouched : 1) << "a failing Get leaves the block";
-    }
-    sim::inject_fault("rk_aiq_user_api2_acp_SetAttrib", 1, -8, true);
-    acp.hue = 222;
-    for (const int struck : {2, 3}) {
-        EXPECT_EQ(rk_aiq_user_api2_acp_SetAttrib(ctx, &acp), -8);
-        EXPECT_EQ(sim::faults_struck(), struck);
-        EXPECT_EQ(peek<acp_attrib_t>(ctx).hue, untouched) << "a failing Set changes nothing";
-    }
-    sim::clear_faults();
-    EXPECT_EQ(sim::faults_struck(), 0);
-    EXPECT_EQ(rk_aiq_user_api2_acp_SetAttrib(ctx, &acp), 0);
-    for (const char* call : {"sysctl_init", "camgroup_create", "sysctl_stop", "sysctl_deinit"}) {
-        sim::inject_fault(std::string("rk_aiq_uapi2_") + call, 1, -9);
-    }
-    EXPECT_EQ(make(1), nullptr);
-    EXPECT_EQ(make_group({"sim_sensor_1"}), nullptr);
-    EXPECT_EQ(rk_aiq_uapi2_sysctl_stop(ctx, false), -9);
-    EXPECT_EQ(life(ctx), Life::running);
-    rk_aiq_uapi2_sysctl_stop(ctx, false);
-    rk_aiq_uapi2_sysctl_deinit(ctx);
-    EXPECT_EQ(life(ctx), Life::released) << "a release ignores its fault";
 }
 
 // ---- Exposure -----------------------------------------------------------------------------------------------------

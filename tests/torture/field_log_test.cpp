@@ -1,5 +1,5 @@
-// What every exported function traces and calls, in order, and what it returns, against the page of the field log: with
-// an engine and without one, in every mode, and when it is refused.
+// What every exported function traces and calls, in order, what it changes in the engine and what it returns, against
+// the page of the field log: with an engine and without one, in every mode, and when it is refused.
 #include "torture/operations.h"
 #include "torture/world.h"
 
@@ -95,11 +95,32 @@ struct Log {
     std::string end;
 };
 
+/// What has changed in an engine, field by field; of a table the number of its elements and one that stands for all.
+Lines changed_fields(const sim::engine::Snapshot& before)
+{
+    Lines lines;
+    if (g_aiq_ctx[0] == nullptr || before.empty()) {
+        return lines;
+    }
+    const auto changes = sim::engine::changes(before, sim::engine::snapshot(g_aiq_ctx[0]));
+    std::string values;
+    for (const auto& change : changes) {
+        values += change.name + "=" + change.value + "\n";
+        lines.push_back("* " + change.name + " = " + change.value);
+    }
+    if (lines.size() > 30) {
+        return {"* " + std::to_string(lines.size()) + " fields, " + std::to_string(bench::fingerprint(values))};
+    }
+    return lines;
+}
+
 /// What an operation logs in the modes of a variant, the nth call of a function failing if one is named.
 Log log_of(const Operation& operation, int variant, bool engines, const std::string& failing = {}, int nth = 1)
 {
     torture::World world(variant, engines);
     const long threads = bench::threads();
+    const void* const context = g_aiq_ctx[0];
+    const auto before = context != nullptr ? sim::engine::snapshot(context) : sim::engine::Snapshot{};
     sim::host::set_module_level(6);
     sim::host::set_log_callback(note_line);
     sim::start_recording();
@@ -122,7 +143,8 @@ Log log_of(const Operation& operation, int variant, bool engines, const std::str
     }
     std::vector<sim::Call> calls = sim::recorded_calls();
     const auto is_line = [](const sim::Call& call) { return call.function == "line"; };
-    if (std::ranges::find(calls, "pthread_create", &sim::Call::function) != calls.end()) {
+    const bool with_threads = std::ranges::find(calls, "pthread_create", &sim::Call::function) != calls.end();
+    if (with_threads) {
         std::ranges::stable_partition(calls, is_line);
     }
     auto line = log.lines.begin();
@@ -146,6 +168,9 @@ Log log_of(const Operation& operation, int variant, bool engines, const std::str
         }
     }
     log.in_full.insert(log.in_full.end(), line, log.lines.end());
+    if (!with_threads && context == g_aiq_ctx[0]) {
+        std::ranges::move(changed_fields(before), std::back_inserter(log.in_full));
+    }
     const auto to_engine =
         std::ranges::count_if(log.calls, [](const std::string& function) { return function.starts_with("rk_aiq"); });
     log.end = "    returns " + std::to_string(result) + " after " + std::to_string(to_engine) + " engine calls\n";

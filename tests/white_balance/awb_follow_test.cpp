@@ -260,45 +260,4 @@ TEST_F(AwbFollow, ACalibrationEndsIt)
     await_end();
 }
 
-// Three cameras of differing response under one light. What a follower should hold is what its own automatic balance
-// finds.
-TEST_F(AwbFollow, ClosedLoop)
-{
-    const struct {
-        const char* name;
-        double kelvin = 0.0;
-    } lights[] = {{"3500 K", 3500.0}, {"8000 K", 8000.0}, {"TL84"}, {"D50"}, {"D65"}, {"A"}}; // the last two calibrate
-    const auto light_up = [](const auto& light) {
-        for (const int camera : {kClose, kThird, kPano}) {
-            if (!sim::engine::set_illuminant(camera, light.name)) {
-                sim::engine::set_illuminant(camera, light.kelvin);
-            }
-        }
-    };
-    sim::engine::set_response(kClose, 0.87, 1.13);
-    sim::engine::set_response(kThird, 1.21, 0.93);
-    const int frames = sim::every(33'333, [] { sim::engine::run_frame(1.0 / 30.0); });
-    std::vector<std::array<rk_aiq_wb_gain_t, 3>> wanted; // by camera
-    for (const auto& light : lights) {
-        light_up(light);
-        ASSERT_EQ(Awb_Calibration(light.name == std::string_view("A") ? 2 : 1), 0);
-        wanted.push_back({sim::engine::readings(kClose).wb_gain, {}, sim::engine::readings(kThird).wb_gain});
-    }
-
-    isp::awb_pano_flag = 0; // as in a new process
-    start();
-    for (std::size_t i = 0; i < std::size(lights); ++i) {
-        light_up(lights[i]);
-        sim::wait(7'000'000);
-        const double allowed = i >= 4 ? 4.0 * std::numeric_limits<float>::epsilon() : 0.02;
-        for (const int follower : {kClose, kThird}) {
-            const Gains found = held_gains(follower);
-            const rk_aiq_wb_gain_t& own = wanted[i][static_cast<std::size_t>(follower)];
-            EXPECT_NEAR(found.first / own.rgain, 1.0, allowed) << lights[i].name << ", camera " << follower;
-            EXPECT_NEAR(found.second / own.bgain, 1.0, allowed) << lights[i].name << ", camera " << follower;
-        }
-    }
-    sim::cancel(frames);
-}
-
 } // namespace

@@ -69,20 +69,4 @@ TEST_F(GainTuning, HeldGainsOfAllLevels)
     EXPECT_EQ(get_colortemp_rgain(kCamera), 1.477F);
 }
 
-TEST_F(GainTuning, WhatIsStored)
-{
-    for (const char* name : {"rgain_tuning", "bgain_tuning", "ggain_tuning"}) {
-        sim::host::set_maximum(setting(name), 22); // alone bounds a level from above
-        for (const auto& [level, kept] : {std::pair{5, 5}, {21, 21}, {25, 22}, {-3, 0}}) {
-            for (const int mode : {0, 1, 2, 3, 4, 5, -1, 31, 32, 33}) {
-                const bool takes = mode == AUTO_WHITE_BALANCE || mode == ONE_PUSH_WHITE_BALANCE || mode == TEMPERATURE;
-                store(kCamera, "wb_mode", mode);
-                store(kCamera, name, 10);
-                EXPECT_EQ(line_of([&] { EXPECT_EQ(set(kCamera, name, level), 0); }).empty(), !takes || name[0] == 'g');
-                EXPECT_EQ(stored(kCamera, name), takes ? kept : 10) << name << " in mode " << mode;
-            }
-        }
-    }
-}
-
 } // namespace

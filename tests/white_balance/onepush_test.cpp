@@ -58,18 +58,6 @@ TEST_F(OnePush, MeasuresRemembersAndHolds)
     }
 }
 
-TEST_F(OnePush, OtherModesDoNothing)
-{
-    for (const int mode : {0, 1, 2, 4, 5, 32}) {
-        store(kCamera, "wb_mode", mode);
-        const sim::Microseconds start = sim::now();
-        EXPECT_EQ(line_of([] { EXPECT_EQ(KIV_Set_wb_mode_onepush(kCamera), 0); }), "") << mode;
-        EXPECT_EQ(sim::now(), start);
-    }
-    EXPECT_EQ(stored(kCamera, "rgain_onepush"), setting("rgain_onepush").initial);
-    EXPECT_EQ(balance(kCamera), kHeld);
-}
-
 TEST_F(OnePush, FailuresLeaveWhatWasReached)
 {
     const Balance running = [] {
