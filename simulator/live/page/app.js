@@ -1,5 +1,5 @@
 // The page: what the server tells goes to cameras, controls, plots and log.
-import { element, getSettings, listen, readable, runCommand, say } from './api.js';
+import { element, getSettings, listen, readable, runCommand, say, title } from './api.js';
 import { Cameras } from './cameras.js';
 import { Controls, valueText } from './controls.js';
 import { Plots } from './plot.js';
@@ -67,19 +67,12 @@ class Log {
   }
 }
 
+/** Returns what runs a command and shows it and its answer in the log. */
 function setUpConsole(log, timeNow) {
   const input = node('command');
   const typed = [];
   let place = 0;
-  node('console').addEventListener('submit', async (event) => {
-    event.preventDefault();
-    const line = input.value.trim();
-    if (!line) {
-      return;
-    }
-    typed.push(line);
-    place = typed.length;
-    input.value = '';
+  const run = async (line) => {
     log.add(`> ${line}`, 'said', timeNow(), 'typed');
     try {
       const { output } = await runCommand(line);
@@ -88,6 +81,16 @@ function setUpConsole(log, timeNow) {
     } catch (error) {
       log.add(error.message, 'said', timeNow(), 'bad');
       say(error.message);
+    }
+  };
+  node('console').addEventListener('submit', (event) => {
+    event.preventDefault();
+    const line = input.value.trim();
+    if (line) {
+      typed.push(line);
+      place = typed.length;
+      input.value = '';
+      run(line);
     }
   });
   input.addEventListener('keydown', (event) => {
@@ -98,6 +101,7 @@ function setUpConsole(log, timeNow) {
       input.value = typed[place] ?? '';
     }
   });
+  return run;
 }
 
 async function start() {
@@ -105,7 +109,7 @@ async function start() {
   const modes = list.settings.find((setting) => setting.name === 'exposure_mode');
   const log = new Log();
   let time = 0;
-  setUpConsole(log, () => time);
+  const run = setUpConsole(log, () => time);
 
   const plots = new Plots(node('plots'));
   const cameras = new Cameras(node('cameras'), {
@@ -137,7 +141,18 @@ async function start() {
   };
   showHistograms(localStorage.getItem('histograms') !== 'off');
   histograms.addEventListener('click', () => showHistograms(histograms.getAttribute('aria-pressed') !== 'true'));
-  addEventListener('keydown', (event) => event.key === 'Escape' && cameras.select(cameras.selected, false));
+
+  const undo = node('undo');
+  undo.addEventListener('click', () => run('undo'));
+  node('reset').addEventListener('click', () => run(`reset ${cameras.selected}`));
+  addEventListener('keydown', (event) => {
+    if (event.key === 'Escape') {
+      cameras.select(cameras.selected, false);
+    } else if (event.key === 'z' && (event.ctrlKey || event.metaKey) && event.target !== node('command')) {
+      event.preventDefault();
+      undo.click();
+    }
+  });
 
   // Plots and log stand beside the pictures where there is room, else below them.
   for (const [id, room] of [['plot-card', '(min-width: 1680px), (min-width: 1001px) and (min-height: 1000px)'],
@@ -162,6 +177,9 @@ async function start() {
         plots.clear();
       }
       time = state.time;
+      const [whose, what] = state.undo.split(': ');
+      undo.disabled = !what;
+      undo.textContent = what ? `Undo ${whose}: ${title(what)}` : 'Undo';
       node('clock').textContent = clockText(time);
       if (document.activeElement !== speed) {
         if (![...speed.options].some((option) => Number(option.value) === state.speed)) {

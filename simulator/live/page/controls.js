@@ -173,7 +173,7 @@ class Row {
     const progress = slow ? this.context.progress(this.progress, ONE_PUSH_SECONDS) : null;
     try {
       const { result, stored, text } = await putSetting(camera, setting.name, value);
-      this.outcome(result, stored, value, text);
+      this.tell(text || (setting.kind === 'action' ? 'done' : ''), result === 0 ? '' : result === -1 ? 'bad' : 'warn');
       if (stored !== null && camera === this.context.camera()) {
         this.value = stored;
       }
@@ -182,27 +182,7 @@ class Row {
     }
     progress?.end();
     this.node.classList.remove('sending');
-    if (setting.stored && performance.now() - this.touched > 150) {
-      this.showValue();
-    } else {
-      setTimeout(() => this.showValue(), 200);
-    }
-  }
-
-  /** The library's own result, in place. */
-  outcome(result, stored, asked, text) {
-    const { setting } = this;
-    if (text !== undefined) {
-      this.tell(text || (setting.kind === 'action' ? 'Done.' : ''), result === 0 ? '' : result < 0 ? 'bad' : 'warn');
-    } else if (result === 2) {
-      this.tell(`Result 2: ${stored === asked ? 'stored' : 'not stored'}. ${this.reason}`, 'warn');
-    } else if (result === 3) {
-      this.tell('Result 3: the host applies styles itself', 'warn');
-    } else if (result !== 0) {
-      this.tell(`Result ${result}: refused, or the engine failed`, 'bad');
-    } else {
-      this.tell('');
-    }
+    this.showLater(200);
   }
 
   tell(text, kind = '') {
@@ -222,23 +202,30 @@ class Row {
     this.note.className = `note ${this.message ? this.messageKind : ''}`;
   }
 
+  /** Shows the value, but not under the hand of who moves the control: so many milliseconds after. */
+  showLater(pause) {
+    clearTimeout(this.later);
+    const left = pause - (performance.now() - this.touched);
+    if (left > 0) {
+      this.later = setTimeout(() => this.showValue(), left);
+    } else {
+      this.showValue();
+    }
+  }
+
   showValue() {
     const { setting } = this;
     if (this.showControl) {
       this.showControl(this.value);
       this.text.replaceChildren(...(this.form === 'slider' ? shownValue(setting, this.value) : []));
     }
-    this.node.classList.toggle('changed', setting.stored && this.value !== setting.initial);
+    this.node.classList.toggle('changed', this.value !== setting.initial);
   }
 
   show(record) {
     const { setting } = this;
-    if (setting.stored) {
-      this.value = record[setting.name];
-    }
-    if (performance.now() - this.touched > 400) {
-      this.showValue();
-    }
+    this.value = record[setting.name] ?? this.value;
+    this.showLater(400);
     this.reason = hasNoEffect(setting) ? '' : reasonOf(setting, record, this.context.settings);
     this.node.classList.toggle('unused', Boolean(this.reason) && setting.kind !== 'action');
     if (!setting.shown && !hasNoEffect(setting)) {
