@@ -1,4 +1,4 @@
-// One thread serves all clients and answers inquiries at once; each camera's commands are carried out by another.
+// One thread serves all clients and answers inquiries at once; another one carries out the commands of a camera.
 #include "control/service.h"
 
 #include "base/lib_dbgout.h"
@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cmath>
 #include <list>
 #include <memory>
@@ -21,7 +22,7 @@
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <sys/epoll.h>
+#include <poll.h>
 #include <unistd.h>
 
 namespace control
@@ -35,82 +36,83 @@ using visca::Bytes;
 using visca::Status;
 using Outcome = std::pair<bool, std::string>; // whether it was carried out, and what became of it
 
-constexpr std::size_t kConnections = 8; // of a camera
-constexpr std::size_t kPeers = 32;      // UDP clients of a camera whose messages are remembered
-constexpr std::size_t kAtOnce = 64;     // bytes that are read in one go
-constexpr int kDatagrams = 8;           // that are read in one go
-constexpr int kUntaken = 64 << 10;      // bytes that wait for a client
-constexpr unsigned kStall = 3000;       // milliseconds in which a client takes none of them
-constexpr int kTele = 0x4000;           // the longest zoom
+constexpr int kConnections = 8;     // of a camera
+constexpr std::size_t kPeers = 32;  // addresses of a camera's datagrams whose messages are remembered
+constexpr std::size_t kAtOnce = 64; // bytes that are read in one go
+constexpr int kUntaken = 64 << 10;  // bytes that wait for a client to take them
+constexpr unsigned kStall = 3000;   // milliseconds in which it takes none of them
+constexpr int kReads = 4;           // of a source in a row
+constexpr int kTick = 100;          // milliseconds until it is seen that the service ends
+constexpr int kTele = 0x4000;       // the longest zoom
 constexpr std::string_view kOnepush = "wb_mode_onepush";
 
 struct Camera;
 
-/// Where messages come from: a connection, an address of datagrams, or a camera's own sockets.
+/// Where messages come from. One with an address is a client of datagrams; others have a socket of their own.
 struct Source {
-    Camera* camera = nullptr;
-    int descriptor = -1;
+    enum class Kind { listener, datagrams, connection };
+    Camera* camera;
+    Kind kind;
+    int socket;
     sockaddr_storage address{};
-    socklen_t address_length = 0; // of datagrams
+    socklen_t address_length = 0;
     Bytes rest{};
     visca::Memory memory{};
     bool begun = false;
 };
-using Client = std::shared_ptr<Source>;
+using SourcePointer = std::shared_ptr<Source>;
 
 struct Message {
-    Client client;
+    SourcePointer client;
     Bytes bytes;
     std::optional<std::uint32_t> number;
     visca::Request request;
-    int socket = 0;        // of a command, while a reply is owed
+    int socket = 0;        // the protocol's, of a command, while a reply is owed
     std::string replies{}; // for the log
 };
 
 struct Camera {
     int id = 0;
-    Source listener;
-    Source datagrams;
-    std::vector<Client> connections;
-    std::map<std::string, Client> peers; // by address
+    int connections = 0;
+    std::map<std::string, SourcePointer> peers; // by address
     visca::Camera state;
-    std::array<bool, 3> taken{}; // sockets 1 and 2
+    std::array<bool, 3> taken{}; // the protocol's sockets, 1 and 2
     std::list<Message> commands; // the first one is being carried out
 };
 
 // Never destroyed: a camera may still act while the program ends.
 std::mutex& mutex = *new std::mutex; // guards the rest; not held while a camera acts
 auto& cameras = *new std::array<Camera, session::kCameras>;
-int epoll = -1;
-bool ending = false;
-std::thread& thread = *new std::thread;
+auto& sources = *new std::vector<SourcePointer>;
+auto& thread = *new std::thread;
+std::atomic<bool> ending{false};
 
 // ---- Cameras --------------------------------------------------------------------------------------------------------
 
 /// The value that a name in the protocol's table has, without waiting for whoever acts on the camera.
 int value_of(int camera, std::string_view name)
 {
-    const auto life = [&] { return sim::engine::life(session::engine_of(camera)); };
+    if (const sim::host::Setting* const setting = sim::host::find_setting(name)) {
+        return sim::host::stored(camera, *setting);
+    }
+    const bool runs = sim::engine::life(session::engine_of(camera)) == sim::engine::Life::running;
     const double zoom = camera == session::kZoomCamera ? sim::host::lens_state().zoom : 0.0;
-    const sim::host::Setting* const setting = sim::host::find_setting(name);
-    return setting != nullptr && setting->member != nullptr ? sim::host::stored(camera, *setting)
-           : name == "power"                                ? static_cast<int>(life() == sim::engine::Life::running)
-           : name == "zoom"                                 ? static_cast<int>(std::lround(zoom * kTele / kZoomLongest))
-           : name == "camera_id"                            ? camera
-                                                            : 0;
+    return name == "power"       ? static_cast<int>(runs)
+           : name == "zoom"      ? static_cast<int>(std::lround(zoom * kTele / kZoomLongest))
+           : name == "camera_id" ? camera
+                                 : 0;
 }
 
 Outcome act(int camera, std::string_view name, int value)
 try {
-    if (name == "power" && value_of(camera, name) != value) {
-        return {value == 1 ? session::start_camera(camera) : session::stop_camera(camera) == 0, ""};
-    }
     if (const sim::host::Setting* const setting = sim::host::find_setting(name)) {
         const session::Outcome outcome = session::change_setting(camera, *setting, value, session::Origin::control);
         return {outcome.result == ISP_SUCCESS || outcome.result == ISP_EXCUTE_BYARM, outcome.text};
     }
     if (name == "power") {
-        return {true, "it was so"};
+        return {value_of(camera, name) == value ||
+                    (value == 1 ? session::start_camera(camera) : session::stop_camera(camera) == 0),
+                ""};
     }
     if (camera != session::kZoomCamera) {
         return {false, "its lens has no motors"};
@@ -131,9 +133,9 @@ void send_to(const Source& client, const Bytes& bytes)
 {
     const auto* const to = client.address_length > 0 ? reinterpret_cast<const sockaddr*>(&client.address) : nullptr;
     const ssize_t count =
-        sendto(client.descriptor, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL, to, client.address_length);
+        sendto(client.socket, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL, to, client.address_length);
     if (to == nullptr && count != static_cast<ssize_t>(bytes.size())) {
-        shutdown(client.descriptor, SHUT_RDWR); // it takes nothing
+        shutdown(client.socket, SHUT_RDWR); // it takes nothing
     }
 }
 
@@ -170,21 +172,22 @@ void work(Camera& camera)
     std::unique_lock lock(mutex);
     for (; !camera.commands.empty(); camera.commands.pop_front()) {
         Message& message = camera.commands.front();
-        const auto [setting, value] = std::pair(message.request.setting, message.request.value);
-        if (setting == kOnepush) { // takes longer than controllers wait
+        const bool slow = message.request.setting == kOnepush;
+        if (slow) { // controllers do not wait for it
             complete(message, {true, "begun"});
         }
         lock.unlock();
-        const Outcome outcome = act(camera.id, setting, value);
+        const Outcome outcome = act(camera.id, message.request.setting, message.request.value);
         lock.lock();
-        if (setting != kOnepush) {
+        if (!slow) {
             complete(message, outcome);
         }
     }
 }
 
-void take(Camera& camera, const Client& client, const Bytes& bytes, std::optional<std::uint32_t> number)
+void take(const SourcePointer& client, const Bytes& bytes, std::optional<std::uint32_t> number)
 {
+    Camera& camera = *client->camera;
     const auto before = number ? visca::replies_to(bytes, *number, client->memory) : std::vector<Bytes>();
     for (const Bytes& again : before) {
         send_to(*client, visca::wrap(again, number));
@@ -197,13 +200,10 @@ void take(Camera& camera, const Client& client, const Bytes& bytes, std::optiona
         camera.taken = {};
         std::for_each(camera.commands.begin(), camera.commands.end(), [](Message& each) { each.socket = 0; });
     }
-    const auto free = std::find(camera.taken.begin() + 1, camera.taken.end(), false);
-    if (!message.request.reply.empty()) {
-        finish(message, message.request.reply, "");
-        return;
-    }
-    if (free == camera.taken.end()) {
-        finish(message, visca::bytes_of(Status::full), "two commands are under way");
+    auto* const free = std::find(camera.taken.begin() + 1, camera.taken.end(), false);
+    const bool acts = message.request.reply.empty();
+    if (!acts || free == camera.taken.end()) {
+        finish(message, acts ? visca::bytes_of(Status::full) : message.request.reply, acts ? "two are under way" : "");
         return;
     }
     message.socket = static_cast<int>(free - camera.taken.begin());
@@ -222,16 +222,10 @@ void take(Camera& camera, const Client& client, const Bytes& bytes, std::optiona
 
 // ---- Connections and datagrams --------------------------------------------------------------------------------------
 
-void watch(Source& source)
+void accept_connection(Camera& camera, int listener)
 {
-    epoll_event event{.events = EPOLLIN, .data = {.ptr = &source}};
-    epoll_ctl(epoll, EPOLL_CTL_ADD, source.descriptor, &event);
-}
-
-void accept_connection(Camera& camera)
-{
-    const int connection = accept4(camera.listener.descriptor, nullptr, nullptr, SOCK_CLOEXEC);
-    if (connection >= 0 && camera.connections.size() == kConnections) {
+    const int connection = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+    if (connection >= 0 && camera.connections == kConnections) {
         close(connection);
     } else if (connection >= 0) {
         const int on = 1;
@@ -239,137 +233,126 @@ void accept_connection(Camera& camera)
         setsockopt(connection, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
         setsockopt(connection, SOL_SOCKET, SO_SNDBUF, &kUntaken, sizeof kUntaken);
         setsockopt(connection, IPPROTO_TCP, TCP_USER_TIMEOUT, &kStall, sizeof kStall);
-        camera.connections.push_back(std::make_shared<Source>(Source{.camera = &camera, .descriptor = connection}));
-        watch(*camera.connections.back());
+        ++camera.connections;
+        sources.push_back(std::make_shared<Source>(Source{&camera, Source::Kind::connection, connection}));
     }
 }
 
-/// Reads a little; returns whether there may be more.
-bool read_connection(Camera& camera, Source& source)
+/// Reads a little from a source that has something; returns whether there may be more.
+bool read(const SourcePointer& source)
 {
-    const auto client = std::find_if(camera.connections.begin(), camera.connections.end(),
-                                     [&](const Client& each) { return each.get() == &source; });
-    std::array<std::uint8_t, kAtOnce> bytes;
-    const ssize_t count = recv(source.descriptor, bytes.data(), bytes.size(), MSG_DONTWAIT);
-    if (count <= 0 || (!source.begun && !visca::begins_message(bytes[0]))) { // a browser can be made to post here
-        close(std::exchange(source.descriptor, -1));
-        camera.connections.erase(client);
+    Camera& camera = *source->camera;
+    if (source->kind == Source::Kind::listener) {
+        accept_connection(camera, source->socket);
         return false;
     }
-    source.begun = true;
-    for (const Bytes& message : visca::split(bytes.data(), static_cast<std::size_t>(count), source.rest)) {
-        take(camera, *client, message, std::nullopt);
-    }
-    return count == kAtOnce;
-}
-
-bool read_datagram(Camera& camera)
-{
     std::array<std::uint8_t, kAtOnce> bytes;
-    Source peer{
-        .camera = &camera, .descriptor = camera.datagrams.descriptor, .address_length = sizeof(sockaddr_storage)};
+    Source peer{&camera, Source::Kind::connection, source->socket, {}, sizeof peer.address};
     auto* const from = reinterpret_cast<sockaddr*>(&peer.address);
-    const ssize_t count =
-        recvfrom(peer.descriptor, bytes.data(), bytes.size(), MSG_DONTWAIT, from, &peer.address_length);
-    if (count < 0) {
-        return false;
+    const ssize_t count = recvfrom(peer.socket, bytes.data(), bytes.size(), MSG_DONTWAIT, from, &peer.address_length);
+    const auto length = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+    if (source->kind == Source::Kind::connection) {
+        if (count <= 0 || (!source->begun && !visca::begins_message(bytes[0]))) { // a browser can be made to post here
+            close(std::exchange(source->socket, -1));
+            --camera.connections;
+            return false;
+        }
+        source->begun = true;
+        for (const Bytes& message : visca::split(bytes.data(), length, source->rest)) {
+            take(source, message, std::nullopt);
+        }
+        return length == kAtOnce;
     }
-    const visca::Datagram datagram = visca::open(bytes.data(), static_cast<std::size_t>(count));
-    if (!datagram.reply.empty()) {
-        send_to(peer, datagram.reply);
-    }
+    const visca::Datagram datagram = visca::open(bytes.data(), length);
     const std::string key(reinterpret_cast<const char*>(from), peer.address_length);
     if (camera.peers.size() == kPeers && !camera.peers.contains(key)) {
         camera.peers.clear();
     }
-    Client& client = camera.peers[key];
+    SourcePointer& client = camera.peers[key];
     if (client == nullptr || datagram.resets) {
         client = std::make_shared<Source>(peer);
     }
-    for (const Bytes& message : datagram.messages) {
-        take(camera, client, message, datagram.number);
+    if (!datagram.reply.empty()) {
+        send_to(peer, datagram.reply);
     }
-    return true;
+    for (const Bytes& message : datagram.messages) {
+        take(client, message, datagram.number);
+    }
+    return count >= 0;
 }
 
 /// Serves everybody who sends something, each a little, until the service ends.
 void serve()
 {
-    for (bool more = false;;) {
-        std::array<epoll_event, kAtOnce> events;
-        std::this_thread::sleep_for(std::chrono::milliseconds(more ? 1 : 0)); // whoever sends too much waits
-        const int count = epoll_wait(epoll, events.data(), kAtOnce, 100);
+    for (bool more = false; !ending;) {
+        std::vector<pollfd> polled;
+        for (const SourcePointer& source : sources) {
+            polled.push_back({source->socket, POLLIN, 0});
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(more ? 1 : 0)); // whoever sends so much waits
+        poll(polled.data(), polled.size(), kTick);
         const std::lock_guard lock(mutex);
         more = false;
-        for (int i = 0; i < count; ++i) {
-            Source& source = *static_cast<Source*>(events[static_cast<std::size_t>(i)].data.ptr);
-            Camera& camera = *source.camera;
-            int datagrams = 0;
-            if (&source == &camera.listener) {
-                accept_connection(camera);
-            } else if (&source == &camera.datagrams) {
-                while (datagrams < kDatagrams && read_datagram(camera)) {
-                    ++datagrams;
-                }
-                more |= datagrams == kDatagrams;
-            } else {
-                more |= read_connection(camera, source);
+        for (std::size_t i = 0; i < polled.size(); ++i) {
+            const SourcePointer source = sources[i];
+            int reads = 0;
+            while (polled[i].revents != 0 && reads < kReads && read(source)) {
+                ++reads;
             }
+            more |= reads == kReads;
         }
+        std::erase_if(sources, [](const SourcePointer& source) { return source->socket < 0; });
         std::for_each(cameras.begin(), cameras.end(), [](Camera& camera) { visca::remember_levels(camera.state); });
-        if (ending) {
-            return;
-        }
     }
+}
+
+/// Takes the ports of all cameras, from that of an address on; returns the first.
+int bind_all(session::Address address)
+try {
+    for (Camera& camera : cameras) {
+        const int listener = session::listen_at(address);
+        sources.push_back(std::make_shared<Source>(Source{&camera, Source::Kind::listener, listener}));
+        const int datagrams = session::listen_at(address, SOCK_DGRAM);
+        sources.push_back(std::make_shared<Source>(Source{&camera, Source::Kind::datagrams, datagrams}));
+        ++address.port;
+    }
+    return address.port - session::kCameras;
+} catch (const session::BadInput&) {
+    std::for_each(sources.begin(), sources.end(), [](const SourcePointer& source) { close(source->socket); });
+    sources.clear();
+    throw;
 }
 
 } // namespace
 
 int start_service(const session::Address& address)
 {
-    session::Address next;
-    for (int tries = address.port == 0 ? 100 : 1; next.port == 0; --tries) { // for free ports in a row
-        next = address;
+    int port = 0;
+    for (int tries = address.port == 0 ? 100 : 1; port == 0; --tries) { // eight free ports in a row
         try {
-            for (Camera& camera : cameras) {
-                camera.listener.descriptor = session::listen_at(next);
-                camera.datagrams.descriptor = session::listen_at(next, SOCK_DGRAM);
-                ++next.port;
-            }
+            port = bind_all(address);
         } catch (const session::BadInput&) {
-            for (Camera& camera : cameras) {
-                close(std::exchange(camera.listener.descriptor, -1));
-                close(std::exchange(camera.datagrams.descriptor, -1));
-            }
             if (tries == 1) {
                 throw;
             }
-            next.port = 0;
         }
     }
-    epoll = epoll_create1(EPOLL_CLOEXEC);
     for (Camera& camera : cameras) {
         camera.id = static_cast<int>(&camera - cameras.data());
-        camera.listener.camera = camera.datagrams.camera = &camera;
         camera.state.value = [&](std::string_view name) {
             const auto same = std::find_if(camera.commands.rbegin(), camera.commands.rend(), [&](const Message& each) {
                 return each.request.setting == name && name != "zoom"; // which takes its time
             });
             return same != camera.commands.rend() ? same->request.value : value_of(camera.id, name);
         };
-        watch(camera.listener);
-        watch(camera.datagrams);
     }
     thread = std::thread(serve);
-    return next.port - session::kCameras;
+    return port;
 }
 
 void stop_service()
 {
-    {
-        const std::lock_guard lock(mutex);
-        ending = true;
-    }
+    ending = true;
     thread.join();
 }
 

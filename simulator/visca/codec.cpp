@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <utility>
 
@@ -33,13 +34,19 @@ void append(Bytes& bytes, std::size_t number, int count, int bits = 8)
     }
 }
 
-Bytes with_header(std::uint32_t type, std::uint32_t number, const Bytes& payload)
+Bytes with_header(std::size_t type, std::size_t number, const Bytes& payload)
 {
     Bytes bytes;
-    append(bytes, type, 2);
-    append(bytes, payload.size(), 2);
+    append(bytes, type << 16 | payload.size(), 4);
     append(bytes, number, 4);
     bytes.insert(bytes.end(), payload.begin(), payload.end());
+    return bytes;
+}
+
+Bytes reply_with(Bytes bytes, int number, int count, int bits)
+{
+    append(bytes, static_cast<std::size_t>(number), count, bits);
+    bytes.push_back(0xFF);
     return bytes;
 }
 
@@ -54,14 +61,6 @@ int byte_of(const Row& row, const Camera& camera)
     }
     const auto last = camera.last_levels.find(row.setting);
     return last != camera.last_levels.end() ? last->second : row.ranges[0].low;
-}
-
-Bytes answer(const Row& row, const Camera& camera)
-{
-    Bytes bytes{0x90, 0x50};
-    append(bytes, static_cast<std::size_t>(byte_of(row, camera)), std::abs(row.digits), row.digits < 0 ? 8 : 4);
-    bytes.push_back(0xFF);
-    return bytes;
 }
 
 Bytes block(int number, const Camera& camera)
@@ -99,12 +98,7 @@ int step(const Row& row, int level, bool up)
 Bytes bytes_of(Status status, int socket)
 {
     const int code = static_cast<int>(status);
-    const bool goes_well = status == Status::acknowledged || status == Status::completed;
-    Bytes bytes{0x90};
-    append(bytes, static_cast<std::size_t>((goes_well ? code : 0x60) | socket), 1);
-    append(bytes, static_cast<std::size_t>(code), goes_well ? 0 : 1);
-    bytes.push_back(0xFF);
-    return bytes;
+    return code > 0xFF ? reply_with({0x90}, code | socket << 8, 2, 8) : reply_with({0x90}, code | socket, 1, 8);
 }
 
 Request decode(const Bytes& message, Camera& camera)
@@ -148,7 +142,8 @@ Request decode(const Bytes& message, Camera& camera)
         const auto level = [&] { return last != camera.last_levels.end() ? last->second : camera.value(row.setting); };
         const std::string name(row.setting);
         if (has(row.inquiry, 0)) {
-            return {answer(row, camera), {}, 0, name + "?", row.inquiry == kClear};
+            Bytes reply = reply_with({0x90, 0x50}, byte_of(row, camera), std::abs(row.digits), row.digits < 0 ? 8 : 4);
+            return {std::move(reply), {}, 0, name + "?", row.inquiry == kClear};
         }
         if (has(row.step, 1) && (*data == 0 || *data == 2 || *data == 3)) {
             const int value = *data == 0 ? row.initial : step(row, level(), *data == 2);
@@ -185,34 +180,31 @@ void remember_levels(Camera& camera)
 
 std::string text_of(const Bytes& bytes)
 {
-    constexpr char kDigits[] = "0123456789ABCDEF";
     std::string text;
     for (const std::uint8_t byte : bytes) {
-        text += text.empty() ? "" : " ";
-        text += {kDigits[byte >> 4], kDigits[byte & 0x0F]};
+        char digits[4];
+        std::snprintf(digits, sizeof digits, text.empty() ? "%02X" : " %02X", static_cast<unsigned>(byte));
+        text += digits;
     }
     return text;
 }
 
 std::string reference()
 {
-    const auto hex = [](int number, int count) {
-        Bytes bytes;
-        append(bytes, static_cast<std::size_t>(number), count);
-        return text_of(bytes);
-    };
     std::string text = "| Command | Step | Inquiry | Setting | Bytes taken |\n|---|---|---|---|---|\n";
     for (const Row& row : kRows) {
         const char* const data = row.digits < 0 ? " pq" : &" 0p 0q 0r 0s"[12 - 3 * std::min(row.digits, 4)];
         for (const auto& [code, end] : {std::pair{row.command, data}, {row.step, " 0p"}, {row.inquiry, ""}}) {
-            text += code == 0 ? "| " : "| `81 " + hex(code, kOpcode) + end + " FF` ";
+            Bytes bytes{0x81};
+            append(bytes, static_cast<std::size_t>(code), kOpcode);
+            text += code == 0 ? "| " : "| `" + text_of(bytes) + end + " FF` ";
         }
         text += "| `" + std::string(row.setting) + "` |";
         for (const Range& range : row.ranges) {
-            const int bytes = range.high > 0xFF ? 2 : 1;
-            text += range.low > range.high ? ""
-                                           : " " + hex(range.low, bytes) + "-" + hex(range.high, bytes) + "=" +
-                                                 std::to_string(range.value);
+            char bytes[32];
+            std::snprintf(bytes, sizeof bytes, " %02X-%02X=%d", static_cast<unsigned>(range.low),
+                          static_cast<unsigned>(range.high), range.value);
+            text += range.low <= range.high ? bytes : "";
         }
         text += " |\n";
     }

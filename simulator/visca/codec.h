@@ -20,7 +20,15 @@ namespace visca
 using Bytes = std::vector<std::uint8_t>;
 
 /// How a message is answered that gives no values: what was wrong, or how a command fares.
-enum class Status { length = 1, syntax, full, no_socket = 5, acknowledged = 0x40, not_executable, completed = 0x50 };
+enum class Status {
+    acknowledged = 0x40,
+    completed = 0x50,
+    length = 0x6001,
+    syntax,
+    full,
+    no_socket = 0x6005,
+    not_executable = 0x6041
+};
 Bytes bytes_of(Status status, int socket = 0);
 
 /// A camera as messages see it. One thread at a time.

@@ -1,0 +1,303 @@
+// The service in front of a simulated camera: what the camera holds and shows after each command, and many clients.
+#include "control/service.h"
+#include "host/store.h"
+#include "picture/picture.h"
+#include "session/cameras.h"
+#include "session/change.h"
+#include "session/lanes.h"
+#include "session/look.h"
+#include "session/session.h"
+#include "support/bench.h"
+#include "visca/codec.h"
+
+#include <netinet/in.h>
+#include <random>
+
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions()
+{
+    return "leak:libfontconfig";
+}
+
+namespace
+{
+
+using sim::host::find_setting;
+using visca::Bytes;
+
+/// A session with camera 0 in virtual time, served. One per process.
+class Control : public testing::Test
+{
+protected:
+    Control()
+    {
+        std::string pattern = (std::filesystem::temp_directory_path() / "isp_control_XXXXXX").string();
+        folder = mkdtemp(pattern.data());
+        session::open_session(folder);
+        EXPECT_TRUE(session::start_camera(0));
+        port = control::start_service(session::address_of("0"));
+    }
+    ~Control() override
+    {
+        control::stop_service();
+        std::filesystem::remove_all(folder);
+    }
+
+    /// A client that gives up reading after ten seconds.
+    int client(int camera = 0, int type = SOCK_STREAM) const
+    {
+        const int sock = socket(AF_INET, type, 0);
+        const timeval patience{.tv_sec = 10, .tv_usec = 0};
+        setsockopt(sock, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<std::uint16_t>(port + camera));
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        EXPECT_EQ(connect(sock, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        return sock;
+    }
+
+    /// What comes until so many bytes FF, or negative, so many datagrams; or the end of the connection.
+    static std::string hear(int sock, int replies)
+    {
+        Bytes heard;
+        for (Bytes more(64); replies < 0 || std::count(heard.begin(), heard.end(), 0xFF) < replies;) {
+            const ssize_t count = recv(sock, more.data(), more.size(), 0);
+            if (count <= 0) {
+                return visca::text_of(heard) + " end";
+            }
+            heard.insert(heard.end(), more.begin(), more.begin() + count);
+            if (replies < 0 && ++replies == 0) {
+                break;
+            }
+        }
+        return visca::text_of(heard);
+    }
+
+    static std::string ask(int sock, const std::string& text, int replies = 1)
+    {
+        std::istringstream words(text);
+        Bytes bytes;
+        for (std::string word; words >> word;) {
+            bytes.push_back(static_cast<std::uint8_t>(std::stoi(word, nullptr, 16)));
+        }
+        sim::step_aside(); // a command may wait
+        send(sock, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        return hear(sock, replies);
+    }
+
+    static std::string three(int code)
+    {
+        return visca::text_of({static_cast<std::uint8_t>(code >> 16), static_cast<std::uint8_t>(code >> 8),
+                               static_cast<std::uint8_t>(code)});
+    }
+
+    static void set(std::string_view name, int value)
+    {
+        session::change_setting(0, *find_setting(name), value, session::Origin::prompt);
+    }
+
+    static sim::picture::Image picture()
+    {
+        sim::wait(10'000'000);
+        sim::picture::Look look = session::look_of(0);
+        look.frame = 0;
+        return sim::picture::render(look, 160, 120);
+    }
+
+    std::filesystem::path folder;
+    int port = 0;
+};
+
+TEST_F(Control, MessagesAreAnsweredAndStored)
+{
+    const int sock = client();
+    std::ifstream file(MESSAGES);
+    for (std::string line; std::getline(file, line);) {
+        const std::size_t place = line.find(" > ");
+        if (line.front() == '#' || place == std::string::npos) {
+            continue;
+        }
+        const std::size_t name = line.find_first_not_of("0123456789ABCDEF ", place + 3);
+        const std::string replies = line.substr(place + 3, name == std::string::npos ? name : name - place - 4);
+        const std::string heard =
+            ask(sock, line.substr(0, place), static_cast<int>(std::count(replies.begin(), replies.end(), 'F') / 2));
+        EXPECT_EQ(heard, replies) << line;
+        if (name != std::string::npos) {
+            const std::size_t equals = line.find('=');
+            EXPECT_EQ(sim::host::stored(0, *find_setting(line.substr(name, equals - name))),
+                      std::stoi(line.substr(equals + 1)))
+                << line;
+        }
+    }
+}
+
+TEST_F(Control, EveryCommandIsAnsweredAndStoredAndShownAndSteppedToItsEnds)
+{
+    constexpr std::pair<std::string_view, int> kModes[] = {
+        {"exposure_mode", 0}, {"expcomp_mode", 2}, {"exposure_mode", 3}, {"exposure_mode", 13},
+        {"wb_mode", 0},       {"wb_mode", 5},      {"wb_mode", 32},      {"blackwhite_mode", 0}};
+    const std::string done = "90 41 FF 90 51 FF";
+    const int sock = client();
+    session::set_illuminant(0, "A");
+    set("expcomp_mode", 2);
+    set("expcomp_level", 14);
+    for (const visca::Row& row : visca::kRows) {
+        const sim::host::Setting* const setting = find_setting(row.setting);
+        if (row.command == 0 || setting == nullptr || setting->member == nullptr ||
+            row.ranges[1].use == visca::Use::last) {
+            continue;
+        }
+        SCOPED_TRACE(setting->name);
+        for (const auto& [name, value] : kModes) {
+            if (row.setting != name && !applies(*setting, sim::host::stored_record(0))) {
+                set(name, value);
+            }
+        }
+        const visca::Range& last =
+            row.ranges[row.ranges[1].low <= row.ranges[1].high && row.ranges[1].use == visca::Use::all ? 1 : 0];
+        const int highest = last.value + last.high - last.low;
+        const auto stored = [&] { return sim::host::stored(0, *setting); };
+        std::vector<sim::picture::Image> pictures;
+        for (const auto& [byte, value] : {std::pair{row.ranges[0].low, row.ranges[0].value}, {last.high, highest}}) {
+            std::string data;
+            for (int shift = 4 * (std::abs(row.digits) - 1); shift >= 0; shift -= 4) {
+                data += " " + visca::text_of({static_cast<std::uint8_t>(row.digits < 0 ? byte : byte >> shift & 0x0F)});
+            }
+            EXPECT_EQ(ask(sock, "81 " + three(row.command) + data + " FF", 2), done);
+            EXPECT_EQ(stored(), value);
+            EXPECT_TRUE(row.inquiry == 0 || ask(sock, "81 " + three(row.inquiry) + " FF") == "90 50" + data + " FF");
+            pictures.push_back(picture());
+        }
+        if (setting->shown && row.command != 0x01043D && row.command != 0x01043E && row.command != 0x010423) { // TODO
+            EXPECT_TRUE(pictures[0].pixels != pictures[1].pixels);
+        }
+        if (row.step != 0) {
+            const auto step = [&](const char* to) { EXPECT_EQ(ask(sock, "81 " + three(row.step) + to, 2), done); };
+            step(" 02 FF");
+            EXPECT_EQ(stored(), highest);
+            for (int before = highest + 1; stored() < before;) {
+                before = stored();
+                step(" 03 FF");
+            }
+            EXPECT_EQ(stored(), row.ranges[0].value);
+            step(" 00 FF");
+            EXPECT_EQ(stored(), setting->initial);
+        }
+        set("expcomp_mode", 3);
+    }
+}
+
+TEST_F(Control, TwoCommandsAreUnderWayAtMostAndNobodyWaitsForThem)
+{
+    const int sock = client();
+    const int other = client();
+    {
+        const session::Lanes held({0}, "test");
+        EXPECT_EQ(ask(sock, "81 01 04 4F 00 00 00 03 FF 81 01 04 0F 02 FF 81 01 04 0F 02 FF", 3),
+                  "90 41 FF 90 42 FF 90 60 03 FF");
+        EXPECT_EQ(ask(other, "81 01 04 00 03 FF"), "90 60 03 FF");
+        EXPECT_EQ(ask(other, "81 09 04 4D FF"), "90 50 00 00 00 05 FF");
+        EXPECT_EQ(ask(sock, "81 09 04 4F FF"), "90 50 00 00 00 04 FF"); // its own value, before it is there
+        EXPECT_EQ(sim::host::stored(0, *find_setting("hue")), 7);
+    }
+    EXPECT_EQ(hear(sock, 2), "90 51 FF 90 52 FF");
+    EXPECT_EQ(sim::host::stored(0, *find_setting("hue")), 4);
+    {
+        const session::Lanes held({0}, "test");
+        EXPECT_EQ(ask(sock, "81 01 04 4F 00 00 00 09 FF 81 01 00 01 FF", 2),
+                  "90 41 FF 90 50 FF"); // forgotten, yet done
+        EXPECT_EQ(ask(sock, "81 01 04 0F 02 FF"), "90 41 FF");
+    }
+    EXPECT_EQ(hear(sock, 1), "90 51 FF");
+    EXPECT_EQ(sim::host::stored(0, *find_setting("hue")), 10);
+
+    EXPECT_EQ(ask(sock, "81 01 04 4D 00 00 00 03 FF", 2), "90 41 FF 90 61 41 FF"); // not in this mode
+    EXPECT_EQ(ask(sock, "81 01 04 4B 00 00 00 03 FF", 2), "90 41 FF 90 61 41 FF");
+    EXPECT_EQ(ask(sock, "81 01 04 35 03 FF 81 01 04 10 05 FF", 4), "90 41 FF 90 42 FF 90 51 FF 90 52 FF"); // begun
+    EXPECT_EQ(ask(sock, "81 01 04 10 05 FF", 2), "90 41 FF 90 61 41 FF");
+    sim::wait(5'000'000);
+    EXPECT_EQ(ask(sock, "81 01 04 10 05 FF", 2), "90 41 FF 90 51 FF");
+    EXPECT_EQ(ask(sock, "81 01 04 47 02 00 00 00 FF 81 01 04 00 03 FF", 4).substr(0, 11), "90 41 FF 90");
+    sim::wait(10'000'000);
+    EXPECT_EQ(ask(sock, "81 09 04 47 FF 81 09 04 00 FF", 2), "90 50 02 00 00 00 FF 90 50 03 FF");
+    EXPECT_EQ(ask(client(1), "81 01 04 07 02 FF", 2), "90 41 FF 90 61 41 FF"); // no motor
+}
+
+TEST_F(Control, DatagramsHaveNumbersAndStreamsPieces)
+{
+    const int peer = client(0, SOCK_DGRAM);
+    const std::string up = "01 00 00 06 00 00 00 07 81 01 04 0F 02 FF";
+    const std::string done = "01 11 00 03 00 00 00 07 90 41 FF 01 11 00 03 00 00 00 07 90 51 FF";
+    const std::string hue = "01 10 00 05 00 00 00 08 81 09 04 4F FF";
+    EXPECT_EQ(ask(peer, up, -2), done);
+    EXPECT_EQ(ask(peer, up, -2), done); // acts once
+    EXPECT_EQ(ask(peer, hue, -1), "01 11 00 07 00 00 00 08 90 50 00 00 00 08 FF");
+    EXPECT_EQ(ask(peer, "01 00 00 06 00 00 00 07 81 01 04 0F 03 FF", -2), done); // another message
+    EXPECT_EQ(sim::host::stored(0, *find_setting("hue")), 7);
+    EXPECT_EQ(ask(peer, "02 00 00 01 FF FF FF FF 01", -1), "02 01 00 01 FF FF FF FF 01");
+    EXPECT_EQ(ask(peer, up, -2), done); // numbers begin anew
+    for (int i = 0; i < 16; ++i) {
+        ask(peer, "01 20 00 05 00 00 01 " + std::to_string(10 + i) + " 81 09 04 4F FF", -1);
+    }
+    EXPECT_EQ(ask(peer, up, -2), done); // forgotten
+    EXPECT_EQ(sim::host::stored(0, *find_setting("hue")), 9);
+    EXPECT_EQ(ask(peer, "02 00 00 01 00 00 00 07 02", -1), "02 01 00 02 00 00 00 07 0F 02");
+    EXPECT_EQ(ask(peer, "01 00 00 06 00 00 00 07 81 09 04 4F FF", -1), "02 01 00 02 00 00 00 07 0F 02");
+    EXPECT_EQ(ask(peer, "01 00 00 03 00 00 00 07 81 09 04", -1), "02 01 00 02 00 00 00 07 0F 02");
+    EXPECT_EQ(ask(peer, "81 09 04 4F FF 81 09 04", -2), "90 50 00 00 00 09 FF 90 60 01 FF");
+
+    const int sock = client();
+    ask(sock, "81", 0);
+    ask(sock, "09 04", 0);
+    EXPECT_EQ(ask(sock, "4F FF 81 09"), "90 50 00 00 00 09 FF");
+    EXPECT_EQ(ask(sock, "04 4F FF"), "90 50 00 00 00 09 FF");
+    EXPECT_EQ(ask(sock, "81 01 04 4F 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"), "90 60 01 FF");
+    EXPECT_EQ(ask(sock, "00 81 FF 81 09 04 4F FF"), "90 50 00 00 00 09 FF");
+}
+
+TEST_F(Control, BadClientsCostOnlyThemselves)
+{
+    EXPECT_EQ(ask(client(), "50 4F 53 54 20 2F"), " end");
+    std::vector<int> clients;
+    for (int i = 0; i < 8; ++i) {
+        clients.push_back(client());
+        EXPECT_EQ(ask(clients.back(), "81 09 04 00 FF"), "90 50 02 FF");
+    }
+    EXPECT_EQ(ask(client(), "81 09 04 00 FF"), " end"); // no room
+    EXPECT_EQ(ask(client(1), "81 09 04 00 FF"), "90 50 03 FF");
+
+    const Bytes inquiries(64, 0xFF);                                                 // each FF is too short a message
+    while (send(clients[0], inquiries.data(), inquiries.size(), MSG_NOSIGNAL) > 0) { // and never read
+    }
+    std::mt19937 random(1);
+    for (int i = 0; i < 2000; ++i) {
+        Bytes noise{0x81};
+        std::generate_n(std::back_inserter(noise), random() % 20, [&] { return static_cast<std::uint8_t>(random()); });
+        send(clients[1], noise.data(), noise.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+        Bytes some(4096);
+        recv(clients[1], some.data(), some.size(), MSG_DONTWAIT);
+    }
+    EXPECT_EQ(ask(clients[2], "81 09 04 42 FF").substr(0, 14), "90 50 00 00 00");
+}
+
+TEST_F(Control, FourClientsAtOnce)
+{
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&, sock = client(i / 2)] {
+            for (int n = 0; n < 100; ++n) {
+                const std::string reply = ask(sock, n % 2 == 0 ? "81 01 04 09 02 FF" : "81 01 04 02 03 FF", 2);
+                EXPECT_THAT(reply, testing::MatchesRegex("90 4([12]) FF 90 5[12] FF"));
+                EXPECT_THAT(ask(sock, "81 09 7E 7E 03 FF").size(), 47U);
+            }
+            EXPECT_EQ(ask(sock, "81 09 04 49 FF"), "90 50 00 00 00 0E FF");
+            close(sock);
+        });
+    }
+    for (std::thread& each : threads) {
+        each.join();
+    }
+}
+
+} // namespace
