@@ -287,6 +287,45 @@ class Page(unittest.TestCase):
         self.tab("Image")
         self.eventually(lambda: self.one("[data-setting=csc_mode] input:checked + label").text == "bt709 limited")
 
+    def test_files_and_looks_come_and_go(self):
+        self.one("#command").send_keys("render 0 view.png\n")
+        self.eventually(lambda: self.browser.execute_script(
+            "return document.querySelector('#log-lines img.written')?.naturalWidth > 600"))
+        with urllib.request.urlopen(self.one("#log-lines a.written").get_attribute("href")) as answer:
+            self.assertEqual(answer.read(4), b"\x89PNG")
+        self.tab("Tools")
+        self.program.run("set 0 hue 12")
+        self.one("input[placeholder=name]").send_keys("warm")
+        self.browser.find_element(By.XPATH, "//button[text()='Keep']").click()
+        self.eventually(lambda: "wrote warm.look" in self.one(".page:not([hidden])").text)
+        self.program.run("reset 0")
+        self.one("input[placeholder=name]").click()
+        self.browser.find_element(By.XPATH, "//button[text()='Apply']").click()
+        self.eventually(lambda: self.program.stored(0, "hue") == 12)
+        self.eventually(lambda: self.browser.execute_script("return document.querySelector('option[value=warm]')"))
+        record = os.path.join(self.folders[1].name, "look.json")
+        with open(record, "w", encoding="ascii") as file:
+            json.dump({"settings": {"hue": 3, "gamma": 2}}, file)
+        self.one("input[accept='.json']").send_keys(record)
+        self.eventually(lambda: (self.program.stored(0, "hue"), self.program.stored(0, "gamma")) == (3, 2))
+        self.tab("Scene")
+        self.one("input[accept*=png]").send_keys(os.path.join(os.path.dirname(DEMO), "../../docs/pictures/gamma.jpg"))
+        self.eventually(lambda: "gamma.jpg" in self.program.request("GET", "api/state")["cameras"][0]["scene"])
+        self.program.run("scene 0 stage")
+
+    def test_a_page_without_its_program_says_so(self):
+        program = Program(tempfile.mkdtemp(dir=self.folders[0].name))
+        self.expected = program.url
+        self.browser.get(program.url)
+        self.eventually(lambda: len(self.all(".camera")) == 4)
+        program.type("quit")
+        self.assertEqual(program.process.wait(20), 0)
+        self.eventually(lambda: self.one("#connection").text == "no connection")
+        self.assertLess(float(self.one(".picture").value_of_css_property("opacity")), 0.5)
+        self.tab("Image")
+        self.slider("hue").send_keys(Keys.END)
+        self.eventually(lambda: self.note("hue") == "isp-sim does not answer.")
+
     def test_one_push_shows_its_progress(self):
         self.tab("White balance")
         self.choose("onepush")

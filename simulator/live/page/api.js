@@ -1,10 +1,11 @@
 // The server's interface: requests, and events that other modules listen to.
 
 async function request(method, path, body) {
+  const isFile = body instanceof File;
   const response = await fetch(path, {
     method,
-    headers: body === undefined ? {} : { 'Content-Type': 'application/json' },
-    body: body === undefined ? undefined : JSON.stringify(body),
+    headers: body === undefined ? {} : { 'Content-Type': isFile ? body.type : 'application/json' },
+    body: body === undefined || isFile ? body : JSON.stringify(body),
   }).catch(() => {
     throw new Error('isp-sim does not answer.');
   });
@@ -19,6 +20,14 @@ export const getSettings = () => request('GET', 'api/settings');
 
 export const putSetting = (camera, name, value) =>
   request('PUT', `api/cameras/${camera}/settings/${name}`, value === undefined ? {} : { value });
+
+export const putSettings = (camera, record) => request('PUT', `api/cameras/${camera}/settings`, record);
+
+const pathOf = (name) => `api/files/${encodeURIComponent(name)}`;
+
+export const getFiles = async () => (await request('GET', 'api/files')).files;
+
+export const putFile = (name, file) => request('PUT', pathOf(name), file);
 
 export const runCommand = (line) => request('POST', 'api/command', { line });
 
@@ -75,6 +84,19 @@ export function element(tag, attributes = {}, ...children) {
   }
   made.append(...children);
   return made;
+}
+
+/** A command's answer with links to the files that it wrote, and their pictures. */
+export function linked(text) {
+  return text.split('\n').map((line) => {
+    const name = /^wrote (?:.*\/)?([^/]+)$/.exec(line)?.[1];
+    if (!name) {
+      return `${line}\n`;
+    }
+    const picture = /\.(png|jpe?g)$/i.test(name)
+      ? [element('img', { src: `${pathOf(name)}?${Date.now()}`, alt: name, className: 'written' })] : [];
+    return element('a', { href: pathOf(name), download: name, className: 'written' }, `wrote ${name}`, ...picture);
+  });
 }
 
 // Names that say little without the documents; the others are read as they are.

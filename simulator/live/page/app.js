@@ -1,5 +1,5 @@
 // The page: what the server tells goes to cameras, controls, plots and log.
-import { element, getSettings, listen, readable, runCommand, say, title } from './api.js';
+import { element, getSettings, linked, listen, readable, runCommand, say, title } from './api.js';
 import { Cameras } from './cameras.js';
 import { Controls, valueText } from './controls.js';
 import { Plots } from './plot.js';
@@ -45,7 +45,8 @@ class Log {
     const atEnd = this.lines.scrollHeight - this.lines.scrollTop - this.lines.clientHeight < 30;
     const tag = camera === null || camera === 'said' ? '' : `camera ${camera}`;
     const line = element('div', { className },
-      element('time', {}, clockText(time)), element('span', { className: 'tag' }, tag), element('span', {}, text));
+      element('time', {}, clockText(time)), element('span', { className: 'tag' }, tag),
+      element('span', {}, ...(className === 'answer' ? linked(text) : [text])));
     Object.assign(line.dataset, { camera, level });
     line.hidden = !this.wants(line.dataset);
     this.lines.append(line);

@@ -1,6 +1,8 @@
 // The controls: one per setting of the server's list, grouped as there, and those of scene, lens, faults and
 // calibration.
-import { element, latestOnly, putSetting, readable, runCommand, say, title } from './api.js';
+import {
+  element, getFiles, latestOnly, linked, putFile, putSetting, putSettings, readable, runCommand, say, title,
+} from './api.js';
 
 const TABS = { exposure: 'Exposure', white_balance: 'White balance', image: 'Image' }; // other groups are among the tools
 const ONE_PUSH_SECONDS = 4;
@@ -8,6 +10,8 @@ const CALIBRATION_SECONDS = 9;
 
 const DARKEST = -2.05; // the slider of the luminance is logarithmic; its lowest place is no light at all
 const luminanceAt = (place) => (place <= DARKEST ? 0 : Number((10 ** place).toPrecision(3)));
+
+const button = (text, onclick, attributes = {}) => element('button', { type: 'button', onclick, ...attributes }, text);
 
 let ids = 0;
 const newId = () => `c${(ids += 1)}`;
@@ -95,11 +99,9 @@ class Row {
     this.label = element('label', { className: 'label', title: `${setting.name}: ${setting.effect}` },
       title(setting.name));
     this.text = element('output', { className: 'value' });
-    this.reset = element('button', {
-      type: 'button', className: 'reset', onclick: () => this.put(setting.initial),
-      title: `Back to ${valueText(setting, setting.initial)}`,
-      'aria-label': `${title(setting.name)}: back to ${valueText(setting, setting.initial)}`,
-    }, '↺');
+    const back = `back to ${valueText(setting, setting.initial)}`;
+    this.reset = button('↺', () => this.put(setting.initial),
+      { className: 'reset', title: back, ariaLabel: `${title(setting.name)}: ${back}` });
     this.note = element('p', { className: 'note', id: newId() });
     this.control = this.makeControl();
     this.node = element('div', { className: `row of-${this.form}` }, this.label, this.control, this.text, this.reset,
@@ -113,8 +115,7 @@ class Row {
     this.form = formOf(setting);
     const described = { 'aria-describedby': this.note.id };
     if (this.form === 'action') {
-      this.input = element('button', { type: 'button', onclick: () => this.put(), ...described },
-        setting.name === 'wb_mode_onepush' ? 'Measure' : 'Apply');
+      this.input = button(setting.name === 'wb_mode_onepush' ? 'Measure' : 'Apply', () => this.put(), described);
       this.progress = element('progress', { max: 1, value: 0, hidden: true, 'aria-label': 'Progress' });
       return element('span', { className: 'control' }, this.input, this.progress);
     }
@@ -129,7 +130,7 @@ class Row {
       this.showControl = (value) => { this.input.checked = value === on; };
       return element('span', { className: 'control' }, this.input);
     }
-    if (this.form === 'choice') {
+    if (this.form === 'choice' || this.form === 'styles') {
       const names = setting.names.every(({ name }) => Number(name) > 0)
         ? [...setting.names].sort((a, b) => a.name - b.name) : setting.names;
       const made = choice(title(setting.name), names.map(({ name, value }) => [value, readable(name)]),
@@ -239,23 +240,35 @@ class Row {
   }
 }
 
-/** The image styles: each a button, the stored one marked. */
-class Styles extends Row {
-  makeControl() {
-    this.form = 'styles';
-    const made = choice('Image style', this.setting.names.map(({ name, value }) => [value, readable(name)]),
-      (value) => this.put(value), 'pills tiles');
-    this.showControl = made.show;
-    return made.node;
-  }
-}
-
 function section(heading, ...children) {
   return element('section', { className: 'group' }, element('h3', {}, heading), ...children);
 }
 
 function simpleRow(label, control, value = '') {
   return element('div', { className: 'row' }, label, control, value);
+}
+
+function switchRow(label, onChange) {
+  const input = element('input', {
+    type: 'checkbox', className: 'switch', role: 'switch', id: newId(), onchange: () => onChange(input.checked),
+  });
+  return {
+    node: simpleRow(element('label', { className: 'label', htmlFor: input.id }, label),
+      element('span', { className: 'control' }, input)),
+    show(on) { input.checked = on; },
+  };
+}
+
+/** A button that asks for a file. */
+function picker(text, accept, onFile) {
+  const input = element('input', {
+    type: 'file', accept, className: 'visually-hidden',
+    onchange: () => {
+      onFile(input.files[0]);
+      input.value = '';
+    },
+  });
+  return element('label', { className: 'picker' }, text, input);
 }
 
 /** A slider for what is no setting: sends a command line. `show` follows what happens elsewhere. */
@@ -357,7 +370,7 @@ export class Controls {
       if (!belongs(setting.group) || setting.kind === 'none') {
         continue;
       }
-      const row = setting.name === 'style' ? new Styles(setting, this.context) : new Row(setting, this.context);
+      const row = new Row(setting, this.context);
       this.rows.push(row);
       if (setting.name === 'style') {
         page.prepend(row.node);
@@ -371,11 +384,11 @@ export class Controls {
     return page;
   }
 
-  /** Runs a command of the prompt; a refusal is shown beside the control. */
-  async command(line, note) {
+  /** Shows in a note what an action answers, or why it was refused. */
+  async attempt(action, note) {
     try {
-      const { output } = await runCommand(line);
-      note.textContent = output.trim();
+      const text = (await action()).trim();
+      note.replaceChildren(...(text ? linked(text) : []));
       note.className = 'note';
     } catch (error) {
       note.textContent = error.message;
@@ -384,11 +397,14 @@ export class Controls {
     }
   }
 
+  /** Runs a command of the prompt. */
+  command(line, note) {
+    return this.attempt(async () => (await runCommand(line)).output, note);
+  }
+
   scenePage() {
     const offers = this.list.offers;
     const note = element('p', { className: 'note', 'aria-live': 'polite' });
-    const button = (text, line) =>
-      element('button', { type: 'button', onclick: () => this.command(line(), note) }, text);
     const over = element('select', { 'aria-label': 'Time in which the luminance is reached' },
       ...['at once', '2s', '10s', '30s'].map((text) => element('option', { value: text === 'at once' ? '' : text },
         text === 'at once' ? text : `in ${text.slice(0, -1)} s`)));
@@ -403,38 +419,41 @@ export class Controls {
       (value) => `zoom ${value}`, (value) => String(value));
     this.iris = commandSlider('Iris position', { min: 0, max: offers.iris_widest, step: 5, value: offers.iris_widest },
       (value) => `iris to ${value}`, (value) => String(value));
-    this.autoIris = element('input', {
-      type: 'checkbox', className: 'switch', role: 'switch', id: newId(),
-      onchange: () => this.command(`iris auto ${this.autoIris.checked ? 'on' : 'off'}`, note),
-    });
+    this.autoIris = switchRow('Automatic iris', (on) => this.command(`iris auto ${on ? 'on' : 'off'}`, note));
+    this.moving = switchRow('Moving', (on) => this.command(`scene ${this.camera} ${this.sceneName}${on ? ' moving' : ''}`, note));
+    this.mains = choice('Mains', [[50, '50 Hz'], [60, '60 Hz'], [0, 'off']],
+      (hertz) => this.command(`mains ${this.camera} ${hertz || 'off'}`, note));
+    const show = async (file) => {
+      const name = file.name.replace(/[^\w.-]/g, '_');
+      await putFile(name, file);
+      return (await runCommand(`scene ${this.camera} ${name}`)).output;
+    };
     return element('div', { className: 'page' },
-      section('Scene in front of the camera', this.scene.node),
+      section('Scene in front of the camera', this.scene.node, this.moving.node,
+        picker('Photograph…', 'image/png,image/jpeg', (file) => this.attempt(() => show(file), note))),
       section('Light', this.luminance.node, simpleRow(element('span', { className: 'label' }, 'is reached'), over),
         this.light.node,
         simpleRow(element('span', { className: 'label' }, 'Lamp'), element('span', { className: 'buttons' },
-          ...offers.illuminants.map((name) => button(name, () => `illuminant ${this.camera} ${name}`))))),
+          ...offers.illuminants.map((name) => button(name, () => this.command(`illuminant ${this.camera} ${name}`, note))))),
+        simpleRow(element('span', { className: 'label' }, 'Mains'), this.mains.node)),
       section('Lens of camera 0', this.zoom.node, this.iris.node,
-        simpleRow(element('label', { className: 'label', htmlFor: this.autoIris.id }, 'Automatic iris'),
-          element('span', { className: 'control' }, this.autoIris))),
+        this.autoIris.node),
       note);
   }
 
   toolsPage() {
     const offers = this.list.offers;
-    const notes = [0, 1, 2].map(() => element('p', { className: 'note', 'aria-live': 'polite' }));
+    const notes = [0, 1, 2, 3].map(() => element('p', { className: 'note', 'aria-live': 'polite' }));
     [, , this.switchNote] = notes;
     const calibrate = (text, which) => {
       const bar = element('progress', { max: 1, value: 0, hidden: true, 'aria-label': 'Progress' });
-      const start = element('button', {
-        type: 'button',
-        onclick: async () => {
-          const progress = this.progress(bar, CALIBRATION_SECONDS);
-          start.disabled = true;
-          await this.command(`calibrate ${which}`, notes[0]);
-          start.disabled = false;
-          progress.end();
-        },
-      }, text);
+      const start = button(text, async () => {
+        const progress = this.progress(bar, CALIBRATION_SECONDS);
+        start.disabled = true;
+        await this.command(`calibrate ${which}`, notes[0]);
+        start.disabled = false;
+        progress.end();
+      });
       return element('div', { className: 'buttons' }, start, bar);
     };
     const fault = {
@@ -443,6 +462,20 @@ export class Controls {
       code: element('input', { id: newId(), type: 'number', min: -32768, max: 32767, value: -1 }),
       always: element('input', { id: newId(), type: 'checkbox', className: 'switch', role: 'switch' }),
     };
+    const tried = (text, action) => button(text, () => this.attempt(action, notes[3]));
+    const download = (href, name) => element('a', { href, download: name }).click() ?? '';
+    const kept = element('datalist', { id: newId() });
+    const look = element('input', {
+      id: newId(), autocomplete: 'off', spellcheck: false, list: kept.id, placeholder: 'name',
+      onfocus: async () => kept.replaceChildren(...(await getFiles()).filter((name) => name.endsWith('.look'))
+        .map((name) => element('option', { value: name.slice(0, -5) }))),
+    });
+    const withLook = (command) => async () => (await runCommand(`${command} ${this.camera} ${look.value.trim()}.look`)).output;
+    const take = async (file) => {
+      await putSettings(this.camera, file);
+      return `camera ${this.camera} has the settings of ${file.name}`;
+    };
+
     const names = element('datalist', { id: newId() }, ...offers.functions.map((name) => element('option', { value: name })));
     fault.name.setAttribute('list', names.id);
     const field = (text, input) => element('div', { className: 'row' },
@@ -450,21 +483,27 @@ export class Controls {
     return element('div', { className: 'page' },
       section('Cameras',
         element('div', { className: 'buttons wrap', id: 'camera-switches' }), notes[2]),
+      section('Looks and pictures of this camera',
+        field('Look', look), kept,
+        element('div', { className: 'buttons' }, tried('Keep', withLook('save')), tried('Apply', withLook('load')),
+          button('Export', () => download(`api/cameras/${this.camera}/settings`, `camera${this.camera}.json`)),
+          picker('Import…', '.json', (file) => this.attempt(() => take(file), notes[3]))),
+        element('div', { className: 'buttons' },
+          tried('Picture as PNG', async () => (await runCommand(`render ${this.camera} camera${this.camera}.png`)).output),
+          button('as JPEG', () => download(`api/cameras/${this.camera}/picture.jpg?width=1280`, `camera${this.camera}.jpg`))),
+        notes[3]),
       section('White-balance calibration of cameras 0, 2 and 3',
         calibrate('1. Measure D65', 'd65'), calibrate('2. Measure A', 'a'),
         element('div', { className: 'buttons' },
-          element('button', { type: 'button', onclick: () => this.command('follow wb on', notes[0]) }, 'Follow camera 3'),
-          element('button', { type: 'button', onclick: () => this.command('follow wb off', notes[0]) }, 'Stop following')),
+          button('Follow camera 3', () => this.command('follow wb on', notes[0])),
+          button('Stop following', () => this.command('follow wb off', notes[0]))),
         notes[0]),
       section('Make a call of the engine or host fail', names, field('Function', fault.name),
         field('Its call, from now', fault.nth), field('Code', fault.code), field('And all later calls', fault.always),
         element('div', { className: 'buttons' },
-          element('button', {
-            type: 'button',
-            onclick: () => this.command(`fault ${fault.name.value} ${fault.nth.value} ${fault.code.value}` +
-              (fault.always.checked ? ' always' : ''), notes[1]),
-          }, 'Inject'),
-          element('button', { type: 'button', onclick: () => this.command('fault clear', notes[1]) }, 'Clear all')),
+          button('Inject', () => this.command(`fault ${fault.name.value} ${fault.nth.value} ${fault.code.value}` +
+            (fault.always.checked ? ' always' : ''), notes[1])),
+          button('Clear all', () => this.command('fault clear', notes[1]))),
         notes[1]),
       section('Other settings', ...this.settingsPage((group) => !(group in TABS)).children));
   }
@@ -496,10 +535,8 @@ export class Controls {
     this.choice.show(this.camera);
     this.choiceNode.replaceChildren(...this.choice.node.children);
     document.getElementById('camera-switches').replaceChildren(...states.map(({ id, state }) => {
-      const runs = state === 'running';
-      return element('button', {
-        type: 'button', onclick: () => this.command(`${runs ? 'release' : 'start'} ${id}`, this.switchNote),
-      }, `${runs ? 'Release' : 'Start'} ${id}`);
+      const [name, text] = state === 'running' ? ['release', 'Release'] : ['start', 'Start'];
+      return button(`${text} ${id}`, () => this.command(`${name} ${id}`, this.switchNote));
     }));
   }
 
@@ -543,7 +580,10 @@ export class Controls {
     this.light.show(camera.illuminant);
     this.zoom.show(state.zoom_target);
     this.iris.show(state.iris_target);
-    this.autoIris.checked = state.auto_iris;
+    this.autoIris.show(state.auto_iris);
+    this.moving.show(camera.moving);
+    this.mains.show(camera.mains);
+    this.sceneName = camera.scene;
     this.luminance.show(Math.max(Math.log10(camera.luminance), DARKEST));
     this.scene.show(camera.scene);
   }
