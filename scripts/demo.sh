@@ -2,13 +2,19 @@
 # Installs what is missing, builds, and plays the bundled scenarios on the simulated cameras. Settings, recordings and
 # pictures go to build/demo.
 #   scripts/demo.sh [SCENARIO...]             all scenarios without arguments
-#   scripts/demo.sh --live [[HOST:]PORT]      four cameras on a page in the browser, until Ctrl-C or quit
+#   scripts/demo.sh --live [--fresh] [[HOST:]PORT]
+#       four cameras on a page in the browser, until Ctrl-C or quit; settings and files stay in build/live until --fresh
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
 live=()
 if [[ ${1-} == --live ]]; then
-    live=(--serve "${2:-8080}")
+    shift
+    if [[ ${1-} == --fresh ]]; then
+        rm -rf build/live
+        shift
+    fi
+    live=(--serve "${1:-8080}")
 elif (($# > 0)); then
     mapfile -t scenarios < <(realpath -- "$@")
 else
@@ -24,12 +30,12 @@ if ! { cmake --preset release -DISP_CTRL_TESTS=OFF -DISP_CTRL_LIVE=ON && cmake -
     exit 1
 fi
 
+if ((${#live[@]} > 0)); then
+    exec build/release/isp-sim --state build/live "${live[@]}" simulator/live/demo.isp
+fi
 rm -rf build/demo
 mkdir -p build/demo
 cd build/demo
-if ((${#live[@]} > 0)); then
-    exec "$root/build/release/isp-sim" --state state "${live[@]}" "$root/simulator/live/demo.isp"
-fi
 for scenario in "${scenarios[@]}"; do
     echo
     echo "=== ${scenario##*/}"

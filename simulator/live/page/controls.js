@@ -16,7 +16,6 @@ const button = (text, onclick, attributes = {}) => element('button', { type: 'bu
 let ids = 0;
 const newId = () => `c${(ids += 1)}`;
 
-
 export function valueText(setting, value) {
   return setting.names.find((known) => known.value === value)?.name ?? String(value);
 }
