@@ -281,6 +281,9 @@ export class Cameras {
       card.node.classList.toggle('selected', other === id);
       card.setLarge(enlarged && other === id, enlarged && other !== id);
     }
+    if (enlarged) {
+      this.cards.get(id)?.node.scrollIntoView({ block: 'nearest' });
+    }
     this.onSelect(id);
   }
 }
