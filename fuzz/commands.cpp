@@ -25,8 +25,9 @@ constexpr std::string_view kLeftOut[] = {"record",   "plot",    "render",  "comp
 
 bool obey(const std::string& line)
 {
+    static prompt::RunOptions options{.confined = true};
     try {
-        return prompt::run_line(line, {.confined = true});
+        return prompt::run_line(line, options);
     } catch (const session::BadInput&) {
         return true;
     }

@@ -1,7 +1,7 @@
 // isp-sim: the library at work on a simulated camera, from a prompt or from scripts.
 #include "app/serve.h"
 #include "prompt/interrupt.h"
-#include "prompt/json.h"
+#include "prompt/commands.h"
 #include "prompt/reference.h"
 #include "prompt/shell.h"
 #include "session/files.h"
@@ -112,7 +112,7 @@ int main(int argc, char** argv)
         ->type_name("[HOST:]PORT");
     parser.add_option("SCRIPT", scripts, "Scripts to run instead of a prompt");
     parser.add_flag("--read-only", read_only, "Look without writing anything to the folder");
-    parser.add_flag("--json", json, "Print list, show, block, changes and measure as one JSON object a line");
+    parser.add_flag("--json", json, "Answer in JSON, one object a command");
     parser.set_version_flag("--version", "isp-sim " ISP_SIM_VERSION);
     try {
         parser.parse(argc, argv);
@@ -122,7 +122,7 @@ int main(int argc, char** argv)
     }
     std::set_terminate(end_of_thread);
     prompt::catch_signals();
-    prompt::set_json(json);
+    prompt::console().json = json;
     if (reference) {
         return guarded([] { return print(prompt::settings_reference()); });
     }

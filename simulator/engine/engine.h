@@ -6,6 +6,7 @@
 
 #include <string>
 #include <string_view>
+#include <variant>
 #include <vector>
 
 namespace sim::engine
@@ -67,22 +68,25 @@ Block initial();
 /// Names of the blocks that can be set, those of modules.def.
 std::vector<std::string> block_names();
 
-/// One field, or one element of an array, as text ("stManual.LinearAE.TimeValue", "0.0333333").
-struct FieldText {
+using Value = std::variant<bool, int, float, std::string>;
+std::string text_of(const Value& value);
+
+/// A field "stManual.LinearAE.TimeValue" with its value, or an array "sharp_ratio[0..12]" with its elements; of a
+/// change, those that differ, and what they were.
+struct Field {
     std::string name;
-    std::string value;
-    std::string before; // of a change
+    std::vector<Value> values;
+    std::vector<Value> before;
 };
 
-/// All fields of a block as text; arrays whose elements are all equal are one entry ("sharp_ratio[0..12]"). Empty for
-/// an unknown block or context.
-std::vector<FieldText> describe(const void* context, std::string_view block);
+/// All fields of a block. Empty for an unknown block or context.
+std::vector<Field> describe(const void* context, std::string_view block);
 
 /// The blocks of a context at one moment, and the fields in which a later moment differs, named "block.field": all of
 /// them if there was no context before. Empty for an unknown context.
 using Snapshot = std::vector<unsigned char>;
 Snapshot snapshot(const void* context);
-std::vector<FieldText> changes(const Snapshot& before, const Snapshot& after);
+std::vector<Field> changes(const Snapshot& before, const Snapshot& after);
 
 // ---- Scene and live results ---------------------------------------------------------------------------------------
 

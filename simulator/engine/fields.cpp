@@ -1,8 +1,7 @@
 // One line per field of the attribute blocks. From this table come the values that a new context holds, a block as
-// text, and what changed in a context.
+// names and values, and what changed in a context.
 #include "engine/contexts.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -48,7 +47,7 @@ struct Values {
     bool scattered = false;
 };
 
-struct Field {
+struct Entry {
     const char* block;
     const char* path;   // of the field, or of the array of records that it is in
     const char* member; // within a record, null: not in an array of records
@@ -60,7 +59,7 @@ struct Field {
 };
 
 #define FIELD(block, path, ...)                                                                                        \
-    Field                                                                                                              \
+    Entry                                                                                                              \
     {                                                                                                                  \
         #block, #path, nullptr, shape_of<decltype(Blocks::block.path)>(), offsetof(Blocks, block.path), 1, 0, Values   \
         {                                                                                                              \
@@ -68,7 +67,7 @@ struct Field {
         }                                                                                                              \
     }
 #define RECORD_FIELD(block, path, member, ...)                                                                         \
-    Field                                                                                                              \
+    Entry                                                                                                              \
     {                                                                                                                  \
         #block, #path, #member, shape_of<decltype(Blocks::block.path[0].member)>(),                                    \
             offsetof(Blocks, block.path[0].member), sizeof(Blocks::block.path) / sizeof(Blocks::block.path[0]),        \
@@ -80,7 +79,7 @@ struct Field {
 #define SYNC(block, done_first) FIELD(block, sync.sync_mode, RK_AIQ_UAPI_MODE_SYNC), FIELD(block, sync.done, done_first)
 
 // Sensible for exposure and white balance to start from; elsewhere values that nothing else would write.
-constexpr Field kFields[] = {
+constexpr Entry kFields[] = {
     SYNC(ae, true),
     FIELD(ae, Enable, true),
     FIELD(ae, AecRunInterval, 3),
@@ -118,7 +117,7 @@ constexpr Field kFields[] = {
     FIELD(lin_ae, Params.ToleranceIn, 6.25),
     FIELD(lin_ae, Params.ToleranceOut, 8.75),
     FIELD(lin_ae, Params.DySetpoint.array_size, kSetpoints),
-    Field{"lin_ae", "Params.DySetpoint.DySetpoint", nullptr, shape_of<float[kSetpoints]>(), offsetof(Blocks, setpoints),
+    Entry{"lin_ae", "Params.DySetpoint.DySetpoint", nullptr, shape_of<float[kSetpoints]>(), offsetof(Blocks, setpoints),
           1, 0, Values{60.0, -1.5}},
 
     FIELD(gain_range, max, 15.5),
@@ -228,18 +227,8 @@ constexpr Field kFields[] = {
     FIELD(lsc, stAuto.tbl.tableAll_len, 11),
 };
 
-// Name of a field without the index of an element.
-std::string field_name(const Field& field, std::size_t record)
-{
-    std::string name = field.path;
-    if (field.member) {
-        name.append("[").append(std::to_string(record)).append("].").append(field.member);
-    }
-    return name;
-}
-
 template <typename Byte>
-Byte* element(Byte* blocks, const Field& field, std::size_t record, std::size_t i)
+Byte* element(Byte* blocks, const Entry& field, std::size_t record, std::size_t i)
 {
     return blocks + field.offset + record * field.stride + i * field.shape.size;
 }
@@ -251,7 +240,7 @@ void put(unsigned char* at, double value)
     std::memcpy(at, &typed, sizeof(typed));
 }
 
-void put_initial(unsigned char* at, const Field& field, std::size_t record, std::size_t i)
+void put_initial(unsigned char* at, const Entry& field, std::size_t record, std::size_t i)
 {
     const Values& v = field.values;
     const std::size_t place = v.scattered ? 7 * i % field.shape.count : i;
@@ -280,59 +269,70 @@ T value_at(const unsigned char* at)
     return value;
 }
 
-std::string text_of(const unsigned char* at, const Field& field)
+Value value_of(const unsigned char* at, const Entry& field)
 {
     switch (field.shape.kind) {
     case Kind::boolean:
-        return *at != 0 ? "true" : "false";
+        return *at != 0;
     case Kind::u8:
-        return std::to_string(*at);
+        return int{*at};
     case Kind::u16:
-        return std::to_string(value_at<uint16_t>(at));
+        return int{value_at<uint16_t>(at)};
     case Kind::i32:
-        return std::to_string(value_at<int>(at));
-    case Kind::f32: {
-        char text[32];
-        std::snprintf(text, sizeof(text), "%.6g", static_cast<double>(value_at<float>(at)));
-        return text;
+        return value_at<int>(at);
+    case Kind::f32:
+        return value_at<float>(at);
+    case Kind::text:
+        break;
     }
-    case Kind::text: {
-        const auto* const text = reinterpret_cast<const char*>(at);
-        return {text, strnlen(text, field.shape.size)};
-    }
-    }
-    return {};
+    const auto* const text = reinterpret_cast<const char*>(at);
+    return std::string(text, strnlen(text, field.shape.size));
 }
 
-// The elements of one field of one record, equal neighbours as one entry; or, with earlier blocks, each that differs.
-void list_field(std::vector<FieldText>& list, const std::string& prefix, const unsigned char* blocks,
-                const unsigned char* earlier, const Field& field, std::size_t record)
+// Adds one array, or runs of its elements that differ from earlier ones. An array of records that have one value each
+// is an array of these values.
+void list_array(std::vector<Field>& list, const std::string& prefix, const unsigned char* blocks,
+                const unsigned char* earlier, const Entry& field, std::size_t record)
 {
-    const auto at = [&](const unsigned char* from, std::size_t i) { return element(from, field, record, i); };
-    const auto text_at = [&](const unsigned char* from, std::size_t i) { return text_of(at(from, i), field); };
-    const std::size_t count = field.shape.count;
-    if (earlier != nullptr && std::memcmp(at(earlier, 0), at(blocks, 0), count * field.shape.size) == 0) {
-        return;
-    }
-    for (std::size_t first = 0; first < count; ++first) {
-        if (earlier != nullptr && std::memcmp(at(earlier, first), at(blocks, first), field.shape.size) == 0) {
+    const bool of_records = field.records > 1 && field.shape.count == 1;
+    const std::size_t count = of_records ? field.records : field.shape.count;
+    const auto at = [&](const unsigned char* from, std::size_t i) {
+        return of_records ? element(from, field, i, 0) : element(from, field, record, i);
+    };
+    const auto differs = [&](std::size_t i) {
+        return earlier == nullptr || std::memcmp(at(earlier, i), at(blocks, i), field.shape.size) != 0;
+    };
+    for (std::size_t i = 0; i < count; ++i) {
+        Field found;
+        const std::size_t first = i;
+        for (; i < count && differs(i); ++i) {
+            found.values.push_back(value_of(at(blocks, i), field));
+            if (earlier != nullptr) {
+                found.before.push_back(value_of(at(earlier, i), field));
+            }
+        }
+        if (found.values.empty()) {
             continue;
         }
-        FieldText entry{prefix + field_name(field, record), text_at(blocks, first),
-                        earlier != nullptr ? text_at(earlier, first) : ""};
-        std::size_t last = first;
-        while (earlier == nullptr && last + 1 < count && text_at(blocks, last + 1) == entry.value) {
-            ++last;
+        const std::string indexes =
+            "[" + std::to_string(first) + (i - first > 1 ? ".." + std::to_string(i - 1) : "") + "]";
+        found.name = prefix + field.path;
+        if (field.member != nullptr) {
+            found.name += (of_records ? indexes : "[" + std::to_string(record) + "]") + "." + field.member;
         }
-        if (field.shape.array) {
-            entry.name.append("[").append(std::to_string(first));
-            if (last > first) {
-                entry.name.append("..").append(std::to_string(last));
-            }
-            entry.name.append("]");
+        if (field.shape.array && !of_records) {
+            found.name += indexes;
         }
-        list.push_back(std::move(entry));
-        first = last;
+        list.push_back(std::move(found));
+    }
+}
+
+void list_field(std::vector<Field>& list, const std::string& prefix, const unsigned char* blocks,
+                const unsigned char* earlier, const Entry& field)
+{
+    const std::size_t arrays = field.shape.count == 1 ? 1 : field.records;
+    for (std::size_t record = 0; record < arrays; ++record) {
+        list_array(list, prefix, blocks, earlier, field, record);
     }
 }
 
@@ -343,7 +343,7 @@ const Blocks& initial_blocks()
     static const Blocks& blocks = []() -> const Blocks& {
         Blocks& b = *new Blocks{};
         auto* const bytes = reinterpret_cast<unsigned char*>(&b);
-        for (const Field& field : kFields) {
+        for (const Entry& field : kFields) {
             for (std::size_t record = 0; record < field.records; ++record) {
                 for (std::size_t i = 0; i < field.shape.count; ++i) {
                     put_initial(element(bytes, field, record, i), field, record, i);
@@ -367,7 +367,7 @@ const Blocks& initial_blocks()
 std::vector<std::string> block_names()
 {
     std::vector<std::string> names;
-    for (const Field& field : kFields) {
+    for (const Entry& field : kFields) {
         if (names.empty() || names.back() != field.block) {
             names.emplace_back(field.block);
         }
@@ -386,31 +386,39 @@ Snapshot snapshot(const void* pointer)
     return {bytes, bytes + sizeof(Blocks)};
 }
 
-std::vector<FieldText> describe(const void* context, std::string_view block)
+std::string text_of(const Value& value)
+{
+    if (const auto* const number = std::get_if<float>(&value)) {
+        char text[32];
+        std::snprintf(text, sizeof(text), "%.6g", static_cast<double>(*number));
+        return text;
+    }
+    if (const auto* const number = std::get_if<int>(&value)) {
+        return std::to_string(*number);
+    }
+    const auto* const text = std::get_if<std::string>(&value);
+    return text != nullptr ? *text : std::get<bool>(value) ? "true" : "false";
+}
+
+std::vector<Field> describe(const void* context, std::string_view block)
 {
     const Snapshot bytes = snapshot(context);
-    std::vector<FieldText> list;
-    for (const Field& field : kFields) {
-        if (bytes.empty() || block != field.block) {
-            continue;
-        }
-        for (std::size_t record = 0; record < field.records; ++record) {
-            list_field(list, "", bytes.data(), nullptr, field, record);
+    std::vector<Field> list;
+    for (const Entry& field : kFields) {
+        if (!bytes.empty() && block == field.block) {
+            list_field(list, "", bytes.data(), nullptr, field);
         }
     }
     return list;
 }
 
-std::vector<FieldText> changes(const Snapshot& before, const Snapshot& after)
+std::vector<Field> changes(const Snapshot& before, const Snapshot& after)
 {
-    std::vector<FieldText> list;
-    if (after.empty()) {
-        return list;
-    }
-    for (const Field& field : kFields) {
-        for (std::size_t record = 0; record < field.records; ++record) {
+    std::vector<Field> list;
+    for (const Entry& field : kFields) {
+        if (!after.empty()) {
             list_field(list, std::string(field.block) + ".", after.data(), before.empty() ? nullptr : before.data(),
-                       field, record);
+                       field);
         }
     }
     return list;

@@ -303,7 +303,8 @@ Json run_command(const Json& body)
     return done([&] {
         const session::Turn turn(line);
         std::ostringstream output;
-        if (!prompt::run_line(line, {.output = &output, .confined = true})) {
+        prompt::RunOptions options{.output = &output, .confined = true, .json = body.value("json", false)};
+        if (!prompt::run_line(line, options)) {
             throw session::BadInput("the program ends at its own prompt or with SIGTERM");
         }
         return Json{{"output", output.str()}};

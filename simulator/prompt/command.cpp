@@ -16,11 +16,23 @@ namespace prompt
 namespace
 {
 
-thread_local RunOptions running;
+/// A command at work.
+struct Running {
+    RunOptions& options;
+    std::ostringstream text{}; ///< instead of the output, for programs
+    bool answered = false;
 
-// Before the running command: what is new since then may be the reason of a failure.
-std::size_t misuses_before = 0;
-int faults_before = 0;
+    // Before it: what is new since then may be the reason of a failure.
+    std::size_t misuses_before = sim::engine::misuses().size();
+    int faults_before = sim::faults_struck();
+
+    std::ostream& output() const
+    {
+        return options.output != nullptr ? *options.output : std::cout;
+    }
+};
+
+thread_local Running* running = nullptr;
 
 } // namespace
 
@@ -34,26 +46,43 @@ Words words_of(const std::string& line)
     return words;
 }
 
-OptionsInForce::OptionsInForce(const RunOptions& options) : before_(std::exchange(running, options)) {}
-
-OptionsInForce::~OptionsInForce()
+void run(const Command& command, const Words& words, RunOptions& options)
 {
-    running = before_;
+    Running present{options};
+    struct Former {
+        Running* before;
+        ~Former()
+        {
+            running = before;
+        }
+    } const former{std::exchange(running, &present)};
+    command.run(words);
+    if (!present.answered) {
+        answer(present.text.view().empty() ? Json::object() : Json{{"text", present.text.str()}});
+    }
 }
 
-const RunOptions& options()
+RunOptions& options()
 {
-    return running;
+    return running->options;
 }
 
 std::ostream& out()
 {
-    return running.output != nullptr ? *running.output : std::cout;
+    return running->options.json ? running->text : running->output();
+}
+
+void answer(const Json& object)
+{
+    running->answered = true;
+    if (running->options.json) {
+        running->output() << object.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n' << std::flush;
+    }
 }
 
 std::string file_argument(const std::string& word)
 {
-    if (!running.confined) {
+    if (!running->options.confined) {
         return word;
     }
     // Resolved, so that no link leads out either.
@@ -65,6 +94,12 @@ std::string file_argument(const std::string& word)
         throw BadInput("files are in the session's folder here, not " + word);
     }
     return file.string();
+}
+
+void wrote(const std::string& file)
+{
+    out() << "wrote " << file << '\n';
+    answer({{"wrote", file}});
 }
 
 int camera_id(const std::string& word)
@@ -130,12 +165,6 @@ bool on_or_off(const std::string& word)
     return word == "on";
 }
 
-void note_engine()
-{
-    misuses_before = sim::engine::misuses().size();
-    faults_before = sim::faults_struck();
-}
-
 void check(int result, const std::string& what)
 {
     if (result == 0) {
@@ -143,9 +172,9 @@ void check(int result, const std::string& what)
     }
     const std::vector<std::string> misuses = sim::engine::misuses();
     throw BadInput(what + " failed with " + std::to_string(result) +
-                   (sim::faults_struck() > faults_before ? ": the fault that was asked for"
-                    : misuses.size() > misuses_before    ? ": the engine says " + misuses.back()
-                                                         : ""));
+                   (sim::faults_struck() > running->faults_before ? ": the fault that was asked for"
+                    : misuses.size() > running->misuses_before    ? ": the engine says " + misuses.back()
+                                                                  : ""));
 }
 
 } // namespace prompt

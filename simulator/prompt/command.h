@@ -5,6 +5,7 @@
 #include "base/clock.h"
 #include "host/settings.h"
 #include "prompt/interrupt.h"
+#include "prompt/json.h"
 #include "session/bad_input.h"
 #include "session/turn.h"
 
@@ -41,33 +42,31 @@ struct Command {
 
 inline constexpr std::size_t kMany = 64;
 
+/// How commands answer the one who gives them; kept from one command to the next.
 struct RunOptions {
-    std::ostream* output = nullptr; ///< where a command's output goes; standard output where null
+    std::ostream* output = nullptr; ///< where answers go; standard output where null
     bool confined = false;          ///< whether commands may touch only files in the session's folder
+    bool json = false;              ///< whether answers are JSON objects on one line each instead of text
 };
 
-/// Puts options in force for this thread's commands, and those from before again.
-class OptionsInForce
-{
-public:
-    explicit OptionsInForce(const RunOptions& options);
-    ~OptionsInForce();
-    OptionsInForce(const OptionsInForce&) = delete;
-    OptionsInForce& operator=(const OptionsInForce&) = delete;
-
-private:
-    RunOptions before_;
-};
+/// Runs a command on this thread with these options.
+void run(const Command& command, const Words& words, RunOptions& options);
 
 /// The options of the command that this thread runs.
-const RunOptions& options();
+RunOptions& options();
 
-/// Where its output goes.
+/// Where its text goes. For programs that want JSON the text alone is an answer too: {"text": ...}.
 std::ostream& out();
+
+/// Answers a program; for people the command has written its text to out().
+void answer(const Json& object);
 
 /// The path of a file that a user names; every such name passes here. Throws BadInput where the files of a command are
 /// confined to the session's folder and this one is elsewhere.
 std::string file_argument(const std::string& word);
+
+/// Tells that a file was written, by the name that the user gave.
+void wrote(const std::string& file);
 
 // Each throws BadInput for what is no such thing.
 
@@ -94,9 +93,6 @@ bool on_or_off(const std::string& word);
 
 /// The values that a setting takes, for people.
 std::string range_text(const sim::host::Setting& setting);
-
-/// Notes where the engine is before a command, from which check() finds the reason of a failure.
-void note_engine();
 
 /// Throws BadInput, with the reason where the engine names one, unless a call of the library returned 0.
 void check(int result, const std::string& what);

@@ -35,7 +35,13 @@ const Command* find_command(std::string_view name)
     return nullptr;
 }
 
-bool run_line(const std::string& line, const RunOptions& options)
+RunOptions& console()
+{
+    static RunOptions options;
+    return options;
+}
+
+bool run_line(const std::string& line, RunOptions& options)
 {
     Words words = words_of(line);
     if (words.empty()) {
@@ -55,9 +61,7 @@ bool run_line(const std::string& line, const RunOptions& options)
     if (command->kind == Kind::changes) {
         session::remember_engines();
     }
-    note_engine();
-    const OptionsInForce in_force(options);
-    command->run(words);
+    run(*command, words, options);
     return true;
 }
 

@@ -22,9 +22,12 @@ const std::vector<Group>& command_groups();
 /// Null when there is no such command.
 const Command* find_command(std::string_view name);
 
+/// The options of the program's own prompt and scripts.
+RunOptions& console();
+
 /// Runs one line. Empty lines and what follows a # do nothing. Throws BadInput for what a user did wrong. False when
 /// the line asks to leave.
-bool run_line(const std::string& line, const RunOptions& options = {});
+bool run_line(const std::string& line, RunOptions& options = console());
 
 /// Markdown table of the commands.
 std::string command_reference();

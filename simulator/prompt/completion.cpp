@@ -98,7 +98,7 @@ void offer(const Place& place)
             place.offer(name);
         }
     } else if (place.name == "FIELD" && place.before.size() > 2) {
-        for (const sim::engine::FieldText& field :
+        for (const sim::engine::Field& field :
              sim::engine::describe(session::engine_of(camera_before(place.before)), place.before[2])) {
             place.offer(field.name);
         }

@@ -7,9 +7,7 @@
 
 #include <cstring>
 #include <deque>
-#include <iomanip>
 #include <mutex>
-#include <sstream>
 #include <utility>
 
 namespace session
@@ -123,19 +121,6 @@ std::string next_undo()
 {
     const std::optional<Change> change = last();
     return change ? "camera " + std::to_string(change->camera) + ": " + change->what : "";
-}
-
-std::string differences(const kiv_isp_param_s& record, const kiv_isp_param_s& other, const std::string& title)
-{
-    std::ostringstream text;
-    for (const sim::host::Setting& setting : sim::host::kSettings) {
-        if (record.*setting.member != other.*setting.member) {
-            text << std::left << std::setw(24) << setting.name << std::setw(20)
-                 << sim::host::name_of(setting, record.*setting.member) << "(" << title << " "
-                 << sim::host::name_of(setting, other.*setting.member) << ")\n";
-        }
-    }
-    return text.str();
 }
 
 } // namespace session

@@ -47,7 +47,4 @@ std::optional<Change> undo_change();
 /// What undo_change() would take back, "camera 0: hue"; empty where there is nothing. Any thread.
 std::string next_undo();
 
-/// A line per setting in which two records differ, "hue                     3  (TITLE 7)".
-std::string differences(const kiv_isp_param_s& record, const kiv_isp_param_s& other, const std::string& title);
-
 } // namespace session

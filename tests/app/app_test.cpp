@@ -107,7 +107,7 @@ TEST_F(App, BadInputGetsOneClearLineAndChangesNothing)
         {"fault x", "fault FUNCTION NTH CODE"},
         {"group start 0", "group start ID SENSOR"},
         {"shading check /no/such/file", "/no/such/file"},
-        {"plot /no/such.csv x.svg", "is no recorded run"},
+        {"plot /no/such.csv x.svg", "is not a recorded run"},
         {"help nothing", "there is nothing called nothing"},
     };
     const kiv_isp_param_s before = sim::host::stored_record(0);
@@ -124,7 +124,7 @@ TEST_F(App, AConfinedCommandWritesOnlyInTheSessionsFolderAndWhereItIsTold)
 {
     ASSERT_EQ(symlink("/tmp", (folder + "/link").c_str()), 0);
     std::ostringstream output;
-    const prompt::RunOptions options{.output = &output, .confined = true};
+    prompt::RunOptions options{.output = &output, .confined = true};
     for (const char* file : {"../x", "/tmp/x", "link/x", ".", "sub/../../x"}) {
         EXPECT_THROW(prompt::run_line(std::string("shading write ") + file, options), session::BadInput) << file;
     }
@@ -284,13 +284,14 @@ TEST_F(App, ShowsAtAGlance)
         {"wait settled", "settled after [0-9].* s\n"},
         {"wait settled 0.1", "*not settled after 0.1 s*"},
         {"list", "* camera 0  auto *"},
-        {"json on", ""},
-        {"list", "{\"camera\":0,\"state\":\"running\",*\"converged\":true,*}\n"},
+        {"json on", "{}\n"},
+        {"list", "{\"cameras\":[[]{\"camera\":0,\"state\":\"running\",*\"converged\":true,*}]}\n"},
         {"show 0 style", "{\"camera\":0,\"settings\":{\"style\":\"food\"}}\n"},
-        {"set 0 hue 9", "*\n"},
+        {"set 0 hue 9", "{\"camera\":0,\"setting\":\"hue\",\"result\":0,*\"stored\":9}\n"},
         {"changes 0", "{\"camera\":0,\"changes\":{\"acp.hue\":{\"now\":*,\"was\":128}}}\n"},
         {"block 0 acp", "{\"camera\":0,\"block\":\"acp\",\"fields\":{*\"contrast\":128,*}}\n"},
-        {"measure 0", "{\"camera\":0,\"figures\":[[]{*}]}\n"},
+        {"measure 0", "{\"camera\":0,\"patches\":[[]{\"patch\":\"dark skin\",\"red\":*,\"mean_luma\":*}]}\n"},
+        {"echo x", "{\"text\":\"x *\"}\n"},
         {"json off", ""},
         {"stop 0", ""},
         {"list", "* stopped 0  auto *"},
@@ -299,7 +300,7 @@ TEST_F(App, ShowsAtAGlance)
         {"run 1s", ""},
         {"list", "* group 2  auto * luma  [1-9]*"},
         {"source $/none", "$/none: No such file*"},
-        {"source $/loop", "$/loop:1: $/loop:1: *too deep"},
+        {"source $/loop", "$/loop:1: $/loop:1: *nested more than 8 deep"},
     };
     const auto here = [this](std::string text) {
         for (std::size_t at = text.find('$'); at != std::string::npos; at = text.find('$')) {
@@ -308,18 +309,21 @@ TEST_F(App, ShowsAtAGlance)
         return text;
     };
     bench::write_bytes(folder + "/loop", "source " + folder + "/loop\n");
+    prompt::RunOptions options;
     for (const auto& [line, says] : rows) {
         std::ostringstream output;
+        options.output = &output;
         try {
-            prompt::run_line(here(line), {.output = &output});
+            prompt::run_line(here(line), options);
         } catch (const session::BadInput& error) {
             output << error.what();
         }
         EXPECT_EQ(fnmatch(here(says).c_str(), output.str().c_str(), 0), 0) << line << "\n" << output.str();
     }
     std::ostringstream help;
-    prompt::run_line("help", {.output = &help});
-    prompt::run_line("help settings", {.output = &help});
+    options.output = &help;
+    prompt::run_line("help", options);
+    prompt::run_line("help settings", options);
     std::istringstream lines(help.str());
     for (std::string line; std::getline(lines, line);) {
         EXPECT_LE(line.size(), 80U) << line;

@@ -25,7 +25,7 @@ protected:
     AppLook()
     {
         session::open_session(mkdtemp(pattern.data()));
-        prompt::run_line("start 0", {.output = &said});
+        run("start 0");
     }
     ~AppLook() override
     {
@@ -34,7 +34,7 @@ protected:
 
     void run(const std::string& line)
     {
-        prompt::run_line(line, {.output = &said});
+        prompt::run_line(line, options);
     }
 
     /// Mean of the picture before the tone curve, but for the top row of cells, which average metering leaves out.
@@ -59,6 +59,7 @@ protected:
 
     std::string pattern = (std::filesystem::temp_directory_path() / "isp_look_XXXXXX").string();
     std::ostringstream said;
+    prompt::RunOptions options{.output = &said};
 };
 
 TEST_F(AppLook, BrightnessFollowsLumaAtEveryLevel)
@@ -153,8 +154,8 @@ TEST_F(AppLook, FiguresShowAWrongWhiteBalanceAndOverexposure)
     auto plain = figures("scene 0 100");
     EXPECT_LT(plain["silver"][3], 3.0) << "CIEDE2000";
     EXPECT_GT(plain["white"][5], 40.0) << "signal to noise";
-    EXPECT_LT(plain["clipped %"][0], 5.0);
-    EXPECT_NEAR(plain["edge contrast"][0], 195.0, 20.0);
+    EXPECT_LT(plain["clipped_percent"][0], 5.0);
+    EXPECT_NEAR(plain["edge_contrast"][0], 195.0, 20.0);
     double share = 0.0;
     for (int first = 0; first < 256; first += 16) {
         share += plain[std::to_string(first)].back();
@@ -162,7 +163,7 @@ TEST_F(AppLook, FiguresShowAWrongWhiteBalanceAndOverexposure)
     EXPECT_NEAR(share, 100.0, 0.1);
     EXPECT_GT(figures("set 0 wb_mode temperature")["silver"][3], 4.0);
     run("set 0 exposure_mode bright_priority");
-    EXPECT_GT(figures("set 0 bright 20")["clipped %"][0], 60.0);
+    EXPECT_GT(figures("set 0 bright 20")["clipped_percent"][0], 60.0);
 }
 
 TEST_F(AppLook, ARecordedRunTellsHowExposureSettled)

@@ -209,8 +209,8 @@ inline std::vector<std::string> differences(int camera, int reference)
     const sim::engine::Snapshot wanted = sim::engine::snapshot(rkipc_aiq_get_ctx(reference));
     EXPECT_FALSE(held.empty() || wanted.empty()) << "camera " << camera << " or " << reference << " has no engine";
     std::vector<std::string> found;
-    for (const sim::engine::FieldText& field : sim::engine::changes(wanted, held)) {
-        found.push_back(field.name + " is " + field.value);
+    for (const sim::engine::Field& field : sim::engine::changes(wanted, held)) {
+        found.push_back(field.name + " is " + sim::engine::text_of(field.values[0]));
     }
     return found;
 }

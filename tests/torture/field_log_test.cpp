@@ -104,9 +104,19 @@ Lines changed_fields(const sim::engine::Snapshot& before)
     }
     const auto changes = sim::engine::changes(before, sim::engine::snapshot(g_aiq_ctx[0]));
     std::string values;
-    for (const auto& change : changes) {
-        values += change.name + "=" + change.value + "\n";
-        lines.push_back("* " + change.name + " = " + change.value);
+    for (const sim::engine::Field& change : changes) {
+        const std::size_t dots = change.name.find("..");
+        const std::size_t open = change.name.rfind('[', dots) + 1; // of the elements' indexes, if there are some
+        for (std::size_t i = 0; i < change.values.size(); ++i) {
+            std::string line = change.name;
+            if (dots != std::string::npos) {
+                const std::size_t index = std::stoul(line.substr(open)) + i;
+                line.replace(open, line.find(']', dots) - open, std::to_string(index));
+            }
+            const std::string value = sim::engine::text_of(change.values[i]);
+            values += line + "=" + value + "\n";
+            lines.push_back("* " + line + " = " + value);
+        }
     }
     if (lines.size() > 30) {
         return {"* " + std::to_string(lines.size()) + " fields, " + std::to_string(bench::fingerprint(values))};

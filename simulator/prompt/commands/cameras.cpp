@@ -19,12 +19,15 @@ namespace
 
 void start(const Words& words)
 {
+    Json started = Json::array();
     for (const std::string& word : words) {
         if (!session::start_camera(camera_id(word))) {
             throw BadInput("camera " + word + " does not start");
         }
         out() << "camera " << word << " runs, its settings are restored\n";
+        started.push_back(camera_id(word));
     }
+    answer({{"cameras", started}});
 }
 
 template <int (*Function)(int)>
@@ -63,6 +66,7 @@ void group(const Words& words)
         check(rk_isp_init_group(id, sensors.data(), sensors.size(), nullptr), "group start");
         out() << "group " << id << " runs with " << sensors.size()
               << " sensors; camera ids now name groups until a camera is started\n";
+        answer({{"group", id}, {"sensors", sensors}});
         return;
     }
     const bool resumes = words[0] == "resume";
@@ -81,13 +85,12 @@ void group(const Words& words)
 
 void list(const Words& /*words*/)
 {
+    Json cameras = Json::array();
     for (const int camera : session::cameras_with_engine()) {
-        if (json_on()) {
-            print_json(camera_json(camera));
-        } else {
-            out() << camera_line(camera) << '\n';
-        }
+        out() << camera_line(camera) << '\n';
+        cameras.push_back(camera_json(camera));
     }
+    answer({{"cameras", cameras}});
 }
 
 constexpr Command kCommands[] = {

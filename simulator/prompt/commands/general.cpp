@@ -2,7 +2,6 @@
 #include "prompt/command.h"
 #include "prompt/commands.h"
 #include "prompt/commands/groups.h"
-#include "prompt/json.h"
 #include "prompt/line_reader.h"
 #include "session/text.h"
 
@@ -104,39 +103,43 @@ void help(const Words& words)
 
 void json(const Words& words)
 {
-    set_json(on_or_off(words[0]));
+    options().json = on_or_off(words[0]);
 }
 
-/// Scripts may name scripts, but not for ever.
+/// Scripts may name scripts, to a depth that a loop soon reaches.
 void source(const Words& words)
 {
     constexpr int kDeepest = 8;
-    static int depth = 0; // commands take turns
+    static thread_local int depth = 0;
     if (depth == kDeepest) {
-        throw BadInput(words[0] + ": scripts in scripts, too deep");
+        throw BadInput(words[0] + ": scripts nested more than 8 deep");
     }
     LineReader lines(file_argument(words[0]));
-    const RunOptions in_force = options();
-    ++depth;
+    const struct Deeper {
+        Deeper()
+        {
+            ++depth;
+        }
+        ~Deeper()
+        {
+            --depth;
+        }
+    } deeper;
     try {
         while (const std::optional<std::string> line = lines.next()) {
-            if (!run_line(*line, in_force)) {
+            if (!run_line(*line, options())) {
                 break;
             }
         }
-        --depth;
     } catch (const BadInput& error) {
-        --depth;
         throw BadInput(lines.place() + error.what());
-    } catch (...) {
-        --depth;
-        throw;
     }
+    answer({{"script", words[0]}});
 }
 
 constexpr Command kCommands[] = {
     {"source", "FILE", "run a script", 1, 1, source},
-    {"json", "on|off", "list, show, block, changes and measure as one JSON object a line", 1, 1, json, Kind::looks},
+    {"json", "on|off", "answer in JSON, one object a command", 1, 1, json, Kind::looks},
     {"echo", "TEXT...", "print a line", 0, kMany, echo, Kind::looks},
     {"help", "[settings | NAME]", "this list, or one thing", 0, 1, help, Kind::looks},
     {"quit", "", "leave", 0, 0, nullptr, Kind::looks},

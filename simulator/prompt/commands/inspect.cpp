@@ -5,12 +5,14 @@
 #include "host/log.h"
 #include "prompt/command.h"
 #include "prompt/commands/groups.h"
-#include "prompt/field_runs.h"
 #include "prompt/json.h"
 #include "session/cameras.h"
 #include "session/remembered.h"
 
 #include <algorithm>
+#include <cmath>
+#include <functional>
+#include <iomanip>
 #include <ostream>
 
 namespace prompt
@@ -23,41 +25,64 @@ constexpr std::string_view kFunctions[] = {
 #include "called_functions.inc"
 };
 
-using Fields = std::vector<sim::engine::FieldText>;
+using sim::engine::Field;
+using sim::engine::text_of;
+using sim::engine::Value;
 
-Fields block_fields(int camera, const std::string& block)
+bool all_equal(const std::vector<Value>& values)
 {
-    return sim::engine::describe(session::engine_of(camera), block);
+    return std::ranges::adjacent_find(values, std::not_equal_to<>()) == values.end();
 }
 
-/// Prints fields under their block's name, the elements of an array as one line or as a grid.
-void print_fields(const std::string& block, const Fields& fields)
+/// On one line: one value if all are equal, and of many only the first and the last.
+std::string short_text(const std::vector<Value>& values)
 {
-    if (json_on()) {
-        return;
-    }
-    for (const FieldRun& run : runs_of(fields)) {
-        out() << block << '.' << run.name << " = " << grid_text(run.values) << '\n';
-    }
-}
-
-Json json_of_fields(const Fields& fields)
-{
-    Json object = Json::object();
-    for (const FieldRun& run : runs_of(fields)) {
-        Json values = Json::array();
-        for (const std::string& value : run.values) {
-            values.push_back(json_of(value));
+    constexpr std::size_t kFew = 4;
+    std::string text;
+    for (std::size_t i = 0; i < (all_equal(values) ? 1 : values.size()); ++i) {
+        if (values.size() > kFew && i == kFew - 1) {
+            return text + " ... " + text_of(values.back());
         }
-        object[run.name] = values.size() == 1 ? values[0] : values;
+        text += (i > 0 ? " " : "") + text_of(values[i]);
     }
-    return object;
+    return text;
+}
+
+/// One value if all are equal; or many, in the rows of a square where they are one and in lines that fit otherwise.
+std::string grid_text(const std::vector<Value>& values)
+{
+    if (all_equal(values)) {
+        return text_of(values[0]);
+    }
+    std::size_t widest = 0;
+    for (const Value& value : values) {
+        widest = std::max(widest, text_of(value).size());
+    }
+    const auto side = static_cast<std::size_t>(std::lround(std::sqrt(static_cast<double>(values.size()))));
+    const bool square = side > 2 && side * side == values.size();
+    const std::size_t columns = square ? side : std::max<std::size_t>(76 / (widest + 1), 1);
+    std::ostringstream text;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        text << (i % columns == 0 ? "\n   " : "") << std::setw(static_cast<int>(widest) + 1) << text_of(values[i]);
+    }
+    return text.str();
+}
+
+Json json_of(const std::vector<Value>& values)
+{
+    Json array = Json::array();
+    for (const Value& value : values) {
+        const auto* const number = std::get_if<float>(&value);
+        array.push_back(number != nullptr ? rounded(double{*number})
+                                          : std::visit([](const auto& other) { return Json(other); }, value));
+    }
+    return array.size() == 1 ? array[0] : array;
 }
 
 void block(const Words& words)
 {
     const int camera = camera_with_engine(words[0]);
-    Fields fields = block_fields(camera, words[1]);
+    std::vector<Field> fields = sim::engine::describe(session::engine_of(camera), words[1]);
     if (fields.empty()) {
         std::string names;
         for (const std::string& name : sim::engine::block_names()) {
@@ -66,17 +91,17 @@ void block(const Words& words)
         throw BadInput("there is no block " + words[1] + "; the blocks are" + names);
     }
     if (words.size() > 2) {
-        std::erase_if(fields, [&](const sim::engine::FieldText& field) {
-            return field.name.find(words[2]) == std::string::npos;
-        });
+        std::erase_if(fields, [&](const Field& field) { return field.name.find(words[2]) == std::string::npos; });
         if (fields.empty()) {
             throw BadInput("no field of " + words[1] + " has " + words[2] + " in its name");
         }
     }
-    print_fields(words[1], fields);
-    if (json_on()) {
-        print_json({{"camera", camera}, {"block", words[1]}, {"fields", json_of_fields(fields)}});
+    Json object = Json::object();
+    for (const Field& field : fields) {
+        out() << words[1] << '.' << field.name << " = " << grid_text(field.values) << '\n';
+        object[field.name] = json_of(field.values);
     }
+    answer({{"camera", camera}, {"block", words[1]}, {"fields", object}});
 }
 
 void changes(const Words& words)
@@ -84,32 +109,27 @@ void changes(const Words& words)
     const int camera = camera_with_engine(words[0]);
     Json object = Json::object();
     const auto now = sim::engine::snapshot(session::engine_of(camera));
-    for (const FieldRun& run : runs_of(sim::engine::changes(session::remembered(camera), now))) {
-        const std::string value = short_text(run.values);
-        const std::string before = short_text(run.before);
-        if (json_on()) {
-            object[run.name] = {{"now", json_of(value)}, {"was", json_of(before)}};
-        } else {
-            out() << run.name << " = " << value << (before.empty() ? "" : "  (was " + before + ")") << '\n';
-        }
+    for (const Field& field : sim::engine::changes(session::remembered(camera), now)) {
+        out() << field.name << " = " << short_text(field.values);
+        out() << (field.before.empty() ? "" : "  (was " + short_text(field.before) + ")") << '\n';
+        object[field.name] = {{"now", json_of(field.values)}, {"was", json_of(field.before)}};
     }
-    if (json_on()) {
-        print_json({{"camera", camera}, {"changes", object}});
-    }
+    answer({{"camera", camera}, {"changes", object}});
 }
 
 void expect(const Words& words)
 {
     const int camera = camera_with_engine(words[0]);
-    const Fields fields = block_fields(camera, words[1]);
-    const auto field = std::ranges::find(fields, words[2], &sim::engine::FieldText::name);
+    const std::vector<Field> fields = sim::engine::describe(session::engine_of(camera), words[1]);
+    const auto field = std::ranges::find(fields, words[2], &Field::name);
     if (field == fields.end()) {
         throw BadInput("there is no field " + words[1] + "." + words[2]);
     }
-    if (field->value != words[3]) {
-        throw BadInput(words[1] + "." + words[2] + " is " + field->value + ", not " + words[3]);
+    const std::string value = short_text(field->values);
+    if (value != words[3]) {
+        throw BadInput(words[1] + "." + words[2] + " is " + value + ", not " + words[3]);
     }
-    out() << words[1] << '.' << words[2] << " = " << field->value << ", as expected\n";
+    out() << words[1] << '.' << words[2] << " = " << value << ", as expected\n";
 }
 
 void trace(const Words& words)

@@ -15,7 +15,7 @@
 
 #include <array>
 #include <cmath>
-#include <cstdio>
+#include <iomanip>
 #include <numeric>
 #include <ostream>
 
@@ -112,15 +112,8 @@ void styles(const Words& words)
 
 // ---- Figures --------------------------------------------------------------------------------------------------------
 
-std::string fixed(double value, int digits)
-{
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.*f", digits, value);
-    return text.data();
-}
-
-/// The figures of a picture, a row each: what is measured, then values. Patches only of the chart, and in view.
-std::vector<Words> figures_of(int camera)
+/// The figures of a picture by name. Patches only of the chart, and in view.
+Json figures_of(int camera)
 {
     using namespace sim::picture;
     const Image image = session::picture_of(camera);
@@ -128,9 +121,9 @@ std::vector<Words> figures_of(int camera)
     const auto in_view = [&](const Area& area) {
         return area.x0 >= 0 && area.y0 >= 0 && area.x1 <= image.width && area.y1 <= image.height;
     };
-    std::vector<Words> rows;
+    Json figures = {{"camera", camera}};
     if (session::scene_of(camera)->name == "chart") {
-        rows.push_back({"patch", "red", "green", "blue", "CIEDE2000", "noise", "S/N dB"});
+        Json patches = Json::array();
         for (int i = 0; i < kPatches; ++i) {
             const Area area = patch_area(image, i, magnification);
             if (!in_view(area)) {
@@ -138,81 +131,91 @@ std::vector<Words> figures_of(int camera)
             }
             const Colour mean = mean_colour(image, area);
             const double noise = luma_deviation(image, area);
-            rows.push_back({patch_name(i), fixed(255.0 * double{mean.red}, 1), fixed(255.0 * double{mean.green}, 1),
-                            fixed(255.0 * double{mean.blue}, 1),
-                            fixed(colour_difference(mean, patch_reflectance(i)), 2), fixed(255.0 * noise, 2),
-                            noise > 0.0 ? fixed(20.0 * std::log10(mean_luma(image, area) / noise), 1) : "inf"});
+            const double snr = 20.0 * std::log10(mean_luma(image, area) / noise);
+            patches.push_back({{"patch", patch_name(i)},
+                               {"red", rounded(255.0 * double{mean.red}, 4)},
+                               {"green", rounded(255.0 * double{mean.green}, 4)},
+                               {"blue", rounded(255.0 * double{mean.blue}, 4)},
+                               {"ciede2000", rounded(colour_difference(mean, patch_reflectance(i)), 4)},
+                               {"noise", rounded(255.0 * noise, 4)},
+                               {"snr_db", noise > 0.0 ? rounded(snr, 4) : Json()}});
         }
+        figures["patches"] = patches;
         if (const Area edge = region_area(image, Region::edge, magnification); in_view(edge)) {
-            rows.push_back({"edge contrast", fixed(255.0 * steepest_edge(image, edge), 1)});
+            figures["edge_contrast"] = rounded(255.0 * steepest_edge(image, edge), 4);
         }
     }
-    const Histogram levels = histogram(image);
-    rows.push_back({"mean luma", fixed(255.0 * mean_luma(image, {0, 0, image.width, image.height}), 1)});
-    rows.push_back({"clipped %", fixed(100.0 * levels.clipped, 2)});
-    rows.push_back({"black %", fixed(100.0 * levels.black, 2)});
-    constexpr std::size_t kStep = 16; // levels
-    rows.push_back({"levels from", "red %", "green %", "blue %", "luma %"});
+    const Histogram histogram = sim::picture::histogram(image);
+    figures["mean_luma"] = rounded(255.0 * mean_luma(image, {0, 0, image.width, image.height}), 4);
+    figures["clipped_percent"] = rounded(100.0 * histogram.clipped, 4);
+    figures["black_percent"] = rounded(100.0 * histogram.black, 4);
+    constexpr std::size_t kStep = 16;
+    constexpr const char* kCurves[] = {"red_percent", "green_percent", "blue_percent", "luma_percent"};
+    Json levels = Json::array();
     for (std::size_t first = 0; first < 256; first += kStep) {
-        Words row{std::to_string(first)};
-        for (const auto& count : levels.count) {
+        Json row = {{"from_level", first}};
+        for (std::size_t curve = 0; curve < std::size(kCurves); ++curve) {
+            const auto& count = histogram.count[curve];
             const int sum = std::accumulate(count.begin() + first, count.begin() + first + kStep, 0);
-            row.push_back(fixed(100.0 * sum / static_cast<double>(image.pixels.size()), 2));
+            row[kCurves[curve]] = rounded(100.0 * sum / static_cast<double>(image.pixels.size()), 4);
         }
-        rows.push_back(row);
+        levels.push_back(row);
     }
-    return rows;
+    figures["levels"] = levels;
+    return figures;
 }
 
-/// Rows of figures under the names of the last row that holds names.
-Json figures_json(const std::vector<Words>& rows)
+/// A line per figure; a list of figures has a line of their names above it.
+std::string table_of(const Json& figures, bool csv)
 {
-    Json result = Json::array();
-    Words names;
-    for (const Words& row : rows) {
-        if (row.size() > 1 && json_of(row[1]).is_string()) {
-            names = row;
+    std::ostringstream table;
+    table << std::fixed << std::setprecision(2);
+    const auto row = [&](const auto& cells) {
+        for (std::size_t i = 0; i < cells.size(); ++i) {
+            table << (csv && i > 0 ? "," : "") << (i > 0 ? std::right : std::left) << std::setw(csv ? 0 : 16);
+            const Json cell = cells[i];
+            if (cell.is_number_float()) {
+                table << cell.template get<double>();
+            } else {
+                table << (cell.is_string() ? cell.template get<std::string>() : cell.is_null() ? "" : cell.dump());
+            }
+        }
+        table << '\n';
+    };
+    for (const auto& [name, figure] : figures.items()) {
+        if (!figure.is_array()) {
+            row(std::vector<Json>{name, figure});
             continue;
         }
-        Json object = Json::object();
-        for (std::size_t i = 0; i < row.size(); ++i) {
-            object[i < names.size() ? names[i] : std::to_string(i)] = json_of(row[i]);
+        for (std::size_t i = 0; i < figure.size(); ++i) {
+            std::vector<Json> names;
+            std::vector<Json> values;
+            for (const auto& [column, value] : figure[i].items()) {
+                names.emplace_back(column);
+                values.push_back(value);
+            }
+            if (i == 0) {
+                row(names);
+            }
+            row(values);
         }
-        result.push_back(object);
     }
-    return result;
+    return table.str();
 }
 
 void measure(const Words& words)
 {
-    const int camera = camera_with_engine(words[0]);
-    const std::vector<Words> rows = figures_of(camera);
-    if (json_on() && words.size() == 1) {
-        print_json({{"camera", camera}, {"figures", figures_json(rows)}});
-        return;
-    }
-    std::string table;
-    for (const Words& row : rows) {
-        for (std::size_t i = 0; i < row.size(); ++i) {
-            if (words.size() > 1) {
-                table += (i > 0 ? "," : "") + row[i];
-            } else {
-                const std::size_t width = i == 0 ? 14 : 10;
-                const std::string gap(width - std::min(width, row[i].size()), ' ');
-                table += i == 0 ? row[i] + gap : gap + row[i];
-            }
-        }
-        table += '\n';
-    }
+    const Json figures = figures_of(camera_with_engine(words[0]));
     if (words.size() == 1) {
-        out() << table;
+        out() << table_of(figures, false);
+        answer(figures);
         return;
     }
-    const std::string failed = sim::host::write_durably(file_argument(words[1]), table);
+    const std::string failed = sim::host::write_durably(file_argument(words[1]), table_of(figures, true));
     if (!failed.empty()) {
         throw BadInput(failed);
     }
-    out() << "wrote " << words[1] << '\n';
+    wrote(words[1]);
 }
 
 template <sim::picture::Image (*Graph)(const sim::picture::Image&)>
@@ -255,7 +258,7 @@ void write_picture(const std::string& path, const sim::picture::Image& image)
     if (!failed.empty()) {
         throw BadInput(failed);
     }
-    out() << "wrote " << path << '\n';
+    wrote(path);
 }
 
 std::span<const Command> picture_commands()

@@ -2,6 +2,7 @@
 #include "host/store.h"
 #include "prompt/command.h"
 #include "prompt/commands/groups.h"
+#include "prompt/records.h"
 #include "session/lanes.h"
 #include "session/undo.h"
 
@@ -21,7 +22,7 @@ void save(const Words& words)
     if (!failed.empty()) {
         throw BadInput(failed);
     }
-    out() << "wrote " << words[1] << '\n';
+    wrote(words[1]);
 }
 
 kiv_isp_param_s settings_in(const std::string& word, int camera)
@@ -42,7 +43,7 @@ void load(const Words& words)
     const session::Undoable undoable(camera, words[1]);
     const kiv_isp_param_s before = sim::host::stored_record(camera);
     session::put_settings(camera, record);
-    out() << "camera " << camera << '\n' << session::differences(sim::host::stored_record(camera), before, "before");
+    tell_changes(camera, before);
 }
 
 void diff(const Words& words)
@@ -52,7 +53,9 @@ void diff(const Words& words)
     const kiv_isp_param_s other =
         other_camera ? sim::host::stored_record(camera_id(words[1])) : settings_in(words[1], camera);
     const std::string title = (other_camera ? "camera " : "") + words[1] + ":";
-    const std::string differing = session::differences(sim::host::stored_record(camera), other, title);
+    const std::string differing = differences(sim::host::stored_record(camera), other, title);
+    answer(
+        {{"camera", camera}, {"differences", json_of_differences(sim::host::stored_record(camera), other, "other")}});
     out() << (differing.empty() ? "no setting differs\n" : differing);
 }
 

@@ -3,7 +3,7 @@
 #include "isp_ctrl.h"
 #include "prompt/command.h"
 #include "prompt/commands/groups.h"
-#include "prompt/json.h"
+#include "prompt/records.h"
 #include "session/cameras.h"
 #include "session/change.h"
 #include "session/lanes.h"
@@ -45,6 +45,11 @@ void set(const Words& words)
         out() << " = " << words[2];
     }
     out() << (outcome.text.empty() ? "" : "  (" + outcome.text + ")") << '\n';
+    Json object = {{"camera", camera}, {"setting", name}, {"result", outcome.result}, {"outcome", outcome.text}};
+    if (outcome.stored) {
+        object["stored"] = json_of(setting, *outcome.stored);
+    }
+    answer(object);
 }
 
 void print_setting(int camera, const Setting& setting)
@@ -58,17 +63,15 @@ void show_all()
 {
     const kiv_isp_param_s initial = sim::host::initial_record();
     std::vector<int> cameras;
+    Json all = Json::array();
     for (int camera = 0; camera < session::kCameras; ++camera) {
         const kiv_isp_param_s record = sim::host::stored_record(camera);
-        if (json_on()) {
-            print_json({{"camera", camera}, {"settings", json_of(record)}});
-        } else if (session::has_engine(camera) || std::memcmp(&record, &initial, sizeof record) != 0) {
+        all.push_back({{"camera", camera}, {"settings", json_of(record)}});
+        if (session::has_engine(camera) || std::memcmp(&record, &initial, sizeof record) != 0) {
             cameras.push_back(camera);
         }
     }
-    if (json_on()) {
-        return;
-    }
+    answer({{"cameras", all}});
     const auto value = [](int camera, const Setting& setting) {
         return sim::host::name_of(setting, sim::host::stored(camera, setting));
     };
@@ -107,19 +110,17 @@ void show(const Words& words)
         if (setting.member == nullptr) {
             throw BadInput(words[1] + " is not stored");
         }
-        if (json_on()) {
-            print_json({{"camera", camera}, {"settings", {{words[1], json_of(record)[words[1]]}}}});
-        } else {
-            print_setting(camera, setting);
-        }
-    } else if (json_on()) {
-        print_json({{"camera", camera}, {"settings", json_of(record)}});
-    } else if (words.size() > 1) {
+        print_setting(camera, setting);
+        answer({{"camera", camera}, {"settings", {{words[1], json_of(setting, record.*setting.member)}}}});
+        return;
+    }
+    answer({{"camera", camera}, {"settings", json_of(record)}});
+    if (words.size() > 1) {
         for (const Setting& setting : sim::host::kSettings) {
             print_setting(camera, setting);
         }
     } else {
-        const std::string changed = session::differences(record, sim::host::initial_record(), "initially");
+        const std::string changed = differences(record, sim::host::initial_record(), "initially");
         out() << (changed.empty() ? "every setting has its initial value; show " + words[0] + " all lists them\n"
                                   : changed);
     }
@@ -131,7 +132,7 @@ void undo(const Words& /*words*/)
     if (!undone) {
         throw BadInput("there is nothing to undo");
     }
-    out() << "camera " << undone->camera << '\n' << session::differences(undone->after, undone->before, "before");
+    tell_changes(undone->camera, undone->before);
 }
 
 void reset(const Words& words)
@@ -150,8 +151,7 @@ void reset(const Words& words)
         record.*setting.member = setting.initial;
     }
     session::put_settings(camera, record);
-    const std::string changed = session::differences(sim::host::stored_record(camera), before, "before");
-    out() << "camera " << camera << (changed.empty() ? "  had its initial values\n" : "\n" + changed);
+    tell_changes(camera, before);
 }
 
 constexpr Command kCommands[] = {

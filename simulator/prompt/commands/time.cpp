@@ -44,7 +44,7 @@ void speed(const Words& words)
 std::size_t terminal_width()
 {
     winsize size{};
-    if (&out() != &std::cout || json_on() || ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) {
+    if (&out() != &std::cout || ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) {
         return 0;
     }
     return size.ws_col > 0 ? size.ws_col : 80;
@@ -74,16 +74,13 @@ void watch(const Words& words)
         if (width > 0 && std::exchange(again, true)) {
             out() << "\033[" << cameras.size() << 'A';
         }
+        Json answered = Json::array();
         for (const int camera : cameras) {
-            if (json_on()) {
-                print_json(camera_json(camera));
-            } else if (width > 0) {
-                out() << camera_line(camera, width - 1) << "\033[K\n";
-            } else {
-                out() << camera_line(camera) << '\n';
-            }
+            out() << (width > 0 ? camera_line(camera, width - 1) + "\033[K\n" : camera_line(camera) + "\n");
+            answered.push_back(camera_json(camera));
         }
         out() << std::flush;
+        answer({{"cameras", answered}});
     }
 }
 
@@ -96,7 +93,7 @@ void wait_settled(const Words& words)
     const double most = words.size() > 1 ? number<double>(words[1], 0.1, 3600.0, "a number of seconds") : 30.0;
     constexpr int kFrames = 15;
     const double started = session::seconds_now();
-    std::string limited;
+    std::vector<int> limited;
     for (int quiet = 0; quiet < kFrames;) {
         pass_time(session::kFramePeriod);
         std::string moving;
@@ -106,7 +103,7 @@ void wait_settled(const Words& words)
             if ((live.automatic && !live.converged) || !live.wb_converged) {
                 moving += " " + std::to_string(camera);
             } else if (live.at_limit) {
-                limited += " " + std::to_string(camera);
+                limited.push_back(camera);
             }
         }
         quiet = moving.empty() ? quiet + 1 : 0;
@@ -114,8 +111,14 @@ void wait_settled(const Words& words)
             throw BadInput("not settled after " + (words.size() > 1 ? words[1] : "30") + " s: cameras" + moving);
         }
     }
-    out() << "settled after " << std::fixed << std::setprecision(2) << session::seconds_now() - started << " s"
-          << (limited.empty() ? "" : "; at the limit of their exposure: cameras" + limited) << "\n";
+    const double took = session::seconds_now() - started;
+    std::string cameras;
+    for (const int camera : limited) {
+        cameras += " " + std::to_string(camera);
+    }
+    out() << "settled after " << std::fixed << std::setprecision(2) << took << " s"
+          << (cameras.empty() ? "" : "; at the limit of their exposure: cameras" + cameras) << "\n";
+    answer({{"settled_after", rounded(took)}, {"at_limit", limited}});
 }
 
 void record(const Words& words)
@@ -144,7 +147,7 @@ void say(const Words& words)
 void plot(const Words& words)
 {
     plot_run(file_argument(words[0]), file_argument(words[1]));
-    out() << "wrote " << words[1] << '\n';
+    wrote(words[1]);
 }
 
 constexpr Command kCommands[] = {

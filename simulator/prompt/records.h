@@ -1,0 +1,27 @@
+// A camera's stored settings, for people and for programs.
+#pragma once
+
+#include "host/settings.h"
+#include "prompt/json.h"
+
+#include <string>
+
+namespace prompt
+{
+
+/// The value of a setting, by name where it has one.
+Json json_of(const sim::host::Setting& setting, int value);
+
+/// Settings by name.
+Json json_of(const kiv_isp_param_s& record);
+
+/// A line per setting in which two records differ, "hue                     3  (TITLE 7)".
+std::string differences(const kiv_isp_param_s& record, const kiv_isp_param_s& other, const std::string& title);
+
+/// The same for programs: {"hue": {"now": 3, "was": 7}}, with the title for "was".
+Json json_of_differences(const kiv_isp_param_s& record, const kiv_isp_param_s& other, const char* title = "was");
+
+/// Tells how the settings of a camera differ from those before.
+void tell_changes(int camera, const kiv_isp_param_s& before);
+
+} // namespace prompt
