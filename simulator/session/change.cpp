@@ -19,13 +19,13 @@ std::string outcome_text(int camera, const sim::host::Setting& setting, int valu
     const kiv_isp_param_s record = sim::host::stored_record(camera);
     const bool stored = setting.member != nullptr && sim::host::contains(setting.stored, record);
     if (result == ISP_EXCUTE_BYARM) {
-        return "3: the host applies styles itself";
+        return "result 3: the host applies styles itself";
     }
     if (result != ISP_SUCCESS && result != ISP_UNFIT) {
-        return std::to_string(result) + ": refused, or the engine failed";
+        return "result " + std::to_string(result) + ": refused, or the engine failed";
     }
     if (result == ISP_UNFIT && !setting.is_mode() && sim::host::contains(setting.accepted, record)) {
-        return "2: refused";
+        return "result 2: refused";
     }
     if (setting.setter != sim::host::Setter::action && !setting.in_range(value)) {
         return "shown, not stored";

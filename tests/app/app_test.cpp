@@ -264,7 +264,7 @@ TEST_F(App, ShowsAtAGlance)
         {"set 0 exposure_mode low_light", "*(kept, without effect)\n"},
         {"set 0 iris 3", "*(not stored: low_light does not use it)\n"},
         {"set 0 exposure_mode manual", "*manual\n"},
-        {"set 0 iris 3", "*(2: refused)\n"},
+        {"set 0 iris 3", "*(result 2: refused)\n"},
         {"undo", "*exposure_mode *low_light *(before manual)\n"},
         {"undo", "*exposure_mode *auto *(before low_light)\n"},
         {"show 0", "wdr_strength * 3 *(initially 0)\nhue *(initially 7)\ntemperature *\n"},

@@ -41,6 +41,8 @@ function reasonOf(setting, record, settings) {
 
 const hasNoEffect = (setting) => Object.values(setting.modes).some((values) => values.length === 0);
 
+const sentence = (text) => (text ? `${text[0].toUpperCase()}${text.slice(1)}.` : '');
+
 /** A value as its control shows it: what it means, "1/60 s", and the level beside it where it has no name. */
 function shownValue(setting, value) {
   const quantity = setting.quantities[value - setting.lowest] ?? '';
@@ -173,7 +175,7 @@ class Row {
     const progress = slow ? this.context.progress(this.progress, ONE_PUSH_SECONDS) : null;
     try {
       const { result, stored, text } = await putSetting(camera, setting.name, value);
-      this.tell(text || (setting.kind === 'action' ? 'done' : ''), result === 0 ? '' : result === -1 ? 'bad' : 'warn');
+      this.tell(sentence(text || (setting.kind === 'action' ? 'done' : '')), result === 0 ? '' : result === -1 ? 'bad' : 'warn');
       if (stored !== null && camera === this.context.camera()) {
         this.value = stored;
       }
