@@ -295,6 +295,9 @@ std::string modes_text(Modes modes, const kiv_isp_param_s* record = nullptr);
 /// What becomes of a level where it takes no effect, "result 2, stored"; empty where it does everywhere.
 std::string elsewhere_text(const Setting& setting);
 
+/// Of a setting that is not `shown`.
+inline constexpr std::string_view kNotShown = "not shown by the simulated picture";
+
 /// What a value means, "5500 K", "1/200 s" or "F2.8"; empty where it means no quantity.
 std::string quantity_text(const Setting& setting, int value);
 

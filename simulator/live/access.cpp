@@ -32,6 +32,7 @@ constexpr Place kPlaces[] = {
     {"/api/files/*", Route::file, "GET", 0, {}},
     {"/api/cameras/N/picture.jpg", Route::picture, "GET", 0, {}},
     {"/api/cameras/N/stream", Route::stream, "GET", 0, {}},
+    {"/api/cameras/N/measure", Route::measure, "GET", 0, {}},
     {"/api/cameras/N/settings", Route::record, "GET or PUT", kMostJson, kJson},
     {"/api/cameras/N/settings/*", Route::setting, "GET or PUT", kMostJson, kJson},
 };

@@ -25,7 +25,7 @@ struct Head {
     std::string header(std::string_view name) const; ///< the first of them, or nothing
 };
 
-enum class Route { none, asset, settings, state, events, picture, stream, record, setting, command, file };
+enum class Route { none, asset, settings, state, events, picture, stream, measure, record, setting, command, file };
 
 struct Target {
     Route route = Route::none;

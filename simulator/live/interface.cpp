@@ -4,10 +4,12 @@
 #include "prompt/command.h"
 #include "prompt/commands.h"
 #include "prompt/commands/inspect.h"
+#include "prompt/commands/pictures.h"
 #include "prompt/interrupt.h"
 #include "session/bad_input.h"
 #include "session/cameras.h"
 #include "session/change.h"
+#include "session/figures.h"
 #include "session/files.h"
 #include "session/lanes.h"
 #include "session/remembered.h"
@@ -143,6 +145,30 @@ auto done(Action action)
 std::string text_of(const Json& json)
 {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+Json measured_json(int camera, const std::vector<std::pair<std::string, std::string>>& query)
+{
+    std::vector<std::string> region;
+    for (const char* name : {"x", "y", "w", "h"}) {
+        const auto given = std::ranges::find(query, name, &std::pair<std::string, std::string>::first);
+        if (given != query.end()) {
+            region.push_back(given->second);
+        }
+    }
+    if (region.size() % 4 != 0) {
+        throw Refusal{400, "a region is x, y, w and h"};
+    }
+    Json figures = Json::object();
+    try {
+        const auto area = region.empty() ? std::nullopt : std::optional(prompt::region_argument(region));
+        for (const auto& [name, value] : session::figures_of(camera, area)) {
+            figures[std::string(name)] = value;
+        }
+    } catch (const session::BadInput& error) {
+        throw Refusal{400, error.what()};
+    }
+    return figures;
 }
 
 Json settings_json()

@@ -6,6 +6,8 @@
 #include <nlohmann/json.hpp>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace live
 {
@@ -26,6 +28,9 @@ Json settings_json();
 
 /// Time, lens and cameras without their settings.
 Json state_json(const View& view);
+
+/// Figures of a camera's present picture, of 640 x 480 pixels or of the region x, y, w, h of it. Throws Refusal.
+Json measured_json(int camera, const std::vector<std::pair<std::string, std::string>>& query);
 
 /// All stored settings of a camera.
 Json stored_json(const Camera& camera);

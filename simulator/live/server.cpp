@@ -386,6 +386,11 @@ MHD_Result act(Client& client)
         return send_stream(client, picture_feed(exchange.target.camera, width_of(exchange.head)),
                            "multipart/x-mixed-replace; boundary=picture");
     }
+    case Route::measure:
+        if (camera_of(exchange, *latest_view()).picture == 0) {
+            return send_picture(client);
+        }
+        return reply(client, {.body = text_of(measured_json(exchange.target.camera, exchange.head.query))});
     case Route::record:
     case Route::setting:
         if (!exchange.target.changes) {

@@ -123,6 +123,9 @@ Image render(const Look& look, int width, int height);
 /// The mean of so many frames, of which the look's is the first.
 Image render_mean(const Look& look, int frames, int width, int height);
 
+/// Takes the n-th picture into the mean of those before it.
+void add_to_mean(Image& mean, Image image, int n);
+
 /// What exposure metering sees, row by row: luma after lens and shading correction at exposure 1, without noise,
 /// relative to kReferenceLevel, and at rest what may move.
 inline constexpr int kMeteringSide = 60;
@@ -163,17 +166,21 @@ double mean_luma(const Image& image, Area area);
 double luma_deviation(const Image& image, Area area); // standard deviation: noise, on a flat area
 double steepest_edge(const Image& image, Area area);  // greatest luma step between horizontal neighbours
 
-/// Occurrences of the levels 0 to 255 in red, green, blue and luma; the shares of pixels that are black, and of those
-/// with a channel at its limit.
+/// Occurrences of the levels 0 to 255 in red, green, blue and luma of an area; the shares of pixels that are black, and
+/// of those with a channel at its limit.
 struct Histogram {
     std::array<std::array<int, 256>, 4> count{};
     double black = 0.0;
     double clipped = 0.0;
 };
+Histogram histogram(const Image& image, Area area);
 Histogram histogram(const Image& image);
 
 /// CIEDE2000 difference of a shown colour from linear light, both under D65, white being 1.
 double colour_difference(Colour shown, Colour linear);
+
+/// CIELAB chroma of a shown colour under D65: 0 for a grey.
+double chroma(Colour shown);
 
 // ---- Showing ------------------------------------------------------------------------------------------------------
 

@@ -16,6 +16,7 @@ const std::vector<Group>& command_groups()
         {"Lens", lens_commands()},
         {"Time and recordings", time_commands()},
         {"Pictures", picture_commands()},
+        {"Trying values", trial_commands()},
         {"Calibration and following", following_commands()},
         {"Looking inside", engine_commands()},
         {"The program", general_commands()},

@@ -290,7 +290,7 @@ TEST_F(App, ShowsAtAGlance)
         {"set 0 hue 9", "{\"camera\":0,\"setting\":\"hue\",\"result\":0,*\"stored\":9}\n"},
         {"changes 0", "{\"camera\":0,\"changes\":{\"acp.hue\":{\"now\":*,\"was\":128}}}\n"},
         {"block 0 acp", "{\"camera\":0,\"block\":\"acp\",\"fields\":{*\"contrast\":128,*}}\n"},
-        {"measure 0", "{\"camera\":0,\"patches\":[[]{\"patch\":\"dark skin\",\"red\":*,\"mean_luma\":*}]}\n"},
+        {"measure 0", "{\"camera\":0,\"patches\":[[]{\"patch\":\"dark skin\",\"red\":*}],\"levels\":*,\"gain\":*}\n"},
         {"echo x", "{\"text\":\"x *\"}\n"},
         {"json off", ""},
         {"stop 0", ""},

@@ -7,6 +7,8 @@
 #include "session/session.h"
 #include "support/bench.h"
 
+#include <climits>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -164,6 +166,113 @@ TEST_F(AppLook, FiguresShowAWrongWhiteBalanceAndOverexposure)
     EXPECT_GT(figures("set 0 wb_mode temperature")["silver"][3], 4.0);
     run("set 0 exposure_mode bright_priority");
     EXPECT_GT(figures("set 0 bright 20")["clipped_percent"][0], 60.0);
+}
+
+TEST_F(AppLook, SettingsAreShownAsTheListSays)
+{
+    run("illuminant 0 TL84"); // which flickers
+    const auto picture = [&] {
+        sim::wait(3000000);
+        Look look = session::look_of(0);
+        look.frame = 0; // whatever the noise of the moment
+        return render(look, 160, 120).pixels;
+    };
+    const struct {
+        std::string setting;
+        std::vector<const char*> before;
+        int low = INT_MIN;  // unless its lowest
+        int high = INT_MAX; // and highest
+    } more[] = {
+        {"exposure_mode", {"scene 0 40"}, AUTO_EXPOSURE, MANUAL_EXPOSURE},
+        {"shutter", {"set 0 exposure_mode manual"}},
+        {"iris", {}, VISCA_IRIS_F1100},
+        {"manual_gain", {"set 0 exposure_mode manual", "scene 0 10"}},
+        {"bright", {"set 0 exposure_mode bright_priority"}},
+        {"expcomp_mode", {"set 0 exposure_mode auto", "set 0 expcomp_level 14"}},
+        {"expcomp_level", {"set 0 expcomp_mode on"}},
+        {"gain_limit", {"set 0 expcomp_mode off", "scene 0 2"}},
+        {"antiflicker", {"set 0 exposure_mode auto", "scene 0 1000", "mains 0 60"}},
+        {"meter", {"scene 0 window"}},
+        {"wdr_strength", {"set 0 exposure_mode wide_dynamic_range"}},
+        {"rgain", {"set 0 exposure_mode auto", "scene 0 chart", "scene 0 20", "set 0 wb_mode manual"}},
+        {"rgain_tuning", {"set 0 wb_mode auto"}},
+        {"rgain_onepush", {"set 0 wb_mode onepush"}},
+        {"temperature", {"set 0 wb_mode temperature"}},
+        {"saturation", {"set 0 wb_mode auto"}},
+    };
+    for (const sim::host::Setting& setting : sim::host::kSettings) {
+        int low = setting.lowest;
+        int high = setting.highest;
+        for (const auto& [name, before, lowest, highest] : more) {
+            if (name == setting.name) {
+                low = std::max(low, lowest);
+                high = std::min(high, highest);
+                for (const char* line : before) {
+                    run(line);
+                }
+            }
+        }
+        if (setting.setter == sim::host::Setter::none) {
+            EXPECT_FALSE(setting.shown) << setting.name;
+            continue;
+        }
+        const auto shown = [&](int value) {
+            if (setting.setter == sim::host::Setter::action) {
+                run("set 0 " + std::string(setting.name));
+            } else {
+                run("set 0 " + std::string(setting.name) + " " + std::to_string(value));
+            }
+            if (setting.name.ends_with("_onepush")) {
+                run("set 0 wb_mode onepush");
+            }
+            return picture();
+        };
+        const auto least = shown(low);
+        const auto most = shown(high);
+        EXPECT_EQ(least != most, setting.shown) << setting.name;
+        if (setting.setter != sim::host::Setter::action) {
+            shown(setting.initial);
+        }
+    }
+    run("help wdr_strength");
+    EXPECT_NE(said.str().find("not shown by the simulated picture"), std::string::npos);
+}
+
+TEST_F(AppLook, ASweepMeasuresEveryCombinationTheSameAtEveryRunAndPutsBack)
+{
+    const auto swept = [&](const std::string& what) {
+        const std::string csv = pattern + "/s.csv";
+        run("sweep 0 " + what + " " + csv + " " + pattern + "/s.png");
+        std::ostringstream text;
+        text << std::ifstream(csv).rdbuf();
+        return text.str();
+    };
+    run("scene 0 10");
+    const std::string text = swept("nr3d off,3,8 nr2d 0 gamma 0.45,0.63 --frames 2 --by noise");
+    EXPECT_TRUE(text.starts_with("nr3d,nr2d,gamma,red,green,blue,luma,")) << text;
+    std::vector<double> noise;
+    std::istringstream lines(text);
+    std::string line;
+    std::getline(lines, line);
+    const auto column = std::count(line.begin(), line.begin() + static_cast<std::ptrdiff_t>(line.find("noise")), ',');
+    while (std::getline(lines, line)) {
+        std::istringstream cells(line);
+        for (int i = 0; i <= column; ++i) {
+            std::getline(cells, line, ',');
+        }
+        noise.push_back(std::stod(line));
+    }
+    ASSERT_EQ(noise.size(), 6U);
+    EXPECT_NEAR(noise[2] / noise[0], 1.0 / std::sqrt(1.0 + 1.8), 0.08) << "3D noise reduction 3 has a strength of 1.8";
+    EXPECT_NEAR(noise[4] / noise[0], 1.0 / std::sqrt(1.0 + 6.0), 0.08);
+    EXPECT_EQ(bench::stored(0, "nr3d"), NR3D_AUTO);
+    EXPECT_EQ(session::caption_of(0).back().find("nr3d"), std::string::npos);
+    EXPECT_GT(std::filesystem::file_size(pattern + "/s.png"), 1000U);
+    for (const char* wrong : {"hue 0..14 drc 0..8 gamma 0..5 nr3d 0..8", "hue 3..99", "gamma", "hotpixel 1",
+                              "hue 3 --by x", "hue 3 region 600 0 100 10", "hue 3 --frames"}) {
+        EXPECT_THROW(swept(wrong), session::BadInput) << wrong;
+    }
+    EXPECT_THROW(run("measure 0 1 2 3"), session::BadInput);
 }
 
 TEST_F(AppLook, ARecordedRunTellsHowExposureSettled)

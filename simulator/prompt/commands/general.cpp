@@ -75,6 +75,9 @@ void explain(const Setting& setting)
     if (const std::string elsewhere = sim::host::elsewhere_text(setting); !elsewhere.empty()) {
         text += " [else " + elsewhere + "]";
     }
+    if (!setting.shown) {
+        text += "; " + std::string(sim::host::kNotShown);
+    }
     out() << std::left << std::setw(kNameWidth) << setting.name;
     print_wrapped(text, kNameWidth);
 }

@@ -17,6 +17,7 @@ std::span<const Command> lens_commands();
 std::span<const Command> following_commands();
 std::span<const Command> time_commands();
 std::span<const Command> picture_commands();
+std::span<const Command> trial_commands();
 std::span<const Command> general_commands();
 
 } // namespace prompt

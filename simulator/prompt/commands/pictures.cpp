@@ -2,16 +2,13 @@
 #include "prompt/commands/pictures.h"
 
 #include "host/durable_file.h"
-#include "host/store.h"
-#include "isp_ctrl.h"
 #include "prompt/command.h"
 #include "prompt/commands/groups.h"
-#include "prompt/interrupt.h"
 #include "prompt/json.h"
 #include "session/cameras.h"
+#include "session/figures.h"
 #include "session/look.h"
 #include "session/scenes.h"
-#include "session/trial.h"
 
 #include <array>
 #include <cmath>
@@ -22,25 +19,8 @@
 namespace prompt
 {
 
-using sim::host::Setting;
-
 namespace
 {
-
-/// Takes "--frames N" out of the words: over how many frames pictures are averaged, 1 unless given.
-int frames_option(Words& words)
-{
-    const auto option = std::ranges::find(words, "--frames");
-    if (option == words.end()) {
-        return 1;
-    }
-    if (option + 1 == words.end()) {
-        throw BadInput("--frames needs a number");
-    }
-    const int frames = number<int>(*(option + 1), 1, 1000, "a number of frames");
-    words.erase(option, option + 2);
-    return frames;
-}
 
 void render(const Words& words)
 {
@@ -55,100 +35,36 @@ void render(const Words& words)
     write_picture(path, sim::picture::contact_sheet(panels, panels.size() == 4 ? 2 : 3));
 }
 
-// ---- Values of a setting --------------------------------------------------------------------------------------------
-
-/// The pictures of a camera with each of some values of a setting; the store and the engine are put back.
-std::vector<sim::picture::Panel> pictures_with(int camera, const Setting& setting, const Words& values)
-{
-    constexpr std::size_t kFew = 4; // which take less than a second
-    session::Trial trial(camera);
-    std::vector<sim::picture::Panel> panels;
-    for (const std::string& value : values) {
-        const std::string title = std::string(setting.name) + " " + value;
-        if (values.size() > kFew) {
-            out() << title << ", " << panels.size() + 1 << " of " << values.size() << '\n' << std::flush;
-        }
-        const int result = trial.set(setting, setting_value(setting, value));
-        if (result != ISP_SUCCESS && result != ISP_UNFIT && result != ISP_EXCUTE_BYARM) {
-            throw BadInput(title + " failed with " + std::to_string(result));
-        }
-        const std::string mode = sim::host::unused_mode(setting.effective, sim::host::stored_record(camera));
-        const bool unfit = result == ISP_UNFIT || (!mode.empty() && !setting.is_mode());
-        pass_time(2000000); // exposure and white balance settle
-        panels.push_back(session::panel_of(camera, title + (!unfit         ? ""
-                                                            : mode.empty() ? " (not applied)"
-                                                                           : " (not applied in " + mode + ")")));
-    }
-    return panels;
-}
-
-void compare(const Words& words)
-{
-    const int camera = camera_with_engine(words[0]);
-    const Setting& setting = setting_named(words[1]);
-    if (setting.setter != sim::host::Setter::level && setting.setter != sim::host::Setter::silent) {
-        throw BadInput(words[1] + " has no values to compare");
-    }
-    const Words values(words.begin() + 2, words.end() - 1);
-    for (const std::string& value : values) {
-        setting_value(setting, value);
-    }
-    const std::string path = picture_argument(words.back());
-    const int columns = values.size() == 4 ? 2 : 3;
-    write_picture(path, sim::picture::contact_sheet(pictures_with(camera, setting, values), columns));
-}
-
-void styles(const Words& words)
-{
-    const int camera = camera_with_engine(words[0]);
-    const std::string path = picture_argument(words[1]);
-    const Setting& style = *sim::host::find_setting("style");
-    Words names;
-    for (const sim::host::ValueName& name : sim::host::names_of(style)) {
-        names.emplace_back(name.name);
-    }
-    write_picture(path, sim::picture::contact_sheet(pictures_with(camera, style, names), 4));
-}
-
 // ---- Figures --------------------------------------------------------------------------------------------------------
 
-/// The figures of a picture by name. Patches only of the chart, and in view.
-Json figures_of(int camera)
+/// The chart's patches that are in view, the levels and at the end the figures of the whole picture.
+Json all_figures_of(int camera)
 {
     using namespace sim::picture;
     const Image image = session::picture_of(camera);
     const float magnification = session::magnification_of(camera);
-    const auto in_view = [&](const Area& area) {
-        return area.x0 >= 0 && area.y0 >= 0 && area.x1 <= image.width && area.y1 <= image.height;
-    };
     Json figures = {{"camera", camera}};
-    if (session::scene_of(camera)->name == "chart") {
-        Json patches = Json::array();
-        for (int i = 0; i < kPatches; ++i) {
-            const Area area = patch_area(image, i, magnification);
-            if (!in_view(area)) {
-                continue;
-            }
-            const Colour mean = mean_colour(image, area);
-            const double noise = luma_deviation(image, area);
-            const double snr = 20.0 * std::log10(mean_luma(image, area) / noise);
-            patches.push_back({{"patch", patch_name(i)},
-                               {"red", rounded(255.0 * double{mean.red}, 4)},
-                               {"green", rounded(255.0 * double{mean.green}, 4)},
-                               {"blue", rounded(255.0 * double{mean.blue}, 4)},
-                               {"ciede2000", rounded(colour_difference(mean, patch_reflectance(i)), 4)},
-                               {"noise", rounded(255.0 * noise, 4)},
-                               {"snr_db", noise > 0.0 ? rounded(snr, 4) : Json()}});
+    Json patches = Json::array();
+    for (int i = 0; i < kPatches && session::scene_of(camera)->name == "chart"; ++i) {
+        const Area area = patch_area(image, i, magnification);
+        if (area.x0 < 0 || area.y0 < 0 || area.x1 > image.width || area.y1 > image.height) {
+            continue;
         }
+        const Colour mean = mean_colour(image, area);
+        const double noise = luma_deviation(image, area);
+        const double snr = 20.0 * std::log10(mean_luma(image, area) / noise);
+        patches.push_back({{"patch", patch_name(i)},
+                           {"red", rounded(255.0 * double{mean.red}, 4)},
+                           {"green", rounded(255.0 * double{mean.green}, 4)},
+                           {"blue", rounded(255.0 * double{mean.blue}, 4)},
+                           {"ciede2000", rounded(colour_difference(mean, patch_reflectance(i)), 4)},
+                           {"noise", rounded(255.0 * noise, 4)},
+                           {"snr_db", noise > 0.0 ? rounded(snr, 4) : Json()}});
+    }
+    if (!patches.empty()) {
         figures["patches"] = patches;
-        if (const Area edge = region_area(image, Region::edge, magnification); in_view(edge)) {
-            figures["edge_contrast"] = rounded(255.0 * steepest_edge(image, edge), 4);
-        }
     }
     const Histogram histogram = sim::picture::histogram(image);
-    figures["mean_luma"] = rounded(255.0 * mean_luma(image, {0, 0, image.width, image.height}), 4);
-    figures["clipped_percent"] = rounded(100.0 * histogram.clipped, 4);
-    figures["black_percent"] = rounded(100.0 * histogram.black, 4);
     constexpr std::size_t kStep = 16;
     constexpr const char* kCurves[] = {"red_percent", "green_percent", "blue_percent", "luma_percent"};
     Json levels = Json::array();
@@ -162,6 +78,7 @@ Json figures_of(int camera)
         levels.push_back(row);
     }
     figures["levels"] = levels;
+    figures.update(figures_json(session::figures_of(camera)));
     return figures;
 }
 
@@ -205,17 +122,28 @@ std::string table_of(const Json& figures, bool csv)
 
 void measure(const Words& words)
 {
-    const Json figures = figures_of(camera_with_engine(words[0]));
-    if (words.size() == 1) {
+    const int camera = camera_with_engine(words[0]);
+    const bool file = words.size() % 2 == 0;
+    if (words.size() == 3 || words.size() == 4) {
+        throw BadInput("a region is X Y W H");
+    }
+    Json figures;
+    if (words.size() > 2) {
+        figures = {{"camera", camera}};
+        figures.update(figures_json(session::figures_of(camera, region_argument(std::span(words).subspan(1, 4)))));
+    } else {
+        figures = all_figures_of(camera);
+    }
+    if (!file) {
         out() << table_of(figures, false);
         answer(figures);
         return;
     }
-    const std::string failed = sim::host::write_durably(file_argument(words[1]), table_of(figures, true));
+    const std::string failed = sim::host::write_durably(file_argument(words.back()), table_of(figures, true));
     if (!failed.empty()) {
         throw BadInput(failed);
     }
-    wrote(words[1]);
+    wrote(words.back());
 }
 
 template <sim::picture::Image (*Graph)(const sim::picture::Image&)>
@@ -229,11 +157,11 @@ void graph(const Words& words)
 constexpr Command kCommands[] = {
     {"render", "CAM... FILE.png|.jpg [--frames N]",
      "what cameras show, side by side: the frame of this moment, or the mean of N", 2, 11, render, Kind::looks},
-    {"compare", "CAM SETTING A B... FILE.png|.jpg", "values of a setting side by side", 5, 12, compare},
-    {"styles", "CAM FILE.png|.jpg", "contact sheet of all image styles", 2, 2, styles},
-    {"measure", "CAM [FILE.csv]",
-     "colours, colour differences and noise of the chart's patches; clipping and levels of any scene", 1, 2, measure,
-     Kind::looks},
+    {"measure", "CAM [X Y W H] [FILE.csv]",
+     "colours, colour differences and noise of the chart's patches, levels and figures of any scene; or the figures of "
+     "a "
+     "region of the picture of 640 x 480",
+     1, 6, measure, Kind::looks},
     {"histogram", "CAM FILE.png|.jpg", "how often each level occurs", 2, 2, graph<sim::picture::histogram_graph>,
      Kind::looks},
     {"waveform", "CAM FILE.png|.jpg", "the levels of each column", 2, 2, graph<sim::picture::waveform_graph>,
@@ -241,6 +169,37 @@ constexpr Command kCommands[] = {
 };
 
 } // namespace
+
+int frames_option(Words& words)
+{
+    const auto option = std::ranges::find(words, "--frames");
+    if (option == words.end()) {
+        return 1;
+    }
+    if (option + 1 == words.end()) {
+        throw BadInput("--frames needs a number");
+    }
+    const int frames = number<int>(*(option + 1), 1, 1000, "a number of frames");
+    words.erase(option, option + 2);
+    return frames;
+}
+
+sim::picture::Area region_argument(std::span<const std::string> words)
+{
+    const int x = number<int>(words[0], 0, session::kPictureWidth - 1, "the left side of a region");
+    const int y = number<int>(words[1], 0, session::kPictureHeight - 1, "the upper side of a region");
+    return {x, y, x + number<int>(words[2], 1, session::kPictureWidth - x, "the width of the region"),
+            y + number<int>(words[3], 1, session::kPictureHeight - y, "the height of the region")};
+}
+
+Json figures_json(const session::Figures& figures)
+{
+    Json json = Json::object();
+    for (const auto& [name, value] : figures) {
+        json[std::string(name)] = rounded(value, 5);
+    }
+    return json;
+}
 
 std::string picture_argument(const std::string& word)
 {

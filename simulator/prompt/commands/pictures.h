@@ -2,11 +2,22 @@
 #pragma once
 
 #include "picture/picture.h"
+#include "prompt/command.h"
+#include "prompt/json.h"
+#include "session/figures.h"
 
 #include <string>
 
 namespace prompt
 {
+
+/// Takes "--frames N" out of the words: how many frames are averaged, 1 unless given. Throws BadInput.
+int frames_option(Words& words);
+
+/// A region by its four words, within a picture of the usual size. Throws BadInput.
+sim::picture::Area region_argument(std::span<const std::string> words);
+
+Json figures_json(const session::Figures& figures);
 
 /// The path of a picture to write, by a word of a command. Throws BadInput for a name that is none of a PNG or JPEG
 /// file.
