@@ -36,6 +36,11 @@ CycleInput mains(int antiflicker, int lux, int luma, int iso = 100, int max_iso 
     return {AUTO_EXPOSURE, antiflicker, {iso, lux, max_iso, luma, kTarget}};
 }
 
+CycleInput target_1000(int lux, int luma)
+{
+    return {AUTO_EXPOSURE, FLICKER_50HZ, {100, lux, 2200, luma, 1000}};
+}
+
 const CycleInput kOpenWide = mains(FLICKER_OFF, 1000, 100);
 const CycleInput kTooBright = mains(FLICKER_50HZ, 1000, 116);
 const CycleInput kTooDark = mains(FLICKER_50HZ, 2501, 100);
@@ -65,120 +70,85 @@ struct Rig {
 
 } // namespace
 
-// The state that follows from a value of a figure on.
-struct From {
-    int value;
-    IrisFlag state;
-};
-
 // Each row runs single cycles from one state, with all values of one figure from the first to the last that it names.
+// The letters are the states that follow from there on: idle, closing, opening; small: closing or opening ended.
 TEST(IrisRules, StatesChangeAtTheirThresholds)
 {
     constexpr int k50 = FLICKER_50HZ, k60 = FLICKER_60HZ;
     const struct {
         IrisFlag before;
         CycleInput (*input)(int value);
-        std::vector<From> after;
+        const char* after;
     } rows[] = {
         // Shutter priority: closing starts,
-        {kIdle, [](int iso) { return gain(iso, 116); }, {{102, kClosing}, {104, kIdle}}},
-        {kIdle, [](int luma) { return gain(103, luma); }, {{114, kIdle}, {116, kClosing}, {117, kClosing}}},
-        {kClosingEnded, [](int iso) { return gain(iso, 116); }, {{103, kClosing}, {104, kClosingEnded}}},
-        {kOpeningEnded, [](int iso) { return gain(iso, 116); }, {{103, kClosing}, {104, kOpeningEnded}}},
-        {kOpening, [](int iso) { return gain(iso, 116, 180); }, {{103, kOpening}}},
+        {kIdle, [](int iso) { return gain(iso, 116); }, "102C 104I"},
+        {kIdle, [](int luma) { return gain(103, luma); }, "114I 116C 117C"},
+        {kClosingEnded, [](int iso) { return gain(iso, 116); }, "103C 104c"},
+        {kOpeningEnded, [](int iso) { return gain(iso, 116); }, "103C 104o"},
+        {kOpening, [](int iso) { return gain(iso, 116, 180); }, "103O"},
         // ends,
-        {kClosing, [](int iso) { return gain(iso, 100); }, {{119, kClosing}, {121, kClosingEnded}}},
-        {kClosing, [](int luma) { return gain(110, luma); }, {{88, kClosingEnded}, {90, kClosing}, {91, kClosing}}},
+        {kClosing, [](int iso) { return gain(iso, 100); }, "119C 121c"},
+        {kClosing, [](int luma) { return gain(110, luma); }, "88c 90C 91C"},
         // opening starts, also out of closing, which ends in the same cycle; dark at a low ceiling of the gain,
-        {kIdle, [](int iso) { return gain(iso, 100); }, {{249, kIdle}, {251, kOpening}}},
-        {kClosingEnded, [](int iso) { return gain(iso, 100); }, {{250, kClosingEnded}, {251, kOpening}}},
-        {kClosing, [](int iso) { return gain(iso, 100); }, {{250, kClosingEnded}, {251, kOpening}}},
-        {kIdle, [](int luma) { return gain(249, luma, 249); }, {{88, kOpening}, {90, kIdle}}},
-        {kIdle, [](int iso) { return gain(iso, 89, iso); }, {{248, kOpening}, {250, kIdle}}},
-        {kIdle, [](int max_iso) { return gain(248, 89, max_iso); }, {{247, kIdle}, {248, kOpening}, {249, kIdle}}},
+        {kIdle, [](int iso) { return gain(iso, 100); }, "249I 251O"},
+        {kClosingEnded, [](int iso) { return gain(iso, 100); }, "250c 251O"},
+        {kClosing, [](int iso) { return gain(iso, 100); }, "250c 251O"},
+        {kIdle, [](int luma) { return gain(249, luma, 249); }, "88O 90I"},
+        {kIdle, [](int iso) { return gain(iso, 89, iso); }, "248O 250I"},
+        {kIdle, [](int max_iso) { return gain(248, 89, max_iso); }, "247I 248O 249I"},
         // ends, which takes a ceiling above 180, or below it light enough and a gain below the ceiling.
-        {kOpening, [](int iso) { return gain(iso, 100); }, {{178, kOpeningEnded}, {180, kOpening}}},
-        {kOpening,
-         [](int max_iso) { return gain(178, 116, max_iso); },
-         {{178, kOpening}, {179, kOpeningEnded}, {180, kOpening}, {181, kOpeningEnded}}},
-        {kOpening, [](int max_iso) { return gain(178, 115, max_iso); }, {{178, kOpening}, {181, kOpeningEnded}}},
-        {kOpening,
-         [](int iso) { return gain(iso, 116, 179); },
-         {{178, kOpeningEnded}, {179, kOpening}, {180, kOpening}}},
+        {kOpening, [](int iso) { return gain(iso, 100); }, "178o 180O"},
+        {kOpening, [](int max_iso) { return gain(178, 116, max_iso); }, "178O 179o 180O 181o"},
+        {kOpening, [](int max_iso) { return gain(178, 115, max_iso); }, "178O 181o"},
+        {kOpening, [](int iso) { return gain(iso, 116, 179); }, "178o 179O 180O"},
         // Mains: closing starts at the shortest exposure,
-        {kIdle, [](int lux) { return mains(k50, lux, 116); }, {{994, kIdle}, {995, kClosing}, {1006, kIdle}}},
-        {kIdle, [](int lux) { return mains(k60, lux, 116); }, {{827, kIdle}, {828, kClosing}, {841, kIdle}}},
-        {kIdle, [](int luma) { return mains(k50, 1000, luma); }, {{114, kIdle}, {116, kClosing}}},
-        {kIdle, [](int luma) { return mains(k60, 833, luma); }, {{114, kIdle}, {116, kClosing}}},
-        {kIdle,
-         [](int flicker) { return mains(flicker, 1000, 116); },
-         {{1, kClosing}, {2, kIdle}, {3, kIdle}}}, // 50 Hz, 60 Hz, without a name
-        {kOpening, [](int lux) { return mains(k50, lux, 116, 100, 180); }, {{1000, kOpening}}},
+        {kIdle, [](int lux) { return mains(k50, lux, 116); }, "994I 995C 1006I"},
+        {kIdle, [](int lux) { return mains(k60, lux, 116); }, "827I 828C 841I"},
+        {kIdle, [](int luma) { return mains(k50, 1000, luma); }, "114I 116C"},
+        {kIdle, [](int luma) { return mains(k60, 833, luma); }, "114I 116C"},
+        {kIdle, [](int flicker) { return mains(flicker, 1000, 116); }, "1C 2I 3I"}, // 50 Hz, 60 Hz, without a name
+        {kOpening, [](int lux) { return mains(k50, lux, 116, 100, 180); }, "1000O"},
         // ends,
-        {kClosing, [](int lux) { return mains(k50, lux, 100); }, {{1199, kClosing}, {1201, kClosingEnded}}},
-        {kClosing, [](int lux) { return mains(k60, lux, 100); }, {{999, kClosing}, {1001, kClosingEnded}}},
-        {kClosing, [](int luma) { return mains(k50, 900, luma); }, {{88, kClosingEnded}, {90, kClosing}}},
-        {kClosing, [](int luma) { return mains(5, 900, luma); }, {{88, kClosingEnded}, {90, kClosing}}},
+        {kClosing, [](int lux) { return mains(k50, lux, 100); }, "1199C 1201c"},
+        {kClosing, [](int lux) { return mains(k60, lux, 100); }, "999C 1001c"},
+        {kClosing, [](int luma) { return mains(k50, 900, luma); }, "88c 90C"},
+        {kClosing, [](int luma) { return mains(5, 900, luma); }, "88c 90C"},
         // opening starts; the gain's ceiling counts at 50 Hz alone,
-        {kIdle, [](int lux) { return mains(k50, lux, 100); }, {{2499, kIdle}, {2501, kOpening}}},
-        {kIdle, [](int lux) { return mains(k60, lux, 100); }, {{2159, kIdle}, {2161, kOpening}}},
-        {kClosing, [](int lux) { return mains(k50, lux, 100); }, {{2500, kClosingEnded}, {2501, kOpening}}},
-        {kIdle, [](int luma) { return mains(k50, 2000, luma, 249, 249); }, {{88, kOpening}, {90, kIdle}}},
-        {kIdle, [](int iso) { return mains(k50, 2000, 89, iso, iso); }, {{248, kOpening}, {250, kIdle}}},
-        {kIdle,
-         [](int max_iso) { return mains(k50, 2000, 89, 248, max_iso); },
-         {{247, kIdle}, {248, kOpening}, {249, kIdle}}},
-        {kIdle, [](int luma) { return mains(k60, 2000, luma, 249, 249); }, {{89, kIdle}}},
+        {kIdle, [](int lux) { return mains(k50, lux, 100); }, "2499I 2501O"},
+        {kIdle, [](int lux) { return mains(k60, lux, 100); }, "2159I 2161O"},
+        {kClosing, [](int lux) { return mains(k50, lux, 100); }, "2500c 2501O"},
+        {kIdle, [](int luma) { return mains(k50, 2000, luma, 249, 249); }, "88O 90I"},
+        {kIdle, [](int iso) { return mains(k50, 2000, 89, iso, iso); }, "248O 250I"},
+        {kIdle, [](int max_iso) { return mains(k50, 2000, 89, 248, max_iso); }, "247I 248O 249I"},
+        {kIdle, [](int luma) { return mains(k60, 2000, luma, 249, 249); }, "89I"},
         // ends.
-        {kOpening, [](int lux) { return mains(k50, lux, 100); }, {{1798, kOpeningEnded}, {1800, kOpening}}},
-        {kOpening,
-         [](int max_iso) { return mains(k50, 1799, 116, 178, max_iso); },
-         {{178, kOpening}, {179, kOpeningEnded}, {180, kOpening}, {181, kOpeningEnded}}},
-        {kOpening,
-         [](int max_iso) { return mains(k50, 1799, 115, 178, max_iso); },
-         {{178, kOpening}, {181, kOpeningEnded}}},
-        {kOpening,
-         [](int iso) { return mains(k50, 1799, 116, iso, 179); },
-         {{178, kOpeningEnded}, {179, kOpening}, {180, kOpening}}},
-        {kOpening, [](int lux) { return mains(k60, lux, 100, 100, 180); }, {{1748, kOpeningEnded}, {1750, kOpening}}},
-        {kOpening,
-         [](int flicker) { return mains(flicker, 1000, 100); },
-         {{1, kOpeningEnded}, {3, kOpening}}}, // 50 Hz, 60 Hz, without a name
+        {kOpening, [](int lux) { return mains(k50, lux, 100); }, "1798o 1800O"},
+        {kOpening, [](int max_iso) { return mains(k50, 1799, 116, 178, max_iso); }, "178O 179o 180O 181o"},
+        {kOpening, [](int max_iso) { return mains(k50, 1799, 115, 178, max_iso); }, "178O 181o"},
+        {kOpening, [](int iso) { return mains(k50, 1799, 116, iso, 179); }, "178o 179O 180O"},
+        {kOpening, [](int lux) { return mains(k60, lux, 100, 100, 180); }, "1748o 1750O"},
+        {kOpening, [](int flicker) { return mains(flicker, 1000, 100); }, "1o 3O"}, // 50 Hz, 60 Hz, without a name
+        // Dark and bright are shares of the target, here 1000.
+        {kClosing, [](int luma) { return target_1000(900, luma); }, "899c 900C"},
+        {kIdle, [](int luma) { return target_1000(1000, luma); }, "1150I 1151C"},
         // Opening wide leaves the state.
-        {kClosing, [](int lux) { return mains(FLICKER_OFF, lux, 100); }, {{2501, kClosing}}},
-        {kOpening, [](int lux) { return mains(FLICKER_OFF, lux, 116); }, {{1000, kOpening}}},
+        {kClosing, [](int lux) { return mains(FLICKER_OFF, lux, 100); }, "2501C"},
+        {kOpening, [](int lux) { return mains(FLICKER_OFF, lux, 116); }, "1000O"},
     };
     for (const auto& row : rows) {
-        for (std::size_t i = 0; i < row.after.size(); ++i) {
-            const int end = i + 1 < row.after.size() ? row.after[i + 1].value : row.after[i].value + 1;
-            for (int value = row.after[i].value; value < end; ++value) {
+        const std::map<char, IrisFlag> kStates = {
+            {'I', kIdle}, {'C', kClosing}, {'c', kClosingEnded}, {'O', kOpening}, {'o', kOpeningEnded}};
+        const bench::Words from = bench::words(row.after);
+        for (std::size_t i = 0; i < from.size(); ++i) {
+            const int end = i + 1 < from.size() ? std::stoi(from[i + 1]) : std::stoi(from[i]) + 1;
+            for (int value = std::stoi(from[i]); value < end; ++value) {
                 Rig rig;
                 rig.state.auto_iris_flag = row.before;
                 rig.cycle(lens(400), row.input(value));
-                EXPECT_EQ(rig.state.auto_iris_flag, row.after[i].state) << "row " << &row - rows << ", " << value;
+                EXPECT_EQ(rig.state.auto_iris_flag, kStates.at(from[i].back()))
+                    << "row " << &row - rows << ", " << value;
             }
         }
-    }
-}
-
-TEST(IrisRules, DarkAndBrightAreSharesOfTheTarget)
-{
-    const struct {
-        IrisFlag before;
-        int lux;
-        int luma; // of a target of 1000
-        IrisFlag after;
-    } rows[] = {
-        {kClosing, 900, 899, kClosingEnded},
-        {kClosing, 900, 900, kClosing},
-        {kIdle, 1000, 1150, kIdle},
-        {kIdle, 1000, 1151, kClosing},
-    };
-    for (const auto& row : rows) {
-        Rig rig;
-        rig.state.auto_iris_flag = row.before;
-        rig.cycle(lens(400), {AUTO_EXPOSURE, FLICKER_50HZ, {100, row.lux, 2200, row.luma, 1000}});
-        EXPECT_EQ(rig.state.auto_iris_flag, row.after) << row.luma;
     }
 }
 
