@@ -25,34 +25,18 @@ void set(const bench::NamedSetter& setter, int camera, int level)
     }
 }
 
-void start_or_stop(int camera, std::uint8_t what)
-{
-    int sensors[] = {camera, (camera + 1) % 8};
-    switch (what % 8) {
-    case 0:
-    case 1:
-        rk_isp_init(camera, nullptr);
-        break;
-    case 2:
-        rk_isp_stop(camera);
-        break;
-    case 3:
-        rk_isp_deinit(camera);
-        break;
-    case 4:
-        rk_isp_update(camera);
-        break;
-    case 5:
+constexpr void (*kLife[])(int camera) = {
+    [](int camera) { rk_isp_init(camera, nullptr); },
+    [](int camera) { rk_isp_stop(camera); },
+    [](int camera) { rk_isp_deinit(camera); },
+    [](int camera) { rk_isp_update(camera); },
+    [](int camera) {
+        int sensors[] = {camera, (camera + 1) % 8};
         rk_isp_init_group(camera, sensors, 2, nullptr);
-        break;
-    case 6:
-        rk_isp_init_group_stop(camera);
-        break;
-    default:
-        rk_isp_deinit_group(camera);
-        break;
-    }
-}
+    },
+    [](int camera) { rk_isp_init_group_stop(camera); },
+    [](int camera) { rk_isp_deinit_group(camera); },
+};
 
 } // namespace
 
@@ -78,7 +62,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         } else if (what == kSetterCount + 1) {
             KIV_load_isp_para(camera);
         } else if (camera >= 0 && camera < 8) {
-            start_or_stop(camera, bytes[at + 2]);
+            kLife[bytes[at + 2] % std::size(kLife)](camera);
         }
     }
     sim::clear_faults();

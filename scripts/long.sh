@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What is random or takes long, half an hour in all: a sample of mutants, the fuzzers, torture and soak under the thread
+# What is random or takes long, half an hour in all: a sample of mutants, the fuzzers, torture and releases under the thread
 # sanitizer, clang-tidy of the simulator, 64-bit Arm packages, and README's two commands on bare installations of Debian
 # 12 and 13. Writes its result into docs/proof.md. As root, for the bare installations. Logs: build/logs.
 #   scripts/long.sh                all of it
@@ -26,8 +26,8 @@ fuzzers() {
 
 threads() {
     cmake --preset tsan && cmake --build --preset tsan &&
-        ISP_SOAK_MINUTES=20 TSAN_OPTIONS=report_thread_leaks=0 \
-            ctest --test-dir build/tsan -j 2 -L 'long|soak' --output-on-failure
+        ISP_RELEASES=3000 TSAN_OPTIONS=report_thread_leaks=0 \
+            ctest --test-dir build/tsan -j 2 -R 'Torture|Release' --output-on-failure
 }
 
 style() {
@@ -52,7 +52,7 @@ figures() { # PART: the line of its log that tells how much was done
 declare -A what=(
     [mutants]="a sample of 150 mutants"
     [fuzzers]="fuzzers, three minutes each"
-    [threads]="torture and soak under the thread sanitizer"
+    [threads]="torture and releases under the thread sanitizer"
     [style]="clang-format, clang-tidy and shellcheck of everything"
     [packages]="Debian packages for 64-bit Arm, lines that name one"
     [bookworm]="both commands on a bare Debian 12"

@@ -245,7 +245,7 @@ def output(*words):
 
 def run_quietly(words, folder, limit):
     process = subprocess.Popen(words, cwd=folder, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                               env=dict(os.environ, ISP_SOAK_MINUTES="0.2"), start_new_session=True)
+                               start_new_session=True)
     try:
         return process.wait(limit)
     except subprocess.TimeoutExpired:

@@ -32,12 +32,12 @@ int last_level(const sim::host::Setting& setting)
     return table != std::end(kTables) ? table->second : setting.highest;
 }
 
-/// The settings whose levels have a maximum, or those that are modes.
-std::vector<sim::host::Setting> settings(bool with_maximum)
+/// The settings whose levels have a maximum.
+std::vector<sim::host::Setting> bounded_settings()
 {
     std::vector<sim::host::Setting> found;
-    std::ranges::copy_if(sim::host::kSettings, std::back_inserter(found), [=](const sim::host::Setting& setting) {
-        return setting.setter == sim::host::Setter::level && (with_maximum ? setting.has_max() : setting.as_passed());
+    std::ranges::copy_if(sim::host::kSettings, std::back_inserter(found), [](const sim::host::Setting& setting) {
+        return setting.setter == sim::host::Setter::level && setting.has_max();
     });
     return found;
 }
@@ -163,7 +163,7 @@ TEST_F(Levels, TheTableOfSettingsHoldsInEveryMode)
 
 TEST_F(Levels, ABoundedSettingIsStoredAndAppliedInRange)
 {
-    for (const sim::host::Setting& setting : settings(true)) {
+    for (const sim::host::Setting& setting : bounded_settings()) {
         prepare();
         const int last = last_level(setting);
         // A store with a maximum beyond the table, too; the iris position is counted from the maximum, and a tone level
@@ -197,24 +197,6 @@ TEST_F(Levels, ABoundedSettingIsStoredAndAppliedInRange)
                 }
             }
         });
-    }
-}
-
-TEST_F(Levels, AModeIsStoredAsPassed)
-{
-    for (const sim::host::Setting& setting : settings(false)) {
-        SCOPED_TRACE(setting.name);
-        prepare();
-        enter_mode_of(setting);
-        for (const int level : levels_around(setting.highest)) {
-            if (setting.name == "exposure_mode" && level == SMART_EXPOSURE) {
-                continue; // starts a thread
-            }
-            const int result = set(kTested, setting.name, level);
-            const bool accepted = sim::host::contains(setting.accepted, sim::host::stored_record(kTested));
-            EXPECT_EQ(result, accepted ? 0 : ISP_UNFIT) << level;
-            EXPECT_EQ(stored(kTested, setting.name), level);
-        }
     }
 }
 

@@ -1,10 +1,9 @@
-// Exposure following: the thread's cycles, its beginning and end, and the closed loop with two cameras exposing.
+// Exposure following: the thread's cycles, its beginning and end.
 #include "support/bench.h"
 #include "support/threads.h"
 
 #include <atomic>
 #include <cerrno>
-#include <deque>
 
 using namespace bench;
 using ::testing::ElementsAre;
@@ -309,40 +308,4 @@ TEST_F(AeFollow, LastModeDecidesHoweverFastModesChange)
         cycles(3);
         EXPECT_EQ(running(), count) << round << ": and it stays so";
     }
-}
-
-// Both cameras expose; the light of the panorama scene changes step by step. Whatever the panorama camera's exposure
-// becomes, the feature camera has been told it within two cycles.
-TEST_F(AeFollow, FeatureCameraHasThePanoramaExposureWithinTwoCycles)
-{
-    constexpr sim::Microseconds kFrame = 33'333;
-    const int frames = sim::every(kFrame, [] { sim::engine::run_frame(1e-6 * static_cast<double>(kFrame)); });
-    KIV_Set_exposure_mode(1, AUTO_EXPOSURE);
-    sim::engine::set_luminance(1, 50.0);
-    follow();
-    cycles(150);
-
-    using Exposure = std::pair<float, float>; // time and gain
-    const auto reported = [](int camera, float more_gain) {
-        const auto& exposure = held<Uapi_ExpQueryInfo_t>(camera).LinAeInfo.LinearExp;
-        return Exposure{exposure.integration_time, exposure.analog_gain + more_gain};
-    };
-    for (const double luminance : {400.0, 3.0, 5000.0, 0.5, 80.0}) {
-        const Exposure old = reported(1, 0.25F);
-        sim::engine::set_luminance(1, luminance);
-        std::deque<Exposure> recent; // of the last two cycles, sampled between frames
-        for (int i = 0; i < 400; ++i) {
-            sim::wait(kCycle / 4);
-            recent.push_back(reported(1, 0.25F));
-            if (recent.size() > 9) {
-                recent.pop_front();
-                const Exposure feature{manual().TimeValue, manual().GainValue};
-                ASSERT_THAT(recent, ::testing::Contains(feature)) << luminance << ", sample " << i;
-            }
-        }
-        EXPECT_NE(recent.back(), old);
-        EXPECT_TRUE(held<Uapi_ExpQueryInfo_t>(1).IsConverged) << luminance;
-        EXPECT_EQ(reported(0, 0.0F), recent.back());
-    }
-    sim::cancel(frames);
 }

@@ -110,22 +110,6 @@ TEST_F(ClockTest, TicksMayChangeTicks)
               (std::vector<std::string>{"first@10", "second@15", "first@20", "second@20", "second@25", "second@30"}));
 }
 
-TEST_F(ClockTest, PacedTimeRunsEveryTickInItsOwnTime)
-{
-    sim::use_paced_time(50.0);
-    std::vector<sim::Microseconds> at;
-    const sim::Microseconds start = sim::now();
-    const int tick = sim::every(100'000, [&] { at.push_back(sim::now() - start); });
-    sim::wait(1'000'000);
-    EXPECT_GE(sim::now() - start, 1'000'000);
-    sim::use_virtual_time();
-    sim::cancel(tick);
-    ASSERT_GE(at.size(), 9U);
-    for (std::size_t i = 1; i < at.size(); ++i) {
-        EXPECT_EQ(at[i] - at[i - 1], 100'000) << "none is left out";
-    }
-}
-
 // Threads wait throughout while the way time passes changes under them.
 TEST_F(ClockTest, SwitchingLosesNoWakeUp)
 {

@@ -266,29 +266,6 @@ TEST_F(Engine, ConvergesWithinItsRanges)
     }
 }
 
-TEST_F(Engine, MetersTheWeightedCellsOfTheScene)
-{
-    rk_aiq_sys_ctx_t* const ctx = make_exposing(AECV2_FLICKER_FREQUENCY_OFF);
-    std::vector<float> samples(std::size_t{kMeteringSide} * kMeteringSide, 0.5F);
-    std::fill_n(samples.begin(), samples.size() / 5, 2.5F); // the three upper rows of cells; the mean is 0.9
-    set_metering(0, samples);
-    const auto luma = [&](int first_row, int last_row) {
-        change<Uapi_ExpSwAttrV2_t>(ctx, [=](auto& ae) {
-            ae.AecOpType = RK_AIQ_OP_MODE_MANUAL;
-            ae.stManual.LinearAE = {true, true, true, 0.02F, 1.0F, 2.0F}; // an even scene would have 120
-            for (int i = 0; i < RK_AIQ_AE_GRID_CELLS; ++i) {
-                ae.GridWeights.uCoeff[i] = i / 15 >= first_row && i / 15 <= last_row ? 3 : 0;
-            }
-        });
-        run_frame(1.0 / 30);
-        EXPECT_NEAR(readings(0).exposure, 120.0, 1e-3);
-        return readings(0).mean_luma;
-    };
-    EXPECT_NEAR(luma(3, 14), 60.0, 0.01);
-    EXPECT_NEAR(luma(2, 3), (255.0 + 60.0) / 2, 0.01) << "no sample is brighter than 255";
-    EXPECT_NEAR(luma(15, 15), (255.0 + 4 * 60.0) / 5, 0.01) << "no weight at all: the average";
-}
-
 // ---- White balance ------------------------------------------------------------------------------------------------
 
 TEST_F(Engine, ConvergesToTheIlluminant)

@@ -22,7 +22,6 @@
 #include <filesystem>
 #include <fstream>
 #include <netinet/in.h>
-#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -300,30 +299,9 @@ TEST_F(HostTest, LensServiceTakesCommandsAndDropsTheRest)
     EXPECT_EQ(second.port(), 0);
 }
 
-TEST_F(HostTest, IrisRecordIsWhereAReaderMapsIt)
+TEST_F(HostTest, LensServiceLeavesOtherFilesAlone)
 {
     LensService service;
-    ASSERT_EQ(service.open(file("iris"), 0), "");
-    const int fd = open(file("iris").c_str(), O_RDONLY);
-    void* mapped = mmap(nullptr, 36, PROT_READ, MAP_SHARED, fd, 0);
-    ASSERT_NE(mapped, MAP_FAILED);
-    close(fd);
-    const auto* words = static_cast<const std::int16_t*>(mapped);
-
-    iris_mode(1);
-    put_zoom(2556);
-    move_iris_to(700);
-    step_lens(0.125);
-    service.publish();
-    EXPECT_EQ(std::vector(words, words + 18), (std::vector<std::int16_t>{1, 750, 800, 0, 2556, 800, 723, 620, 514, 424,
-                                                                         360, 300, 257, 212, 180, 150, 131, 0}));
-    iris_mode(0);
-    service.publish();
-    EXPECT_EQ(words[0], 0);
-    munmap(mapped, 36);
-    service.close();
-    EXPECT_EQ(bench::entries(folder.c_str()), 0);
-
     write_text(file("precious"), "not a record");
     EXPECT_THAT(service.open(file("precious"), 0), HasSubstr("is something else"));
     EXPECT_EQ(read_text(file("precious")), "not a record");

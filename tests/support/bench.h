@@ -168,18 +168,6 @@ std::vector<std::string> names_of_calls(Action action, std::string_view prefix =
     return names;
 }
 
-/// The same, with a "kiv_traceout" for each message that is traced among them.
-template <typename Action>
-std::vector<std::string> names_of_calls_and_traces(Action action)
-{
-    sim::host::set_module_level(6);
-    sim::host::start_log_capture(10000, true);
-    std::vector<std::string> names = names_of_calls(action);
-    sim::host::stop_log_capture();
-    sim::host::set_module_level(0);
-    return names;
-}
-
 /// The messages traced while `action` runs, as "function: message" without the prefix.
 template <typename Action>
 std::vector<std::string> traces_of(Action action)

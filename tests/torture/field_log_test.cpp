@@ -85,7 +85,7 @@ std::string shown(const sim::Call& call)
     if (name.starts_with("rk_aiq_")) {
         return name.substr(name.find("api2_") + 5) + camera;
     }
-    return kSystem.contains(name) ? name : name + "(" + (call.value != 0 ? value : "") + ")" + camera;
+    return name + "(" + (call.value != 0 ? value : "") + ")" + camera;
 }
 
 struct Log {
@@ -307,26 +307,6 @@ TEST(FieldLog, IsWhatThePageSays)
         ASSERT_EQ(line, wanted) << "in " << heading << "; the whole log is in field-log.txt in the test's folder";
     }
     EXPECT_TRUE(page.eof()) << wanted << " is not logged";
-}
-
-// What a program that stands in for the system may look at.
-TEST(SystemCalls, HaveTheseArguments)
-{
-    torture::World world(0, false);
-    awb_calibration_s record{};
-    iris_ctrl_param_t command{};
-    std::vector<sim::Call> calls = bench::calls_of([&] {
-        getreadotp();
-        KIV_Get_Len_Types();
-        set_auto_iris(&command);
-        user_save_wb_calibration_file(&record, sizeof record);
-        user_load_wb_calibration_file(&record, sizeof record);
-    });
-    std::erase_if(calls, [](const sim::Call& call) { return call.value == 0; });
-    EXPECT_THAT(calls, testing::ElementsAre(sim::Call{"fopen", -1, 'r'}, sim::Call{"popen", -1, 'r'},
-                                            sim::Call{"socket", 0, SOCK_DGRAM},
-                                            sim::Call{"open", -1, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC},
-                                            sim::Call{"open", -1, O_RDONLY | O_CLOEXEC}));
 }
 
 } // namespace

@@ -88,19 +88,6 @@ TEST_F(OnePush, FailuresLeaveWhatWasReached)
     }
 }
 
-TEST_F(OnePush, WithoutAnEngineNothingIsRemembered)
-{
-    const int camera = 4;
-    store(camera, "wb_mode", ONE_PUSH_WHITE_BALANCE);
-    store(camera, "rgain_onepush", 7);
-    store(camera, "bgain_onepush", 8);
-    const sim::Microseconds start = sim::now();
-    EXPECT_EQ(KIV_Set_wb_mode_onepush(camera), 0);
-    EXPECT_EQ(sim::now() - start, 4'000'000);
-    EXPECT_THAT((std::vector{get_onepush_rgain(camera), get_onepush_bgain(camera), get_onepush_ggain(camera)}),
-                ElementsAre(7, 8, 1));
-}
-
 TEST_F(OnePush, RememberedGains)
 {
     EXPECT_THAT((std::vector{gs_wb_gain.rgain, gs_wb_gain.grgain, gs_wb_gain.gbgain, gs_wb_gain.bgain}),
