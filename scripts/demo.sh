@@ -3,7 +3,8 @@
 # pictures go to build/demo.
 #   scripts/demo.sh [SCENARIO...]             all scenarios without arguments
 #   scripts/demo.sh --live [--fresh] [[HOST:]PORT]
-#       four cameras on a page in the browser, until Ctrl-C or quit; settings and files stay in build/live until --fresh
+#       four cameras on a page in the browser and for VISCA controllers at port 5678, until Ctrl-C or
+#       quit; settings and files stay in build/live until --fresh
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -14,7 +15,7 @@ if [[ ${1-} == --live ]]; then
         rm -rf build/live
         shift
     fi
-    live=(--serve "${1:-8080}")
+    live=(--serve "${1:-8080}" --visca 5678)
 elif (($# > 0)); then
     mapfile -t scenarios < <(realpath -- "$@")
 else

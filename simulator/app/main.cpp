@@ -7,6 +7,7 @@
 #include "session/files.h"
 #include "session/session.h"
 #include "session/text.h"
+#include "visca/codec.h"
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
@@ -97,6 +98,7 @@ int main(int argc, char** argv)
     std::string folder = default_folder();
     std::vector<std::string> scripts;
     bool reference = false;
+    bool protocol = false;
     std::string pages;
     std::string controllers;
     bool read_only = false;
@@ -104,6 +106,7 @@ int main(int argc, char** argv)
     parser.add_option("--state", folder, "Folder of the camera's files: settings, shading, calibration")
         ->capture_default_str();
     parser.add_flag("--reference", reference, "Print the reference of all settings and commands, and leave");
+    parser.add_flag("--visca-reference", protocol, "Print the commands of VISCA controllers, and leave");
 #ifdef ISP_CTRL_LIVE
     parser.add_option("--serve", pages, "Serve pages at [HOST:]PORT, 127.0.0.1 where no host is named")
         ->type_name("[HOST:]PORT");
@@ -123,8 +126,8 @@ int main(int argc, char** argv)
     std::set_terminate(end_of_thread);
     prompt::catch_signals();
     prompt::console().json = json;
-    if (reference) {
-        return guarded([] { return print(prompt::settings_reference()); });
+    if (reference || protocol) {
+        return guarded([&] { return print(protocol ? visca::reference() : prompt::settings_reference()); });
     }
     int status = guarded([&] {
         return !pages.empty() || !controllers.empty() ? serve(pages, controllers, folder, read_only, scripts)

@@ -9,6 +9,7 @@
 #include "session/bad_input.h"
 #include "session/cameras.h"
 #include "session/change.h"
+#include "session/lanes.h"
 #include "visca/codec.h"
 
 #include <algorithm>
@@ -154,9 +155,9 @@ void finish(Message& message, const Bytes& bytes, const std::string& why)
     if (!bytes.empty()) {
         reply(message, bytes);
     }
-    kiv_traceout(sim::host::kControlLevel, "camera_id is %d: %s%s: %s%s%s\n", message.client->camera->id,
-                 visca::text_of(message.bytes).c_str(), message.replies.c_str(), message.request.text.c_str(),
-                 why.empty() ? "" : "; ", why.c_str());
+    const session::ActingFor camera(message.client->camera->id); // whose line it is
+    kiv_traceout(sim::host::kControlLevel, "VISCA %s: %s%s%s%s\n", visca::text_of(message.bytes).c_str(),
+                 message.request.text.c_str(), message.replies.c_str(), why.empty() ? "" : ": ", why.c_str());
 }
 
 void complete(Message& message, const Outcome& outcome)

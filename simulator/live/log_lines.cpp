@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cctype>
 #include <deque>
+#include <iterator>
 #include <mutex>
 #include <string_view>
 
@@ -23,6 +24,7 @@ constexpr int kTraceLevel = 6;
 // Never destroyed: threads may still write while the process ends.
 std::mutex& mutex = *new std::mutex;
 std::deque<Line>& lines = *new std::deque<Line>;
+std::deque<Line>& messages = *new std::deque<Line>; // of the control protocol, so that many of these displace no others
 std::uint64_t last_number = 0;
 
 bool is_camera(char c)
@@ -62,10 +64,11 @@ void keep(int level, const char* text)
         .number = 0, .seconds = session::seconds_now(), .camera = camera_of(text), .level = level, .text = plain(text)};
     const std::lock_guard lock(mutex);
     line.number = ++last_number;
-    if (lines.size() == kKept) {
-        lines.pop_front();
+    std::deque<Line>& kept = level == sim::host::kControlLevel ? messages : lines;
+    if (kept.size() == kKept) {
+        kept.pop_front();
     }
-    lines.push_back(std::move(line));
+    kept.push_back(std::move(line));
 }
 
 } // namespace
@@ -80,11 +83,11 @@ std::vector<Line> log_lines_after(std::uint64_t number)
 {
     const std::lock_guard lock(mutex);
     std::vector<Line> found;
-    for (const Line& line : lines) {
-        if (line.number > number && found.size() < kAtOnce) {
-            found.push_back(line);
-        }
+    for (const std::deque<Line>* kept : {&lines, &messages}) {
+        std::ranges::copy_if(*kept, std::back_inserter(found), [&](const Line& line) { return line.number > number; });
     }
+    std::ranges::sort(found, {}, &Line::number);
+    found.resize(std::min(found.size(), kAtOnce));
     return found;
 }
 

@@ -193,8 +193,9 @@ std::string reference()
 {
     std::string text = "| Command | Step | Inquiry | Setting | Bytes taken |\n|---|---|---|---|---|\n";
     for (const Row& row : kRows) {
-        const char* const data = row.digits < 0 ? " pq" : &" 0p 0q 0r 0s"[12 - 3 * std::min(row.digits, 4)];
-        for (const auto& [code, end] : {std::pair{row.command, data}, {row.step, " 0p"}, {row.inquiry, ""}}) {
+        const auto digits = static_cast<std::size_t>(std::clamp(row.digits, 0, 4));
+        const std::string data = row.digits < 0 ? " pq" : std::string(" 0p 0q 0r 0s", 3 * digits);
+        for (const auto& [code, end] : {std::pair(row.command, data), {row.step, " 0p"}, {row.inquiry, ""}}) {
             Bytes bytes{0x81};
             append(bytes, static_cast<std::size_t>(code), kOpcode);
             text += code == 0 ? "| " : "| `" + text_of(bytes) + end + " FF` ";
@@ -202,9 +203,10 @@ std::string reference()
         text += "| `" + std::string(row.setting) + "` |";
         for (const Range& range : row.ranges) {
             char bytes[32];
-            std::snprintf(bytes, sizeof bytes, " %02X-%02X=%d", static_cast<unsigned>(range.low),
-                          static_cast<unsigned>(range.high), range.value);
-            text += range.low <= range.high ? bytes : "";
+            std::snprintf(bytes, sizeof bytes, " %02X-%02X=", static_cast<unsigned>(range.low),
+                          static_cast<unsigned>(range.high));
+            const bool taken = row.command != 0 && range.low <= range.high && range.use != Use::answered;
+            text += taken ? bytes + (range.use == Use::last ? "last" : std::to_string(range.value)) : "";
         }
         text += " |\n";
     }

@@ -38,7 +38,7 @@ class Log {
 
   wants({ camera, level }) {
     const { value } = this.filter;
-    return value === 'all' || camera === value || camera === 'said' || (value === 'visca' && level === String(CONTROL_LEVEL));
+    return level === String(CONTROL_LEVEL) ? value === 'visca' : value === 'all' || camera === value || camera === 'said';
   }
 
   add(text, camera, time, className = '', level = 0) {
@@ -50,8 +50,9 @@ class Log {
     Object.assign(line.dataset, { camera, level });
     line.hidden = !this.wants(line.dataset);
     this.lines.append(line);
-    while (this.lines.children.length > MOST_LINES) {
-      this.lines.firstChild.remove();
+    const alike = [...this.lines.children].filter((each) => (each.dataset.level === String(CONTROL_LEVEL)) === (level === CONTROL_LEVEL));
+    if (alike.length > MOST_LINES) {
+      alike[0].remove();
     }
     if (atEnd) {
       this.lines.scrollTop = this.lines.scrollHeight;
