@@ -20,7 +20,8 @@ extern "C" {
 #endif
 
 /** Iris and zoom state that lens control publishes in "/dev/sm_af_iris_value", in the processor's byte order.
- * Positions are motor steps; a larger iris position is a wider opening. */
+ * Positions are motor steps, of the iris from 0 (closed) to 800 (F1.8): a larger one is a wider opening, unlike the
+ * stops of iris_to(). */
 typedef struct Iris_Info_Param {
     int16_t autoFlag; /**< 0: automatic iris is off */
     int16_t curIris;
@@ -34,20 +35,21 @@ typedef struct Iris_Info_Param {
 /** One iris command. */
 typedef struct iris_ctrl_param {
     char toDst;    /**< 1: go to dstIris; 0: move by steps */
-    short dstIris; /**< absolute position */
-    short steps;   /**< positive opens, negative closes */
+    short dstIris; /**< absolute position, motor steps */
+    short steps;   /**< motor steps: positive opens, negative closes */
 } iris_ctrl_param_t;
 
 #ifdef __cplusplus
 static_assert(sizeof(Iris_Info_Param) == 36, "18 fields of 2 bytes");
 static_assert(sizeof(iris_ctrl_param_t) == 6, "sent byte for byte");
 #else
-_Static_assert(sizeof(Iris_Info_Param) == 36, "18 fields of 2 bytes");
-_Static_assert(sizeof(iris_ctrl_param_t) == 6, "sent byte for byte");
+__extension__ _Static_assert(sizeof(Iris_Info_Param) == 36, "18 fields of 2 bytes");
+__extension__ _Static_assert(sizeof(iris_ctrl_param_t) == 6, "sent byte for byte");
 #endif
 
-/** Receives the loop's commands on the loop's thread; its result is not looked at. The record is the loop's own
- * and valid during the call. */
+/** Receives the loop's commands on the loop's thread; its return value is ignored. The record is the loop's own and
+ * valid during the call. The receiver may call get_max_iris() and get_cur_zoom_array(), and nothing else of the
+ * library. */
 typedef int (*KIV_AUTO_IRIS_CONTROL_CALLBACK)(iris_ctrl_param_t* param);
 
 /** The registered callback, null until init_auto_iris_control(). */

@@ -15,24 +15,21 @@
  *   written, result 0. A stopped engine still takes settings.
  * - Threads: "any thread" means from any thread, without a lock of the caller's. Engines may be started and released
  *   while other threads change settings and while the library's own threads run: a release stops the engine, waits for
- *   the engine calls under way, and calls that come later find no engine. Do not call rk_isp_* while you hold the engine lock,
- *   rkipc_get_ctx_mtx(); every other function is safe.
+ *   the engine calls under way, and calls that come later find no engine. Do not call rk_isp_* while you hold the
+ * engine lock, rkipc_get_ctx_mtx(); every other function is safe.
  * - Settings that share a block of the engine: each setter reads the block, changes its own fields and writes it back.
  *   Two threads that do so at once with one camera lose one of the changes: the store holds it, the engine does not.
- *   The host orders the calls within each of these lines, for each camera (or group); KIV_Set_style() and
- *   KIV_load_isp_para() belong to all of them, and two calls of one setter need an order too.
- *   - saturation, hue, luminance, contrast, blackwhite_mode
- *   - exposure_mode, shutter, bright, expcomp_mode, expcomp_level, backlight, gain_limit, manual_gain, antiflicker,
- *     meter, drc. Exposure following writes the feature camera's exposure with the engine lock held: in SMART_EXPOSURE
- *     hold that lock around such a setter.
- *   - wb_mode, wb_mode_onepush, temperature, rgain, bgain, rgain_tuning, bgain_tuning, Awb_Calibration().
- *     White-balance following takes no lock: while it runs, leave the white balance of cameras 0 and 2 to it.
- *   - shading, nr2d
+ *   The host orders such calls for each camera (or group). The column `block` of isp_settings.h tells which settings
+ *   they are; KIV_Set_style() and KIV_load_isp_para() belong to every block, and two calls of one setter need an order
+ *   too. Exposure following writes the feature camera's exposure with the engine lock held: in SMART_EXPOSURE hold that
+ *   lock around a setter of the block exposure. White-balance following takes no lock: while it runs, leave the white
+ *   balance of cameras 0 and 2 to it. Awb_Calibration() writes that of cameras 0, 2 and 3.
  * - The host's functions are called on the caller's thread or on a thread of the library's. They must not call back
  *   into the library. para_set_isp_exposure_mode_cur(), Uvc_Query_Zoom_Position() and the log functions are called with
  *   a lock of the library's held and must not wait for a call of the library on another thread either: a lock that
  *   para_set_isp_exposure_mode_cur() takes must not be held, recursive or not, by a thread that calls
  *   KIV_Set_exposure_mode(), KIV_Set_style(), KIV_load_isp_para() or cam_ae_follow_pano_thread().
+ * - No exception may leave a host's function: the process ends.
  * - A thread within a call must not be cancelled or leave it by longjmp(). After fork() a child may only exec or exit.
  *   All signals are blocked in the library's own threads.
  */
@@ -50,6 +47,7 @@
 #define ISP_CTRL_VERSION_MAJOR 1
 #define ISP_CTRL_VERSION_MINOR 0
 #define ISP_CTRL_VERSION_PATCH 0
+#define ISP_CTRL_VERSION "1.0.0"
 /**@}*/
 
 /** Setting enums have the underlying type int where the language has it, so that any integer a host passes
@@ -369,7 +367,7 @@ typedef struct awb_calibration {
 #ifdef __cplusplus
 static_assert(sizeof(awb_calibration_s) == 80, "20 fields of 4 bytes");
 #else
-_Static_assert(sizeof(awb_calibration_s) == 80, "20 fields of 4 bytes");
+__extension__ _Static_assert(sizeof(awb_calibration_s) == 80, "20 fields of 4 bytes");
 #endif
 
 /* ---- Shared state ------------------------------------------------------------------------------------------------ */
@@ -400,8 +398,8 @@ extern ISP_API const uint8_t AE_bottom_Weight_GridWeights[225]; /**< no metering
 extern ISP_API int sensor_vpss_group[4];
 
 /**@{*/
-/** Tone curves: 49 points, output 0 to 4095. No level selects gamma_1_1 and gamma_1_3. A host may change points while no
- * other thread calls KIV_Set_gamma(); the next call sends them. */
+/** Tone curves: 49 points, output 0 to 4095. No level selects gamma_1_1 and gamma_1_3. A host may change points while
+ * no other thread calls KIV_Set_gamma(); the next call sends them. */
 extern ISP_API uint16_t gamma_1_1[49];
 extern ISP_API uint16_t gamma_1_2[49];
 extern ISP_API uint16_t gamma_1_3[49];
@@ -424,15 +422,15 @@ extern ISP_API rk_aiq_wb_gain_t gs_wb_gain;
  * @param cam_id camera, 0 to 7. Other ids are refused, but only after the group mode has been left and the
  *   directory replaced.
  * @param iqfile_path directory of the tuning files, at most 255 characters; null means "/etc/iqfiles". A longer
- *   path is refused before anything changes.
+ *   path is refused before anything changes. The string is neither written nor kept.
  * @retval 0 the engine runs
  * @retval -1 refused, or the engine failed to initialise, prepare or start. After a failed start the camera keeps
  *   the prepared engine, so that rk_isp_deinit() can release it; after a failed initialisation or prepare it has
  *   none. A refused call leaves its engine as it was.
  *
  * Any thread; takes the engine lock, but not around the engine's own initialisation: two starts of the same camera, or
- * of cameras with different directories, are the caller's to order. Sets the process's environment variable HDR_MODE with setenv(), which must not run beside
- * another thread's use of the environment.
+ * of cameras with different directories, are the caller's to order. Sets the process's environment variable HDR_MODE
+ * with setenv(), which must not run beside another thread's use of the environment.
  */
 ISP_API int rk_isp_init(int cam_id, char* iqfile_path);
 
@@ -447,7 +445,8 @@ ISP_API int rk_isp_init(int cam_id, char* iqfile_path);
 ISP_API int rk_isp_update(int cam_id);
 
 /**
- * Stops a camera's engine and keeps it, so that it can still be released.
+ * Stops a camera's engine and keeps it, so that it can still be released. rk_isp_init() starts the camera again, with a
+ * new engine that KIV_load_isp_para() brings in line with the store.
  * @param cam_id camera, 0 to 7
  * @retval 0 stopped, or there was no engine
  * @retval -1 bad id
@@ -555,8 +554,8 @@ ISP_API int get_isp_switch(int isp_id);
  * @retval ISP_UNFIT LOW_LIGHT or a mode without a name (stored all the same)
  * @retval -1 bad id
  *
- * Any thread, but none that holds a lock which the store takes: the mode is stored under the lock of exposure following.
- * The first call of the process also applies the stored DRC level.
+ * Any thread, but none that holds a lock which the store takes: the mode is stored under the lock of exposure
+ * following. The first call of the process also applies the stored DRC level.
  */
 ISP_API int KIV_Set_exposure_mode(int isp_id, Exposure_Mode_E value);
 
@@ -934,7 +933,7 @@ ISP_API int user_load_shading_file(char* buf, int buf_size);
 /**
  * Sets the 2D noise reduction. Re-applies the lens shading first, whose result is not reported.
  * @param isp_id camera, 0 to 7
- * @param value an NR2D_E, at most 9
+ * @param value an NR2D_E; levels 7 to 9, beyond it, are stronger and used only if the store's maximum allows them
  * @retval 0 applied, or stored without an engine
  * @retval -1 bad id, or the engine failed (the level is stored)
  *
@@ -942,7 +941,8 @@ ISP_API int user_load_shading_file(char* buf, int buf_size);
  */
 ISP_API int KIV_Set_nr2d(int isp_id, NR2D_E value);
 
-/** Sets the 3D (temporal) noise reduction: an NR3D_E, at most 11. Any thread.
+/** Sets the 3D (temporal) noise reduction: an NR3D_E; levels 10 and 11, beyond it, are stronger
+ * and used only if the store's maximum allows them. Any thread.
  * @retval 0 applied, or stored without an engine
  * @retval -1 bad id, or the engine failed (the level is stored) */
 ISP_API int KIV_Set_nr3d(int isp_id, NR3D_E value);
@@ -959,9 +959,9 @@ ISP_API int KIV_Set_hotpixel(int isp_id);
 /* ---- Start-up ---------------------------------------------------------------------------------------------------- */
 
 /** Brings a camera's engine in line with the store: reads 22 settings and applies them in a fixed order; what the
- * setters report is not passed on. A bad id has no effect; without an engine only the store changes, where a level had
- * to be bounded. A stored SMART_EXPOSURE starts exposure following. Any thread; call it once the engine runs. Starts
- * processes to learn the lens type. */
+ * setters report is not passed on. Not restored is the colour-space matrix: call KIV_Set_csc_mode() again. A bad id has
+ * no effect; without an engine only the store changes, where a level had to be bounded. A stored SMART_EXPOSURE starts
+ * exposure following. Any thread; call it once the engine runs. Starts processes to learn the lens type. */
 ISP_API void KIV_load_isp_para(int isp_id);
 
 /**
@@ -988,9 +988,10 @@ ISP_API int kiv_rkisp_cl_getAeinfo(float* again, float* ispdgain, float* time, f
                                    float* ret_dysetpoint);
 
 /**
- * Starts the thread with which the feature camera follows the panorama camera's exposure. It ends by itself, and is
- * not started again, when camera 0's stored mode is not SMART_EXPOSURE (at once, unless KIV_Set_exposure_mode()
- * selected that mode before), on lens calibration flag 4, and when an engine call fails.
+ * Starts the thread with which the feature camera follows the panorama camera's exposure. The thread ends when camera
+ * 0's stored mode is not SMART_EXPOSURE, when KIV_Set_exposure_mode() has not selected that mode in this process, on
+ * lens calibration flag 4, and when an engine call fails. Nothing starts it again after a failure: call
+ * this function once a second while camera 0's stored mode is SMART_EXPOSURE.
  * @retval 0 started, or one already runs
  * @retval -1 the thread could not be created
  *

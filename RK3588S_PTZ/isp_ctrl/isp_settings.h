@@ -193,8 +193,8 @@ SETTING(bgain_tuning, BGain_Tuning_E, level, all, level, KIV_Set_bgain_tuning, B
     white_balance, "", level - 10, balance, \
     ISP_ONLY(ISP_IN_AUTO_BALANCE | ISP_IN_ONEPUSH | ISP_IN_TEMPERATURE), ISP_IN_ALL, \
     ISP_ONLY(ISP_IN_AUTO_BALANCE | ISP_IN_ONEPUSH | ISP_IN_TEMPERATURE), "more or less blue, 10 being neutral") \
-SETTING(ggain_tuning, GGain_Tuning_E, level, bound, level, KIV_Set_ggain_tuning, GGain_Tuning_MIN, GGain_Tuning_MAX, 10, \
-    white_balance, "", level - 10, own, ISP_IN_NONE, ISP_IN_ALL, \
+SETTING(ggain_tuning, GGain_Tuning_E, level, bound, level, KIV_Set_ggain_tuning, \
+    GGain_Tuning_MIN, GGain_Tuning_MAX, 10, white_balance, "", level - 10, own, ISP_IN_NONE, ISP_IN_ALL, \
     ISP_ONLY(ISP_IN_AUTO_BALANCE | ISP_IN_ONEPUSH | ISP_IN_TEMPERATURE), "kept, without effect on the picture") \
 SETTING(rgain_onepush, int, level, cur, silent, set_onepush_rgain, 0, 65535, 1957, \
     white_balance, "x", level / 1000.0, own, ISP_ONLY(ISP_IN_ONEPUSH), ISP_IN_ALL, ISP_IN_ALL, \

@@ -9,7 +9,8 @@
 extern "C" {
 #endif
 
-/** Current zoom position in motor steps, 0 being the widest angle.
+/** Current zoom position of the feature camera's lens in motor steps, from 0, the widest angle, to 6624, the longest
+ * focal length.
  * When: each cycle of exposure following. Threads: exposure following. */
 uint16_t Uvc_Query_Zoom_Position(void);
 
@@ -21,8 +22,10 @@ int get_lens_calibration_flag(void);
  * When: KIV_Set_exposure_mode(). Threads: the caller's. */
 void iris_mode(unsigned char mode);
 
-/** Drives the iris to a position, 0 being the widest aperture.
- * When: KIV_Set_iris(), and KIV_Set_exposure_mode() for MANUAL_EXPOSURE and IRIS_PRIORITY. Threads: the caller's. */
+/** Drives the iris to a stop, a larger one being narrower: 0 to 12 for F1.8, 2, 2.4, 2.8, 3.4, 4, 4.8, 5.6, 6.8,
+ * 8, 9.6, 11 and closed. This is not the scale of the automatic iris, which counts motor steps from 0 (closed) to 800
+ * (widest): see Iris_Info_Param. When: KIV_Set_iris(), and KIV_Set_exposure_mode() for MANUAL_EXPOSURE and
+ * IRIS_PRIORITY. Threads: the caller's. */
 void iris_to(unsigned short position);
 
 #ifdef __cplusplus

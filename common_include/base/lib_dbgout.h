@@ -21,7 +21,7 @@ typedef struct lib_dbgout_profile {
     void (*log_cb)(int level, const char* text);
 } lib_dbgout_profile_s;
 
-/** The levels in force. The host may change them at any time.
+/** The levels in force. The host may change module_level at any time, with an atomic store: the library reads it so.
  * When: every step. Threads: all. */
 extern lib_dbgout_profile_s dbgout_profile;
 

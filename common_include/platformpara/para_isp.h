@@ -54,12 +54,12 @@ typedef struct kiv_isp_param {
 #ifdef __cplusplus
 static_assert(sizeof(kiv_isp_param_s) == 156, "39 settings of 4 bytes");
 #else
-_Static_assert(sizeof(kiv_isp_param_s) == 156, "39 settings of 4 bytes");
+__extension__ _Static_assert(sizeof(kiv_isp_param_s) == 156, "39 settings of 4 bytes");
 #endif
 
 /**@{*/
 /** Of each setting: _cur reads the stored level of record id, _max the highest level allowed for it, and
- * para_set_..._cur stores a level (its result is not looked at). Called from any of the host's threads
+ * para_set_..._cur stores a level (its return value is ignored). Called from any of the host's threads
  * that call a setter, and from the library's own threads.
  * When: the stored level at restore, when a mode is set, and by setters that depend on it; the highest level at
  * every change; storing at every change, before the engine is told. The iris loop reads exposure_mode and

@@ -1,6 +1,6 @@
-/* A host with two cameras: camera 1 shows the panorama, camera 0 a part of it, and follows its exposure.
+/* The host's program.
  *
- *     host SETTINGS-FILE [-v]      -v: the library's trace lines
+ *     host [-v] [-s SOCKET] SETTINGS-FILE      -v: the library's trace lines; -s: requests as protocol.c has them
  *
  * The signal USR1 switches camera 0 between colour and black and white; INT and TERM end the host. */
 #include "host.h"
@@ -10,35 +10,16 @@
 #include <platformpara/para_isp.h>
 #include <signal.h>
 #include <stdio.h>
-#include <string.h>
 #include <time.h>
+#include <unistd.h>
 
-enum { FEATURE = 0, PANORAMA = 1, CAMERAS = 2 };
-
-/* Engines first, then their settings; threads last. */
-static int start(int first_time)
-{
-    for (int camera = 0; camera < CAMERAS; ++camera) {
-        if (rk_isp_init(camera, NULL) != 0) {
-            fprintf(stderr, "camera %d does not start\n", camera);
-            return -1;
-        }
-    }
-    for (int camera = 0; camera < CAMERAS; ++camera) {
-        KIV_load_isp_para(camera); /* smart exposure, if stored, begins to follow */
-    }
-    if (first_time) {
-        KIV_Set_exposure_mode(FEATURE, SMART_EXPOSURE);
-    }
-    return init_auto_iris_control(lens_move_iris);
-}
-
-/* The user's wish: one call. The library stores it and tells the engine. */
+/* The user's wish, like one of the protocol: one call. The library stores it and tells the engine. */
 static void switch_colour(void)
 {
-    const int black_and_white = para_get_isp_blackwhite_mode_cur(FEATURE) == BlackWhite_Mode_ON;
-    const int result = KIV_Set_blackwhite_mode(FEATURE, black_and_white ? BlackWhite_Mode_OFF : BlackWhite_Mode_ON);
-    printf("camera %d: %s (%d)\n", FEATURE, black_and_white ? "colour" : "black and white", result);
+    char reply[256];
+    const int coloured = para_get_isp_blackwhite_mode_cur(FEATURE) == BlackWhite_Mode_OFF;
+    protocol_answer(coloured ? "set 0 blackwhite_mode on" : "set 0 blackwhite_mode off", reply, sizeof reply);
+    printf("camera %d: %s (%s)\n", FEATURE, coloured ? "black and white" : "colour", reply);
 }
 
 static void report(void)
@@ -49,29 +30,23 @@ static void report(void)
     }
 }
 
-/* Everything that calls the engine ends before the engine does. Leaving smart exposure is stored like every wish: the
- * settings were saved before. */
-static void shut_down(void)
-{
-    if (para_get_isp_exposure_mode_cur(FEATURE) == SMART_EXPOSURE) {
-        KIV_Set_exposure_mode(FEATURE, AUTO_EXPOSURE);
-    }
-    set_awb_follow_pano(0); /* also right where it never began */
-    lens_end_automatic();
-    nanosleep(&(struct timespec){.tv_nsec = 200000000}, NULL); /* cycles under way end */
-    for (int camera = 0; camera < CAMERAS; ++camera) {
-        rk_isp_deinit(camera);
-    }
-}
-
 int main(int count, char** words)
 {
-    if (count < 2 || count > 3 || (count == 3 && strcmp(words[2], "-v") != 0)) {
-        fprintf(stderr, "usage: %s SETTINGS-FILE [-v]\n", words[0]);
+    const char* socket = NULL;
+    for (int option; (option = getopt(count, words, "vs:")) != -1;) {
+        if (option == 'v') {
+            dbgout_profile.module_level = 6;
+        } else if (option == 's') {
+            socket = optarg;
+        } else {
+            count = 0;
+        }
+    }
+    if (count - optind != 1) {
+        fprintf(stderr, "usage: %s [-v] [-s SOCKET] SETTINGS-FILE\n", words[0]);
         return 2;
     }
-    const char* path = words[1];
-    dbgout_profile.module_level = count == 3 ? 6 : 0;
+    const char* path = words[optind];
     setvbuf(stdout, NULL, _IOLBF, 0);
 
     /* Blocked before any thread exists, so that all threads leave the signals to this one. */
@@ -89,8 +64,8 @@ int main(int count, char** words)
 #ifdef WORKSTATION
     workstation_start();
 #endif
-    if (start(!loaded) != 0) {
-        shut_down();
+    if (cameras_start(!loaded) != 0 || (socket != NULL && protocol_start(socket) != 0)) {
+        cameras_shut_down();
         return 1;
     }
     for (;;) {
@@ -101,12 +76,14 @@ int main(int count, char** words)
         } else if (signal == SIGINT || signal == SIGTERM) {
             break;
         } else {
+            cameras_each_second();
             report();
         }
         store_save(path);
     }
+    protocol_end();
     int result = store_save(path) == 0 ? 0 : 1;
-    shut_down();
+    cameras_shut_down();
 #ifdef WORKSTATION
     result |= workstation_faults() != 0;
 #endif

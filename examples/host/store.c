@@ -1,63 +1,35 @@
-/* The parameter store: the settings of eight cameras, from one list, and the file that keeps them. */
+/* The parameter store: the settings of eight cameras, from the library's list, and the file that keeps them. */
 #include "host.h"
 
 #include <errno.h>
-#include <isp_ctrl.h>
-#include <platformpara/para_isp.h>
+#include <isp_settings.h>
 #include <stdio.h>
 #include <string.h>
 #include <unistd.h>
 
-enum { CAMERAS = 8, VERSION = 1, VALUES = CAMERAS * (int)sizeof(kiv_isp_param_s) / (int)sizeof(int) };
+enum { RECORDS = 8, VERSION = 1, FIELDS = sizeof(kiv_isp_param_s) / sizeof(int) };
 
-/* LEVEL(name, initial value, highest level) or CHOICE(name, initial value), of which the library asks no highest. */
-#define SETTINGS(LEVEL, CHOICE)                                                                                        \
-    CHOICE(style, style_default)                                                                                       \
-    CHOICE(exposure_mode, AUTO_EXPOSURE)                                                                               \
-    LEVEL(shutter, VISCA_SHUTTER_60, VISCA_SHUTTER_10000)                                                              \
-    LEVEL(iris, VISCA_IRIS_F180, VISCA_IRIS_F180)                                                                      \
-    LEVEL(bright, 5, Bright_MAX)                                                                                       \
-    CHOICE(expcomp_mode, Expcomp_Mode_OFF)                                                                             \
-    LEVEL(expcomp_level, Expcomp_Level_0, Expcomp_Level_MAX)                                                           \
-    CHOICE(backlight, Backlight_Mode_OFF)                                                                              \
-    LEVEL(gain_limit, Gain_Limit_MAX, Gain_Limit_MAX)                                                                  \
-    LEVEL(manual_gain, Manual_Limit_MIN, Manual_Limit_MAX)                                                             \
-    CHOICE(antiflicker, FLICKER_50HZ)                                                                                  \
-    CHOICE(meter, Meter_Mode_Average)                                                                                  \
-    CHOICE(wdr_strength, WDR_Strength_MIN)                                                                             \
-    CHOICE(wb_mode, AUTO_WHITE_BALANCE)                                                                                \
-    LEVEL(awb_sens, AWB_SENS_MID, AWB_SENS_LOW)                                                                        \
-    LEVEL(rgain, 128, RGain_MAX)                                                                                       \
-    LEVEL(bgain, 128, BGain_MAX)                                                                                       \
-    LEVEL(rgain_tuning, 10, RGain_Tuning_MAX)                                                                          \
-    LEVEL(bgain_tuning, 10, BGain_Tuning_MAX)                                                                          \
-    LEVEL(ggain_tuning, 10, GGain_Tuning_MAX)                                                                          \
-    CHOICE(rgain_onepush, 1957)                                                                                        \
-    CHOICE(bgain_onepush, 1995)                                                                                        \
-    LEVEL(saturation, 7, Saturation_MAX)                                                                               \
-    LEVEL(hue, 7, HUE_MAX)                                                                                             \
-    CHOICE(temperature, 30)                                                                                            \
-    LEVEL(luminance, 7, Luminance_MAX)                                                                                 \
-    LEVEL(contrast, 7, Contrast_MAX)                                                                                   \
-    LEVEL(sharpness, Sharpness_Auto, Sharpness_Auto)                                                                   \
-    CHOICE(blackwhite_mode, BlackWhite_Mode_OFF)                                                                       \
-    LEVEL(gamma, ISP_GAMMA_0_45, ISP_GAMMA_0_42)                                                                       \
-    LEVEL(drc, DRC_MIN, DRC_MAX)                                                                                       \
-    LEVEL(nr2d, NR2D_AUTO, NR2D_AUTO)                                                                                  \
-    LEVEL(nr3d, NR3D_AUTO, NR3D_AUTO)
+#define INITIAL(name, type, kind, access, form, setter, lowest, highest, initial, ...) .name = (initial),
+static const kiv_isp_param_s initial_record = {ISP_SETTINGS(INITIAL)};
+static kiv_isp_param_s neutral_style = {ISP_SETTINGS(INITIAL)};
 
-#define INITIAL_LEVEL(name, initial, highest) .name = (initial),
-#define INITIAL_CHOICE(name, initial) .name = (initial),
-static const kiv_isp_param_s initial_record = {.struct_ver = VERSION, SETTINGS(INITIAL_LEVEL, INITIAL_CHOICE)};
-static kiv_isp_param_s neutral_style = {.struct_ver = VERSION, SETTINGS(INITIAL_LEVEL, INITIAL_CHOICE)};
-
-static kiv_isp_param_s records[CAMERAS];
+static kiv_isp_param_s records[RECORDS];
 static int changed; /* since the file was written */
+static int ending;
 
-/* Called from any thread that changes a setting and from the library's own: each value is read and written whole. */
+/* Called from any thread that changes a setting and from the library's own: each value is read and written whole,
+ * without a lock and without waiting for a disk. */
 static int get(const int* value)
 {
     return __atomic_load_n(value, __ATOMIC_RELAXED);
+}
+
+static int get_current(int id, const int* value)
+{
+    if (value == &records[id].exposure_mode && get(&ending)) {
+        return AUTO_EXPOSURE; /* see store_end_manual() */
+    }
+    return get(value);
 }
 
 static int set(int* value, int level)
@@ -67,24 +39,30 @@ static int set(int* value, int level)
     return 0;
 }
 
-/* The accessors of every setting. (The library does not read style and ggain_tuning back.) */
-#define DEFINE_CHOICE(name, initial)                                                                                   \
+/* The accessors that the library needs of each setting. */
+#define GET_CUR(name)                                                                                                  \
     int para_get_isp_##name##_cur(int id)                                                                              \
     {                                                                                                                  \
-        return get(&records[id].name);                                                                                 \
-    }                                                                                                                  \
-    int para_set_isp_##name##_cur(int id, int value)                                                                   \
-    {                                                                                                                  \
-        return set(&records[id].name, value);                                                                          \
+        return get_current(id, &records[id].name);                                                                     \
     }
-#define DEFINE_LEVEL(name, initial, highest)                                                                           \
-    DEFINE_CHOICE(name, initial)                                                                                       \
+#define GET_MAX(name, highest)                                                                                         \
     int para_get_isp_##name##_max(int id)                                                                              \
     {                                                                                                                  \
         (void)id;                                                                                                      \
         return (highest);                                                                                              \
     }
-SETTINGS(DEFINE_LEVEL, DEFINE_CHOICE)
+#define SET_CUR(name)                                                                                                  \
+    int para_set_isp_##name##_cur(int id, int value)                                                                   \
+    {                                                                                                                  \
+        return set(&records[id].name, value);                                                                          \
+    }
+#define ACCESS_none(name, highest)
+#define ACCESS_set(name, highest) SET_CUR(name)
+#define ACCESS_cur(name, highest) GET_CUR(name) SET_CUR(name)
+#define ACCESS_bound(name, highest) GET_MAX(name, highest) SET_CUR(name)
+#define ACCESS_all(name, highest) GET_CUR(name) GET_MAX(name, highest) SET_CUR(name)
+#define DEFINE(name, type, kind, access, form, setter, lowest, highest, ...) ACCESS_##access(name, highest)
+ISP_SETTINGS(DEFINE)
 
 /* Image styles are whole records. This host has one: everything as at the first start. */
 kiv_isp_param_s* para_get_isp_style_param(int id, int style)
@@ -98,11 +76,41 @@ int para_isp_style_excute_by_arm(void)
     return 0; /* the library applies styles */
 }
 
+int store_has(const struct setting* setting)
+{
+    return setting - settings < FIELDS;
+}
+
+int store_value(int camera, const struct setting* setting)
+{
+    return get(&records[camera].struct_ver + (setting - settings));
+}
+
+/* The iris loop rests in the modes in which the iris is set by hand and does not look at the calibration flag that ends
+ * it. When the host ends, the library is told another mode; the record keeps the user's. */
+void store_end_manual(void)
+{
+    __atomic_store_n(&ending, 1, __ATOMIC_RELAXED);
+}
+
+/* Values that are none of the setting's become initial ones: the library does not check what it restores. */
+static void check(const char* path, int camera)
+{
+    for (int field = 0; field < FIELDS; ++field) {
+        int* value = &records[camera].struct_ver + field;
+        if (!setting_allows(&settings[field], *value)) {
+            fprintf(stderr, "%s: camera %d has %s %d, which is not allowed\n", path, camera, settings[field].name,
+                    *value);
+            *value = (&initial_record.struct_ver)[field];
+        }
+    }
+}
+
 int store_load(const char* path)
 {
     char aside[4096];
-    kiv_isp_param_s read[CAMERAS + 1]; /* one more, to notice a file that is too long */
-    for (int camera = 0; camera < CAMERAS; ++camera) {
+    kiv_isp_param_s read[RECORDS + 1]; /* one more, to notice a file that is too long */
+    for (int camera = 0; camera < RECORDS; ++camera) {
         records[camera] = initial_record;
     }
     FILE* file = fopen(path, "rb");
@@ -117,6 +125,9 @@ int store_load(const char* path)
     fclose(file);
     if (size == sizeof records && read[0].struct_ver == VERSION) {
         memcpy(records, read, sizeof records);
+        for (int camera = 0; camera < RECORDS; ++camera) {
+            check(path, camera);
+        }
         return 1;
     }
     snprintf(aside, sizeof aside, "%s.damaged", path);
@@ -128,11 +139,11 @@ int store_load(const char* path)
 int store_save(const char* path)
 {
     char new_path[4096];
-    int values[VALUES];
+    int values[RECORDS * FIELDS];
     if (!__atomic_exchange_n(&changed, 0, __ATOMIC_ACQUIRE)) {
         return 0;
     }
-    for (int i = 0; i < VALUES; ++i) {
+    for (int i = 0; i < RECORDS * FIELDS; ++i) {
         values[i] = get(&records[0].struct_ver + i);
     }
     snprintf(new_path, sizeof new_path, "%s.new", path);

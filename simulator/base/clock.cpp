@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -26,6 +28,7 @@ using Lock = std::unique_lock<std::mutex>;
 // Paced time that lags further behind the real clock than this (an overloaded machine, a halted process) does not
 // try to catch up.
 constexpr std::chrono::milliseconds kMaxLag{20};
+constexpr std::chrono::seconds kLongestAwaited{60};
 
 struct Waiter {
     Microseconds due;
@@ -298,7 +301,11 @@ void await_waiting(int threads)
 {
     Clock& c = clock();
     Lock lock(c.mutex);
-    c.waiters_changed.wait(lock, [&] { return static_cast<int>(c.waiters.size()) >= threads; });
+    const auto enough = [&] { return static_cast<int>(c.waiters.size()) >= threads; };
+    if (!c.waiters_changed.wait_for(lock, kLongestAwaited, enough)) {
+        std::fprintf(stderr, "await_waiting(%d): no more than %zu threads wait\n", threads, c.waiters.size());
+        std::abort();
+    }
 }
 
 int waiting_threads()

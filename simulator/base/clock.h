@@ -36,7 +36,7 @@ void wait(Microseconds duration);
 void step_aside();
 
 /// Blocks, in real time, until `threads` threads are waiting here: for a thread that was just created and has not
-/// waited yet.
+/// waited yet. Ends the process after a minute in which they did not come.
 void await_waiting(int threads);
 
 /// How many threads are waiting here, and how many take part at all.

@@ -60,6 +60,14 @@ double choose_time(const TimeRange& range, double wanted)
     return std::max(std::floor(time / range.step * (1.0 + 1e-6)), 1.0) * range.step;
 }
 
+// The last place of a converged value does not creep from frame to frame.
+void change(float& held, double value)
+{
+    if (std::abs(value - held) > 1e-6 * value) {
+        held = static_cast<float>(value);
+    }
+}
+
 struct AtLimit {
     bool shortest;
     bool longest;
@@ -83,10 +91,10 @@ AtLimit expose_automatically(const Blocks& blocks, Uapi_ExpQueryInfo_t& result)
     const double time = choose_time(range, wanted / gain_min);
     const double gain = std::clamp(wanted / time, gain_min, gain_max);
     const double analog = std::min(gain, kAnalogGainMax);
-    exposure = {.integration_time = static_cast<float>(time),
-                .analog_gain = static_cast<float>(analog),
-                .digital_gain = 1.0F,
-                .isp_dgain = static_cast<float>(gain / analog)};
+    change(exposure.integration_time, time);
+    change(exposure.analog_gain, analog);
+    change(exposure.isp_dgain, gain / analog);
+    exposure.digital_gain = 1.0F;
     return {.shortest = gain <= gain_min && time <= choose_time(range, range.min),
             .longest = gain >= gain_max && time >= choose_time(range, range.max)};
 }

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the build, moves the installed tree, and builds and runs programs against it that know nothing else: the
-# example host by make and by CMake, a host in C by pkg-config, and in C++ by the CMake package with the shared and the
-# static library and in simulated time.
+# example host and its test in simulated time by make and by CMake, a host in C by pkg-config, and in C++ by the CMake
+# package with the shared and the static library.
 #   check_consumers.sh BUILD EXAMPLE [EMULATOR...]
 # CC names the C compiler, TOOLCHAIN the CMake toolchain file, if any.
 set -euo pipefail
@@ -26,21 +26,28 @@ configure() { # SOURCE BUILD
 
 echo "example, make"
 cp -r "$example" "$work/example"
-make -C "$work/example" CFLAGS=-Werror CC="$CC" >/dev/null
+make -C "$work/example" CFLAGS=-Werror CC="$CC" CXX="${CXX:-c++}" host host_test >/dev/null
 "$folder/run_example.sh" "$work/example/host" "${run[@]}"
+"${run[@]}" "$work/example/host_test" >"$work/test.log" || { cat "$work/test.log" && exit 1; }
 
 echo "example, CMake"
 configure "$work/example" "$work/example/build"
 "${run[@]}" "$work/example/build/host" 2>/dev/null || [[ $? == 2 ]] # its usage
+"${run[@]}" "$work/example/build/host_test" >/dev/null
 
 echo "C, pkg-config"
-for package in isp_ctrl isp_simulated_engine isp_simulated_host; do
+for package in isp_ctrl isp_ctrl_static isp_simulated_engine isp_simulated_host isp_simulated_time; do
     pkg-config --exact-version="$(pkg-config --modversion isp_ctrl)" $package
 done
 # shellcheck disable=SC2046 # the flags are words
 "$CC" -std=c11 -Wall -Wextra -Wpedantic -Werror $(pkg-config --cflags isp_simulated_host) \
     "$folder/consumers/c/main.c" -o "$work/c_host" "$LDFLAGS" $(pkg-config --libs isp_simulated_host)
 "${run[@]}" "$work/c_host"
+
+echo "every header of the library, in C99 with extensions"
+headers=$prefix/include/isp_ctrl
+(cd "$headers" && find . -name '*.h' -printf '#include "%P"\n') >"$work/headers.c"
+"$CC" -std=gnu99 -fsyntax-only -Wall -Wextra -Wpedantic -Werror -I"$headers" "$work/headers.c"
 
 echo "every header of the simulator"
 (cd "$prefix/include/isp_ctrl_simulator" && find . -name '*.h' -printf '#include "%P"\n') >"$work/headers.cpp"
@@ -51,6 +58,6 @@ echo "every header of the simulator"
 
 echo "C++, CMake package"
 configure "$folder/consumers/cpp" "$work/cpp"
-for program in with_shared with_static in_simulated_time; do
+for program in with_shared with_static; do
     "${run[@]}" "$work/cpp/$program"
 done

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Runs the example host: it follows the exposure of the other camera, takes a signal, ends in order, and has kept its
-# settings the second time; a damaged settings file is put aside.
+# Runs the example host: it follows the exposure of the other camera, takes a signal, answers for every setting over its
+# socket, ends in order, and has kept its settings the second time, but for what is not allowed; a damaged settings file
+# is put aside.
 #   run_example.sh HOST [EMULATOR...]
 set -euo pipefail
 host=("${@:2}" "$1")
@@ -24,9 +25,41 @@ expect() { # FILE PATTERN: a line within twenty seconds
 
 start() {
     : >"$folder/out" # before anyone looks for a line of this run
-    "${host[@]}" "$settings" >"$folder/out" 2>"$folder/err" &
+    "${host[@]}" -s "$folder/socket" "$settings" >"$folder/out" 2>"$folder/err" &
     running=$!
     expect out '^camera 0: .* ms, gain .*, luma [1-9]'
+}
+
+# Every setting is read, refuses 9999 with words, and takes back the value that it has, unless its mode is another.
+ask_for_every_setting() {
+    python3 - "$folder/socket" <<'END'
+import socket
+import sys
+
+client = socket.socket(socket.AF_UNIX)
+client.connect(sys.argv[1])
+stream = client.makefile("rw")
+
+def ask(request):
+    print(request, file=stream, flush=True)
+    return stream.readline().rstrip()
+
+names = [word.split("=")[0] for word in ask("get 1").split()[1:]] + ["csc_mode", "shading", "wb_mode_onepush"]
+assert len(names) == 42, names
+for name in names:
+    action = name in ("hotpixel", "shading", "wb_mode_onepush")
+    value = ask(f"get 1 {name}")
+    assert value.startswith("ok ") or name in names[-3:], value
+    if name not in ("rgain_onepush", "bgain_onepush"):  # which take it
+        reply = ask(f"set 1 {name} 9999")
+        assert reply.startswith(f"error: {name} "), (name, reply)
+        assert ask(f"get 1 {name}") == value, name
+    reply = ask(f"set 1 {name}" if action else f"set 1 {name} {value.split()[1] if name != 'csc_mode' else 1}")
+    assert reply.startswith("ok") or reply in (f"error: {name} cannot be set", "error: not in the present mode",
+                                               "error: refused, or the engine failed"), (name, reply)
+for request in ("", "get", "set 1 hue", "get 2 hue", "set 1 hue 3 4", "set 1 " + 40 * "x" + " 1", "set 1 hue 99999999999999999999"):
+    assert ask(request).startswith("error: "), request
+END
 }
 
 end() { # SIGNAL
@@ -36,14 +69,21 @@ end() { # SIGNAL
 
 start
 kill -s USR1 "$running"
-expect out '^camera 0: black and white \(0\)$'
+expect out '^camera 0: black and white \(ok\)$'
+ask_for_every_setting
 end TERM
+[[ ! -e $folder/socket ]]
 [[ $(stat --format=%s "$settings") == $((8 * 156)) ]]
 
 start
 kill -s USR1 "$running"
-expect out '^camera 0: colour \(0\)$'
+expect out '^camera 0: colour \(ok\)$'
 end INT
+
+printf '\x0f\x27\x00\x00' | dd of="$settings" bs=1 seek=$((13 * 4)) conv=notrunc status=none # meter 9999 of camera 0
+start
+expect err 'camera 0 has meter 9999, which is not allowed$'
+end TERM
 
 echo "no settings" >"$settings"
 start
