@@ -1,13 +1,12 @@
 #!/usr/bin/env python3
-"""Writes the generated parts of docs/integration.md: the text that it quotes from files, and the list of what a host
-defines, from the comments of common_include/.
+"""Writes the list in docs/integration.md of what a host defines, from the comments of common_include/.
 
   scripts/guide.py            writes
   scripts/guide.py --check [SYMBOLS]
                               tells instead what is out of date; SYMBOLS is a file of names, one a line, that have to be
                               those of the list
 
-A part begins with <!-- quote FILE [FUNCTION] --> or <!-- host symbols --> and ends with <!-- end -->.
+The list begins with <!-- host symbols --> and ends with <!-- end -->.
 A host's symbol is declared under a comment that says "When: ... Threads: ...".
 """
 import collections
@@ -17,19 +16,6 @@ import sys
 
 root = pathlib.Path(__file__).resolve().parent.parent
 guide = root / "docs/integration.md"
-
-
-def quote(path, function):
-    """A whole file, or one function of a C file with the comment above it."""
-    text = (root / path).read_text()
-    if function:
-        found = re.search(rf"(?:^/\*(?:(?!\*/).)*\*/\n)?^[^\s#/][^\n;]*\b{function}\([^;{{]*\)\n\{{.*?^\}}\n", text,
-                          re.M | re.S)
-        if not found:
-            sys.exit(f"{path} has no function {function}")
-        text = found.group(0)
-    language = {".c": "c", ".h": "c", ".txt": "cmake"}.get(pathlib.Path(path).suffix, "make")
-    return f"```{language}\n{text}```\n"
 
 
 Row = collections.namedtuple("Row", "header names when threads")
@@ -77,14 +63,8 @@ def symbols():
     return "\n".join(lines) + "\n"
 
 
-def generated(match):
-    kind, *words = match[1].split()
-    body = symbols() if kind == "host" else quote(words[0], words[1] if len(words) > 1 else None)
-    return f"<!-- {match[1]} -->\n{body}<!-- end -->\n"
-
-
 text = guide.read_text()
-wanted = re.sub(r"<!-- ((?:quote|host symbols)[^>]*?) -->\n.*?<!-- end -->\n", generated, text, flags=re.S)
+wanted = re.sub("(?<=<!-- host symbols -->\n).*?(?=<!-- end -->\n)", lambda _: symbols(), text, flags=re.S)
 if sys.argv[1:2] != ["--check"]:
     guide.write_text(wanted)
     sys.exit()

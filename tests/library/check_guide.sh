@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The integration guide quotes the example host as it is, and lists what the shared library takes from a host.
+# The integration guide lists what the shared library takes from a host.
 #   check_guide.sh LIBRARY      (NM names the tool)
 set -euo pipefail
 symbols=$(mktemp)
