@@ -1,5 +1,6 @@
 # Debian packages, one for each install component: libisp-ctrl1 (runtime), libisp-ctrl-dev (development, with the
-# simulated engine and the example host) and isp-sim (program). scripts/package.sh builds them.
+# simulated engine, the guide and the example host) and isp-sim (program), and the debug symbols of the first and the
+# last. scripts/package.sh builds them, and finishes what cpack leaves open.
 set(ISP_CTRL_MAINTAINER "isp_ctrl developers <isp-ctrl@packages.invalid>" CACHE STRING "Maintainer of the packages")
 set(runtime_package libisp-ctrl${PROJECT_VERSION_MAJOR})
 set(development_package libisp-ctrl-dev)
@@ -24,7 +25,13 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
     foreach(file IN LISTS licences)
       get_filename_component(name ${file} NAME_WE)
       file(READ ${file} licence)
-      string(APPEND copyright "\nThe page that isp-sim serves contains ${name}:\n\n${licence}")
+      string(REGEX MATCH "Copyright [^\n]*" holder "${licence}")
+      string(REGEX REPLACE "^Copyright (\\([cC]\\) )?" "" holder "${holder}")
+      string(REGEX REPLACE "\n\n" "\n.\n" licence "${licence}")
+      string(REGEX REPLACE "\n(.)" "\n \\1" licence "${licence}")
+      string(APPEND copyright "\nFiles: simulator/live/page/vendor/${name}.*\nCopyright: ${holder}\n"
+             "License: ${name}\n ${licence}"
+      )
     endforeach()
   endif()
   file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/${component}/copyright "${copyright}")
@@ -35,6 +42,11 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   )
 endforeach()
 install(
+  FILES docs/integration.md docs/settings.md tests/golden/field-log.txt
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${development_package}
+  COMPONENT development
+)
+install(
   DIRECTORY examples
   DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${development_package}
   COMPONENT development
@@ -42,7 +54,11 @@ install(
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_STRIP_FILES ON)
+# Stripped when the symbols are taken out.
+set(CPACK_STRIP_FILES OFF)
+set(CPACK_DEBIAN_RUNTIME_DEBUGINFO_PACKAGE ON)
+set(CPACK_DEBIAN_PROGRAM_DEBUGINFO_PACKAGE ON)
+set(CPACK_BUILD_SOURCE_DIRS ${PROJECT_SOURCE_DIR})
 set(CPACK_PACKAGE_NAME isp-ctrl)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT ${ISP_CTRL_MAINTAINER})
@@ -55,7 +71,8 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 
 # For another processor than this machine's, what the packages need is found in the tree of that processor's packages,
-# which scripts/package.sh makes, and in what these say of their libraries.
+# which scripts/package.sh makes, and in what these say of their libraries. Of the C library this is its own version; what
+# the files need is the highest version among their symbols.
 if(CMAKE_CROSSCOMPILING)
   if(NOT EXISTS "${CMAKE_SYSROOT}/shlibs")
     message(FATAL_ERROR "Packages for another processor are built by scripts/package.sh")
@@ -65,7 +82,14 @@ if(CMAKE_CROSSCOMPILING)
                                                   ${CMAKE_SYSROOT}/lib/${CMAKE_LIBRARY_ARCHITECTURE}
   )
   set(shlibdeps ${CMAKE_CURRENT_BINARY_DIR}/shlibdeps)
-  file(WRITE ${shlibdeps} "#!/bin/sh\nexec dpkg-shlibdeps -L${CMAKE_SYSROOT}/shlibs \"$@\"\n")
+  file(
+    WRITE ${shlibdeps}
+    "#!/bin/sh\n"
+    "set -e\n"
+    "needed=$(for file; do if [ -f \"$file\" ]; then ${CMAKE_OBJDUMP} -T \"$file\"; fi; done |\n"
+    "    grep -o 'GLIBC_2[0-9.]*' | sort -V | tail -n 1)\n"
+    "dpkg-shlibdeps -L${CMAKE_SYSROOT}/shlibs \"$@\" | sed \"s/libc6 (>= [0-9.]*)/libc6 (>= \${needed#GLIBC_})/\"\n"
+  )
   file(CHMOD ${shlibdeps} PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
   file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/cpack-options.cmake "set(SHLIBDEPS_EXECUTABLE ${shlibdeps})\n")
   set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_BINARY_DIR}/cpack-options.cmake)
@@ -93,7 +117,8 @@ This package holds what a host program needs to run."
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${development_package})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtime_package} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtime_package} (= ${PROJECT_VERSION}), libstdc++-12-dev | libstdc++-dev"
+)
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "camera image control (development files)
 ${about}
 This package holds headers, the static library, the simulated engine and

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds the Debian packages libisp-ctrl1, libisp-ctrl-dev and isp-sim in build/packages, for this machine and, with the
-# cross compiler, for 64-bit Arm.
+# Builds the Debian packages libisp-ctrl1, libisp-ctrl-dev and isp-sim, and the debug symbols of the first and the last, in
+# build/packages, for this machine and, with the cross compiler, for 64-bit Arm. The same commit makes the same bytes.
 #   scripts/package.sh [--check] [amd64] [arm64]     for both when none is named
 # --check: lintian finds no error in them, what they need can be had, and the example host, built and linked with what
 # they hold, runs.
@@ -25,6 +25,8 @@ if ((${#architectures[@]} == 0)); then
 fi
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || stat --format=%Y CMakeLists.txt)}
+export SOURCE_DATE_EPOCH
 
 # The tree of the target's packages that a build for another processor links with, and a list of what they say of their
 # libraries.
@@ -45,6 +47,20 @@ make_sysroot() { # ARCHITECTURE TREE
     echo "$packages" >"$2/packages"
 }
 
+# What cpack has no words for: libraries of several processors side by side, and archives without debug symbols.
+finish() { # PACKAGE STRIP
+    local tree=$work/tree
+    rm -rf "$tree"
+    dpkg-deb --raw-extract "$1" "$tree"
+    if [[ ${1##*/} == lib* ]]; then
+        sed -i '/^Architecture:/a Multi-Arch: same' "$tree/DEBIAN/control"
+    fi
+    find "$tree" -name '*.a' -exec "$2" --strip-debug --enable-deterministic-archives {} +
+    (cd "$tree" && find . -path ./DEBIAN -prune -o -type f -printf '%P\0' | sort -z | xargs -0 md5sum >DEBIAN/md5sums)
+    name=${1##*/}
+    dpkg-deb --root-owner-group -Zxz --build "$tree" "build/packages/${name%.*}.deb" >/dev/null
+}
+
 check_packages() { # ARCHITECTURE COMPILER EMULATOR... : of $packages
     local architecture=$1 compiler=$2 emulator=("${@:3}") root=$work/$1 triplet package
     lintian --fail-on error --allow-root "${packages[@]}"
@@ -54,7 +70,8 @@ check_packages() { # ARCHITECTURE COMPILER EMULATOR... : of $packages
     triplet=$("$compiler" -print-multiarch)
     cp -r "$root/usr/share/doc/libisp-ctrl-dev/examples/host" "$work/host-$architecture"
     PKG_CONFIG_LIBDIR=$root/usr/lib/$triplet/pkgconfig LDFLAGS="-Wl,-rpath,$root/usr/lib/$triplet" \
-        make --silent -C "$work/host-$architecture" CC="$compiler"
+        make --silent -C "$work/host-$architecture" CC="$compiler" CXX="${compiler/%gcc/g++}" host host_test
+    "${emulator[@]}" "$work/host-$architecture/host_test" >"$work/host_test.log" || { cat "$work/host_test.log" && exit 1; }
     tests/library/run_example.sh "$work/host-$architecture/host" "${emulator[@]}"
     echo "start 0" >"$work/script"
     "${emulator[@]}" "$root/usr/bin/isp-sim" --state "$work/state-$architecture" "$work/script"
@@ -67,19 +84,23 @@ check_packages() { # ARCHITECTURE COMPILER EMULATOR... : of $packages
 mkdir -p build/packages
 for architecture in "${architectures[@]}"; do
     preset=package
-    compiler=cc
+    compiler=gcc
+    strip="strip"
     emulator=()
     if [[ $architecture != "$native" ]]; then
         preset=package-$architecture
         compiler=aarch64-linux-gnu-gcc
+        strip=aarch64-linux-gnu-strip
         emulator=(qemu-aarch64 -L "$PWD/build/sysroot-$architecture")
         make_sysroot "$architecture" "$PWD/build/sysroot-$architecture"
     fi
     cmake --preset "$preset" >/dev/null
     cmake --build --preset "$preset" | tail -n 1
-    rm -f "build/$preset"/packages/*.deb build/packages/*_"$architecture".deb
+    rm -f "build/$preset"/packages/*.*deb build/packages/*_"$architecture".deb
     (cd "build/$preset" && cpack >cpack.log 2>&1) || { cat "build/$preset/cpack.log" && exit 1; }
-    cp "build/$preset"/packages/*.deb build/packages
+    for package in "build/$preset"/packages/*.*deb; do
+        finish "$package" "$strip"
+    done
     packages=(build/packages/*_"$architecture".deb)
     if ((check)); then
         check_packages "$architecture" "$compiler" "${emulator[@]}"
