@@ -10,29 +10,24 @@ using namespace sim::engine;
 namespace
 {
 
-XCamReturn change_slowly(const char* function, const void* ctx, bool group, Request request)
+template <typename Handle>
+XCamReturn change_slowly(const char* function, const Handle* ctx, Request request, long value)
 {
-    const XCamReturn result = change_life(function, ctx, group, request);
+    const XCamReturn result = change_life(function, ctx, std::is_same_v<Handle, rk_aiq_camgroup_ctx_t>, request);
+    if (request == Request::prepare && result == XCAM_RETURN_NO_ERROR) {
+        set_working_mode(*find(ctx), static_cast<rk_aiq_working_mode_t>(value));
+    }
     if (calls_take_time()) {
         take_time(nullptr); // after the change: what uses the context during its release uses it after the release
     }
     return result;
 }
 
-XCamReturn change_camera(const char* function, const rk_aiq_sys_ctx_t* ctx, Request request, long value = 0)
+template <typename Handle>
+XCamReturn change(const char* function, const Handle* ctx, Request request, long value = 0)
 {
-    if (const int fault = sim::note_call(function, recorded_id(find(ctx)), value); fault != 0) {
-        return static_cast<XCamReturn>(fault);
-    }
-    return change_slowly(function, ctx, false, request);
-}
-
-XCamReturn change_group(const char* function, const rk_aiq_camgroup_ctx_t* ctx, Request request, long value = 0)
-{
-    if (const int fault = sim::note_call(function, recorded_id(find(ctx)), value); fault != 0) {
-        return static_cast<XCamReturn>(fault);
-    }
-    return change_slowly(function, ctx, true, request);
+    const int fault = sim::note_call(function, recorded_id(find(ctx)), value);
+    return fault != 0 ? static_cast<XCamReturn>(fault) : change_slowly(function, ctx, request, value);
 }
 
 // Index of a sensor that is there, -1 for any other name.
@@ -97,27 +92,23 @@ rk_aiq_sys_ctx_t* rk_aiq_uapi2_sysctl_init(const char* sensor, const char* iq_di
 
 XCamReturn rk_aiq_uapi2_sysctl_prepare(const rk_aiq_sys_ctx_t* ctx, uint32_t, uint32_t, rk_aiq_working_mode_t mode)
 {
-    const XCamReturn result = change_camera(__func__, ctx, Request::prepare, mode);
-    if (result == XCAM_RETURN_NO_ERROR) {
-        set_working_mode(*find(ctx), mode);
-    }
-    return result;
+    return change(__func__, ctx, Request::prepare, mode);
 }
 
 XCamReturn rk_aiq_uapi2_sysctl_start(const rk_aiq_sys_ctx_t* ctx)
 {
-    return change_camera(__func__, ctx, Request::start);
+    return change(__func__, ctx, Request::start);
 }
 
 XCamReturn rk_aiq_uapi2_sysctl_stop(const rk_aiq_sys_ctx_t* ctx, bool keep_ext_hw_st)
 {
-    return change_camera(__func__, ctx, Request::stop, keep_ext_hw_st);
+    return change(__func__, ctx, Request::stop, keep_ext_hw_st);
 }
 
 void rk_aiq_uapi2_sysctl_deinit(rk_aiq_sys_ctx_t* ctx)
 {
     sim::note_call(__func__, recorded_id(find(ctx)));
-    change_slowly(__func__, ctx, false, Request::release);
+    change_slowly(__func__, ctx, Request::release, 0);
 }
 
 XCamReturn rk_aiq_uapi2_sysctl_updateIq(rk_aiq_sys_ctx_t* ctx, char* iq_dir)
@@ -160,24 +151,20 @@ rk_aiq_camgroup_ctx_t* rk_aiq_uapi2_camgroup_create(rk_aiq_camgroup_instance_cfg
 
 XCamReturn rk_aiq_uapi2_camgroup_prepare(rk_aiq_camgroup_ctx_t* ctx, rk_aiq_working_mode_t mode)
 {
-    const XCamReturn result = change_group(__func__, ctx, Request::prepare, mode);
-    if (result == XCAM_RETURN_NO_ERROR) {
-        set_working_mode(*find(ctx), mode);
-    }
-    return result;
+    return change(__func__, ctx, Request::prepare, mode);
 }
 
 XCamReturn rk_aiq_uapi2_camgroup_start(rk_aiq_camgroup_ctx_t* ctx)
 {
-    return change_group(__func__, ctx, Request::start);
+    return change(__func__, ctx, Request::start);
 }
 
 XCamReturn rk_aiq_uapi2_camgroup_stop(rk_aiq_camgroup_ctx_t* ctx)
 {
-    return change_group(__func__, ctx, Request::stop);
+    return change(__func__, ctx, Request::stop);
 }
 
 XCamReturn rk_aiq_uapi2_camgroup_destroy(rk_aiq_camgroup_ctx_t* ctx)
 {
-    return change_group(__func__, ctx, Request::release);
+    return change(__func__, ctx, Request::release);
 }

@@ -18,6 +18,7 @@ namespace
 
 /// A command at work.
 struct Running {
+    const Command& command;
     RunOptions& options;
     std::ostringstream text{}; ///< instead of the output, for programs
     bool answered = false;
@@ -48,7 +49,7 @@ Words words_of(const std::string& line)
 
 void run(const Command& command, const Words& words, RunOptions& options)
 {
-    Running present{options};
+    Running present{command, options};
     struct Former {
         Running* before;
         ~Former()
@@ -56,10 +57,42 @@ void run(const Command& command, const Words& words, RunOptions& options)
             running = before;
         }
     } const former{std::exchange(running, &present)};
+    if (words.size() < command.least || words.size() > command.most) {
+        refuse_usage();
+    }
     command.run(words);
     if (!present.answered) {
         answer(present.text.view().empty() ? Json::object() : Json{{"text", present.text.str()}});
     }
+}
+
+std::string usage_of(const Command& command)
+{
+    return std::string(command.name) + (command.arguments.empty() ? "" : " ") + std::string(command.arguments);
+}
+
+void refuse_usage()
+{
+    throw BadInput("usage: " + usage_of(running->command));
+}
+
+std::string suggestion(std::string word, const Words& names, const std::string& otherwise)
+{
+    std::ranges::transform(word, word.begin(), [](unsigned char c) { return c == '-' ? '_' : std::tolower(c); });
+    std::string best; // the shortest
+    for (const std::string& name : names) {
+        // One letter too much, too few, or wrong.
+        const auto [in_word, in_name] = std::ranges::mismatch(word, name);
+        const std::string_view rest(in_word, word.end());
+        const std::string_view wanted(in_name, name.end());
+        const auto behind = [](std::string_view text) { return text.substr(std::min<std::size_t>(1, text.size())); };
+        const bool near =
+            rest.empty() || behind(rest) == wanted || rest == behind(wanted) || behind(rest) == behind(wanted);
+        if (near && (best.empty() || name.size() < best.size())) {
+            best = name;
+        }
+    }
+    return best.empty() ? otherwise : "; did you mean " + best + "?";
 }
 
 RunOptions& options()
@@ -91,7 +124,7 @@ std::string file_argument(const std::string& word)
     const std::filesystem::path file = std::filesystem::weakly_canonical(folder / word, error);
     const auto rest = std::mismatch(folder.begin(), folder.end(), file.begin(), file.end()).first;
     if (error || rest != folder.end() || file == folder) {
-        throw BadInput("files are in the session's folder here, not " + word);
+        throw BadInput("files are in the session's folder here; got " + word);
     }
     return file.string();
 }
@@ -120,7 +153,11 @@ const sim::host::Setting& setting_named(const std::string& word)
 {
     const sim::host::Setting* setting = sim::host::find_setting(word);
     if (setting == nullptr) {
-        throw BadInput("there is no setting " + word + "; help settings lists them");
+        Words names;
+        for (const sim::host::Setting& known : sim::host::kSettingsAndCommands) {
+            names.emplace_back(known.name);
+        }
+        throw BadInput("there is no setting " + word + suggestion(word, names, "; help settings lists them"));
     }
     return *setting;
 }
@@ -139,7 +176,7 @@ int setting_value(const sim::host::Setting& setting, const std::string& word)
     const std::optional<int> value = sim::host::value_of(setting, word);
     const bool named = value && sim::host::name_of(setting, *value) != std::to_string(*value);
     if (!value || !(named || setting.in_range(*value))) {
-        throw BadInput(std::string(setting.name) + " takes " + range_text(setting) + ", not " + word);
+        throw BadInput(std::string(setting.name) + " accepts " + range_text(setting) + "; got " + word);
     }
     return *value;
 }
@@ -152,7 +189,7 @@ sim::Microseconds duration(const std::string& word)
     const double seconds = unit == "ms" ? value / 1e3 : unit == "min" ? value * 60.0 : value;
     if (error != std::errc{} || (unit != "s" && unit != "ms" && unit != "min") || !(seconds >= 0.0) ||
         seconds > 86400.0) {
-        throw BadInput("a time is a number with ms, s or min, up to a day, not " + word);
+        throw BadInput("a time is a number with ms, s or min, up to a day; got " + word);
     }
     return static_cast<sim::Microseconds>(seconds * 1e6);
 }
@@ -160,7 +197,7 @@ sim::Microseconds duration(const std::string& word)
 bool on_or_off(const std::string& word)
 {
     if (word != "on" && word != "off") {
-        throw BadInput("on or off, not " + word);
+        throw BadInput("expected on or off; got " + word);
     }
     return word == "on";
 }

@@ -52,6 +52,15 @@ struct RunOptions {
 /// Runs a command on this thread with these options.
 void run(const Command& command, const Words& words, RunOptions& options);
 
+/// "set CAM SETTING [VALUE]"
+std::string usage_of(const Command& command);
+
+/// Throws BadInput that tells how the running command is used.
+[[noreturn]] void refuse_usage();
+
+/// "; did you mean NAME?" for the one of some names that begins with a word or is nearly it, or else another text.
+std::string suggestion(std::string word, const Words& names, const std::string& otherwise);
+
 /// The options of the command that this thread runs.
 RunOptions& options();
 
@@ -68,17 +77,17 @@ std::string file_argument(const std::string& word);
 /// Tells that a file was written, by the name that the user gave.
 void wrote(const std::string& file);
 
-// Each throws BadInput for what is no such thing.
+// Each throws BadInput for any other word.
 
 template <typename Number>
 Number number(const std::string& word, Number lowest, Number highest, const char* what)
 {
     Number value{};
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
-    const bool in_range = value >= lowest && value <= highest; // false for what is no number
+    const bool in_range = value >= lowest && value <= highest; // false for nan
     if (error != std::errc{} || end != word.data() + word.size() || !in_range) {
         std::ostringstream message;
-        message << what << " is a number from " << lowest << " to " << highest << ", not " << word;
+        message << what << " is a number from " << lowest << " to " << highest << "; got " << word;
         throw BadInput(message.str());
     }
     return value;

@@ -50,12 +50,14 @@ bool run_line(const std::string& line, RunOptions& options)
     }
     const Command* command = find_command(words[0]);
     if (command == nullptr) {
-        throw BadInput("there is no command " + words[0] + "; help lists them");
+        Words names;
+        for (const Group& group : command_groups()) {
+            std::ranges::transform(group.commands, std::back_inserter(names),
+                                   [](const Command& known) { return std::string(known.name); });
+        }
+        throw BadInput("there is no command " + words[0] + suggestion(words[0], names, "; help lists them"));
     }
     words.erase(words.begin());
-    if (words.size() < command->least || words.size() > command->most) {
-        throw BadInput("usage: " + std::string(command->name) + " " + std::string(command->arguments));
-    }
     if (command->run == nullptr) {
         return false;
     }
@@ -64,22 +66,6 @@ bool run_line(const std::string& line, RunOptions& options)
     }
     run(*command, words, options);
     return true;
-}
-
-std::string command_reference()
-{
-    std::string text = "| Command | Effect |\n|---|---|\n";
-    for (const Group& group : command_groups()) {
-        for (const Command& command : group.commands) {
-            std::string arguments;
-            for (const char c : command.arguments) {
-                arguments += c == '|' ? std::string("\\|") : std::string(1, c);
-            }
-            text += "| `" + std::string(command.name) + (arguments.empty() ? "" : " " + arguments) + "` | " +
-                    std::string(command.help) + " |\n";
-        }
-    }
-    return text;
 }
 
 } // namespace prompt

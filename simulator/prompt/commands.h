@@ -29,7 +29,4 @@ RunOptions& console();
 /// the line asks to leave.
 bool run_line(const std::string& line, RunOptions& options = console());
 
-/// Markdown table of the commands.
-std::string command_reference();
-
 } // namespace prompt

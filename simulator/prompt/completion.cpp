@@ -17,155 +17,152 @@ namespace prompt
 namespace
 {
 
-/// What a place of a command may hold.
-struct Place {
-    std::string name;    ///< as in the arguments, "SETTING"
-    const Words& before; ///< the words before it, the command first
-    std::string begun;
-    std::vector<std::string>& found;
-
-    void offer(std::string_view candidate) const
-    {
-        if (candidate.starts_with(begun)) {
-            found.emplace_back(candidate);
-        }
-    }
-};
-
-int camera_before(const Words& words)
-{
-    const bool known =
-        words.size() > 1 && words[1].size() == 1 && words[1][0] >= '0' && words[1][0] < '0' + session::kCameras;
-    return known ? words[1][0] - '0' : 0;
-}
-
-void offer_files(const Place& place)
+/// Files whose names have an ending (".png"), or all; and folders.
+Words files(const std::string& begun, const std::string& ending)
 {
     namespace fs = std::filesystem;
-    const std::size_t slash = place.begun.rfind('/');
-    const std::string folder = slash == std::string::npos ? "" : place.begun.substr(0, slash + 1);
+    const std::string folder = begun.substr(0, begun.rfind('/') + 1);
     std::error_code error;
-    std::vector<std::string> names;
+    Words names;
     for (fs::directory_iterator entry(folder.empty() ? "." : folder, error), end; !error && entry != end;
          entry.increment(error)) {
         std::error_code ignored;
-        names.push_back(folder + entry->path().filename().string() + (entry->is_directory(ignored) ? "/" : ""));
+        const std::string name = entry->path().filename().string() + (entry->is_directory(ignored) ? "/" : "");
+        if (name.ends_with('/') || name.ends_with(ending)) {
+            names.push_back(folder + name);
+        }
     }
     std::ranges::sort(names);
-    for (const std::string& name : names) {
-        place.offer(name);
-    }
+    return names;
 }
 
-void offer_values(const Place& place)
+Words setting_names()
 {
-    if (place.before.size() > 2) {
-        if (const sim::host::Setting* setting = sim::host::find_setting(place.before[2]); setting != nullptr) {
-            for (const sim::host::ValueName& name : sim::host::names_of(*setting)) {
-                place.offer(name.name);
-            }
-        }
+    Words names;
+    for (const sim::host::Setting& setting : sim::host::kSettingsAndCommands) {
+        names.emplace_back(setting.name);
     }
+    return names;
 }
 
-void offer_names(const Place& place)
+Words command_names()
 {
+    Words names;
     for (const Group& group : command_groups()) {
         for (const Command& command : group.commands) {
-            place.offer(command.name);
+            names.emplace_back(command.name);
         }
     }
+    return names;
 }
 
-void offer_settings(const Place& place)
+Words value_names(const std::string& setting_name)
 {
-    for (const sim::host::Setting& setting : sim::host::kSettingsAndCommands) {
-        place.offer(setting.name);
+    Words names;
+    if (const sim::host::Setting* setting = sim::host::find_setting(setting_name); setting != nullptr) {
+        for (const sim::host::ValueName& name : sim::host::names_of(*setting)) {
+            names.emplace_back(name.name);
+        }
     }
+    return names;
 }
 
-void offer(const Place& place)
+Words field_names(const std::string& camera, const std::string& block)
 {
-    if (place.name == "SETTING") {
-        offer_settings(place);
-    } else if (place.name == "NAME") {
-        offer_settings(place);
-        offer_names(place);
-    } else if (place.name == "VALUE" || place.name == "A" || place.name == "B") {
-        offer_values(place);
-    } else if (place.name == "BLOCK") {
-        for (const std::string& name : sim::engine::block_names()) {
-            place.offer(name);
-        }
-    } else if (place.name == "FIELD" && place.before.size() > 2) {
-        for (const sim::engine::Field& field :
-             sim::engine::describe(session::engine_of(camera_before(place.before)), place.before[2])) {
-            place.offer(field.name);
-        }
-    } else if (place.name == "FUNCTION") {
-        for (const std::string_view function : called_functions()) {
-            place.offer(function);
-        }
-    } else if (place.name == "CAM") {
+    Words names;
+    const bool known = camera.size() == 1 && camera[0] >= '0' && camera[0] < '0' + session::kCameras;
+    for (const sim::engine::Field& field :
+         sim::engine::describe(session::engine_of(known ? camera[0] - '0' : 0), block)) {
+        names.push_back(field.name);
+    }
+    return names;
+}
+
+/// What may stand for an argument, "SETTING" or "on"; `before` are the words before it, the command first.
+Words candidates(const std::string& argument, const Words& before, const std::string& begun)
+{
+    const bool third = before.size() > 2;
+    if (argument == "SETTING") {
+        return setting_names();
+    }
+    if (argument == "NAME") {
+        Words names = setting_names();
+        std::ranges::move(command_names(), std::back_inserter(names));
+        return names;
+    }
+    if (argument == "VALUE" || argument == "A" || argument == "B") {
+        return third ? value_names(before[2]) : Words();
+    }
+    if (argument == "BLOCK") {
+        return sim::engine::block_names();
+    }
+    if (argument == "FIELD") {
+        return third ? field_names(before[1], before[2]) : Words();
+    }
+    if (argument == "FUNCTION") {
+        return {called_functions().begin(), called_functions().end()};
+    }
+    if (argument == "CAM") {
+        Words ids;
         for (int camera = 0; camera < session::kCameras; ++camera) {
-            place.offer(std::to_string(camera));
+            ids.push_back(std::to_string(camera));
         }
-    } else if (place.name.starts_with("FILE") || place.name.starts_with(".")) {
-        offer_files(place);
-    } else if (std::ranges::any_of(place.name,
-                                   [](char c) { return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9'); })) {
-        place.offer(place.name);
+        return ids;
     }
+    if (argument.starts_with("FILE") || argument.starts_with('.')) {
+        return files(begun, argument.substr(std::min(argument.find('.'), argument.size())));
+    }
+    const bool word = std::ranges::any_of(argument, [](unsigned char c) { return std::islower(c) || std::isdigit(c); });
+    return word ? Words{argument} : Words();
 }
 
-/// One form of a command's arguments, "start ID SENSOR...": offers what stands in a place, if the words before fit.
-void offer_form(const std::string& form, const Place& place)
+/// One form of a command's arguments, "start ID SENSOR...": what may stand behind some words, if these fit.
+Words continuation(const std::string& form, const Words& before, const std::string& begun)
 {
+    Words found;
     std::istringstream arguments(form);
     std::string argument;
-    for (std::size_t at = 1; arguments >> argument; ++at) {
+    for (std::size_t at = 1; arguments >> argument && at <= before.size(); ++at) {
         const bool repeated = argument.ends_with("...");
-        argument.erase(std::remove_if(argument.begin(), argument.end(), [](char c) { return c == '[' || c == ']'; }),
-                       argument.end());
-        const std::string alternatives = "|" + argument.substr(0, argument.size() - (repeated ? 3 : 0)) + "|";
-        const bool here = at == place.before.size() || (repeated && at < place.before.size());
-        if (here) {
-            std::istringstream names(alternatives.substr(1));
-            for (std::string name; std::getline(names, name, '|');) {
-                offer({name, place.before, place.begun, place.found});
+        std::erase_if(argument, [](char c) { return c == '[' || c == ']'; });
+        std::istringstream alternatives(argument.substr(0, argument.size() - (repeated ? 3 : 0)));
+        bool fits = false; // what stands there already
+        for (std::string name; std::getline(alternatives, name, '|');) {
+            if (at == before.size() || repeated) {
+                std::ranges::move(candidates(name, before, begun), std::back_inserter(found));
             }
+            fits = fits || at == before.size() || name == before[at] ||
+                   std::ranges::any_of(name, [](unsigned char c) { return std::isupper(c); });
         }
-        if (at == place.before.size()) {
-            return;
-        }
-        const bool words_only = std::ranges::none_of(argument, [](char c) { return c >= 'A' && c <= 'Z'; });
-        if (!here && words_only && alternatives.find("|" + place.before[at] + "|") == std::string::npos) {
-            return;
+        if (!fits) {
+            return {};
         }
     }
+    return found;
 }
 
 } // namespace
 
-std::vector<std::string> completions(const std::string& line)
+Words completions(const std::string& line)
 {
-    Words words = words_of(line);
+    Words before = words_of(line);
     std::string begun;
-    if (!line.empty() && line.back() != ' ' && !words.empty()) {
-        begun = words.back();
-        words.pop_back();
+    if (!line.empty() && line.back() != ' ' && !before.empty()) {
+        begun = before.back();
+        before.pop_back();
     }
-    std::vector<std::string> found;
-    const Place place = {"", words, begun, found};
-    if (words.empty()) {
-        offer_names(place);
-        return found;
-    }
-    if (const Command* command = find_command(words[0]); command != nullptr) {
+    Words all = before.empty() ? command_names() : Words();
+    if (const Command* command = before.empty() ? nullptr : find_command(before[0]); command != nullptr) {
         const std::string forms = std::string(command->arguments) + " | ";
         for (std::size_t from = 0, to = forms.find(" | "); to != std::string::npos;
              from = to + 3, to = forms.find(" | ", from)) {
-            offer_form(forms.substr(from, to - from), place);
+            std::ranges::move(continuation(forms.substr(from, to - from), before, begun), std::back_inserter(all));
+        }
+    }
+    Words found;
+    for (const std::string& candidate : all) {
+        if (candidate.starts_with(begun) && std::ranges::find(found, candidate) == found.end()) {
+            found.push_back(candidate);
         }
     }
     return found;

@@ -41,10 +41,19 @@ std::string unit(const sim::host::Setting& setting)
     return setting.unit.empty() ? "" : std::string(setting.unit) + (named ? "" : ": " + std::string(setting.formula));
 }
 
-std::string_view negative_text(const sim::host::Setting& setting)
+std::string_view negative_text(sim::host::Negative negative)
 {
-    constexpr std::string_view kTexts[] = {"", "lowest", "highest", "kept"}; // as in Negative
-    return kTexts[static_cast<std::size_t>(setting.negative)];
+    switch (negative) {
+    case sim::host::Negative::none:
+        break;
+    case sim::host::Negative::lowest:
+        return "lowest";
+    case sim::host::Negative::highest:
+        return "highest";
+    case sim::host::Negative::kept:
+        return "kept";
+    }
+    return "";
 }
 
 void add_table(std::string& text, std::span<const sim::host::Setting> settings)
@@ -56,7 +65,7 @@ void add_table(std::string& text, std::span<const sim::host::Setting> settings)
         const std::string source(setting.source);
         text += "| `" + std::string(setting.name) + "` | " + cell(values(setting)) + " | " +
                 (action ? "" : cell(sim::host::name_of(setting, setting.initial))) + " | " + cell(unit(setting)) +
-                " | " + std::string(negative_text(setting)) + " | " + cell(setting.effect) + " | " +
+                " | " + std::string(negative_text(setting.negative)) + " | " + cell(setting.effect) + " | " +
                 cell(sim::host::modes_text(setting.effective)) + " | " + cell(sim::host::elsewhere_text(setting)) +
                 " | " + (source.empty() ? "" : "[" + source + "](../RK3588S_PTZ/isp_ctrl/" + source + ")") + " |\n";
     }
@@ -79,7 +88,12 @@ std::string settings_reference()
     add_table(text, sim::host::kSettings);
     text += "\n# Further operations on a camera\n\n";
     add_table(text, sim::host::kCommands);
-    text += "\n# Commands of isp-sim\n\n" + command_reference();
+    text += "\n# Commands of isp-sim\n\n| Command | Effect |\n|---|---|\n";
+    for (const Group& group : command_groups()) {
+        for (const Command& command : group.commands) {
+            text += "| `" + cell(usage_of(command)) + "` | " + std::string(command.help) + " |\n";
+        }
+    }
     return text;
 }
 

@@ -2,8 +2,10 @@
 
 #include "session/bad_input.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -60,6 +62,9 @@ std::string marks_and_ids(const std::string& csv)
 {
     std::ifstream file(csv);
     std::string line;
+    if (!file) {
+        throw session::BadInput(csv + ": " + std::strerror(errno));
+    }
     if (!std::getline(file, line) || !line.starts_with("seconds,iris,zoom")) {
         throw session::BadInput(csv + " is not a recorded run");
     }
@@ -93,7 +98,7 @@ void plot_run(const std::string& csv, const std::string& picture)
     const std::string script = marks_and_ids(csv);
     const bool svg = picture.ends_with(".svg");
     if (!svg && !picture.ends_with(".png")) {
-        throw session::BadInput("a plot is an .svg or a .png file, not " + picture);
+        throw session::BadInput("a plot is an .svg or a .png file; got " + picture);
     }
     std::FILE* gnuplot = popen("gnuplot 2>/dev/null", "w");
     const bool written =

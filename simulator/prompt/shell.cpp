@@ -17,7 +17,6 @@
 #include <editline/readline.h>
 #include <iostream>
 #include <poll.h>
-#include <sstream>
 #include <unistd.h>
 
 namespace prompt
@@ -151,15 +150,6 @@ void remember_line(const std::string& line, const std::string& history_file)
     }
 }
 
-std::string word_of(const std::string& line)
-{
-    std::istringstream words(line);
-    std::string first;
-    std::string second;
-    words >> first >> second;
-    return second.empty() ? first : "";
-}
-
 } // namespace
 
 int run_prompt(const std::string& history_file)
@@ -187,13 +177,15 @@ int run_prompt(const std::string& history_file)
         if (!line) {
             continue;
         }
-        if (end_of_input || word_of(*line) == "quit" || word_of(*line) == "quit!") {
+        const Words words = words_of(*line);
+        const bool anyway = words == Words{"quit!"};
+        if (end_of_input || anyway || words == Words{"quit"}) {
             std::cout << (end_of_input ? "\n" : "");
             const bool kept = everything_kept();
-            if (kept || asked || word_of(*line) == "quit!") {
+            if (kept || asked || anyway) {
                 return kept ? 0 : 1;
             }
-            std::cerr << "The last changes are not kept. To leave all the same, quit again, or quit!\n";
+            std::cerr << "The last changes could not be saved. Type quit again, or quit!, to leave anyway.\n";
             asked = true;
             continue;
         }

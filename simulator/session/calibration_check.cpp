@@ -9,9 +9,10 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <filesystem>
 #include <iostream>
 #include <sstream>
-#include <sys/stat.h>
+#include <utility>
 
 namespace session
 {
@@ -61,15 +62,6 @@ bool no_lines(const awb_calibration_s& record)
     return true;
 }
 
-struct Version {
-    bool exists = false;
-    std::int64_t seconds = 0;
-    std::int64_t nanoseconds = 0;
-    std::int64_t size = 0;
-
-    bool operator==(const Version&) const = default;
-};
-
 } // namespace
 
 std::string calibration_problem(const std::string& path)
@@ -116,18 +108,14 @@ bool has_first_light(const std::string& path)
 
 void report_changed_calibration()
 {
-    static Version reported;
-    struct stat file{};
-    const bool exists = stat(calibration_path().c_str(), &file) == 0;
-    const Version present = exists ? Version{.exists = true,
-                                             .seconds = file.st_mtim.tv_sec,
-                                             .nanoseconds = file.st_mtim.tv_nsec,
-                                             .size = file.st_size}
-                                   : Version{};
-    if (present == reported) {
+    namespace fs = std::filesystem;
+    static std::pair<fs::file_time_type, std::uintmax_t> reported;
+    std::error_code missing;
+    const std::pair present{fs::last_write_time(calibration_path(), missing),
+                            fs::file_size(calibration_path(), missing)};
+    if (std::exchange(reported, present) == present) {
         return;
     }
-    reported = present;
     if (const std::string problem = calibration_problem(calibration_path()); !problem.empty()) {
         std::cerr << "isp-sim: " << printable(problem) << '\n';
     }

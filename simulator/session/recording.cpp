@@ -91,7 +91,7 @@ void start_recording(const std::string& path, const std::vector<int>& cameras)
     new_mark = "start";
 }
 
-std::string stop_recording()
+std::vector<Settling> stop_recording()
 {
     const std::lock_guard lock(mutex);
     if (file < 0) {
@@ -105,7 +105,7 @@ std::string stop_recording()
     if (!failure.empty()) {
         throw BadInput(failure);
     }
-    return settling_table(run);
+    return settling_of(run);
 }
 
 void record_frame()

@@ -1,6 +1,8 @@
 // The record of a run: a CSV file with one row per frame.
 #pragma once
 
+#include "session/settling.h"
+
 #include <string>
 #include <vector>
 
@@ -13,7 +15,7 @@ void start_recording(const std::string& path, const std::vector<int>& cameras);
 
 /// Ends the recording, if there is one, and returns how exposure settled in it. Throws BadInput when rows could not be
 /// written, which was reported on standard error as it happened.
-std::string stop_recording();
+std::vector<Settling> stop_recording();
 
 /// Adds the row of the present frame, if a run is being recorded. Any thread.
 void record_frame();

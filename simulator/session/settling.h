@@ -20,7 +20,16 @@ struct Run {
     std::vector<std::vector<double>> lumas;
 };
 
-/// A line per mark and camera: how long the luma took to settle and how far it overshot.
-std::string settling_table(const Run& run);
+/// How a camera's luma settled after a mark.
+struct Settling {
+    std::string mark;
+    double seconds = 0.0; ///< of the mark
+    int camera = 0;
+    const char* unsettled = nullptr; ///< why the rest says nothing
+    double after = 0.0;              ///< seconds that it took
+    double overshoot = 0.0;          ///< percent
+    double luma = 0.0;               ///< at the end
+};
+std::vector<Settling> settling_of(const Run& run);
 
 } // namespace session

@@ -75,15 +75,15 @@ TEST_F(App, BadInputGetsOneClearLineAndChangesNothing)
     constexpr Row kRows[] = {
         {"frobnicate", "there is no command frobnicate"},
         {"start", "usage: start CAM..."},
-        {"start 8", "a camera is a number from 0 to 7, not 8"},
-        {"start x", "not x"},
+        {"start 8", "a camera is a number from 0 to 7; got 8"},
+        {"start x", "got x"},
         {"block 0 acp", "camera 0 has no engine"},
-        {"render 0 a.gif", "a .png or .jpg file, not a.gif"},
+        {"render 0 a.gif", "a .png or .jpg file; got a.gif"},
         {"set 0 colour 3", "there is no setting colour"},
-        {"set 0 saturation", "saturation takes 0 to 14"},
-        {"set 0 saturation 15", "saturation takes 0 to 14, no_colour, not 15"},
-        {"set 0 saturation 99999999999999", "saturation takes 0 to 14"},
-        {"set 0 blackwhite_mode maybe", "blackwhite_mode takes 0 to 1, off, on, not maybe"},
+        {"set 0 saturation", "saturation accepts 0 to 14"},
+        {"set 0 saturation 15", "saturation accepts 0 to 14, no_colour; got 15"},
+        {"set 0 saturation 99999999999999", "saturation accepts 0 to 14"},
+        {"set 0 blackwhite_mode maybe", "blackwhite_mode accepts 0 to 1, off, on; got maybe"},
         {"set 0 hotpixel 1", "takes no value"},
         {"set 0 struct_ver 1", "cannot be set"},
         {"run 5", "a time is a number with ms, s or min"},
@@ -91,15 +91,15 @@ TEST_F(App, BadInputGetsOneClearLineAndChangesNothing)
         {"illuminant 0 moon", "unknown illuminant moon"},
         {"illuminant 0 90", "1500 to 12000 K"},
         {"scene 0 -1", "a luminance in cd/m2"},
-        {"scene 0 nan", "not nan"},
-        {"sensor 0 1 nan", "not nan"},
-        {"speed nan", "not nan"},
+        {"scene 0 nan", "got nan"},
+        {"sensor 0 1 nan", "got nan"},
+        {"speed nan", "got nan"},
         {"run nans", "a time is a number"},
         {"illuminant 0 nan", "1500 to 12000 K"},
         {"fault KIV_nosuch 1 -1", "calls no function KIV_nosuch"},
         {"reload 0", "camera 0 has no engine"},
         {"group resume 3", "there is no group 3"},
-        {"group start 3 1 1", "sensor 1 is there twice"},
+        {"group start 3 1 1", "sensor 1 appears twice"},
         {"calibrate a", "camera 0 has no engine"},
         {"record /no/such.csv", "No such file"},
         {"record /dev/full", "No space left"},
@@ -107,7 +107,9 @@ TEST_F(App, BadInputGetsOneClearLineAndChangesNothing)
         {"fault x", "fault FUNCTION NTH CODE"},
         {"group start 0", "group start ID SENSOR"},
         {"shading check /no/such/file", "/no/such/file"},
-        {"plot /no/such.csv x.svg", "is not a recorded run"},
+        {"plot /no/such.csv x.svg", "/no/such.csv: No such file"},
+        {"wait setled", "usage: wait settled [SECONDS]"},
+        {"set 0 Exposure-Mode auto", "did you mean exposure_mode?"},
         {"help nothing", "there is nothing called nothing"},
     };
     const kiv_isp_param_s before = sim::host::stored_record(0);
@@ -138,7 +140,7 @@ TEST_F(App, AScriptEndsAtItsFirstWrongCommandAndNamesTheLine)
     const std::string path = script("# a comment\nset 0 hue 3\nset 0 hue 99\nset 0 hue 5\n");
     testing::internal::CaptureStderr();
     EXPECT_EQ(prompt::run_script(path), 1);
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::StartsWith(path + ":3: hue takes 0 to 14, not 99"));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::StartsWith(path + ":3: hue accepts 0 to 14; got 99"));
     EXPECT_EQ(stored(0, "hue"), 3);
 }
 

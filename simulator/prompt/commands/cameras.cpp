@@ -44,7 +44,7 @@ std::vector<int> group_members(const Words& words)
     for (std::size_t i = 2; i < words.size(); ++i) {
         const int sensor = number<int>(words[i], 0, sim::engine::kSensors - 1, "a sensor");
         if (std::ranges::find(sensors, sensor) != sensors.end()) {
-            throw BadInput("sensor " + words[i] + " is there twice");
+            throw BadInput("sensor " + words[i] + " appears twice");
         }
         if (g_aiq_ctx[sensor] != nullptr) {
             throw BadInput("sensor " + words[i] + " runs as a camera: release " + words[i] + " first");
@@ -72,7 +72,7 @@ void group(const Words& words)
     const bool resumes = words[0] == "resume";
     const bool stops = words[0] == "stop";
     if ((!resumes && !stops && words[0] != "release") || words.size() > 2) {
-        throw BadInput("group start ID SENSOR..., or group stop, resume or release ID");
+        refuse_usage();
     }
     if (g_camera_group_ctx[id] == nullptr) {
         throw BadInput("there is no group " + words[1]);

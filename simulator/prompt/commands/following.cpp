@@ -30,14 +30,14 @@ void roles(const Words& words)
 void calibrate(const Words& words)
 {
     if (words[0] != "d65" && words[0] != "a") {
-        throw BadInput("calibrate d65, then calibrate a");
+        refuse_usage();
     }
     const bool first = words[0] == "d65";
     for (const int camera : {0, 2, 3}) {
         camera_with_engine(std::to_string(camera));
     }
     if (!first && !session::has_first_light(session::calibration_path())) {
-        throw BadInput("there is no first light to go with this one: calibrate d65, then calibrate a");
+        throw BadInput("the first reference light is missing: calibrate d65, then calibrate a");
     }
     const session::Lanes lanes({0, 2, 3}, "calibration");
     for (const int camera : {0, 2, 3}) {
@@ -63,7 +63,7 @@ double gain_error(int camera)
 void follow(const Words& words)
 {
     if (words[0] != "wb") {
-        throw BadInput("follow wb on or follow wb off");
+        refuse_usage();
     }
     set_awb_follow_pano(on_or_off(words[1]) ? 1 : 0);
     check(cam_awb_follow_pano_thread(), "following");
@@ -88,7 +88,7 @@ void balance(const Words& words)
 }
 
 constexpr Command kCommands[] = {
-    {"roles", "PANORAMA FEATURE", "which camera leads and which follows", 2, 2, roles},
+    {"roles", "PANORAMA FEATURE", "choose the panorama camera (leads) and the feature camera (follows)", 2, 2, roles},
     {"calibrate", "d65|a", "measure a reference light (cameras 0, 2, 3)", 1, 1, calibrate},
     {"follow", "wb on|off", "cameras 0 and 2 follow camera 3's white balance", 2, 2, follow},
     {"balance", "[FILE.png]", "gain error of cameras 3, 0 and 2, and their charts", 0, 1, balance, Kind::looks},

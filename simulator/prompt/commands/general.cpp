@@ -27,11 +27,6 @@ void echo(const Words& words)
     out() << '\n';
 }
 
-std::string usage_of(const Command& command)
-{
-    return std::string(command.name) + (command.arguments.empty() ? "" : " ") + std::string(command.arguments);
-}
-
 /// A paragraph in lines that fit the width, the first after what is already there.
 void print_wrapped(const std::string& text, int indent)
 {
@@ -146,7 +141,7 @@ constexpr Command kCommands[] = {
     {"echo", "TEXT...", "print a line", 0, kMany, echo, Kind::looks},
     {"help", "[settings | NAME]", "this list, or one thing", 0, 1, help, Kind::looks},
     {"quit", "", "leave", 0, 0, nullptr, Kind::looks},
-    {"quit!", "", "leave, although changes cannot be kept", 0, 0, nullptr, Kind::looks},
+    {"quit!", "", "leave even if changes cannot be saved", 0, 0, nullptr, Kind::looks},
 };
 
 } // namespace

@@ -146,7 +146,7 @@ void fault(const Words& words)
         return;
     }
     if (words.size() < 3 || (words.size() == 4 && words[3] != "always")) {
-        throw BadInput("fault FUNCTION NTH CODE [always], or fault clear");
+        refuse_usage();
     }
     if (!std::ranges::binary_search(kFunctions, words[0])) {
         throw BadInput("the library calls no function " + words[0]);

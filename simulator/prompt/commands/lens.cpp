@@ -34,7 +34,7 @@ void iris(const Words& words)
     } else if (words[0] == "to") {
         sim::host::move_iris_to(number<int>(words[1], 0, sim::host::kIrisWidest, "an iris position"));
     } else {
-        throw BadInput("iris auto on, iris auto off or iris to POSITION");
+        refuse_usage();
     }
 }
 
@@ -52,7 +52,7 @@ void shading(const Words& words)
     } else if (words[0] == "check") {
         failed = sim::host::check_shading_file(path);
     } else {
-        throw BadInput("shading write [FILE] or shading check [FILE]");
+        refuse_usage();
     }
     if (!failed.empty()) {
         throw BadInput(failed);

@@ -208,7 +208,7 @@ std::string picture_argument(const std::string& word)
             return file_argument(word);
         }
     }
-    throw BadInput("a picture is a .png or .jpg file, not " + word);
+    throw BadInput("a picture is a .png or .jpg file; got " + word);
 }
 
 void write_picture(const std::string& path, const sim::picture::Image& image)

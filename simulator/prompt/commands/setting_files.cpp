@@ -60,9 +60,9 @@ void diff(const Words& words)
 }
 
 constexpr Command kCommands[] = {
-    {"save", "CAM FILE", "write a camera's settings", 2, 2, save, Kind::looks},
-    {"load", "CAM FILE", "take a camera's settings from a file", 2, 2, load},
-    {"diff", "CAM FILE|CAM", "in which settings a camera differs", 2, 2, diff, Kind::looks},
+    {"save", "CAM FILE.ini", "write a camera's settings", 2, 2, save, Kind::looks},
+    {"load", "CAM FILE.ini", "take a camera's settings from a file", 2, 2, load},
+    {"diff", "CAM FILE.ini|CAM", "in which settings a camera differs", 2, 2, diff, Kind::looks},
 };
 
 } // namespace

@@ -34,7 +34,7 @@ void set(const Words& words)
     }
     const bool action = setting.setter == sim::host::Setter::action;
     if (action != (words.size() == 2)) {
-        throw BadInput(action ? name + " takes no value" : name + " takes " + range_text(setting));
+        throw BadInput(action ? name + " takes no value" : name + " accepts " + range_text(setting));
     }
     const int value = action ? 0 : setting_value(setting, words[2]);
     const auto change = [&] { return session::change_setting(camera, setting, value, session::Origin::prompt); };
@@ -158,8 +158,8 @@ constexpr Command kCommands[] = {
     {"set", "CAM SETTING [VALUE]", "change a setting", 2, 3, set},
     {"show", "[CAM [SETTING | all]]", "what differs from the initial settings, or all cameras side by side", 0, 2, show,
      Kind::looks},
-    {"undo", "", "undo the last change of settings; repeat to go further back", 0, 0, undo},
-    {"reset", "CAM [SETTING]", "initial value of a setting, or of all", 1, 2, reset},
+    {"undo", "", "undo the last change; repeat to go further back", 0, 0, undo},
+    {"reset", "CAM [SETTING]", "set a setting, or all, to its initial value", 1, 2, reset},
 };
 
 } // namespace

@@ -32,7 +32,7 @@ void speed(const Words& words)
 {
     if (words[0] == "virtual") {
         if (session::time_stays_paced()) {
-            throw BadInput("time stays paced while a page is served");
+            throw BadInput("time keeps pace with the real clock while others are served");
         }
         sim::use_virtual_time();
     } else {
@@ -88,7 +88,7 @@ void watch(const Words& words)
 void wait_settled(const Words& words)
 {
     if (words[0] != "settled") {
-        throw BadInput("wait settled [SECONDS]");
+        refuse_usage();
     }
     const double most = words.size() > 1 ? number<double>(words[1], 0.1, 3600.0, "a number of seconds") : 30.0;
     constexpr int kFrames = 15;
@@ -121,10 +121,32 @@ void wait_settled(const Words& words)
     answer({{"settled_after", rounded(took)}, {"at_limit", limited}});
 }
 
+void tell_settling(const std::vector<session::Settling>& all)
+{
+    Json settling = Json::array();
+    out() << std::fixed;
+    for (const session::Settling& each : all) {
+        out() << std::setprecision(2) << std::setw(8) << each.seconds << " s  camera " << each.camera << "  ";
+        settling.push_back({{"mark", each.mark}, {"seconds", rounded(each.seconds)}, {"camera", each.camera}});
+        if (each.unsettled != nullptr) {
+            out() << each.unsettled;
+            settling.back()["unsettled"] = each.unsettled;
+        } else {
+            out() << "settled after " << std::setw(5) << each.after << " s  overshoot " << std::setprecision(1)
+                  << std::setw(5) << each.overshoot << " %  luma " << std::setw(6) << each.luma;
+            settling.back().update({{"settled_after", rounded(each.after)},
+                                    {"overshoot_percent", rounded(each.overshoot)},
+                                    {"luma", rounded(each.luma)}});
+        }
+        out() << "  " << each.mark << '\n';
+    }
+    answer({{"settling", settling}});
+}
+
 void record(const Words& words)
 {
     if (words[0] == "stop") {
-        out() << session::stop_recording();
+        tell_settling(session::stop_recording());
         return;
     }
     std::vector<int> cameras;
