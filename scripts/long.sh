@@ -3,12 +3,12 @@
 # sanitizer, clang-tidy of the simulator, 64-bit Arm packages, and README's two commands on bare installations of Debian
 # 12 and 13. Writes its result into docs/proof.md. As root, for the bare installations. Logs: build/logs.
 #   scripts/long.sh                all of it
-#   scripts/long.sh PART...        of mutants, fuzzers, threads, style, packages, bookworm, trixie; docs/proof.md stays as it is
+#   scripts/long.sh PART...        of mutants, fuzzers, threads, style, packages, guide, bookworm, trixie; docs/proof.md stays as it is
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit
 parts=("$@")
 if ((${#parts[@]} == 0)); then
-    parts=(mutants fuzzers threads style packages bookworm trixie)
+    parts=(mutants fuzzers threads style packages guide bookworm trixie)
 fi
 scripts/install-packages.sh --long || exit 1
 logs=build/logs
@@ -38,6 +38,14 @@ packages() {
     scripts/package.sh --check arm64
 }
 
+# The guide's commands as they stand in it, with the packages that it names, and the example that they make possible.
+guide() {
+    # shellcheck disable=SC2016 # for the shell in the bare installation
+    scripts/bare-root.sh bookworm 'apt-get -qq update && apt-get -qq -y install cmake g++ make pkg-config python3 >/dev/null &&
+        sed -n "/^## Building/,/ldconfig/s/^    //p" docs/integration.md >/tmp/commands && bash -e /tmp/commands &&
+        make -C examples/host host test && tests/library/run_example.sh examples/host/host'
+}
+
 figures() { # PART: the line of its log that tells how much was done
     case $1 in
     mutants) grep -E '^all ' "$logs/long-$1.log" | tr -s ' ' ;;
@@ -45,6 +53,7 @@ figures() { # PART: the line of its log that tells how much was done
     threads) grep -E 'tests passed' "$logs/long-$1.log" ;;
     style) grep -E '^clang-tidy: ' "$logs/long-$1.log" ;;
     packages) grep -c '\.deb$' "$logs/long-$1.log" ;;
+    guide) grep -c '^good: ' "$logs/long-$1.log" ;;
     *) grep -oE '[0-9]+ passed, [0-9]+ failed' "$logs/long-$1.log" ;;
     esac | tail -n 1
 }
@@ -55,6 +64,7 @@ declare -A what=(
     [threads]="torture and releases under the thread sanitizer"
     [style]="clang-format, clang-tidy and shellcheck of everything"
     [packages]="Debian packages for 64-bit Arm, lines that name one"
+    [guide]="the guide's commands and the example host on a bare Debian 12, lines of its test"
     [bookworm]="both commands on a bare Debian 12"
     [trixie]="both commands on a bare Debian 13"
 )
@@ -66,10 +76,10 @@ for part in "${parts[@]}"; do
     start=$SECONDS
     result=passed
     case $part in
-    mutants | fuzzers | threads | style | packages) "$part" ;;
+    mutants | fuzzers | threads | style | packages | guide) "$part" ;;
     bookworm | trixie) scripts/bare-root.sh "$part" 'scripts/demo.sh && scripts/test.sh' ;;
     *)
-        echo "usage: ${0##*/} [mutants] [fuzzers] [threads] [style] [packages] [bookworm] [trixie]" >&2
+        echo "usage: ${0##*/} [mutants] [fuzzers] [threads] [style] [packages] [guide] [bookworm] [trixie]" >&2
         exit 2
         ;;
     esac >"$logs/long-$part.log" 2>&1 || { result=FAILED && failed=1; }

@@ -42,19 +42,20 @@ make_sysroot() { # ARCHITECTURE TREE
     # shellcheck disable=SC2016 # the hook is a script of its own
     mmdebstrap --quiet --variant=extract --architectures="$1" --include="libc6-dev,$packages" --extract-hook='
         for package in "$1"/var/cache/apt/archives/*.deb; do
-            dpkg-deb --info "$package" shlibs 2>/dev/null
+            dpkg-deb --info "$package" shlibs 2>/dev/null || true
         done >"$1/shlibs"' "$suite" "$2"
     echo "$packages" >"$2/packages"
 }
 
 # What cpack has no words for: libraries of several processors side by side, and archives without debug symbols.
 finish() { # PACKAGE STRIP
-    local tree=$work/tree
+    local tree=$work/tree name
     rm -rf "$tree"
     dpkg-deb --raw-extract "$1" "$tree"
     if [[ ${1##*/} == lib* ]]; then
         sed -i '/^Architecture:/a Multi-Arch: same' "$tree/DEBIAN/control"
     fi
+    sed -i '/^Package-Type:/d' "$tree/DEBIAN/control" # its name ends in .deb
     find "$tree" -name '*.a' -exec "$2" --strip-debug --enable-deterministic-archives {} +
     (cd "$tree" && find . -path ./DEBIAN -prune -o -type f -printf '%P\0' | sort -z | xargs -0 md5sum >DEBIAN/md5sums)
     name=${1##*/}
