@@ -6,13 +6,13 @@ cd "$(dirname "$0")/.."
 seconds=${1:-60}
 
 cmake --preset fuzz > /dev/null
-cmake --build build/fuzz --target fuzz_setters fuzz_files fuzz_commands > build/fuzz/build.log || {
+cmake --build build/fuzz --target fuzz_setters fuzz_files fuzz_commands fuzz_visca > build/fuzz/build.log || {
     cat build/fuzz/build.log
     exit 1
 }
 
 status=0
-for name in setters files commands; do
+for name in setters files commands visca; do
     mkdir -p "build/fuzz/corpus/$name" "build/fuzz/found/$name"
     examples=""
     length=8192

@@ -162,7 +162,7 @@ void finish(Message& message, const Bytes& bytes, const std::string& why)
 
 void complete(Message& message, const Outcome& outcome)
 {
-    const Status status = outcome.first ? Status::completed : Status::not_executable;
+    const Status status = outcome.first ? Status::done : Status::unfit;
     message.client->camera->taken[static_cast<std::size_t>(message.socket)] = false;
     finish(message, message.socket == 0 ? Bytes() : visca::bytes_of(status, message.socket), outcome.second);
 }
@@ -208,7 +208,7 @@ void take(const SourcePointer& client, const Bytes& bytes, std::optional<std::ui
         return;
     }
     message.socket = static_cast<int>(free - camera.taken.begin());
-    reply(message, visca::bytes_of(Status::acknowledged, message.socket));
+    reply(message, visca::bytes_of(Status::accepted, message.socket));
     const auto measures = [](const Message& each) { return each.request.setting == kOnepush; };
     if (measures(message) && std::any_of(camera.commands.begin(), camera.commands.end(), measures)) {
         complete(message, {false, "a measurement is under way"});

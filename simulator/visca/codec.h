@@ -20,15 +20,7 @@ namespace visca
 using Bytes = std::vector<std::uint8_t>;
 
 /// How a message is answered that gives no values: what was wrong, or how a command fares.
-enum class Status {
-    acknowledged = 0x40,
-    completed = 0x50,
-    length = 0x6001,
-    syntax,
-    full,
-    no_socket = 0x6005,
-    not_executable = 0x6041
-};
+enum class Status { accepted = 0x40, done = 0x50, length = 0x6001, syntax, full, no_socket = 0x6005, unfit = 0x6041 };
 Bytes bytes_of(Status status, int socket = 0);
 
 /// A camera as messages see it. One thread at a time.
@@ -39,9 +31,9 @@ struct Camera {
 
 /// What a message asks for.
 struct Request {
-    Bytes reply = {}; ///< to what does not act; else empty: acknowledge it, set the setting, then complete it
+    Bytes reply = {}; ///< the answer; empty: set the setting, after `accepted` and before `done` or `unfit`
     std::string_view setting = {}; ///< from the table
-    int value = 0;                 ///< to set it to, as the camera is now: decode a message again when its turn comes
+    int value = 0;                 ///< of a step, from the camera's value, which should be what commands under way set
     std::string text = {};         ///< for people: what is asked for, or why it is refused
     bool clears = false;           ///< earlier commands get no reply any more
 };

@@ -57,24 +57,23 @@ protected:
         return sock;
     }
 
-    /// What comes until so many bytes FF, or negative, so many datagrams; or the end of the connection.
-    static std::string hear(int sock, int replies)
+    /// What comes until so many bytes FF, or the end of the connection; of datagrams, so many with a mark between them.
+    static std::string hear(int sock, int replies, bool datagrams = false)
     {
-        Bytes heard;
-        for (Bytes more(64); replies < 0 || std::count(heard.begin(), heard.end(), 0xFF) < replies;) {
+        std::string heard;
+        for (Bytes more(64); replies > 0;) {
             const ssize_t count = recv(sock, more.data(), more.size(), 0);
             if (count <= 0) {
-                return visca::text_of(heard) + " end";
+                return heard + " end";
             }
-            heard.insert(heard.end(), more.begin(), more.begin() + count);
-            if (replies < 0 && ++replies == 0) {
-                break;
-            }
+            const Bytes bytes(more.begin(), more.begin() + count);
+            heard += (heard.empty() ? "" : datagrams ? " | " : " ") + visca::text_of(bytes);
+            replies -= datagrams ? 1 : static_cast<int>(std::count(bytes.begin(), bytes.end(), 0xFF));
         }
-        return visca::text_of(heard);
+        return heard;
     }
 
-    static std::string ask(int sock, const std::string& text, int replies = 1)
+    static std::string ask(int sock, const std::string& text, int replies = 1, bool datagrams = false)
     {
         std::istringstream words(text);
         Bytes bytes;
@@ -83,7 +82,7 @@ protected:
         }
         sim::step_aside(); // a command may wait
         send(sock, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        return hear(sock, replies);
+        return hear(sock, replies, datagrams);
     }
 
     static std::string three(int code)
@@ -111,23 +110,24 @@ protected:
 
 TEST_F(Control, MessagesAreAnsweredAndStored)
 {
-    const int sock = client();
+    const int clients[] = {client(), client(0, SOCK_DGRAM)};
     std::ifstream file(MESSAGES);
     for (std::string line; std::getline(file, line);) {
-        const std::size_t place = line.find(" > ");
+        const bool datagram = line.starts_with("udp ");
+        const std::size_t place = line.find(" >");
         if (line.front() == '#' || place == std::string::npos) {
             continue;
         }
-        const std::size_t name = line.find_first_not_of("0123456789ABCDEF ", place + 3);
-        const std::string replies = line.substr(place + 3, name == std::string::npos ? name : name - place - 4);
-        const std::string heard =
-            ask(sock, line.substr(0, place), static_cast<int>(std::count(replies.begin(), replies.end(), 'F') / 2));
-        EXPECT_EQ(heard, replies) << line;
-        if (name != std::string::npos) {
-            const std::size_t equals = line.find('=');
-            EXPECT_EQ(sim::host::stored(0, *find_setting(line.substr(name, equals - name))),
-                      std::stoi(line.substr(equals + 1)))
-                << line;
+        const std::size_t name = std::min(line.find_first_not_of("0123456789ABCDEF |", place + 2), line.size() + 1);
+        const std::string replies = line.substr(std::min(place + 3, line.size()), name - place - 4);
+        const auto count = std::count(replies.begin(), replies.end(), datagram ? '|' : 'F');
+        EXPECT_EQ(ask(clients[datagram], line.substr(datagram ? 4 : 0, place - (datagram ? 4 : 0)),
+                      static_cast<int>(datagram ? count + 1 : count / 2), datagram),
+                  replies)
+            << line;
+        if (const std::size_t equals = line.find('='); equals != std::string::npos) {
+            const sim::host::Setting& setting = *find_setting(line.substr(name, equals - name));
+            EXPECT_EQ(sim::host::stored(0, setting), std::stoi(line.substr(equals + 1))) << line;
         }
     }
 }
@@ -169,9 +169,9 @@ TEST_F(Control, EveryCommandIsAnsweredAndStoredAndShownAndSteppedToItsEnds)
             EXPECT_TRUE(row.inquiry == 0 || ask(sock, "81 " + three(row.inquiry) + " FF") == "90 50" + data + " FF");
             pictures.push_back(picture());
         }
-        if (setting->shown && row.command != 0x01043D && row.command != 0x01043E && row.command != 0x010423) { // TODO
-            EXPECT_TRUE(pictures[0].pixels != pictures[1].pixels);
-        }
+        const bool alike =
+            row.command == 0x01043D || row.command == 0x01043E || row.command == 0x010423; // in this scene
+        EXPECT_TRUE(alike || !setting->shown || pictures[0].pixels != pictures[1].pixels);
         if (row.step != 0) {
             const auto step = [&](const char* to) { EXPECT_EQ(ask(sock, "81 " + three(row.step) + to, 2), done); };
             step(" 02 FF");
@@ -222,38 +222,6 @@ TEST_F(Control, TwoCommandsAreUnderWayAtMostAndNobodyWaitsForThem)
     sim::wait(10'000'000);
     EXPECT_EQ(ask(sock, "81 09 04 47 FF 81 09 04 00 FF", 2), "90 50 02 00 00 00 FF 90 50 03 FF");
     EXPECT_EQ(ask(client(1), "81 01 04 07 02 FF", 2), "90 41 FF 90 61 41 FF"); // no motor
-}
-
-TEST_F(Control, DatagramsHaveNumbersAndStreamsPieces)
-{
-    const int peer = client(0, SOCK_DGRAM);
-    const std::string up = "01 00 00 06 00 00 00 07 81 01 04 0F 02 FF";
-    const std::string done = "01 11 00 03 00 00 00 07 90 41 FF 01 11 00 03 00 00 00 07 90 51 FF";
-    const std::string hue = "01 10 00 05 00 00 00 08 81 09 04 4F FF";
-    EXPECT_EQ(ask(peer, up, -2), done);
-    EXPECT_EQ(ask(peer, up, -2), done); // acts once
-    EXPECT_EQ(ask(peer, hue, -1), "01 11 00 07 00 00 00 08 90 50 00 00 00 08 FF");
-    EXPECT_EQ(ask(peer, "01 00 00 06 00 00 00 07 81 01 04 0F 03 FF", -2), done); // another message
-    EXPECT_EQ(sim::host::stored(0, *find_setting("hue")), 7);
-    EXPECT_EQ(ask(peer, "02 00 00 01 FF FF FF FF 01", -1), "02 01 00 01 FF FF FF FF 01");
-    EXPECT_EQ(ask(peer, up, -2), done); // numbers begin anew
-    for (int i = 0; i < 16; ++i) {
-        ask(peer, "01 20 00 05 00 00 01 " + std::to_string(10 + i) + " 81 09 04 4F FF", -1);
-    }
-    EXPECT_EQ(ask(peer, up, -2), done); // forgotten
-    EXPECT_EQ(sim::host::stored(0, *find_setting("hue")), 9);
-    EXPECT_EQ(ask(peer, "02 00 00 01 00 00 00 07 02", -1), "02 01 00 02 00 00 00 07 0F 02");
-    EXPECT_EQ(ask(peer, "01 00 00 06 00 00 00 07 81 09 04 4F FF", -1), "02 01 00 02 00 00 00 07 0F 02");
-    EXPECT_EQ(ask(peer, "01 00 00 03 00 00 00 07 81 09 04", -1), "02 01 00 02 00 00 00 07 0F 02");
-    EXPECT_EQ(ask(peer, "81 09 04 4F FF 81 09 04", -2), "90 50 00 00 00 09 FF 90 60 01 FF");
-
-    const int sock = client();
-    ask(sock, "81", 0);
-    ask(sock, "09 04", 0);
-    EXPECT_EQ(ask(sock, "4F FF 81 09"), "90 50 00 00 00 09 FF");
-    EXPECT_EQ(ask(sock, "04 4F FF"), "90 50 00 00 00 09 FF");
-    EXPECT_EQ(ask(sock, "81 01 04 4F 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"), "90 60 01 FF");
-    EXPECT_EQ(ask(sock, "00 81 FF 81 09 04 4F FF"), "90 50 00 00 00 09 FF");
 }
 
 TEST_F(Control, BadClientsCostOnlyThemselves)
