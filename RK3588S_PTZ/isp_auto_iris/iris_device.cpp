@@ -1,5 +1,6 @@
 #include "isp_auto_iris/iris_device.h"
 
+#include "isp_ctrl/core/close_on_exec.h"
 #include "isp_ctrl/core/seam.h"
 
 #include <cstddef>
@@ -27,7 +28,8 @@ bool too_short(int fd)
 
 void open_device(Device& device)
 {
-    device.fd = open(seam.iris_device, O_RDONLY | O_CLOEXEC);
+    device.fd = open(seam.iris_device, O_RDONLY);
+    close_on_exec(device.fd);
 }
 
 void advance_device(Device& device)

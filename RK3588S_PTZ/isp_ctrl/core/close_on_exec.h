@@ -6,8 +6,8 @@
 namespace isp
 {
 
-/// For what is opened by a call that takes no such flag. A program that another thread starts between the two calls
-/// still inherits it.
+/// Follows every call that opens something: those have the arguments that whoever stands in for them expects. A program
+/// that another thread starts between the two calls inherits it all the same.
 inline void close_on_exec(int fd)
 {
     fcntl(fd, F_SETFD, FD_CLOEXEC);

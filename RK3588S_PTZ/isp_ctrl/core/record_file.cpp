@@ -1,5 +1,6 @@
 #include "isp_ctrl/core/record_file.h"
 
+#include "isp_ctrl/core/close_on_exec.h"
 #include "isp_ctrl/core/trace.h"
 
 #include <cstdio>
@@ -13,11 +14,12 @@ ssize_t isp::load_record(const char* function, const char* path, void* buf, int 
         ISP_TRACE(function, "no room for %d bytes\n\n", size);
         return -1;
     }
-    const int fd = open(path, O_RDONLY | O_CLOEXEC);
+    const int fd = open(path, O_RDONLY);
     if (fd < 0) {
         std::perror("open reg_file fail:");
         return -1;
     }
+    close_on_exec(fd);
     const ssize_t count = read(fd, buf, static_cast<std::size_t>(size));
     if (count < 0) {
         std::perror("open reg_file fail:");

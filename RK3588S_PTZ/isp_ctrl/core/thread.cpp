@@ -1,9 +1,28 @@
 #include "isp_ctrl/core/thread.h"
 
+#include "isp_ctrl/core/seam.h"
+
 #include <csignal>
+#include <dlfcn.h>
+
+namespace
+{
+
+/// Keeps the library mapped when the host closes it. What it is linked into otherwise, a program or a library of the
+/// host's, is found under its own name and stays mapped too, if it is not mapped for good anyway.
+void stay_mapped()
+{
+    Dl_info here;
+    if (dladdr(&isp::seam, &here) != 0) {
+        dlopen(here.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
+    }
+}
+
+} // namespace
 
 bool isp::create_thread(pthread_t& thread, void* (*body)(void*))
 {
+    stay_mapped();
     sigset_t all;
     sigset_t before;
     sigfillset(&all);

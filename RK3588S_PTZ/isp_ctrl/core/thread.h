@@ -17,8 +17,8 @@ inline constexpr int kModeCamera = 0;
 /// The lens calibration flag (get_lens_calibration_flag) that ends exposure following and the iris loop.
 inline constexpr int kLensCalibrationEnds = 4;
 
-/// Creates a thread in which all signals are blocked, so that the host's handlers run on the host's threads. False when
-/// it cannot be created; `thread` is then left alone.
+/// Creates a thread in which all signals are blocked, so that the host's handlers run on the host's threads. From the
+/// first one on, the library is not unloaded. False when it cannot be created; `thread` is then left alone.
 bool create_thread(pthread_t& thread, void* (*body)(void*));
 
 } // namespace isp

@@ -3,6 +3,7 @@
 #include "isp_ctrl/white_balance/awb_calibration.h"
 
 #include "isp_ctrl/core/atomic.h"
+#include "isp_ctrl/core/close_on_exec.h"
 #include "isp_ctrl/core/record_file.h"
 #include "isp_ctrl/core/seam.h"
 #include "isp_ctrl/white_balance/awb_lines.h"
@@ -189,11 +190,12 @@ int user_save_wb_calibration_file(awb_calibration_s* buf, int buf_size)
         return -1;
     }
     const char* path = isp::seam.wb_calibration_file;
-    const int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    const int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC, 0644);
     if (fd < 0) {
         ISP_TRACE(__func__, "open %s fail!\n\n", path);
         return -1;
     }
+    isp::close_on_exec(fd);
     if (write(fd, buf, static_cast<std::size_t>(buf_size)) < 0) {
         ISP_TRACE(__func__, "write %s fail!\n\n", path);
         close(fd);
