@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
-# What is random or takes long, half an hour in all: a sample of mutants, the fuzzers, torture and releases under the thread
-# sanitizer, clang-tidy of the simulator, 64-bit Arm packages, and README's two commands on bare installations of Debian
-# 12 and 13. Writes its result into docs/proof.md. As root, for the bare installations. Logs: build/logs.
+# What is random or takes long, some two hours in all: a sample of mutants, the fuzzers, torture and releases under the thread
+# sanitizer, clang-tidy of the simulator, 64-bit Arm packages, and on bare installations of Debian 12 and 13 every
+# kind of build and README's two commands. Writes its result into docs/proof.md. As root, for the bare installations.
+# Logs: build/logs.
 #   scripts/long.sh                all of it
-#   scripts/long.sh PART...        of mutants, fuzzers, threads, style, packages, guide, bookworm, trixie; docs/proof.md stays as it is
+#   scripts/long.sh PART...        of mutants, fuzzers, threads, style, packages, guide, builds, bookworm, trixie; docs/proof.md stays
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit
 parts=("$@")
 if ((${#parts[@]} == 0)); then
-    parts=(mutants fuzzers threads style packages guide bookworm trixie)
+    parts=(mutants fuzzers threads style packages guide builds bookworm trixie)
 fi
 scripts/install-packages.sh --long || exit 1
 logs=build/logs
@@ -46,12 +47,17 @@ guide() {
         make -C examples/host host test && tests/library/run_example.sh examples/host/host'
 }
 
+builds() {
+    scripts/bare-root.sh bookworm scripts/builds.sh && scripts/bare-root.sh trixie scripts/builds.sh
+}
+
 figures() { # PART: the line of its log that tells how much was done
     case $1 in
     mutants) grep -E '^all ' "$logs/long-$1.log" | tr -s ' ' ;;
     fuzzers) awk '/number_of_executed_units/ { sum += $2 } END { print sum " inputs" }' "$logs/long-$1.log" ;;
     threads) grep -E 'tests passed' "$logs/long-$1.log" ;;
     style) grep -E '^clang-tidy: ' "$logs/long-$1.log" ;;
+    builds) grep -c '^built: ' "$logs/long-$1.log" ;;
     packages) grep -c '\.deb$' "$logs/long-$1.log" ;;
     guide) grep -c '^good: ' "$logs/long-$1.log" ;;
     *) grep -oE '[0-9]+ passed, [0-9]+ failed' "$logs/long-$1.log" ;;
@@ -65,6 +71,7 @@ declare -A what=(
     [style]="clang-format, clang-tidy and shellcheck of everything"
     [packages]="Debian packages for 64-bit Arm, lines that name one"
     [guide]="the guide's commands and the example host on a bare Debian 12, lines of its test"
+    [builds]="every kind of build with g++ and clang on Debian 12 and 13, of 16"
     [bookworm]="both commands on a bare Debian 12"
     [trixie]="both commands on a bare Debian 13"
 )
@@ -76,10 +83,10 @@ for part in "${parts[@]}"; do
     start=$SECONDS
     result=passed
     case $part in
-    mutants | fuzzers | threads | style | packages | guide) "$part" ;;
+    mutants | fuzzers | threads | style | packages | guide | builds) "$part" ;;
     bookworm | trixie) scripts/bare-root.sh "$part" 'scripts/demo.sh && scripts/test.sh' ;;
     *)
-        echo "usage: ${0##*/} [mutants] [fuzzers] [threads] [style] [packages] [guide] [bookworm] [trixie]" >&2
+        echo "usage: ${0##*/} [mutants] [fuzzers] [threads] [style] [packages] [guide] [builds] [bookworm] [trixie]" >&2
         exit 2
         ;;
     esac >"$logs/long-$part.log" 2>&1 || { result=FAILED && failed=1; }

@@ -1,5 +1,5 @@
 // The channel of iris commands: the sender to the lens service, and two flags that the host keeps here.
-#include "isp_auto_iris.h"
+#include "isp_auto_iris/isp_auto_iris.h"
 #include "isp_ctrl/core/atomic.h"
 #include "isp_ctrl/core/close_on_exec.h"
 #include "isp_ctrl/core/seam.h"

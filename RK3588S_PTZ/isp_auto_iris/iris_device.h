@@ -1,7 +1,7 @@
 // The shared iris record that lens control publishes as a device file.
 #pragma once
 
-#include "isp_auto_iris.h"
+#include "isp_auto_iris/isp_auto_iris.h"
 
 namespace isp::iris
 {

@@ -1,16 +1,16 @@
 // The automatic iris loop and its start: sleeps, reads, decides, calls back. Modes and anti-flicker are those of camera
 // 0.
 #include "af/lens_ctrl.h"
-#include "isp_auto_iris.h"
 #include "isp_auto_iris/iris_device.h"
 #include "isp_auto_iris/iris_rules.h"
+#include "isp_auto_iris/isp_auto_iris.h"
 #include "isp_auto_iris/zoom_levels.h"
-#include "isp_ctrl.h"
 #include "isp_ctrl/core/atomic.h"
 #include "isp_ctrl/core/lock.h"
 #include "isp_ctrl/core/seam.h"
 #include "isp_ctrl/core/thread.h"
 #include "isp_ctrl/core/trace.h"
+#include "isp_ctrl/isp_ctrl.h"
 #include "platformpara/para_isp.h"
 
 #include <cstring>
@@ -60,12 +60,12 @@ struct AeInfo {
     float ret_dysetpoint = 0.0F;
 };
 
-isp::iris::AeFigures query_figures(const char* function, AeInfo& ae)
+isp::iris::AeFigures query_figures(const isp::Place& place, AeInfo& ae)
 {
     const int ret =
         kiv_rkisp_cl_getAeinfo(&ae.again, &ae.ispdgain, &ae.time, &ae.meanluma, &ae.gain_max, &ae.ret_dysetpoint);
     if (ret != 0) {
-        ISP_TRACE(function, "kiv_rkisp_cl_QueryWBInfo err %d\n", ret);
+        ISP_TRACE_AT(place, "kiv_rkisp_cl_QueryWBInfo err %d\n", ret);
     }
     return isp::iris::derive_figures(ae.again, ae.ispdgain, ae.time, ae.meanluma, ae.gain_max, ae.ret_dysetpoint);
 }

@@ -1,6 +1,6 @@
 #include "isp_auto_iris/iris_rules.h"
 
-#include "isp_ctrl.h"
+#include "isp_ctrl/isp_ctrl.h"
 #include "isp_ctrl/core/truncate.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // The decision of the automatic iris: one function of what a cycle sees and of what the loop keeps, without a thread.
 #pragma once
 
-#include "isp_auto_iris.h"
+#include "isp_auto_iris/isp_auto_iris.h"
 #include "isp_auto_iris/zoom_levels.h"
 
 #include <array>

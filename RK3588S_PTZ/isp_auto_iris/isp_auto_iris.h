@@ -33,7 +33,7 @@ typedef struct Iris_Info_Param {
 } Iris_Info_Param;
 
 /** One iris command. */
-typedef struct iris_ctrl_param {
+typedef struct iris_ctrl_param_t {
     char toDst;    /**< 1: go to dstIris; 0: move by steps */
     short dstIris; /**< absolute position, motor steps */
     short steps;   /**< motor steps: positive opens, negative closes */

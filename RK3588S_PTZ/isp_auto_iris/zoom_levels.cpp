@@ -1,7 +1,7 @@
 // Zoom levels and the widest iris position that each allows.
 #include "isp_auto_iris/zoom_levels.h"
 
-#include "isp_auto_iris.h"
+#include "isp_auto_iris/isp_auto_iris.h"
 #include "isp_ctrl/core/atomic.h"
 
 #include <algorithm>

@@ -51,8 +51,12 @@
 /**@}*/
 
 /** Setting enums have the underlying type int where the language has it, so that any integer a host passes
- * is a value of the type. */
-#define ISP_ENUM_INT RK_ENUM_INT
+ * is a value of the type; in C11 they are plain and of the same size. */
+#if defined(__cplusplus) || (defined(__STDC_VERSION__) && __STDC_VERSION__ >= 202311L)
+#define ISP_ENUM_INT : int
+#else
+#define ISP_ENUM_INT
+#endif
 
 /** Exported from the library. */
 #if defined(__GNUC__)
@@ -351,7 +355,7 @@ typedef enum CSC_Mode_E ISP_ENUM_INT {
 
 /** White-balance calibration of the follower cameras against the panorama camera. The image of this record is
  * the calibration file. Gains are the engine's white-balance gains. */
-typedef struct awb_calibration {
+typedef struct awb_calibration_s {
     float d65_pano_rgain, d65_pano_bgain; /**< measured under D65 */
     float d65_close_rgain, d65_close_bgain;
     float d65_3rd_rgain, d65_3rd_bgain;

@@ -11,13 +11,13 @@ extern "C" {
 #endif
 
 /** Who decides the strength of spatial noise reduction. */
-typedef enum Abayer2dnr_OPMode_V2_e RK_ENUM_INT {
+typedef enum Abayer2dnr_OPMode_V2_t RK_ENUM_INT {
     ABAYER2DNR_OP_MODE_INVALID = 0,
     ABAYER2DNR_OP_MODE_AUTO = 1,
     ABAYER2DNR_OP_MODE_MANUAL = 2,
 } Abayer2dnr_OPMode_V2_t;
 
-typedef struct RK_Bayer2dnr_Params_V2_s {
+typedef struct RK_Bayer2dnr_Params_V2_t {
     int enable;
     int iso[RK_AIQ_ISO_STEPS];
     float filter_strength[RK_AIQ_ISO_STEPS];
@@ -25,24 +25,24 @@ typedef struct RK_Bayer2dnr_Params_V2_s {
     float weight[RK_AIQ_ISO_STEPS];
 } RK_Bayer2dnr_Params_V2_t;
 
-typedef struct Abayer2dnr_Auto_Attr_V2_s {
+typedef struct Abayer2dnr_Auto_Attr_V2_t {
     RK_Bayer2dnr_Params_V2_t st2DParams;
 } Abayer2dnr_Auto_Attr_V2_t;
 
-typedef struct rk_aiq_bayer2dnr_attrib_v2_s {
+typedef struct rk_aiq_bayer2dnr_attrib_v2_t {
     rk_aiq_uapi_sync_t sync;
     Abayer2dnr_OPMode_V2_t eMode;
     Abayer2dnr_Auto_Attr_V2_t stAuto;
 } rk_aiq_bayer2dnr_attrib_v2_t;
 
 /** Who decides the strength of temporal noise reduction. */
-typedef enum Abayertnr_OPMode_V2_e RK_ENUM_INT {
+typedef enum Abayertnr_OPMode_V2_t RK_ENUM_INT {
     ABAYERTNRV2_OP_MODE_INVALID = 0,
     ABAYERTNRV2_OP_MODE_AUTO = 1,
     ABAYERTNRV2_OP_MODE_MANUAL = 2,
 } Abayertnr_OPMode_V2_t;
 
-typedef struct RK_Bayertnr_Params_V2_s {
+typedef struct RK_Bayertnr_Params_V2_t {
     int enable;
     int iso[RK_AIQ_ISO_STEPS];
     float lo_filter_strength[RK_AIQ_ISO_STEPS];
@@ -50,11 +50,11 @@ typedef struct RK_Bayertnr_Params_V2_s {
     float lo_clipwgt[RK_AIQ_ISO_STEPS];
 } RK_Bayertnr_Params_V2_t;
 
-typedef struct Abayertnr_Auto_Attr_V2_s {
+typedef struct Abayertnr_Auto_Attr_V2_t {
     RK_Bayertnr_Params_V2_t st3DParams;
 } Abayertnr_Auto_Attr_V2_t;
 
-typedef struct rk_aiq_bayertnr_attrib_v2_s {
+typedef struct rk_aiq_bayertnr_attrib_v2_t {
     rk_aiq_uapi_sync_t sync;
     Abayertnr_OPMode_V2_t eMode;
     Abayertnr_Auto_Attr_V2_t stAuto;

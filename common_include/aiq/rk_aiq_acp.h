@@ -9,7 +9,7 @@
 extern "C" {
 #endif
 
-typedef struct acp_attrib_s {
+typedef struct acp_attrib_t {
     rk_aiq_uapi_sync_t sync;
     uint8_t brightness;
     uint8_t contrast;

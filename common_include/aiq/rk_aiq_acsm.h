@@ -9,7 +9,7 @@
 extern "C" {
 #endif
 
-typedef struct rk_aiq_acsm_params_s {
+typedef struct rk_aiq_acsm_params_t {
     RKAiqOPMode_t op_mode;
     bool full_range;
     int y_offset;
@@ -17,7 +17,7 @@ typedef struct rk_aiq_acsm_params_s {
     float coeff[9]; /**< rows Y, Cb, Cr; columns R, G, B */
 } rk_aiq_acsm_params_t;
 
-typedef struct rk_aiq_uapi_acsm_attrib_s {
+typedef struct rk_aiq_uapi_acsm_attrib_t {
     rk_aiq_uapi_sync_t sync;
     rk_aiq_acsm_params_t param;
 } rk_aiq_uapi_acsm_attrib_t;

@@ -13,34 +13,34 @@ extern "C" {
 #define RK_AIQ_DRC_POINTS 13 /* points of the control axis */
 
 /** Generation of the engine that a block is made for. */
-typedef enum AdrcVersion_e RK_ENUM_INT {
+typedef enum AdrcVersion_t RK_ENUM_INT {
     ADRC_VERSION_356X = 0,
     ADRC_VERSION_3588 = 1,
 } AdrcVersion_t;
 
 /** Who decides the compression. */
-typedef enum drc_OpMode_e RK_ENUM_INT {
+typedef enum drc_OpMode_t RK_ENUM_INT {
     DRC_OPMODE_AUTO = 0,
     DRC_OPMODE_MANUAL = 1,
 } drc_OpMode_t;
 
-typedef struct DrcGain_s {
+typedef struct DrcGain_t {
     float CtrlData[RK_AIQ_DRC_POINTS];
     float DrcGain[RK_AIQ_DRC_POINTS];
     float Alpha[RK_AIQ_DRC_POINTS];
     float Clip[RK_AIQ_DRC_POINTS];
 } DrcGain_t;
 
-typedef struct DrcTuningPara_s {
+typedef struct DrcTuningPara_t {
     bool Enable;
     DrcGain_t DrcGain;
 } DrcTuningPara_t;
 
-typedef struct drcAutoV30_s {
+typedef struct drcAutoV30_t {
     DrcTuningPara_t DrcTuningPara;
 } drcAutoV30_t;
 
-typedef struct drc_attrib_s {
+typedef struct drc_attrib_t {
     rk_aiq_uapi_sync_t sync;
     AdrcVersion_t Version;
     drc_OpMode_t opMode;

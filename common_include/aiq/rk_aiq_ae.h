@@ -12,45 +12,45 @@ extern "C" {
 /** Cells of the metering grid, 15 rows of 15. */
 #define RK_AIQ_AE_GRID_CELLS 225 /* 15 rows of 15 cells, row by row from the top of the picture */
 
-typedef struct Cam15x15UCharMatrix_s {
+typedef struct Cam15x15UCharMatrix_t {
     uint8_t uCoeff[RK_AIQ_AE_GRID_CELLS];
 } Cam15x15UCharMatrix_t;
 
 /** Mains frequency of the lighting. */
-typedef enum CalibDb_FlickerFreqV2_e RK_ENUM_INT {
+typedef enum CalibDb_FlickerFreqV2_t RK_ENUM_INT {
     AECV2_FLICKER_FREQUENCY_OFF = 0,
     AECV2_FLICKER_FREQUENCY_50HZ = 1,
     AECV2_FLICKER_FREQUENCY_60HZ = 2,
 } CalibDb_FlickerFreqV2_t;
 
 /** How strictly exposure times keep to the mains period. */
-typedef enum CalibDb_AntiFlickerModeV2_e RK_ENUM_INT {
+typedef enum CalibDb_AntiFlickerModeV2_t RK_ENUM_INT {
     AECV2_ANTIFLICKER_NORMAL_MODE = 1,
     AECV2_ANTIFLICKER_AUTO_MODE = 2,
 } CalibDb_AntiFlickerModeV2_t;
 
-typedef struct Uapi_AeRange_s {
+typedef struct Uapi_AeRange_t {
     float Min;
     float Max;
 } Uapi_AeRange_t;
 
-typedef struct Uapi_LinAeRange_s {
+typedef struct Uapi_LinAeRange_t {
     Uapi_AeRange_t stExpTimeRange; /**< seconds */
     Uapi_AeRange_t stGainRange;    /**< multiplier */
 } Uapi_LinAeRange_t;
 
-typedef struct Uapi_AntiFlicker_s {
+typedef struct Uapi_AntiFlicker_t {
     bool enable;
     CalibDb_FlickerFreqV2_t Frequency;
     CalibDb_AntiFlickerModeV2_t Mode;
 } Uapi_AntiFlicker_t;
 
-typedef struct Uapi_FrmRate_s {
+typedef struct Uapi_FrmRate_t {
     bool isFpsFix;
     float FpsValue; /**< frames per second */
 } Uapi_FrmRate_t;
 
-typedef struct Uapi_AutoExp_s {
+typedef struct Uapi_AutoExp_t {
     Uapi_LinAeRange_t LinAeRange;
     Uapi_FrmRate_t stFrmRate;
     Uapi_AntiFlicker_t stAntiFlicker;
@@ -59,7 +59,7 @@ typedef struct Uapi_AutoExp_s {
     int WhiteDelay;
 } Uapi_AutoExp_t;
 
-typedef struct Uapi_LinearManual_s {
+typedef struct Uapi_LinearManual_t {
     bool ManualTimeEn;
     bool ManualGainEn;
     bool ManualIspDgainEn;
@@ -68,11 +68,11 @@ typedef struct Uapi_LinearManual_s {
     float IspDGainValue;
 } Uapi_LinearManual_t;
 
-typedef struct Uapi_ManualExp_s {
+typedef struct Uapi_ManualExp_t {
     Uapi_LinearManual_t LinearAE;
 } Uapi_ManualExp_t;
 
-typedef struct Uapi_AdvancedExp_s {
+typedef struct Uapi_AdvancedExp_t {
     bool SetAeRangeEn;
     Uapi_LinAeRange_t SetLinAeRange;
     Cam15x15UCharMatrix_t GridWeights;
@@ -80,7 +80,7 @@ typedef struct Uapi_AdvancedExp_s {
     Cam15x15UCharMatrix_t NightGridWeights;
 } Uapi_AdvancedExp_t;
 
-typedef struct Uapi_ExpSwAttrV2_s {
+typedef struct Uapi_ExpSwAttrV2_t {
     rk_aiq_uapi_sync_t sync;
     bool Enable;
     int AecRunInterval; /**< frames between two runs */
@@ -92,43 +92,43 @@ typedef struct Uapi_ExpSwAttrV2_s {
 } Uapi_ExpSwAttrV2_t;
 
 /** Target luma over exposure: a table that belongs to the engine. */
-typedef struct Uapi_DySetpoint_s {
+typedef struct Uapi_DySetpoint_t {
     int array_size;
     float* DySetpoint;
 } Uapi_DySetpoint_t;
 
-typedef struct Uapi_LinExpParams_s {
+typedef struct Uapi_LinExpParams_t {
     float Evbias; /**< per cent of one EV step, added to the target */
     float ToleranceIn;
     float ToleranceOut;
     Uapi_DySetpoint_t DySetpoint;
 } Uapi_LinExpParams_t;
 
-typedef struct Uapi_LinExpAttrV2_s {
+typedef struct Uapi_LinExpAttrV2_t {
     rk_aiq_uapi_sync_t sync;
     Uapi_LinExpParams_t Params;
 } Uapi_LinExpAttrV2_t;
 
-typedef struct Uapi_LinearExp_s {
+typedef struct Uapi_LinearExp_t {
     float integration_time; /**< seconds */
     float analog_gain;      /**< multiplier */
     float digital_gain;
     float isp_dgain;
 } Uapi_LinearExp_t;
 
-typedef struct Uapi_LinAeInfo_s {
+typedef struct Uapi_LinAeInfo_t {
     Uapi_LinearExp_t LinearExp;
     float MeanLuma; /**< 0 to 255 */
     float LumaDeviation;
 } Uapi_LinAeInfo_t;
 
-typedef struct Uapi_ExpQueryInfo_s {
+typedef struct Uapi_ExpQueryInfo_t {
     bool IsConverged;
     bool IsExpMax;
     Uapi_LinAeInfo_t LinAeInfo;
 } Uapi_ExpQueryInfo_t;
 
-typedef struct paRange_s {
+typedef struct paRange_t {
     float max;
     float min;
 } paRange_t;

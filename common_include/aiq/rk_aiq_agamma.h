@@ -13,36 +13,36 @@ extern "C" {
 #define RK_AIQ_GAMMA_POINTS 49
 
 /** Which of the curves applies. */
-typedef enum gamma_op_mode_e RK_ENUM_INT {
+typedef enum gamma_op_mode_t RK_ENUM_INT {
     GAMMA_MODE_AUTO = 0,
     GAMMA_MODE_MANUAL = 1,
     GAMMA_MODE_FAST = 2,
 } gamma_op_mode_t;
 
-typedef struct rk_aiq_gamma_manual_V30_s {
+typedef struct rk_aiq_gamma_manual_V30_t {
     bool Gamma_en;
     uint16_t Gamma_out_offset;
     uint16_t Gamma_curve[RK_AIQ_GAMMA_POINTS];
 } rk_aiq_gamma_manual_V30_t;
 
-typedef struct rk_aiq_gamma_fast_s {
+typedef struct rk_aiq_gamma_fast_t {
     bool en;
     float GammaCoef;
     float SlopeAtZero;
 } rk_aiq_gamma_fast_t;
 
-typedef struct rk_aiq_gamma_attr_V21_s {
+typedef struct rk_aiq_gamma_attr_V21_t {
     gamma_op_mode_t mode;
     float GammaCoef;
 } rk_aiq_gamma_attr_V21_t;
 
-typedef struct rk_aiq_gamma_attr_V30_s {
+typedef struct rk_aiq_gamma_attr_V30_t {
     gamma_op_mode_t mode;
     rk_aiq_gamma_manual_V30_t stManual;
     rk_aiq_gamma_fast_t stFast;
 } rk_aiq_gamma_attr_V30_t;
 
-typedef struct rk_aiq_gamma_attrib_V2_s {
+typedef struct rk_aiq_gamma_attrib_V2_t {
     rk_aiq_uapi_sync_t sync;
     rk_aiq_gamma_attr_V21_t atrrV21;
     rk_aiq_gamma_attr_V30_t atrrV30;

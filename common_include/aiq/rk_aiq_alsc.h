@@ -25,29 +25,29 @@ extern "C" {
 #define RK_AIQ_LSC_TABLES_MAX 16
 
 /** Who chooses the grids. */
-typedef enum rk_aiq_lsc_op_mode_e RK_ENUM_INT {
+typedef enum rk_aiq_lsc_op_mode_t RK_ENUM_INT {
     RK_AIQ_LSC_MODE_INVALID = 0,
     RK_AIQ_LSC_MODE_MANUAL = 1,
     RK_AIQ_LSC_MODE_AUTO = 2,
 } rk_aiq_lsc_op_mode_t;
 
-typedef struct lsc_matrix_s {
+typedef struct lsc_matrix_t {
     uint16_t uCoeff[RK_AIQ_LSC_GRID_POINTS];
 } lsc_matrix_t;
 
-typedef struct lsc_resolution_s {
+typedef struct lsc_resolution_t {
     char name[RK_AIQ_LSC_NAME_SIZE];
     uint16_t lsc_sect_size_x[RK_AIQ_LSC_SECTORS];
     uint16_t lsc_sect_size_y[RK_AIQ_LSC_SECTORS];
 } lsc_resolution_t;
 
-typedef struct lsc_common_s {
+typedef struct lsc_common_t {
     bool enable;
     lsc_resolution_t resolutionAll[RK_AIQ_LSC_RESOLUTIONS_MAX];
     int resolutionAll_len;
 } lsc_common_t;
 
-typedef struct lsc_illuminant_s {
+typedef struct lsc_illuminant_t {
     int usedForCase;
     char name[RK_AIQ_LSC_NAME_SIZE];
     float wbGain[2]; /**< red and blue reference gain */
@@ -59,13 +59,13 @@ typedef struct lsc_illuminant_s {
     int vig_len;
 } lsc_illuminant_t;
 
-typedef struct lsc_coef_s {
+typedef struct lsc_coef_t {
     bool damp_enable;
     lsc_illuminant_t illAll[RK_AIQ_LSC_ILLUMINANTS_MAX];
     int illAll_len;
 } lsc_coef_t;
 
-typedef struct lsc_table_s {
+typedef struct lsc_table_t {
     char name[RK_AIQ_LSC_NAME_SIZE];
     char resolution[RK_AIQ_LSC_NAME_SIZE];
     char illumination[RK_AIQ_LSC_NAME_SIZE];
@@ -76,25 +76,25 @@ typedef struct lsc_table_s {
     lsc_matrix_t lsc_samples_blue;
 } lsc_table_t;
 
-typedef struct lsc_tables_s {
+typedef struct lsc_tables_t {
     lsc_table_t tableAll[RK_AIQ_LSC_TABLES_MAX];
     int tableAll_len;
 } lsc_tables_t;
 
-typedef struct lsc_auto_s {
+typedef struct lsc_auto_t {
     lsc_common_t common;
     lsc_coef_t alscCoef;
     lsc_tables_t tbl;
 } lsc_auto_t;
 
-typedef struct lsc_manual_s {
+typedef struct lsc_manual_t {
     lsc_matrix_t lsc_samples_red;
     lsc_matrix_t lsc_samples_greenR;
     lsc_matrix_t lsc_samples_greenB;
     lsc_matrix_t lsc_samples_blue;
 } lsc_manual_t;
 
-typedef struct rk_aiq_lsc_attrib_s {
+typedef struct rk_aiq_lsc_attrib_t {
     rk_aiq_uapi_sync_t sync;
     bool byPass;
     rk_aiq_lsc_op_mode_t mode;

@@ -10,17 +10,17 @@ extern "C" {
 #endif
 
 /** Who decides the gains. */
-typedef enum rk_aiq_wb_op_mode_e RK_ENUM_INT {
+typedef enum rk_aiq_wb_op_mode_t RK_ENUM_INT {
     RK_AIQ_WB_MODE_MANUAL = 0,
     RK_AIQ_WB_MODE_AUTO = 1,
 } rk_aiq_wb_op_mode_t;
 
-typedef struct rk_aiq_uapiV2_wb_opMode_s {
+typedef struct rk_aiq_uapiV2_wb_opMode_t {
     rk_aiq_uapi_sync_t sync;
     rk_aiq_wb_op_mode_t mode;
 } rk_aiq_uapiV2_wb_opMode_t;
 
-typedef struct rk_aiq_wb_gain_s {
+typedef struct rk_aiq_wb_gain_t {
     float rgain;
     float grgain;
     float gbgain;
@@ -28,40 +28,40 @@ typedef struct rk_aiq_wb_gain_s {
 } rk_aiq_wb_gain_t;
 
 /** What manual operation is told. */
-typedef enum rk_aiq_wb_mwb_mode_e RK_ENUM_INT {
+typedef enum rk_aiq_wb_mwb_mode_t RK_ENUM_INT {
     RK_AIQ_MWB_MODE_CCT = 0,
     RK_AIQ_MWB_MODE_SCENE = 1,
     RK_AIQ_MWB_MODE_WBGAIN = 2,
 } rk_aiq_wb_mwb_mode_t;
 
-typedef struct rk_aiq_wb_cct_s {
+typedef struct rk_aiq_wb_cct_t {
     float CCT; /**< kelvin */
     float CCRI;
 } rk_aiq_wb_cct_t;
 
-typedef struct rk_aiq_wb_mwb_para_s {
+typedef struct rk_aiq_wb_mwb_para_t {
     rk_aiq_wb_gain_t gain;
     int scene;
     rk_aiq_wb_cct_t cct;
 } rk_aiq_wb_mwb_para_t;
 
-typedef struct rk_aiq_wb_mwb_attrib_s {
+typedef struct rk_aiq_wb_mwb_attrib_t {
     rk_aiq_uapi_sync_t sync;
     rk_aiq_wb_mwb_mode_t mode;
     rk_aiq_wb_mwb_para_t para;
 } rk_aiq_wb_mwb_attrib_t;
 
-typedef struct rk_aiq_wb_gain_offset_s {
+typedef struct rk_aiq_wb_gain_offset_t {
     bool enable;
     float offset[4]; /**< red, green on red rows, green on blue rows, blue */
 } rk_aiq_wb_gain_offset_t;
 
-typedef struct rk_aiq_uapiV2_wb_awb_wbGainOffset_s {
+typedef struct rk_aiq_uapiV2_wb_awb_wbGainOffset_t {
     rk_aiq_uapi_sync_t sync;
     rk_aiq_wb_gain_offset_t gainOffset;
 } rk_aiq_uapiV2_wb_awb_wbGainOffset_t;
 
-typedef struct rk_aiq_wb_querry_info_s {
+typedef struct rk_aiq_wb_querry_info_t {
     rk_aiq_wb_gain_t gain; /**< the gains in force */
     rk_aiq_wb_cct_t cctGloabl;
     bool awbConverged;

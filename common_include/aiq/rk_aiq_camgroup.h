@@ -12,7 +12,7 @@ extern "C" {
 /** Members that a group has room for. */
 #define RK_AIQ_CAM_GROUP_MAX_CAMS 8 /* a group has fewer members than this */
 
-typedef struct rk_aiq_camgroup_instance_cfg_s {
+typedef struct rk_aiq_camgroup_instance_cfg_t {
     const char* sns_ent_nm_array[RK_AIQ_CAM_GROUP_MAX_CAMS]; /**< entity name per member */
     int sns_num;
     const char* config_file_dir; /**< directory of the tuning files */

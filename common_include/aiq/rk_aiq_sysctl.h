@@ -9,12 +9,12 @@
 extern "C" {
 #endif
 
-typedef struct rk_aiq_sensor_info_s {
+typedef struct rk_aiq_sensor_info_t {
     char sensor_name[32]; /**< entity name, the engine's key to the sensor */
     int phyId;            /**< -1: no such sensor */
 } rk_aiq_sensor_info_t;
 
-typedef struct rk_aiq_static_info_s {
+typedef struct rk_aiq_static_info_t {
     rk_aiq_sensor_info_t sensor_info;
 } rk_aiq_static_info_t;
 

@@ -38,31 +38,31 @@ typedef enum XCamReturn RK_ENUM_INT {
 /**@{*/
 /** One camera's engine, and one group of cameras that a single engine tunes together. The module calls
  * take either: a group context is passed as if it were a camera context. */
-typedef struct rk_aiq_sys_ctx_s rk_aiq_sys_ctx_t;
-typedef struct rk_aiq_camgroup_ctx_s rk_aiq_camgroup_ctx_t;
+typedef struct rk_aiq_sys_ctx_t rk_aiq_sys_ctx_t;
+typedef struct rk_aiq_camgroup_ctx_t rk_aiq_camgroup_ctx_t;
 /**@}*/
 
 /** Exposures per picture. */
-typedef enum rk_aiq_working_mode_e RK_ENUM_INT {
+typedef enum rk_aiq_working_mode_t RK_ENUM_INT {
     RK_AIQ_WORKING_MODE_NORMAL = 0,
     RK_AIQ_WORKING_MODE_ISP_HDR2 = 16,
 } rk_aiq_working_mode_t;
 
 /** Who decides in a module: its own algorithm or the values set by hand. */
-typedef enum RKAiqOPMode_e RK_ENUM_INT {
+typedef enum RKAiqOPMode_t RK_ENUM_INT {
     RK_AIQ_OP_MODE_AUTO = 1,
     RK_AIQ_OP_MODE_MANUAL = 2,
 } RKAiqOPMode_t;
 
 /** See rk_aiq_uapi_sync_t. */
-typedef enum rk_aiq_uapi_mode_sync_e RK_ENUM_INT {
+typedef enum rk_aiq_uapi_mode_sync_t RK_ENUM_INT {
     RK_AIQ_UAPI_MODE_DEFAULT = 0,
     RK_AIQ_UAPI_MODE_SYNC = 1,
     RK_AIQ_UAPI_MODE_ASYNC = 2,
 } rk_aiq_uapi_mode_sync_t;
 
 /** When a Set call returns: at once (async) or when the block is in force (sync). */
-typedef struct rk_aiq_uapi_sync_s {
+typedef struct rk_aiq_uapi_sync_t {
     rk_aiq_uapi_mode_sync_t sync_mode;
     bool done;
 } rk_aiq_uapi_sync_t;

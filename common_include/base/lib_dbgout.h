@@ -8,7 +8,7 @@ extern "C" {
 #endif
 
 /** Levels of the host's logging, one per component. The library reads module_level alone. */
-typedef struct lib_dbgout_profile {
+typedef struct lib_dbgout_profile_s {
     int lib_level;
     int para_level;
     int cc_level;

@@ -9,7 +9,7 @@ extern "C" {
 
 /** One camera's complete set of image settings. The library meets whole records as image-style presets
  * only; single settings go through the accessors below. */
-typedef struct kiv_isp_param {
+typedef struct kiv_isp_param_s {
     int struct_ver;             /**< version of the record */
     int style;                  /**< image style */
     int exposure_mode_priority; /**< exposure-mode priority */

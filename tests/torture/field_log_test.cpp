@@ -52,6 +52,37 @@ void hide_line(std::string& text, const std::string& marker)
     }
 }
 
+std::set<std::pair<std::string, int>> logged_at; // functions and source lines that were logged
+
+/// The places that are not within the function that they name.
+std::vector<std::string> places_elsewhere()
+{
+    std::multimap<std::string, std::pair<int, int>> texts; // of the library's functions: first and last line
+    for (const auto& file : std::filesystem::recursive_directory_iterator(LIBRARY_SOURCES)) {
+        std::ifstream source(file.path());
+        std::string line, name;
+        for (int number = 1, first = 1; std::getline(source, line); ++number) {
+            const std::size_t end = line.find('(');
+            if (end != std::string::npos && line.find_first_of(" #/}") != 0 && line.back() != ';') {
+                name = line.substr(0, end);
+                name = name.substr(name.find_last_of(" :*&") + 1);
+                first = number;
+            } else if (line == "}") {
+                texts.insert({name, {first, number}});
+            }
+        }
+    }
+    std::vector<std::string> elsewhere;
+    for (const auto& [function, line] : logged_at) {
+        const auto [from, to] = texts.equal_range(function);
+        if (std::none_of(from, to,
+                         [=](const auto& text) { return text.second.first < line && line < text.second.second; })) {
+            elsewhere.push_back(function + " +" + std::to_string(line));
+        }
+    }
+    return elsewhere;
+}
+
 /// "[module FUNCTION +LINE]MESSAGE", or "LINE FUNCTION MESSAGE", as "FUNCTION: MESSAGE" without source lines.
 std::string shown(const std::string& line, const std::string& folder)
 {
@@ -62,6 +93,7 @@ std::string shown(const std::string& line, const std::string& folder)
         ++end; // the blank
     }
     const std::string name = function;
+    logged_at.insert({name, source_line});
     std::string message = line.substr(static_cast<std::size_t>(end));
     replace(message, "[" + name + "_" + std::to_string(source_line) + "]", "[" + name + "_N]");
     hide_line(message, "quenvar " + name + ":");
@@ -296,6 +328,8 @@ TEST(FieldLog, IsWhatThePageSays)
         replace(text, modes, shorter);
     }
     std::ofstream("field-log.txt") << text;
+    EXPECT_GT(logged_at.size(), 100U);
+    EXPECT_THAT(places_elsewhere(), testing::IsEmpty());
 
     std::ifstream page(FIELD_LOG);
     std::istringstream log(text);

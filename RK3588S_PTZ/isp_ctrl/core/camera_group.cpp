@@ -1,11 +1,11 @@
 // Camera groups: several sensors that one engine tunes together. A group that starts becomes what settings reach.
 // Also keeps the list of sensors that the host passes for its video processing groups; nothing here reads it.
-#include "isp_ctrl.h"
 #include "isp_ctrl/core/atomic.h"
 #include "isp_ctrl/core/context.h"
 #include "isp_ctrl/core/engine_use.h"
 #include "isp_ctrl/core/lock.h"
 #include "isp_ctrl/core/trace.h"
+#include "isp_ctrl/isp_ctrl.h"
 
 #include <cstddef>
 
@@ -29,15 +29,15 @@ void destroy_group(int group_id) ISP_REQUIRES(isp::engine_mutex)
 
 /// Does something with an existing group, under the engine lock. An id that names none is refused.
 template <typename Action>
-int on_group(const char* function, int group_id, Action action)
+int on_group(const isp::Place& place, int group_id, Action action)
 {
-    if (!isp::valid_id(function, group_id)) {
+    if (!isp::valid_id(place, group_id)) {
         return -1;
     }
     const isp::EngineLock lock;
     rk_aiq_camgroup_ctx_t* ctx = isp::shared_get(g_camera_group_ctx[group_id]);
     if (ctx == nullptr) {
-        ISP_TRACE(function, "there is no group %d\n\n", group_id);
+        ISP_TRACE_AT(place, "there is no group %d\n\n", group_id);
         return -1;
     }
     return action(ctx);
@@ -83,12 +83,12 @@ int rk_isp_init_group(int group_id, int* sns_id, size_t n_sns, char* iqfile_path
         GROUP_FAILED(__func__, "RK_MPI_CAL_TDE_GetPicBufferSize");
         return -1;
     }
-    if (rk_aiq_uapi2_camgroup_prepare(ctx, RK_AIQ_WORKING_MODE_NORMAL) != XCAM_RETURN_NO_ERROR) {
+    if (rk_aiq_uapi2_camgroup_prepare(ctx, RK_AIQ_WORKING_MODE_NORMAL) != 0) {
         GROUP_FAILED(__func__, "rk_aiq_uapi2_camgroup_prepare");
         rk_aiq_uapi2_camgroup_destroy(ctx);
         return -1;
     }
-    if (rk_aiq_uapi2_camgroup_start(ctx) != XCAM_RETURN_NO_ERROR) {
+    if (rk_aiq_uapi2_camgroup_start(ctx) != 0) {
         GROUP_FAILED(__func__, "rk_aiq_uapi2_camgroup_start");
         rk_aiq_uapi2_camgroup_destroy(ctx);
         return -1;
@@ -101,7 +101,7 @@ int rk_isp_init_group(int group_id, int* sns_id, size_t n_sns, char* iqfile_path
 int rk_isp_init_group_start(int group_id)
 {
     return on_group(__func__, group_id, [function = __func__](rk_aiq_camgroup_ctx_t* ctx) {
-        if (rk_aiq_uapi2_camgroup_start(ctx) != XCAM_RETURN_NO_ERROR) {
+        if (rk_aiq_uapi2_camgroup_start(ctx) != 0) {
             GROUP_FAILED(function, "rk_aiq_uapi2_camgroup_start");
             return -1;
         }
@@ -112,7 +112,7 @@ int rk_isp_init_group_start(int group_id)
 int rk_isp_init_group_stop(int group_id)
 {
     return on_group(__func__, group_id, [function = __func__](rk_aiq_camgroup_ctx_t* ctx) {
-        if (rk_aiq_uapi2_camgroup_stop(ctx) != XCAM_RETURN_NO_ERROR) {
+        if (rk_aiq_uapi2_camgroup_stop(ctx) != 0) {
             GROUP_FAILED(function, "rk_aiq_uapi2_camgroup_stop");
             return -1;
         }

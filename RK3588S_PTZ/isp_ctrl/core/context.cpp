@@ -1,9 +1,9 @@
 // The engine contexts, the lock that guards them, and the camera roles.
 #include "isp_ctrl/core/context.h"
 
-#include "isp_ctrl.h"
 #include "isp_ctrl/core/atomic.h"
 #include "isp_ctrl/core/trace.h"
+#include "isp_ctrl/isp_ctrl.h"
 
 rk_aiq_sys_ctx_t* g_aiq_ctx[isp::kCameras];
 rk_aiq_camgroup_ctx_t* g_camera_group_ctx[isp::kCameras];
@@ -18,9 +18,9 @@ namespace
 int PanoramaIspId = 1;
 int FeaturesIspId = 0;
 
-int set_role(const char* function, int& role, int isp_id)
+int set_role(const isp::Place& place, int& role, int isp_id)
 {
-    if (!isp::valid_id(function, isp_id)) {
+    if (!isp::valid_id(place, isp_id)) {
         return -1;
     }
     isp::shared_set(role, isp_id);
@@ -29,9 +29,9 @@ int set_role(const char* function, int& role, int isp_id)
 
 } // namespace
 
-bool isp::refuse_id(const char* function, int id)
+bool isp::refuse_id(const Place& place, int id)
 {
-    ISP_TRACE(function, "id %d is not 0 to 7\n\n", id);
+    ISP_TRACE_AT(place, "id %d is not 0 to 7\n\n", id);
     return false;
 }
 

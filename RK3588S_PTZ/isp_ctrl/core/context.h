@@ -2,24 +2,25 @@
 #pragma once
 
 #include "aiq/rk_aiq.h"
-#include "isp_ctrl.h"
 #include "isp_ctrl/core/atomic.h"
+#include "isp_ctrl/core/trace.h"
+#include "isp_ctrl/isp_ctrl.h"
 
 namespace isp
 {
 
 inline constexpr int kCameras = 8;
 
-/// Traces, for `function`, that an id names no camera and no group; false.
-[[gnu::cold]] bool refuse_id(const char* function, int id);
+/// Traces that an id names no camera and no group; false.
+[[gnu::cold]] bool refuse_id(const Place& place, int id);
 
-/// Whether an id names a camera or group. If not, writes one trace line, for `function`.
-inline bool valid_id(const char* function, int id)
+/// Whether an id names a camera or group. If not, writes one trace line.
+inline bool valid_id(const Place& place, int id)
 {
     if (id >= 0 && id < kCameras) [[likely]] {
         return true;
     }
-    return refuse_id(function, id);
+    return refuse_id(place, id);
 }
 
 /// The store's record of a camera; what get_isp_switch() returns.

@@ -1,6 +1,6 @@
 #include "isp_ctrl/core/engine_use.h"
 
-#include "isp_ctrl.h"
+#include "isp_ctrl/isp_ctrl.h"
 #include "isp_ctrl/core/context.h"
 
 #include <climits>

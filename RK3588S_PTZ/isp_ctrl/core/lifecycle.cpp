@@ -1,10 +1,10 @@
 // Life of one camera's engine: start, reload, stop, release.
-#include "isp_ctrl.h"
 #include "isp_ctrl/core/atomic.h"
 #include "isp_ctrl/core/context.h"
 #include "isp_ctrl/core/engine_use.h"
 #include "isp_ctrl/core/lock.h"
 #include "isp_ctrl/core/trace.h"
+#include "isp_ctrl/isp_ctrl.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -84,13 +84,13 @@ int sample_common_isp_run(int cam_id)
         if (ctx == nullptr) { // another thread has released it: LCOV_EXCL_BR_LINE
             return -1;        // LCOV_EXCL_LINE
         }
-        if (rk_aiq_uapi2_sysctl_prepare(ctx, 0, 0, isp::shared_get(g_WDRMode[cam_id])) != XCAM_RETURN_NO_ERROR) {
+        if (rk_aiq_uapi2_sysctl_prepare(ctx, 0, 0, isp::shared_get(g_WDRMode[cam_id])) != 0) {
             ISP_TRACE(__func__, "rkaiq engine prepare failed !\n\n");
             rk_aiq_uapi2_sysctl_deinit(isp::take_camera(cam_id));
             return -1;
         }
         ISP_TRACE(__func__, "rk_aiq_uapi2_sysctl_init/prepare succeed\n\n");
-        if (rk_aiq_uapi2_sysctl_start(ctx) != XCAM_RETURN_NO_ERROR) {
+        if (rk_aiq_uapi2_sysctl_start(ctx) != 0) {
             ISP_TRACE(__func__, "rk_aiq_uapi2_sysctl_start  failed\n\n");
             return -1;
         }
@@ -99,9 +99,9 @@ int sample_common_isp_run(int cam_id)
     return 0;
 }
 
-int stop_engine(const char* function, int cam_id)
+int stop_engine(const isp::Place& place, int cam_id)
 {
-    if (!isp::valid_id(function, cam_id)) {
+    if (!isp::valid_id(place, cam_id)) {
         return -1;
     }
     const isp::EngineLock lock;

@@ -9,7 +9,7 @@
 // std::lock_guard: they need the C++ library, and the engine lock is a plain one for C hosts.
 #pragma once
 
-#include "isp_ctrl.h"
+#include "isp_ctrl/isp_ctrl.h"
 
 #if defined(__clang__)
 #define ISP_THREAD_SAFETY(attribute) __attribute__((attribute))

@@ -1,5 +1,5 @@
 // The board's one-time-programmable flag, which tells the host which of two plans to follow.
-#include "isp_ctrl.h"
+#include "isp_ctrl/isp_ctrl.h"
 #include "isp_ctrl/core/close_on_exec.h"
 #include "isp_ctrl/core/seam.h"
 #include "isp_ctrl/core/trace.h"

@@ -7,11 +7,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-ssize_t isp::load_record(const char* function, const char* path, void* buf, int size)
+ssize_t isp::load_record(const Place& place, const char* path, void* buf, int size)
 {
-    ISP_TRACE(function, "Enter\n\n");
+    ISP_TRACE_AT(place, "Enter\n\n");
     if (buf == nullptr || size < 0) {
-        ISP_TRACE(function, "no room for %d bytes\n\n", size);
+        ISP_TRACE_AT(place, "no room for %d bytes\n\n", size);
         return -1;
     }
     const int fd = open(path, O_RDONLY);
@@ -27,6 +27,6 @@ ssize_t isp::load_record(const char* function, const char* path, void* buf, int 
         return -1;
     }
     close(fd);
-    ISP_TRACE(function, "Leave %d %d\n\n", static_cast<int>(count), size);
+    ISP_TRACE_AT(place, "Leave %d %d\n\n", static_cast<int>(count), size);
     return count;
 }

@@ -3,7 +3,7 @@
 namespace isp
 {
 
-constinit Seam seam = {
+Seam seam = {
     .wb_calibration_file = "/data/wb.dat",
     .shading_file = "/nvdata/shading.data",
     .iris_device = "/dev/sm_af_iris_value",

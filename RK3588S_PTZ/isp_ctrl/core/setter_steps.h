@@ -10,10 +10,10 @@
 // them: the Set is made even after a failed Get, and the setter does not say so.
 #pragma once
 
-#include "isp_ctrl.h"
 #include "isp_ctrl/core/context.h"
 #include "isp_ctrl/core/engine_use.h"
 #include "isp_ctrl/core/trace.h"
+#include "isp_ctrl/isp_ctrl.h"
 #include "platformpara/para_isp.h"
 
 #include <algorithm>
@@ -30,9 +30,18 @@ struct Call {
     int isp_id;
 };
 
-inline bool valid_camera(const Call& call)
+/// A call at one of its steps: what code that several calls share needs to trace for them. Made from the call where the
+/// step is called, whose line it keeps; code that takes a step passes it on.
+struct Step : Call {
+    Step(const Call& call, int at = __builtin_LINE()) : Call(call), line(at) {} // NOLINT(google-explicit-constructor)
+    Step(const Place& place, int camera) : Call{place.function, camera}, line(place.line) {}
+
+    int line;
+};
+
+inline bool valid_camera(const Step& step)
 {
-    return valid_id(call.function, call.isp_id);
+    return valid_id({step.function, step.line}, step.isp_id);
 }
 
 // ---- Store --------------------------------------------------------------------------------------------------------
@@ -79,9 +88,9 @@ inline int clamp_level_unsigned(const Call& call, int level, int (*maximum)(int)
     return clamp_level_unsigned(level, last);
 }
 
-inline int unfit(const Call& call)
+inline int unfit(const Step& step)
 {
-    ISP_TRACE(call.function, "ISP unfit\n\n");
+    ISP_TRACE_AT(step, "ISP unfit\n\n");
     return ISP_UNFIT;
 }
 
@@ -97,23 +106,23 @@ constexpr int result(Outcome outcome)
 }
 
 // What a call without a context and a failed one trace; out of line, to keep the setters small.
-[[gnu::cold]] void trace_no_context(const char* function);
-[[gnu::cold]] void trace_failure(const char* function, const char* failed, XCamReturn code);
+[[gnu::cold]] void trace_no_context(const char* function, int line);
+[[gnu::cold]] void trace_failure(const char* function, int line, const char* failed, XCamReturn code);
 
 /// Makes one engine call with the camera's context, which is looked up afresh and not released before `function` has
 /// returned. `failed` is the trace of a failure, with the engine's code (ISP_TRACE_FORMAT).
 template <typename Function>
-[[gnu::always_inline]] inline Outcome engine_call(const Call& call, const char* failed, Function function)
+[[gnu::always_inline]] inline Outcome engine_call(const Step& step, const char* failed, Function function)
 {
     XCamReturn code;
-    if (!use_engine(call.isp_id, [&](const rk_aiq_sys_ctx_t* context) { code = function(context); })) [[unlikely]] {
-        trace_no_context(call.function);
+    if (!use_engine(step.isp_id, [&](const rk_aiq_sys_ctx_t* context) { code = function(context); })) [[unlikely]] {
+        trace_no_context(step.function, step.line);
         return Outcome::no_context;
     }
-    if (code == XCAM_RETURN_NO_ERROR) [[likely]] {
+    if (code == 0) [[likely]] {
         return Outcome::done;
     }
-    trace_failure(call.function, failed, code);
+    trace_failure(step.function, step.line, failed, code);
     return Outcome::failed;
 }
 
@@ -147,38 +156,38 @@ struct FailureTexts {
 };
 
 template <typename Mod>
-[[gnu::always_inline]] inline Outcome fetch(const Call& call, typename Mod::Block& block, const char* failed)
+[[gnu::always_inline]] inline Outcome fetch(const Step& step, typename Mod::Block& block, const char* failed)
 {
-    return engine_call(call, failed, [&](const rk_aiq_sys_ctx_t* context) { return Mod::get(context, block); });
+    return engine_call(step, failed, [&](const rk_aiq_sys_ctx_t* context) { return Mod::get(context, block); });
 }
 
 template <typename Mod>
-[[gnu::always_inline]] inline Outcome apply(const Call& call, typename Mod::Block& block, const char* failed)
+[[gnu::always_inline]] inline Outcome apply(const Step& step, typename Mod::Block& block, const char* failed)
 {
-    return engine_call(call, failed, [&](const rk_aiq_sys_ctx_t* context) { return Mod::set(context, block); });
+    return engine_call(step, failed, [&](const rk_aiq_sys_ctx_t* context) { return Mod::set(context, block); });
 }
 
 /// Read-modify-write of a module's block that reports failures: the first call that is not done ends it.
 template <typename Mod, typename Change>
-[[gnu::always_inline]] inline Outcome modify(const Call& call, const FailureTexts& texts, Change change)
+[[gnu::always_inline]] inline Outcome modify(const Step& step, const FailureTexts& texts, Change change)
 {
     typename Mod::Block block;
-    const Outcome outcome = fetch<Mod>(call, block, texts.get);
+    const Outcome outcome = fetch<Mod>(step, block, texts.get);
     if (outcome != Outcome::done) {
         return outcome;
     }
     change(block);
-    return apply<Mod>(call, block, texts.set);
+    return apply<Mod>(step, block, texts.set);
 }
 
 /// Read-modify-write that ignores failures. The block starts zeroed, so that nothing undefined reaches the engine.
 template <typename Mod, typename Change>
-[[gnu::always_inline]] inline void modify_regardless(const Call& call, Change change)
+[[gnu::always_inline]] inline void modify_regardless(const Step& step, Change change)
 {
     typename Mod::Block block{};
-    if (fetch<Mod>(call, block, nullptr) != Outcome::no_context) {
+    if (fetch<Mod>(step, block, nullptr) != Outcome::no_context) {
         change(block);
-        apply<Mod>(call, block, nullptr);
+        apply<Mod>(step, block, nullptr);
     }
 }
 

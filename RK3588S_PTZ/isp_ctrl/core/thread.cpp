@@ -22,7 +22,6 @@ void stay_mapped()
 
 bool isp::create_thread(pthread_t& thread, void* (*body)(void*))
 {
-    stay_mapped();
     sigset_t all;
     sigset_t before;
     sigfillset(&all);
@@ -31,6 +30,7 @@ bool isp::create_thread(pthread_t& thread, void* (*body)(void*))
     const bool done = pthread_create(&created, nullptr, body, nullptr) == 0;
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     if (done) {
+        stay_mapped();
         thread = created;
     }
     return done;

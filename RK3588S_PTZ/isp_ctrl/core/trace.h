@@ -10,6 +10,15 @@
 namespace isp
 {
 
+/// Where a message comes from: the function whose name its log line shows, and a line of that function, where it calls
+/// the code that writes the message. Made from the function's name where that code is called.
+struct Place {
+    Place(const char* of, int at = __builtin_LINE()) : function(of), line(at) {} // NOLINT(google-explicit-constructor)
+
+    const char* function;
+    int line;
+};
+
 inline constexpr int kTraceLevel = 6;
 
 inline bool trace_on()
@@ -22,12 +31,16 @@ inline bool trace_on()
 // A message as it reaches kiv_traceout: for messages that are passed on before they are written.
 #define ISP_TRACE_FORMAT(text) "[module %s +%-4d]" text
 
-// `function` is the name that the line shows: that of the setter or other function that the message belongs to, also
-// where code shared by several of them writes it.
-#define ISP_TRACE(function, text, ...)                                                                                 \
+// Within the function that the message belongs to; `function` is its name.
+#define ISP_TRACE(function, text, ...) ISP_TRACE_LINE(function, __LINE__, text __VA_OPT__(, ) __VA_ARGS__)
+
+// In code that such functions share, or call for it. `place` is a Place or a Step.
+#define ISP_TRACE_AT(place, text, ...) ISP_TRACE_LINE((place).function, (place).line, text __VA_OPT__(, ) __VA_ARGS__)
+
+#define ISP_TRACE_LINE(function, line, text, ...)                                                                      \
     do {                                                                                                               \
         if (isp::trace_on()) [[unlikely]] {                                                                            \
-            kiv_traceout(isp::kTraceLevel, ISP_TRACE_FORMAT(text), function, __LINE__ __VA_OPT__(, ) __VA_ARGS__);     \
+            kiv_traceout(isp::kTraceLevel, ISP_TRACE_FORMAT(text), function, line __VA_OPT__(, ) __VA_ARGS__);         \
         }                                                                                                              \
     } while (false)
 

@@ -43,7 +43,7 @@ float followed_gain(float again, int position)
 }
 
 /// Writes the panorama exposure to the feature camera. False when the engine failed.
-bool apply_exposure(const isp::Call& feature, const Applied& applied)
+bool apply_exposure(const isp::Step& feature, const Applied& applied)
 {
     return isp::modify<isp::ExpSwAttr>(feature, isp::kExposureAttrTexts, [&](Uapi_ExpSwAttrV2_t& attr) {
                attr.AecOpType = RK_AIQ_OP_MODE_MANUAL;
@@ -55,10 +55,10 @@ bool apply_exposure(const isp::Call& feature, const Applied& applied)
 }
 
 /// The engine calls of one cycle. False when the engine failed.
-bool follow_once(const char* function, Applied& applied)
+bool follow_once(const isp::Place& place, Applied& applied)
 {
     const isp::EngineLock lock;
-    const isp::Call panorama{function, get_PanoramaIspId()};
+    const isp::Step panorama(place, get_PanoramaIspId());
     Uapi_ExpQueryInfo_t info;
     const isp::Outcome outcome =
         isp::engine_call(panorama, ISP_TRACE_FORMAT("rk_aiq_user_api2_ae_queryExpResInfo failed with %#x!\n\n"),
@@ -66,13 +66,13 @@ bool follow_once(const char* function, Applied& applied)
     if (outcome != isp::Outcome::done) {
         return outcome == isp::Outcome::no_context; // nothing to copy; the next cycle looks again
     }
-    const Uapi_LinearExp_t& measured = info.LinAeInfo.LinearExp;
+    const auto& measured = info.LinAeInfo.LinearExp;
     if (measured.analog_gain == applied.gain && measured.integration_time == applied.time &&
         Uvc_Query_Zoom_Position() == applied.zoom) {
         return true;
     }
     applied = {measured.analog_gain, measured.integration_time, Uvc_Query_Zoom_Position()};
-    return apply_exposure({function, get_FeaturesIspId()}, applied);
+    return apply_exposure({place, get_FeaturesIspId()}, applied);
 }
 
 bool must_end()

@@ -1,5 +1,5 @@
 // The feature camera's live exposure.
-#include "isp_ctrl.h"
+#include "isp_ctrl/isp_ctrl.h"
 #include "isp_ctrl/exposure/ae_block.h"
 
 int kiv_rkisp_cl_getAeinfo(float* again, float* ispdgain, float* time, float* meanluma, float* gain_max,
@@ -49,7 +49,7 @@ int kiv_rkisp_cl_getAeinfo(float* again, float* ispdgain, float* time, float* me
     const auto first_setpoint = [](const rk_aiq_sys_ctx_t* ctx, float* setpoint) {
         Uapi_LinExpAttrV2_t linear;
         const XCamReturn code = rk_aiq_user_api2_ae_getLinExpAttr(ctx, &linear);
-        if (code == XCAM_RETURN_NO_ERROR && linear.Params.DySetpoint.DySetpoint != nullptr) {
+        if (code == 0 && linear.Params.DySetpoint.DySetpoint != nullptr) {
             *setpoint = linear.Params.DySetpoint.DySetpoint[0];
         }
         return code;

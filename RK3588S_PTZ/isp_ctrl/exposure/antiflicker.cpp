@@ -10,7 +10,8 @@ bool takes_antiflicker(int exposure_mode)
            exposure_mode == SHUTTER_PRIORITY || exposure_mode == SMART_EXPOSURE;
 }
 
-void set_antiflicker(Uapi_AntiFlicker_t& antiflicker, int flicker)
+template <typename AntiFlicker>
+void set_antiflicker(AntiFlicker& antiflicker, int flicker)
 {
     switch (flicker) {
     case FLICKER_OFF:

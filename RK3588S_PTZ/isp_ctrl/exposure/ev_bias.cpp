@@ -22,20 +22,20 @@ constexpr isp::FailureTexts kLinExpAttrTexts = {
 };
 
 /// Writes the bias, and fixes the frame rate so that the engine does not trade it for exposure time.
-int apply_ev_bias(const isp::Call& call, int bias)
+int apply_ev_bias(const isp::Step& step, int bias)
 {
     Uapi_ExpSwAttrV2_t attr;
-    isp::Outcome outcome = isp::fetch<isp::ExpSwAttr>(call, attr, isp::kExposureAttrTexts.get);
+    isp::Outcome outcome = isp::fetch<isp::ExpSwAttr>(step, attr, isp::kExposureAttrTexts.get);
     if (outcome != isp::Outcome::done) {
         return isp::result(outcome);
     }
     attr.stAuto.stFrmRate.isFpsFix = true;
     outcome = isp::modify<isp::LinExpAttr>(
-        call, kLinExpAttrTexts, [&](Uapi_LinExpAttrV2_t& linear) { linear.Params.Evbias = static_cast<float>(bias); });
+        step, kLinExpAttrTexts, [&](Uapi_LinExpAttrV2_t& linear) { linear.Params.Evbias = static_cast<float>(bias); });
     if (outcome != isp::Outcome::done) {
         return isp::result(outcome);
     }
-    return isp::result(isp::apply<isp::ExpSwAttr>(call, attr, isp::kExposureAttrTexts.set));
+    return isp::result(isp::apply<isp::ExpSwAttr>(step, attr, isp::kExposureAttrTexts.set));
 }
 
 /// The one rule of compensation and backlight. A stored level is clamped like a new one.

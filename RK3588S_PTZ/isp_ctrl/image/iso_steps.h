@@ -1,8 +1,6 @@
 // Values per sensitivity (ISO) step of an engine block.
 #pragma once
 
-#include "aiq/rk_aiq.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
@@ -10,9 +8,11 @@
 namespace isp
 {
 
+inline constexpr std::size_t kIsoSteps = 13;
+
 /// Fills the steps with the automatic curve, or with one manual level's value at every step.
 template <std::size_t Levels>
-void fill_iso_steps(float (&steps)[RK_AIQ_ISO_STEPS], bool automatic, const float (&curve)[RK_AIQ_ISO_STEPS],
+void fill_iso_steps(float (&steps)[kIsoSteps], bool automatic, const float (&curve)[kIsoSteps],
                     const float (&manual)[Levels], int level)
 {
     if (automatic) {

@@ -17,16 +17,25 @@ constexpr isp::FailureTexts kTexts = {
     .set = ISP_TRACE_FORMAT("rk_aiq_user_api2_alsc_SetAttrib failed with %#x!\n\n"),
 };
 
-/// A name as the engine's blocks hold it.
 struct Name {
-    char text[RK_AIQ_LSC_NAME_SIZE];
+    char text[20];
 };
 
+/// Fills a name of an engine block, which has room for more.
 template <std::size_t Size>
 void copy_name(char (&to)[Size], const Name& from)
 {
-    static_assert(Size == sizeof from.text);
-    std::memcpy(to, from.text, Size);
+    static_assert(Size >= sizeof from.text);
+    std::memcpy(to, from.text, sizeof from.text);
+    std::memset(to + sizeof from.text, 0, Size - sizeof from.text);
+}
+
+/// Fills the first elements of an array of an engine block.
+template <typename To, typename From, std::size_t Size>
+void copy_to(To& to, const From (&from)[Size])
+{
+    static_assert(std::size(To{}) >= Size);
+    std::copy(std::begin(from), std::end(from), std::begin(to));
 }
 
 #define RESOLUTION "5120x2880"
@@ -58,7 +67,7 @@ struct Illuminant {
     Name low_table[2]; // by lens
     Name full_table;
     float wbGain[2][2]; // by lens
-    const lsc_matrix_t shading_saving_para_s::* grids[4];
+    shading_grid shading_saving_para_s::* grids[4];
 };
 
 #define NAMES(illuminant)                                                                                              \
@@ -84,40 +93,43 @@ constexpr int kIlluminantCount = std::size(kIlluminants);
 #undef GRIDS
 #undef RESOLUTION
 
-void fill_common(lsc_common_t& common)
+template <typename Common>
+void fill_common(Common& common)
 {
     common.enable = true;
-    lsc_resolution_t& resolution = common.resolutionAll[0];
+    auto& resolution = common.resolutionAll[0];
     copy_name(resolution.name, kResolution);
     std::fill(std::begin(resolution.lsc_sect_size_x), std::end(resolution.lsc_sect_size_x), kSectorWidth);
     std::fill(std::begin(resolution.lsc_sect_size_y), std::end(resolution.lsc_sect_size_y), kSectorHeight);
     common.resolutionAll_len = 1;
 }
 
-void fill_illuminant(lsc_illuminant_t& to, const Illuminant& from, const Lens& lens)
+template <typename To>
+void fill_illuminant(To& to, const Illuminant& from, const Lens& lens)
 {
     to.usedForCase = 0;
     copy_name(to.name, from.name);
-    std::memcpy(to.wbGain, from.wbGain[lens.index], sizeof to.wbGain);
+    copy_to(to.wbGain, from.wbGain[lens.index]);
     copy_name(to.tableUsed[0], from.low_used[lens.index]);
     copy_name(to.tableUsed[1], from.full_used);
     to.tableUsed_len = 2;
-    std::memcpy(to.gains, kGains, sizeof to.gains);
+    copy_to(to.gains, kGains);
     to.gains_len = 4;
     std::fill(std::begin(to.vig), std::end(to.vig), lens.vig);
     to.vig_len = 4;
 }
 
-void fill_table(lsc_table_t& to, const Illuminant& from, const Name& name, float vignetting, const File& file)
+template <typename To>
+void fill_table(To& to, const Illuminant& from, const Name& name, float vignetting, const File& file)
 {
     copy_name(to.name, name);
     copy_name(to.resolution, kResolution);
     copy_name(to.illumination, from.name);
     to.vignetting = vignetting;
-    to.lsc_samples_red = file.*from.grids[0];
-    to.lsc_samples_greenR = file.*from.grids[1];
-    to.lsc_samples_greenB = file.*from.grids[2];
-    to.lsc_samples_blue = file.*from.grids[3];
+    copy_to(to.lsc_samples_red.uCoeff, file.*from.grids[0]);
+    copy_to(to.lsc_samples_greenR.uCoeff, file.*from.grids[1]);
+    copy_to(to.lsc_samples_greenB.uCoeff, file.*from.grids[2]);
+    copy_to(to.lsc_samples_blue.uCoeff, file.*from.grids[3]);
 }
 
 void fill_shading(rk_aiq_lsc_attrib_t& lsc, const Lens& lens, const File& file)
@@ -133,17 +145,27 @@ void fill_shading(rk_aiq_lsc_attrib_t& lsc, const Lens& lens, const File& file)
     for (int i = 0; i < kIlluminantCount; ++i) {
         const Illuminant& illuminant = kIlluminants[i];
         fill_illuminant(lsc.stAuto.alscCoef.illAll[i], illuminant, lens);
-        lsc_table_t* tables = &lsc.stAuto.tbl.tableAll[2 * i];
+        auto* tables = &lsc.stAuto.tbl.tableAll[2 * i];
         fill_table(tables[0], illuminant, illuminant.low_table[lens.index], lens.low_vignetting, file);
         fill_table(tables[1], illuminant, illuminant.full_table, kFullVignetting, file);
     }
 }
 
+namespace counting // as the exported function, but how many bytes there were, or -1
+{
+
+ssize_t user_load_shading_file(void* buf, int buf_size)
+{
+    return isp::load_record(__func__, isp::seam.shading_file, buf, buf_size);
+}
+
+} // namespace counting
+
 } // namespace
 
 int user_load_shading_file(char* buf, int buf_size)
 {
-    return isp::load_record(__func__, isp::seam.shading_file, buf, buf_size) < 0 ? -1 : 0;
+    return counting::user_load_shading_file(buf, buf_size) < 0 ? -1 : 0;
 }
 
 int KIV_Set_shading(int isp_id)
@@ -157,8 +179,7 @@ int KIV_Set_shading(int isp_id)
         return -1;
     }
     File file;
-    if (isp::load_record("user_load_shading_file", isp::seam.shading_file, &file, sizeof file) !=
-        ssize_t{sizeof file}) {
+    if (counting::user_load_shading_file(&file, sizeof file) != ssize_t{sizeof file}) {
         return -1; // nothing that was not measured reaches the engine
     }
     if (rkipc_aiq_get_ctx(isp_id) == nullptr) {

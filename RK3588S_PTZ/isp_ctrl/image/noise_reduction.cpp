@@ -26,9 +26,9 @@ static_assert(isp::last_level(kManualFilter) == NR2D_AUTO + 3);
 static_assert(std::size(kManualEdgeSoftness) == std::size(kManualFilter));
 
 // The same at each sensitivity (ISO) step in automatic operation: proportional to the gain, up to 16.
-constexpr float kAutoFilter[RK_AIQ_ISO_STEPS] = {1.0F,  2.0F,  4.0F,  8.0F,  16.0F, 16.0F, 16.0F,
+constexpr float kAutoFilter[isp::kIsoSteps] = {1.0F,  2.0F,  4.0F,  8.0F,  16.0F, 16.0F, 16.0F,
                                                  16.0F, 16.0F, 16.0F, 16.0F, 16.0F, 16.0F};
-constexpr float kAutoEdgeSoftness[RK_AIQ_ISO_STEPS] = {1.0F,  2.0F,  4.0F,  8.0F,  16.0F, 16.0F, 16.0F,
+constexpr float kAutoEdgeSoftness[isp::kIsoSteps] = {1.0F,  2.0F,  4.0F,  8.0F,  16.0F, 16.0F, 16.0F,
                                                        16.0F, 16.0F, 16.0F, 16.0F, 16.0F, 16.0F};
 
 // 3D strength of a manual level in the low and the high band. Given: 0.6 per level
@@ -40,9 +40,9 @@ static_assert(isp::last_level(kManualLow) == NR3D_AUTO + 2);
 static_assert(std::size(kManualHigh) == std::size(kManualLow));
 
 // The same at each sensitivity (ISO) step in automatic operation. Given.
-constexpr float kAutoLow[RK_AIQ_ISO_STEPS] = {1.8F, 1.95F, 2.1F, 2.3F, 2.6F, 2.8F, 2.8F,
+constexpr float kAutoLow[isp::kIsoSteps] = {1.8F, 1.95F, 2.1F, 2.3F, 2.6F, 2.8F, 2.8F,
                                               2.8F, 2.8F,  2.8F, 2.8F, 2.8F, 2.8F};
-constexpr float kAutoHigh[RK_AIQ_ISO_STEPS] = {1.8F, 1.95F, 2.1F, 2.3F, 2.6F, 2.8F, 2.8F,
+constexpr float kAutoHigh[isp::kIsoSteps] = {1.8F, 1.95F, 2.1F, 2.3F, 2.6F, 2.8F, 2.8F,
                                                2.8F, 2.8F,  2.8F, 2.8F, 2.8F, 2.8F};
 
 } // namespace
@@ -59,7 +59,7 @@ int KIV_Set_nr2d(int isp_id, NR2D_E value)
     ISP_TRACE(__func__, "isp_nr2dlevel_val :0x%x\n\n", level);
     return isp::result(isp::modify<Nr2d>(call, kNr2dTexts, [&](rk_aiq_bayer2dnr_attrib_v2_t& nr) {
         const bool automatic = level == NR2D_AUTO;
-        RK_Bayer2dnr_Params_V2_t& params = nr.stAuto.st2DParams;
+        auto& params = nr.stAuto.st2DParams;
         nr.eMode = ABAYER2DNR_OP_MODE_AUTO;
         params.enable = 1;
         isp::fill_iso_steps(params.filter_strength, automatic, kAutoFilter, kManualFilter, level);
@@ -83,7 +83,7 @@ int KIV_Set_nr3d(int isp_id, NR3D_E value)
     isp::write_setting(call, para_set_isp_nr3d_cur, level);
     const isp::Outcome outcome = isp::modify<Nr3d>(call, kNr3dTexts, [&](rk_aiq_bayertnr_attrib_v2_t& nr) {
         const bool automatic = level == NR3D_AUTO;
-        RK_Bayertnr_Params_V2_t& params = nr.stAuto.st3DParams;
+        auto& params = nr.stAuto.st3DParams;
         nr.eMode = ABAYERTNRV2_OP_MODE_AUTO;
         isp::fill_iso_steps(params.lo_filter_strength, automatic, kAutoLow, kManualLow, level);
         isp::fill_iso_steps(params.hi_filter_strength, automatic, kAutoHigh, kManualHigh, level);

@@ -18,7 +18,7 @@ constexpr float kManualStrength[] = {0.0F, 1.0F, 2.0F,  3.5F,  4.5F,  5.5F,  6.5
 static_assert(isp::last_level(kManualStrength) == Sharpness_Auto - 1);
 
 // Strength of Sharpness_Auto at each sensitivity (ISO) step. Given: noise is not to be sharpened.
-constexpr float kAutoStrength[RK_AIQ_ISO_STEPS] = {6.5F,  6.5F,  6.35F, 6.2F,  3.75F, 3.75F, 3.75F,
+constexpr float kAutoStrength[isp::kIsoSteps] = {6.5F,  6.5F,  6.35F, 6.2F,  3.75F, 3.75F, 3.75F,
                                                    3.75F, 3.75F, 3.75F, 3.75F, 3.75F, 3.75F};
 
 } // namespace

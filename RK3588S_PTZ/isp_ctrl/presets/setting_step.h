@@ -1,7 +1,7 @@
 // One step of a fixed order of settings: a setter and the field of the settings record that it applies.
 #pragma once
 
-#include "isp_ctrl.h"
+#include "isp_ctrl/isp_ctrl.h"
 #include "platformpara/para_isp.h"
 
 #include <type_traits>

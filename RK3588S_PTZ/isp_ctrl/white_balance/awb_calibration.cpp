@@ -26,65 +26,64 @@ constexpr unsigned kBetweenQueries = 1;
 
 constexpr int kRecordSize = sizeof(awb_calibration_s);
 
-void delete_file(const char* function)
+void delete_file(const isp::Place& place)
 {
     if (unlink(isp::seam.wb_calibration_file) == 0) {
-        ISP_TRACE(function, "quenvar %s:%d value delete success\n", function, __LINE__);
+        ISP_TRACE_AT(place, "quenvar %s:%d value delete success\n", place.function, place.line);
     } else {
-        ISP_TRACE(function, "quenvar %s:%d value delete failed\n", function, __LINE__);
+        ISP_TRACE_AT(place, "quenvar %s:%d value delete failed\n", place.function, place.line);
     }
 }
 
 /// Makes one engine call on all three cameras, in turn. If any fails, traces camera 0's code. False when one failed
 /// or a camera has no engine.
 template <typename Function>
-bool on_all_cameras(const char* function, const char* failed, Function engine_function)
+bool on_all_cameras(const isp::Place& place, const char* failed, Function engine_function)
 {
     constexpr int kOrder[] = {isp::kWbClose, isp::kWbThird, isp::kWbPanorama};
-    XCamReturn first = XCAM_RETURN_NO_ERROR;
+    XCamReturn first{};
     bool all_done = true;
     for (const int camera : kOrder) {
-        const isp::Outcome outcome =
-            isp::engine_call({function, camera}, nullptr, [&](const rk_aiq_sys_ctx_t* context) {
-                const XCamReturn code = engine_function(context);
-                if (camera == kOrder[0]) {
-                    first = code;
-                }
-                return code;
-            });
+        const isp::Outcome outcome = isp::engine_call({place, camera}, nullptr, [&](const rk_aiq_sys_ctx_t* context) {
+            const XCamReturn code = engine_function(context);
+            if (camera == kOrder[0]) {
+                first = code;
+            }
+            return code;
+        });
         if (outcome == isp::Outcome::no_context) {
             return false;
         }
         all_done = all_done && outcome == isp::Outcome::done;
     }
     if (!all_done && isp::trace_on()) {
-        kiv_traceout(isp::kTraceLevel, failed, function, __LINE__, first);
+        kiv_traceout(isp::kTraceLevel, failed, place.function, place.line, first);
     }
     return all_done;
 }
 
 /// Puts the three cameras into automatic white balance without red and blue offset.
-bool release_white_balance(const char* function)
+bool release_white_balance(const isp::Place& place)
 {
     rk_aiq_uapiV2_wb_opMode_t op_mode{};
-    if (!on_all_cameras(function, isp::kWpModeTexts.get,
+    if (!on_all_cameras(place, isp::kWpModeTexts.get,
                         [&](const rk_aiq_sys_ctx_t* ctx) { return isp::WpMode::get(ctx, op_mode); })) {
         return false;
     }
     isp::seam.usleep(kSettle);
     op_mode.mode = RK_AIQ_WB_MODE_AUTO;
-    if (!on_all_cameras(function, isp::kWpModeTexts.set,
+    if (!on_all_cameras(place, isp::kWpModeTexts.set,
                         [&](const rk_aiq_sys_ctx_t* ctx) { return isp::WpMode::set(ctx, op_mode); })) {
         return false;
     }
     isp::seam.usleep(kSettle);
     rk_aiq_uapiV2_wb_awb_wbGainOffset_t offset{};
-    if (!on_all_cameras(function, isp::kGainOffsetTexts.get,
+    if (!on_all_cameras(place, isp::kGainOffsetTexts.get,
                         [&](const rk_aiq_sys_ctx_t* ctx) { return isp::GainOffset::get(ctx, offset); })) {
         return false;
     }
     isp::set_offsets(offset, {.red = 0.0F, .blue = 0.0F});
-    return on_all_cameras(function, isp::kGainOffsetTexts.set,
+    return on_all_cameras(place, isp::kGainOffsetTexts.set,
                           [&](const rk_aiq_sys_ctx_t* ctx) { return isp::GainOffset::set(ctx, offset); });
 }
 
@@ -95,11 +94,11 @@ struct Measurement {
     rk_aiq_wb_gain_t third;
 };
 
-bool measure(const char* function, Measurement& measured)
+bool measure(const isp::Place& place, Measurement& measured)
 {
     const auto query = [&](int camera, rk_aiq_wb_gain_t& gain) {
         rk_aiq_wb_querry_info_t info;
-        if (isp::query_white_balance({function, camera}, info) != isp::Outcome::done) {
+        if (isp::query_white_balance({place, camera}, info) != isp::Outcome::done) {
             return false;
         }
         gain = info.gain;
@@ -117,14 +116,14 @@ bool measure(const char* function, Measurement& measured)
     return query(isp::kWbThird, measured.third);
 }
 
-void trace_measurement(const char* function, const Measurement& m)
+void trace_measurement(const isp::Place& place, const Measurement& m)
 {
-    ISP_TRACE(function, "quenvar %s:%d close rgain=%3f, bgain=%3f\n", function, __LINE__,
-              static_cast<double>(m.close.rgain), static_cast<double>(m.close.bgain));
-    ISP_TRACE(function, "quenvar %s:%d pano rgain=%3f, bgain=%3f\n", function, __LINE__,
-              static_cast<double>(m.pano.rgain), static_cast<double>(m.pano.bgain));
-    ISP_TRACE(function, "quenvar %s:%d 3rd rgain=%3f, bgain=%3f\n", function, __LINE__,
-              static_cast<double>(m.third.rgain), static_cast<double>(m.third.bgain));
+    ISP_TRACE_AT(place, "quenvar %s:%d close rgain=%3f, bgain=%3f\n", place.function, place.line,
+                 static_cast<double>(m.close.rgain), static_cast<double>(m.close.bgain));
+    ISP_TRACE_AT(place, "quenvar %s:%d pano rgain=%3f, bgain=%3f\n", place.function, place.line,
+                 static_cast<double>(m.pano.rgain), static_cast<double>(m.pano.bgain));
+    ISP_TRACE_AT(place, "quenvar %s:%d 3rd rgain=%3f, bgain=%3f\n", place.function, place.line,
+                 static_cast<double>(m.third.rgain), static_cast<double>(m.third.bgain));
 }
 
 int keep_first_light(const Measurement& m)
@@ -139,7 +138,7 @@ int keep_first_light(const Measurement& m)
     return user_save_wb_calibration_file(&record, kRecordSize);
 }
 
-int evaluate_second_light(const char* function, const Measurement& m)
+int evaluate_second_light(const isp::Place& place, const Measurement& m)
 {
     awb_calibration_s record;
     if (!isp::load_complete_calibration(record)) {
@@ -154,33 +153,43 @@ int evaluate_second_light(const char* function, const Measurement& m)
 
     const isp::Calibration found = isp::evaluate_calibration(record);
     if (found == isp::Calibration::needless || found == isp::Calibration::useless) {
-        delete_file(function);
+        delete_file(place);
         return 0;
     }
-    isp::trace_lines(function, record);
+    isp::trace_lines(place, record);
     user_save_wb_calibration_file(&record, kRecordSize);
-    ISP_TRACE(function, "quenvar %s:%d leave\n\n", function, __LINE__);
+    ISP_TRACE_AT(place, "quenvar %s:%d leave\n\n", place.function, place.line);
     return 0;
 }
+
+namespace counting // as the exported function, but how many bytes there were, or -1
+{
+
+ssize_t user_load_wb_calibration_file(void* buf, int buf_size)
+{
+    return isp::load_record(__func__, isp::seam.wb_calibration_file, buf, buf_size);
+}
+
+} // namespace counting
 
 } // namespace
 
 bool isp::load_complete_calibration(awb_calibration_s& record)
 {
     record = {};
-    return load_record("user_load_wb_calibration_file", seam.wb_calibration_file, &record, kRecordSize) == kRecordSize;
+    return counting::user_load_wb_calibration_file(&record, kRecordSize) == kRecordSize;
 }
 
-void isp::trace_lines(const char* function, const awb_calibration_s& r)
+void isp::trace_lines(const Place& place, const awb_calibration_s& r)
 {
-    ISP_TRACE(function, "quenvar %s:%d rgain_k=%3f, rgain_b=%3f\n", function, __LINE__, static_cast<double>(r.rgain_k),
-              static_cast<double>(r.rgain_b));
-    ISP_TRACE(function, "quenvar %s:%d bgain_k=%3f, bgain_b=%3f\n", function, __LINE__, static_cast<double>(r.bgain_k),
-              static_cast<double>(r.bgain_b));
-    ISP_TRACE(function, "quenvar %s:%d rgain_k2=%3f, rgain_b2=%3f\n", function, __LINE__,
-              static_cast<double>(r.rgain_k2), static_cast<double>(r.rgain_b2));
-    ISP_TRACE(function, "quenvar %s:%d bgain_k2=%3f, bgain_b2=%3f\n", function, __LINE__,
-              static_cast<double>(r.bgain_k2), static_cast<double>(r.bgain_b2));
+    ISP_TRACE_AT(place, "quenvar %s:%d rgain_k=%3f, rgain_b=%3f\n", place.function, place.line,
+                 static_cast<double>(r.rgain_k), static_cast<double>(r.rgain_b));
+    ISP_TRACE_AT(place, "quenvar %s:%d bgain_k=%3f, bgain_b=%3f\n", place.function, place.line,
+                 static_cast<double>(r.bgain_k), static_cast<double>(r.bgain_b));
+    ISP_TRACE_AT(place, "quenvar %s:%d rgain_k2=%3f, rgain_b2=%3f\n", place.function, place.line,
+                 static_cast<double>(r.rgain_k2), static_cast<double>(r.rgain_b2));
+    ISP_TRACE_AT(place, "quenvar %s:%d bgain_k2=%3f, bgain_b2=%3f\n", place.function, place.line,
+                 static_cast<double>(r.bgain_k2), static_cast<double>(r.bgain_b2));
 }
 
 int user_save_wb_calibration_file(awb_calibration_s* buf, int buf_size)
@@ -207,7 +216,7 @@ int user_save_wb_calibration_file(awb_calibration_s* buf, int buf_size)
 
 int user_load_wb_calibration_file(awb_calibration_s* buf, int buf_size)
 {
-    return isp::load_record(__func__, isp::seam.wb_calibration_file, buf, buf_size) < 0 ? -1 : 0;
+    return counting::user_load_wb_calibration_file(buf, buf_size) < 0 ? -1 : 0;
 }
 
 int Awb_Calibration(int val)

@@ -24,7 +24,7 @@ pthread_t g_cam_awb_follow_pano_Pid ISP_GUARDED_BY(start_mtx) = 0; // never rese
 
 /// One camera that follows: its blocks and the codes of the two calls of a step.
 struct Follower {
-    isp::Call call;
+    int camera;
     rk_aiq_uapiV2_wb_opMode_t op_mode{};
     rk_aiq_wb_mwb_attrib_t manual{};
     XCamReturn codes[2] = {};
@@ -34,8 +34,8 @@ struct Follower {
 template <typename Mod, typename Access>
 XCamReturn silent_call(const Follower& follower, typename Mod::Block& block, Access access)
 {
-    XCamReturn code = XCAM_RETURN_ERROR_FAILED;
-    isp::use_engine(follower.call.isp_id, [&](const rk_aiq_sys_ctx_t* context) { code = access(context, block); });
+    auto code = static_cast<XCamReturn>(-1);
+    isp::use_engine(follower.camera, [&](const rk_aiq_sys_ctx_t* context) { code = access(context, block); });
     return code;
 }
 
@@ -58,7 +58,7 @@ bool all_failed(const Follower& close, const Follower& third)
 }
 
 /// The followers' gains for the panorama camera's.
-void map_gains(const char* function, float red, float blue, Follower& close, Follower& third)
+void map_gains(const isp::Place& place, float red, float blue, Follower& close, Follower& third)
 {
     awb_calibration_s lines;
     if (access(isp::seam.wb_calibration_file, F_OK) == 0 && isp::load_complete_calibration(lines) &&
@@ -67,28 +67,28 @@ void map_gains(const char* function, float red, float blue, Follower& close, Fol
                         {lines.rgain_k * red + lines.rgain_b, 1.0F, 1.0F, lines.bgain_k * blue + lines.bgain_b});
         isp::hold_gains(third.op_mode, third.manual,
                         {lines.rgain_k2 * red + lines.rgain_b2, 1.0F, 1.0F, lines.bgain_k2 * blue + lines.bgain_b2});
-        isp::trace_lines(function, lines);
+        isp::trace_lines(place, lines);
         return;
     }
     isp::hold_gains(close.op_mode, close.manual, {red, 1.0F, 1.0F, blue});
     isp::hold_gains(third.op_mode, third.manual, {red, 1.0F, 1.0F, blue});
 }
 
-void trace_gains(const char* function, const rk_aiq_wb_gain_t& close, const rk_aiq_wb_gain_t& third, float red,
+void trace_gains(const isp::Place& place, const rk_aiq_wb_gain_t& close, const rk_aiq_wb_gain_t& third, float red,
                  float blue)
 {
-    ISP_TRACE(function, "quenvar00 rgain=%3f,bgain=%3f\n\n", static_cast<double>(close.rgain),
-              static_cast<double>(close.bgain));
-    ISP_TRACE(function, "quenvar22 rgain=%3f,bgain=%3f\n\n", static_cast<double>(third.rgain),
-              static_cast<double>(third.bgain));
-    ISP_TRACE(function, "quenvar33 pano rgain=%3f,bgain=%3f\n\n", static_cast<double>(red), static_cast<double>(blue));
+    ISP_TRACE_AT(place, "quenvar00 rgain=%3f,bgain=%3f\n\n", static_cast<double>(close.rgain),
+                 static_cast<double>(close.bgain));
+    ISP_TRACE_AT(place, "quenvar22 rgain=%3f,bgain=%3f\n\n", static_cast<double>(third.rgain),
+                 static_cast<double>(third.bgain));
+    ISP_TRACE_AT(place, "quenvar33 pano rgain=%3f,bgain=%3f\n\n", static_cast<double>(red), static_cast<double>(blue));
 }
 
 /// One pass; how long to wait until the next.
-useconds_t follow_once(const char* function, float& red, float& blue)
+useconds_t follow_once(const isp::Place& place, float& red, float& blue)
 {
     rk_aiq_wb_querry_info_t info;
-    const isp::Outcome outcome = isp::query_white_balance({function, isp::kWbPanorama}, info);
+    const isp::Outcome outcome = isp::query_white_balance({place, isp::kWbPanorama}, info);
     if (outcome != isp::Outcome::done) {
         return outcome == isp::Outcome::failed ? kAfterFailure : kPass;
     }
@@ -99,23 +99,23 @@ useconds_t follow_once(const char* function, float& red, float& blue)
     red = info.gain.rgain;
     blue = info.gain.bgain;
     if (rkipc_aiq_get_ctx(isp::kWbClose) == nullptr || rkipc_aiq_get_ctx(isp::kWbPanorama) == nullptr) {
-        ISP_TRACE(function, "aiq ctx error\n\n");
+        ISP_TRACE_AT(place, "aiq ctx error\n\n");
         return kPass;
     }
-    Follower close{.call = {function, isp::kWbClose}};
-    Follower third{.call = {function, isp::kWbThird}};
+    Follower close{.camera = isp::kWbClose};
+    Follower third{.camera = isp::kWbThird};
     read_blocks(close);
     read_blocks(third);
     if (all_failed(close, third)) {
-        ISP_TRACE(function, "rk_aiq_user_api2_awb_GetWbGainCtrlAttrib failed with %#x!\n\n", close.codes[0]);
+        ISP_TRACE_AT(place, "rk_aiq_user_api2_awb_GetWbGainCtrlAttrib failed with %#x!\n\n", close.codes[0]);
         return kAfterFailure;
     }
-    map_gains(function, red, blue, close, third);
-    trace_gains(function, close.manual.para.gain, third.manual.para.gain, red, blue);
+    map_gains(place, red, blue, close, third);
+    trace_gains(place, close.manual.para.gain, third.manual.para.gain, red, blue);
     write_blocks(close);
     write_blocks(third);
     if (all_failed(close, third)) {
-        ISP_TRACE(function, "rk_aiq_user_api2_awb_SetWbGainCtrlAttrib failed with %#x!\n\n", close.codes[0]);
+        ISP_TRACE_AT(place, "rk_aiq_user_api2_awb_SetWbGainCtrlAttrib failed with %#x!\n\n", close.codes[0]);
         return kAfterFailure;
     }
     return kPass;

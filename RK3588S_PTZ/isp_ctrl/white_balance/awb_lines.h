@@ -1,7 +1,7 @@
 // What two measurements of three cameras' gains, under D65 and under A, make of a calibration.
 #pragma once
 
-#include "isp_ctrl.h"
+#include "isp_ctrl/isp_ctrl.h"
 
 namespace isp
 {

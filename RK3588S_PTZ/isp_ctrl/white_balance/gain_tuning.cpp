@@ -11,8 +11,8 @@ namespace
 struct Tuning {
     isp::RedCorrection correction; // of the red offset
     const char* offset_set_failed; // null: a failed write of the offset is ignored; else it ends the setter
-    void (*trace_offsets)(const isp::Call& call, const isp::TuningSteps& steps, const isp::Offsets& offsets);
-    void (*trace_temperature_gains)(const isp::Call& call, const rk_aiq_wb_gain_t& gain);
+    void (*trace_offsets)(const isp::Step& step, const isp::TuningSteps& steps, const isp::Offsets& offsets);
+    void (*trace_temperature_gains)(const isp::Step& step, const rk_aiq_wb_gain_t& gain);
 };
 
 bool takes_tuning(int wb_mode)
@@ -20,10 +20,9 @@ bool takes_tuning(int wb_mode)
     return wb_mode == AUTO_WHITE_BALANCE || wb_mode == ONE_PUSH_WHITE_BALANCE || wb_mode == TEMPERATURE;
 }
 
-void trace_red_and_blue(const isp::Call& call, const rk_aiq_wb_gain_t& gain)
+void trace_red_and_blue(const isp::Step& step, const rk_aiq_wb_gain_t& gain)
 {
-    ISP_TRACE(call.function, "rgain = %3f, bgain = %3f\n", static_cast<double>(gain.rgain),
-              static_cast<double>(gain.bgain));
+    ISP_TRACE_AT(step, "rgain = %3f, bgain = %3f\n", static_cast<double>(gain.rgain), static_cast<double>(gain.bgain));
 }
 
 constexpr Tuning kRed = {
@@ -31,9 +30,9 @@ constexpr Tuning kRed = {
     .offset_set_failed = nullptr,
     .trace_offsets = isp::trace_red_offsets,
     .trace_temperature_gains =
-        [](const isp::Call& call, const rk_aiq_wb_gain_t& gain) {
-            ISP_TRACE(call.function, "rgain = %3f,ggain = %3f, bgain = %3f\n", static_cast<double>(gain.rgain),
-                      static_cast<double>(gain.grgain), static_cast<double>(gain.bgain));
+        [](const isp::Step& step, const rk_aiq_wb_gain_t& gain) {
+            ISP_TRACE_AT(step, "rgain = %3f,ggain = %3f, bgain = %3f\n", static_cast<double>(gain.rgain),
+                         static_cast<double>(gain.grgain), static_cast<double>(gain.bgain));
         },
 };
 
@@ -41,51 +40,51 @@ constexpr Tuning kBlue = {
     .correction = isp::RedCorrection::without,
     .offset_set_failed = isp::kGainOffsetTexts.set,
     .trace_offsets =
-        [](const isp::Call& call, const isp::TuningSteps& steps, const isp::Offsets& offsets) {
-            ISP_TRACE(call.function, "11111cam_rgaintuning :%d,cam_bgaintuning :%d\n", steps.red, steps.blue);
-            ISP_TRACE(call.function, "isp_id :%d,wbGainOffset_Rgain :%3f,wbGainOffset_Bgain :%3f\n", call.isp_id,
-                      static_cast<double>(offsets.red), static_cast<double>(offsets.blue));
+        [](const isp::Step& step, const isp::TuningSteps& steps, const isp::Offsets& offsets) {
+            ISP_TRACE_AT(step, "11111cam_rgaintuning :%d,cam_bgaintuning :%d\n", steps.red, steps.blue);
+            ISP_TRACE_AT(step, "isp_id :%d,wbGainOffset_Rgain :%3f,wbGainOffset_Bgain :%3f\n", step.isp_id,
+                         static_cast<double>(offsets.red), static_cast<double>(offsets.blue));
         },
     .trace_temperature_gains = trace_red_and_blue,
 };
 
 /// Tunes the automatic mode through the gain offset. A block that could not be read is not written.
-isp::Outcome tune_offset(const isp::Call& call, const Tuning& tuning, const isp::TuningSteps& steps)
+isp::Outcome tune_offset(const isp::Step& step, const Tuning& tuning, const isp::TuningSteps& steps)
 {
     rk_aiq_uapiV2_wb_awb_wbGainOffset_t block;
-    const isp::Outcome read = isp::fetch<isp::GainOffset>(call, block, nullptr);
+    const isp::Outcome read = isp::fetch<isp::GainOffset>(step, block, nullptr);
     const isp::Offsets offsets = isp::automatic_offsets(steps, tuning.correction);
-    tuning.trace_offsets(call, steps, offsets);
+    tuning.trace_offsets(step, steps, offsets);
     if (read != isp::Outcome::done) {
         return isp::Outcome::done;
     }
     block.gainOffset.enable = true;
     isp::set_offsets(block, offsets);
-    const isp::Outcome written = isp::apply<isp::GainOffset>(call, block, tuning.offset_set_failed);
+    const isp::Outcome written = isp::apply<isp::GainOffset>(step, block, tuning.offset_set_failed);
     return tuning.offset_set_failed == nullptr ? isp::Outcome::done : written;
 }
 
-isp::Outcome tune(const isp::Call& call, const Tuning& tuning, int mode, const isp::TuningSteps& steps)
+isp::Outcome tune(const isp::Step& step, const Tuning& tuning, int mode, const isp::TuningSteps& steps)
 {
     isp::ManualBlocks blocks;
-    isp::Outcome outcome = isp::fetch_manual(call, blocks);
+    isp::Outcome outcome = isp::fetch_manual(step, blocks);
     if (outcome != isp::Outcome::done) {
         return outcome;
     }
     if (mode == AUTO_WHITE_BALANCE) {
-        outcome = tune_offset(call, tuning, steps);
+        outcome = tune_offset(step, tuning, steps);
         if (outcome != isp::Outcome::done) {
             return outcome;
         }
         blocks.op_mode.mode = RK_AIQ_WB_MODE_AUTO;
     } else if (mode == TEMPERATURE) {
-        isp::hold_gains(blocks, isp::colortemp_gains(call, steps, get_colortemp_ggain(call.isp_id)));
-        tuning.trace_temperature_gains(call, blocks.manual.para.gain);
+        isp::hold_gains(blocks, isp::colortemp_gains(step, steps, get_colortemp_ggain(step.isp_id)));
+        tuning.trace_temperature_gains(step, blocks.manual.para.gain);
     } else {
-        isp::hold_gains(blocks, isp::onepush_gains(call, steps));
-        trace_red_and_blue(call, blocks.manual.para.gain);
+        isp::hold_gains(blocks, isp::onepush_gains(step, steps));
+        trace_red_and_blue(step, blocks.manual.para.gain);
     }
-    return isp::apply_manual(call, blocks);
+    return isp::apply_manual(step, blocks);
 }
 
 } // namespace

@@ -16,25 +16,25 @@ int thousandths(float gain)
     return isp::truncated(gain * 1000.0F);
 }
 
-void trace_measured(const isp::Call& call, const rk_aiq_wb_gain_t& gain)
+void trace_measured(const isp::Step& step, const rk_aiq_wb_gain_t& gain)
 {
-    ISP_TRACE(call.function, "wb_querry_info.rgain.:%3f\n", static_cast<double>(gain.rgain));
-    ISP_TRACE(call.function, "wb_querry_info.grgain.:%3f\n", static_cast<double>(gain.grgain));
-    ISP_TRACE(call.function, "wb_querry_info.gbgain.:%3f\n", static_cast<double>(gain.gbgain));
-    ISP_TRACE(call.function, "wb_querry_info.bgain.:%3f\n", static_cast<double>(gain.bgain));
+    ISP_TRACE_AT(step, "wb_querry_info.rgain.:%3f\n", static_cast<double>(gain.rgain));
+    ISP_TRACE_AT(step, "wb_querry_info.grgain.:%3f\n", static_cast<double>(gain.grgain));
+    ISP_TRACE_AT(step, "wb_querry_info.gbgain.:%3f\n", static_cast<double>(gain.gbgain));
+    ISP_TRACE_AT(step, "wb_querry_info.bgain.:%3f\n", static_cast<double>(gain.bgain));
 }
 
-void remember(const isp::Call& call, const rk_aiq_wb_gain_t& gain)
+void remember(const isp::Step& step, const rk_aiq_wb_gain_t& gain)
 {
     const int red = thousandths(gain.rgain);
     const int green = thousandths(gain.grgain);
     const int blue = thousandths(gain.bgain);
-    set_onepush_rgain(call.isp_id, red);
-    set_onepush_ggain(call.isp_id, green);
-    set_onepush_bgain(call.isp_id, blue);
-    ISP_TRACE(call.function, "set_onepush_rgain:%d\n", red);
-    ISP_TRACE(call.function, "set_onepush_ggain:%d\n", green);
-    ISP_TRACE(call.function, "set_onepush_bgain:%d\n", blue);
+    set_onepush_rgain(step.isp_id, red);
+    set_onepush_ggain(step.isp_id, green);
+    set_onepush_bgain(step.isp_id, blue);
+    ISP_TRACE_AT(step, "set_onepush_rgain:%d\n", red);
+    ISP_TRACE_AT(step, "set_onepush_ggain:%d\n", green);
+    ISP_TRACE_AT(step, "set_onepush_bgain:%d\n", blue);
 }
 
 } // namespace

@@ -20,27 +20,27 @@ float cam_colortemp_rgain[isp::kCameras] = {kRed, kRed, kRed, kRed, kRed, kRed, 
 float cam_colortemp_ggain[isp::kCameras] = {kGreen, kGreen, kGreen, kGreen, kGreen, kGreen, kGreen, kGreen};
 float cam_colortemp_bgain[isp::kCameras] = {kBlue, kBlue, kBlue, kBlue, kBlue, kBlue, kBlue, kBlue};
 
-int onepush(const isp::Call& call, int (*get)(int))
+int onepush(const isp::Step& step, int (*get)(int))
 {
-    return isp::valid_camera(call) ? isp::read_setting(call, get) : -1;
+    return isp::valid_camera(step) ? isp::read_setting(step, get) : -1;
 }
 
-void set_onepush(const isp::Call& call, int (*set)(int, int), int val)
+void set_onepush(const isp::Step& step, int (*set)(int, int), int val)
 {
-    if (isp::valid_camera(call)) {
-        isp::write_setting(call, set, val);
+    if (isp::valid_camera(step)) {
+        isp::write_setting(step, set, val);
     }
 }
 
-float colortemp(const isp::Call& call, const float (&gains)[isp::kCameras])
+float colortemp(const isp::Step& step, const float (&gains)[isp::kCameras])
 {
-    return isp::valid_camera(call) ? isp::shared_get(gains[isp::store_record(call.isp_id)]) : 0.0F;
+    return isp::valid_camera(step) ? isp::shared_get(gains[isp::store_record(step.isp_id)]) : 0.0F;
 }
 
-void set_colortemp(const isp::Call& call, float (&gains)[isp::kCameras], float val)
+void set_colortemp(const isp::Step& step, float (&gains)[isp::kCameras], float val)
 {
-    if (isp::valid_camera(call)) {
-        isp::shared_set(gains[isp::store_record(call.isp_id)], val);
+    if (isp::valid_camera(step)) {
+        isp::shared_set(gains[isp::store_record(step.isp_id)], val);
     }
 }
 

@@ -25,10 +25,10 @@ inline constexpr FailureTexts kGainOffsetTexts = {
 };
 
 /// The gains that a camera's white balance has reached.
-inline Outcome query_white_balance(const Call& call, rk_aiq_wb_querry_info_t& info)
+inline Outcome query_white_balance(const Step& step, rk_aiq_wb_querry_info_t& info)
 {
     return engine_call(
-        call, ISP_TRACE_FORMAT("rk_aiq_user_api2_awb_QueryWBInfo failed with %#x!\n\n"),
+        step, ISP_TRACE_FORMAT("rk_aiq_user_api2_awb_QueryWBInfo failed with %#x!\n\n"),
         [&](const rk_aiq_sys_ctx_t* context) { return rk_aiq_user_api2_awb_QueryWBInfo(context, &info); });
 }
 
@@ -41,17 +41,17 @@ struct ManualBlocks {
 };
 
 /// Reads both blocks; the first call that is not done ends it.
-inline Outcome fetch_manual(const Call& call, ManualBlocks& blocks)
+inline Outcome fetch_manual(const Step& step, ManualBlocks& blocks)
 {
-    const Outcome outcome = fetch<WpMode>(call, blocks.op_mode, kWpModeTexts.get);
-    return outcome == Outcome::done ? fetch<Mwb>(call, blocks.manual, kMwbTexts.get) : outcome;
+    const Outcome outcome = fetch<WpMode>(step, blocks.op_mode, kWpModeTexts.get);
+    return outcome == Outcome::done ? fetch<Mwb>(step, blocks.manual, kMwbTexts.get) : outcome;
 }
 
 /// Writes both blocks, the operating mode first.
-inline Outcome apply_manual(const Call& call, ManualBlocks& blocks)
+inline Outcome apply_manual(const Step& step, ManualBlocks& blocks)
 {
-    const Outcome outcome = apply<WpMode>(call, blocks.op_mode, kWpModeTexts.set);
-    return outcome == Outcome::done ? apply<Mwb>(call, blocks.manual, kMwbTexts.set) : outcome;
+    const Outcome outcome = apply<WpMode>(step, blocks.op_mode, kWpModeTexts.set);
+    return outcome == Outcome::done ? apply<Mwb>(step, blocks.manual, kMwbTexts.set) : outcome;
 }
 
 /// Holds white balance at these gains.
@@ -138,11 +138,11 @@ inline Offsets automatic_offsets(const TuningSteps& steps, RedCorrection correct
 }
 
 /// Traces the offsets as the mode setter and the red tuning setter do.
-inline void trace_red_offsets(const Call& call, const TuningSteps& steps, const Offsets& offsets)
+inline void trace_red_offsets(const Step& step, const TuningSteps& steps, const Offsets& offsets)
 {
-    ISP_TRACE(call.function, "00000cam_rgaintuning :%d,cam_bgaintuning :%d\n", steps.red, steps.blue);
-    ISP_TRACE(call.function, "wbGainOffset_Rgain :%3f,wbGainOffset_Bgain :%3f\n", static_cast<double>(offsets.red),
-              static_cast<double>(offsets.blue));
+    ISP_TRACE_AT(step, "00000cam_rgaintuning :%d,cam_bgaintuning :%d\n", steps.red, steps.blue);
+    ISP_TRACE_AT(step, "wbGainOffset_Rgain :%3f,wbGainOffset_Bgain :%3f\n", static_cast<double>(offsets.red),
+                 static_cast<double>(offsets.blue));
 }
 
 } // namespace isp

@@ -28,24 +28,24 @@ constexpr Colour kBlue = {
 };
 
 // Expanded for each colour, so that the colour costs nothing at run time.
-[[gnu::always_inline]] inline int set_manual_gain(const isp::Call& call, const Colour& colour, int value)
+[[gnu::always_inline]] inline int set_manual_gain(const isp::Step& step, const Colour& colour, int value)
 {
-    if (!isp::valid_camera(call)) {
+    if (!isp::valid_camera(step)) {
         return -1;
     }
-    const int mode = isp::read_setting(call, para_get_isp_wb_mode_cur);
-    const int level = isp::clamp_level(call, value, colour.maximum);
+    const int mode = isp::read_setting(step, para_get_isp_wb_mode_cur);
+    const int level = isp::clamp_level(step, value, colour.maximum);
     if (mode != MANUAL_WHITE_BALANCE) {
-        return isp::unfit(call);
+        return isp::unfit(step);
     }
-    isp::write_setting(call, colour.set, level);
-    return isp::result(isp::modify<isp::Mwb>(call, isp::kMwbTexts, [&](rk_aiq_wb_mwb_attrib_t& manual) {
+    isp::write_setting(step, colour.set, level);
+    return isp::result(isp::modify<isp::Mwb>(step, isp::kMwbTexts, [&](rk_aiq_wb_mwb_attrib_t& manual) {
         manual.mode = RK_AIQ_MWB_MODE_WBGAIN;
         manual.para.gain.*colour.gain = isp::manual_gain(level);
         manual.para.gain.grgain = 1.0F;
         manual.para.gain.gbgain = 1.0F;
         if (isp::trace_on()) {
-            kiv_traceout(isp::kTraceLevel, colour.trace, call.function, __LINE__,
+            kiv_traceout(isp::kTraceLevel, colour.trace, step.function, step.line,
                          static_cast<double>(manual.para.gain.*colour.gain));
         }
     }));

@@ -23,17 +23,17 @@ struct StoredGains {
     int red;
 };
 
-void enter_temperature(const isp::Call& call, int mode)
+void enter_temperature(const isp::Step& step, int mode)
 {
-    ISP_TRACE(call.function, "TEMPERATURE\n");
-    ISP_TRACE(call.function, "enter WBmode_TEMPERATURE_isp_wbmode_val is :%d\n", mode);
-    KIV_Set_temperature(call.isp_id, Temperature_E{isp::read_setting(call, para_get_isp_temperature_cur)});
-    ISP_TRACE(call.function, "111111TEMPERATURE_cur_wb_temperature is :%d\n",
-              isp::read_setting(call, para_get_isp_temperature_cur));
+    ISP_TRACE_AT(step, "TEMPERATURE\n");
+    ISP_TRACE_AT(step, "enter WBmode_TEMPERATURE_isp_wbmode_val is :%d\n", mode);
+    KIV_Set_temperature(step.isp_id, Temperature_E{isp::read_setting(step, para_get_isp_temperature_cur)});
+    ISP_TRACE_AT(step, "111111TEMPERATURE_cur_wb_temperature is :%d\n",
+                 isp::read_setting(step, para_get_isp_temperature_cur));
 }
 
 /// Operating mode and gains of a mode. A mode without a name leaves both as the engine holds them.
-void fill_manual(const isp::Call& call, int mode, const StoredGains& stored, isp::ManualBlocks& blocks)
+void fill_manual(const isp::Step& step, int mode, const StoredGains& stored, isp::ManualBlocks& blocks)
 {
     switch (mode) {
     case AUTO_WHITE_BALANCE:
@@ -46,11 +46,11 @@ void fill_manual(const isp::Call& call, int mode, const StoredGains& stored, isp
         isp::hold_gains(blocks, kOutDoor);
         break;
     case ONE_PUSH_WHITE_BALANCE:
-        isp::hold_gains(blocks, isp::onepush_gains(call, stored.tuning));
-        ISP_TRACE(call.function, "get_onepush_rgain():%d\n", get_onepush_rgain(call.isp_id));
-        ISP_TRACE(call.function, "get_onepush_bgain():%d\n", get_onepush_bgain(call.isp_id));
-        ISP_TRACE(call.function, "cur_rgaintuning:%d\n", stored.tuning.red);
-        ISP_TRACE(call.function, "cur_bgaintuning:%d\n", stored.tuning.blue);
+        isp::hold_gains(blocks, isp::onepush_gains(step, stored.tuning));
+        ISP_TRACE_AT(step, "get_onepush_rgain():%d\n", get_onepush_rgain(step.isp_id));
+        ISP_TRACE_AT(step, "get_onepush_bgain():%d\n", get_onepush_bgain(step.isp_id));
+        ISP_TRACE_AT(step, "cur_rgaintuning:%d\n", stored.tuning.red);
+        ISP_TRACE_AT(step, "cur_bgaintuning:%d\n", stored.tuning.blue);
         break;
     case MANUAL_WHITE_BALANCE:
         isp::hold_gains(blocks, {isp::manual_gain(stored.red), 1.0F, 1.0F, isp::manual_gain(stored.blue)});
@@ -62,22 +62,22 @@ void fill_manual(const isp::Call& call, int mode, const StoredGains& stored, isp
 
 /// Offset that a mode adds: the tuning in automatic mode, none in every other. A block that could not be read is not
 /// written. False when the camera has no engine.
-bool write_offset(const isp::Call& call, int mode, const isp::TuningSteps& steps)
+bool write_offset(const isp::Step& step, int mode, const isp::TuningSteps& steps)
 {
     rk_aiq_uapiV2_wb_awb_wbGainOffset_t block;
-    const isp::Outcome read = isp::fetch<isp::GainOffset>(call, block, nullptr);
+    const isp::Outcome read = isp::fetch<isp::GainOffset>(step, block, nullptr);
     if (read == isp::Outcome::no_context) {
         return false;
     }
     isp::Offsets offsets{.red = 0.0F, .blue = 0.0F};
     if (mode == AUTO_WHITE_BALANCE) {
         offsets = isp::automatic_offsets(steps, isp::RedCorrection::with);
-        isp::trace_red_offsets(call, steps, offsets);
+        isp::trace_red_offsets(step, steps, offsets);
     }
     if (read == isp::Outcome::done) {
         block.gainOffset.enable = true;
         isp::set_offsets(block, offsets);
-        isp::apply<isp::GainOffset>(call, block, nullptr);
+        isp::apply<isp::GainOffset>(step, block, nullptr);
     }
     return true;
 }
