@@ -17,7 +17,6 @@ namespace sim::picture
 namespace
 {
 
-constexpr float kFullWell = 1.5F;       // signal at gain 1 that a pixel holds, white being 1
 constexpr float kSharpAmount = 0.125F;  // of the detail added back, per unit of the engine's ratio
 constexpr float kHalfStrength = 4.0F;   // of the 2D filter, where it replaces half of a pixel
 constexpr float kHighestDrcGain = 4.0F; // up to which DRC keeps the order of the tones
