@@ -1,6 +1,7 @@
 #include "live/interface.h"
 
 #include "host/store.h"
+#include "prompt/camera_line.h"
 #include "prompt/command.h"
 #include "prompt/commands.h"
 #include "prompt/commands/inspect.h"
@@ -88,12 +89,6 @@ Json setting_json(const Setting& setting)
             {"modes", modes_json(setting.effective)},
             {"modes_text", sim::host::modes_text(setting.effective)},
             {"elsewhere", sim::host::elsewhere_text(setting)}};
-}
-
-std::string_view life_text(sim::engine::Life life)
-{
-    constexpr std::string_view kTexts[] = {"none", "initialised", "prepared", "running", "stopped", "none"};
-    return kTexts[static_cast<std::size_t>(life)];
 }
 
 const Setting& known_setting(const std::string& name)
@@ -200,30 +195,16 @@ Json state_json(const View& view)
     Json cameras = Json::array();
     for (int id = 0; id < kCameras; ++id) {
         const Camera& camera = view.cameras[static_cast<std::size_t>(id)];
-        const sim::engine::Readings& live = camera.live;
-        const bool has_lens = id == 0;
-        cameras.push_back({{"id", id},
-                           {"state", life_text(camera.life)},
-                           {"busy", camera.busy},
-                           {"exposure_mode", camera.settings.exposure_mode},
-                           {"automatic", live.automatic},
-                           {"time", live.time},
-                           {"gain", live.analog_gain * live.isp_dgain},
-                           {"luma", live.mean_luma},
-                           {"target", live.target_luma},
-                           {"converged", live.converged && live.wb_converged},
-                           {"at_limit", live.at_limit},
-                           {"follows", follows_json(view, id)},
-                           {"red_gain", live.wb_gain.rgain},
-                           {"blue_gain", live.wb_gain.bgain},
-                           {"picture", camera.picture},
-                           {"scene", camera.scene},
-                           {"luminance", live.luminance},
-                           {"illuminant", live.kelvin},
-                           {"mains", live.mains},
-                           {"moving", camera.look && camera.look->moving},
-                           {"iris", has_lens ? Json(view.lens.iris) : Json()},
-                           {"zoom", has_lens ? Json(view.lens.zoom) : Json()}});
+        cameras.push_back(prompt::camera_json({.id = id,
+                                               .life = camera.life,
+                                               .settings = camera.settings,
+                                               .live = camera.live,
+                                               .scene = camera.scene,
+                                               .lens = view.lens}));
+        cameras.back().update({{"busy", camera.busy},
+                               {"follows", follows_json(view, id)},
+                               {"picture", camera.picture},
+                               {"moving", camera.look && camera.look->moving}});
     }
     return {{"time", view.seconds},
             {"speed", view.pace},
@@ -322,6 +303,10 @@ Json run_command(const Json& body)
     if (given == body.end() || !given->is_string()) {
         throw Refusal{400, R"(a body is {"line": "a command"})"};
     }
+    const auto json = body.find("json");
+    if (json != body.end() && !json->is_boolean()) {
+        throw Refusal{400, R"("json" is true or false)"};
+    }
     const auto line = given->get<std::string>();
     if (std::any_of(line.begin(), line.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; })) {
         throw Refusal{400, "a command is one line of text"};
@@ -329,7 +314,8 @@ Json run_command(const Json& body)
     return done([&] {
         const session::Turn turn(line);
         std::ostringstream output;
-        prompt::RunOptions options{.output = &output, .confined = true, .json = body.value("json", false)};
+        prompt::RunOptions options{
+            .output = &output, .confined = true, .json = json != body.end() && json->get<bool>()};
         if (!prompt::run_line(line, options)) {
             throw session::BadInput("the program ends at its own prompt or with SIGTERM");
         }

@@ -2,8 +2,7 @@
 #pragma once
 
 #include "live/view.h"
-
-#include <nlohmann/json.hpp>
+#include "prompt/json.h"
 
 #include <string>
 #include <utility>
@@ -12,7 +11,7 @@
 namespace live
 {
 
-using Json = nlohmann::json;
+using Json = prompt::Json;
 
 /// One line of text for people, and the HTTP status that it goes with.
 struct Refusal {

@@ -3,6 +3,7 @@
 #include "host/lens.h"
 #include "session/cameras.h"
 #include "session/readings.h"
+#include "session/scenes.h"
 
 #include <iomanip>
 #include <sstream>
@@ -22,6 +23,22 @@ std::string field(const Values&... values)
     text << std::fixed << std::setprecision(2);
     (text << ... << values);
     return text.str();
+}
+
+std::string_view life_text(sim::engine::Life life)
+{
+    switch (life) {
+    case sim::engine::Life::initialised:
+        return "initialised";
+    case sim::engine::Life::prepared:
+        return "prepared";
+    case sim::engine::Life::running:
+        return "running";
+    case sim::engine::Life::stopped:
+        return "stopped";
+    default:
+        return "none";
+    }
 }
 
 } // namespace
@@ -52,26 +69,42 @@ std::string camera_line(int camera, std::size_t width)
     return line;
 }
 
-Json camera_json(int camera)
+Json camera_json(const CameraFacts& camera)
 {
-    const sim::engine::Readings live = session::readings_of(camera);
-    const sim::host::LensState lens = sim::host::lens_state();
+    const sim::engine::Readings& live = camera.live;
+    const bool has_motors = camera.id == session::kZoomCamera;
     return {
-        {"camera", camera},
-        {"state", session::state_of(camera)},
-        {"seconds", session::seconds_now()},
-        {"exposure_mode", session::mode_name(camera)},
+        {"id", camera.id},
+        {"state", life_text(camera.life)},
+        {"exposure_mode", camera.settings.exposure_mode},
+        {"automatic", live.automatic},
         {"time", live.time},
         {"gain", live.analog_gain * live.isp_dgain},
         {"luma", live.mean_luma},
         {"target", live.target_luma},
-        {"converged", live.converged},
+        {"converged", live.converged && live.wb_converged},
+        {"at_limit", live.at_limit},
         {"red_gain", live.wb_gain.rgain},
         {"blue_gain", live.wb_gain.bgain},
-        {"wb_converged", live.wb_converged},
-        {"iris", lens.iris},
-        {"zoom", lens.zoom},
+        {"scene", camera.scene},
+        {"luminance", live.luminance},
+        {"illuminant", live.kelvin},
+        {"mains", live.mains},
+        {"iris", has_motors ? Json(camera.lens.iris) : Json()},
+        {"zoom", has_motors ? Json(camera.lens.zoom) : Json()},
     };
+}
+
+Json camera_json(int camera)
+{
+    Json json = camera_json({.id = camera,
+                             .life = sim::engine::life(session::engine_of(camera)),
+                             .settings = sim::host::stored_record(camera),
+                             .live = session::readings_of(camera),
+                             .scene = session::scene_of(camera)->name,
+                             .lens = sim::host::lens_state()});
+    json["seconds"] = session::seconds_now();
+    return json;
 }
 
 } // namespace prompt

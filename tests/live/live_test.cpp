@@ -312,7 +312,7 @@ TEST_F(Live, AllWaysOfChangingASettingShareOneHistory)
     EXPECT_EQ(
         ask("PUT", "/api/cameras/0/settings", R"({"settings": {"hue": 5, "gamma": "0.63", "csc_mode": 3}})").status,
         200);
-    EXPECT_EQ(ask("GET", "/api/cameras/0/settings/gamma").body, R"({"name":"0.63","value":4})");
+    EXPECT_EQ(ask("GET", "/api/cameras/0/settings/gamma").body, R"({"value":4,"name":"0.63"})");
     EXPECT_THAT(ask("GET", "/api/cameras/0/settings").body, HasSubstr(R"("csc_mode":3)"));
     EXPECT_EQ(ask("PUT", "/api/cameras/0/settings", R"({"settings": {"hue": 6, "drc": 99}})").status, 400);
     EXPECT_THAT(ask("GET", "/api/state").body, HasSubstr(R"("undo":"camera 0: all settings")"));
