@@ -287,7 +287,7 @@ TEST_F(App, ShowsAtAGlance)
         {"wait settled 0.1", "*not settled after 0.1 s*"},
         {"list", "* camera 0  auto *"},
         {"json on", "{}\n"},
-        {"list", "{\"cameras\":[[]{\"camera\":0,\"state\":\"running\",*\"converged\":true,*}]}\n"},
+        {"list", "{\"cameras\":[[]{\"id\":0,\"state\":\"running\",*\"converged\":true,*}]}\n"},
         {"show 0 style", "{\"camera\":0,\"settings\":{\"style\":\"food\"}}\n"},
         {"set 0 hue 9", "{\"camera\":0,\"setting\":\"hue\",\"result\":0,*\"stored\":9}\n"},
         {"changes 0", "{\"camera\":0,\"changes\":{\"acp.hue\":{\"now\":*,\"was\":128}}}\n"},

@@ -114,7 +114,7 @@ protected:
         for (;;) {
             const ssize_t count = recv(sock, buffer, sizeof buffer, 0);
             if (count < 0 && errno != ECONNRESET) {
-                ADD_FAILURE() << "the connection does not end";
+                ADD_FAILURE() << "the connection does not end: " << std::strerror(errno);
                 text.clear();
             }
             if (count <= 0) {
