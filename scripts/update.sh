@@ -73,7 +73,7 @@ update_pictures() {
     local pictures=$root/docs/pictures name
     build isp-sim
     cd "$folder"
-    for name in 2_smart_exposure 4_dusk_to_sun 6_looks 7_scenes; do
+    for name in 2_smart_exposure 4_dusk_to_sun 6_looks 7_scenes 8_tuning; do
         "$build/isp-sim" --state "state/$name" "$root/simulator/app/scenarios/$name.isp" >/dev/null
     done
     printf 'plot %s.csv %s.png\n' dusk_to_sun{,} smart_exposure{,} >plots.isp
@@ -82,7 +82,8 @@ update_pictures() {
         convert "$name.png" -colors 64 -strip "$pictures/$name.png"
     done
     convert stage_auto.png stage_smart.png -append stage.png
-    for name in gamma styles meter stage; do
+    mv face.jpg tuning.png
+    for name in gamma styles meter stage tuning; do
         convert "$name.png" -resize 1000x -quality 82 -strip "$pictures/$name.jpg"
     done
     cd "$root"

@@ -314,6 +314,37 @@ class Page(unittest.TestCase):
         self.eventually(lambda: "gamma.jpg" in self.program.request("GET", "api/state")["cameras"][0]["scene"])
         self.program.run("scene 0 stage")
 
+    def test_a_rectangle_is_measured_and_a_row_of_a_sweep_sets_the_camera(self):
+        cells = lambda: [cell.text for cell in self.all("#measure-card .measure td")]
+        self.one("#measuring").click()
+        self.eventually(lambda: re.fullmatch(r"\d+\.\d", cells()[0] or ""))
+        place = self.one("#measure-card .name")
+        before = place.text
+        place.send_keys(Keys.ARROW_RIGHT)
+        place.send_keys(Keys.SHIFT + Keys.ARROW_DOWN)
+        self.eventually(lambda: place.text != before)
+        frame = self.one(".camera.selected .frame")
+        drag = webdriver.ActionChains(self.browser).move_to_element_with_offset(frame, -60, -40).click_and_hold()
+        drag.move_to_element_with_offset(frame, 60, 40).release().perform()
+        x, y, width, height = (int(word) for word in place.text.split())
+        self.assertGreater(min(width, height), 20)
+        figures = self.program.request("GET", f"api/cameras/0/measure?x={x}&y={y}&w={width}&h={height}")
+        self.eventually(lambda: abs(figures["luma"] - float(cells()[6])) < 4)
+        self.assertRegex(self.one("#measure-card output").text, r"^\d+ \d+: \d+ \d+ \d+$")
+        self.assertEqual(self.all(".camera.large"), [])
+        values = self.one("#measure-card input")
+        self.expected = "status of 400"
+        values.send_keys("nosuch 1" + Keys.ENTER)
+        self.eventually(lambda: "nosuch" in self.one("#measure-card caption").text)
+        values.clear()
+        values.send_keys("hue 3,12 gamma 0.45,0.63" + Keys.ENTER)
+        self.eventually(lambda: len(self.all("#measure-card .sweep tr")) == 5)
+        self.assertEqual(self.program.stored(0, "hue"), 7)
+        self.all("#measure-card .sweep td button")[-1].click()
+        self.eventually(lambda: self.program.stored(0, "hue") == 12 and self.program.stored(0, "gamma") == 4)
+        self.one("#measuring").click()
+        self.assertFalse(self.one("#measure-card").is_displayed())
+
     def test_a_page_without_its_program_says_so(self):
         program = Program(tempfile.mkdtemp(dir=self.folders[0].name))
         self.expected = program.url

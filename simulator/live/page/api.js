@@ -31,6 +31,10 @@ export const putFile = (name, file) => request('PUT', pathOf(name), file);
 
 export const runCommand = (line) => request('POST', 'api/command', { line });
 
+/** Runs a sweep; its points, each with settings and figures. */
+export const sweep = async (line) => JSON.parse(
+  (await request('POST', 'api/command', { line, json: true })).output.trim().split('\n').at(-1));
+
 /** Calls the listeners of each kind of event: state, settings, pictures, log, connection (true or false). */
 export function listen(listeners) {
   let source;

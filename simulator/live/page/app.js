@@ -2,6 +2,7 @@
 import { element, getSettings, linked, listen, readable, runCommand, say, title } from './api.js';
 import { Cameras } from './cameras.js';
 import { Controls, valueText } from './controls.js';
+import { Measuring } from './measure.js';
 import { Plots } from './plot.js';
 
 const node = (id) => document.getElementById(id);
@@ -120,9 +121,11 @@ async function start() {
       controls.select(id);
       plots.select(id);
       node('plot-camera').textContent = `camera ${id}`;
+      measuring.show();
     },
     onStart: (ids) => runCommand(`start ${ids.join(' ')}`).catch((error) => say(error.message)),
   });
+  const measuring = new Measuring(cameras, node('measure-card'), node('measuring'));
   const controls = new Controls({
     choiceNode: node('camera-choice'),
     tabsNode: node('tabs'),
