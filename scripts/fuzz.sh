@@ -6,17 +6,18 @@ cd "$(dirname "$0")/.."
 seconds=${1:-60}
 
 cmake --preset fuzz > /dev/null
-cmake --build build/fuzz --target fuzz_setters fuzz_files fuzz_commands fuzz_visca > build/fuzz/build.log || {
+cmake --build build/fuzz --target fuzz_setters fuzz_files fuzz_commands fuzz_visca fuzz_http > build/fuzz/build.log || {
     cat build/fuzz/build.log
     exit 1
 }
 
 status=0
-for name in setters files commands visca; do
+for name in setters files commands visca http; do
     mkdir -p "build/fuzz/corpus/$name" "build/fuzz/found/$name"
     examples=""
     length=8192
     [ $name != commands ] || { examples=simulator/app/scenarios length=400; } # commands are slow
+    [ $name != http ] || examples=fuzz/http
     echo "fuzz_$name, $seconds s"
     # shellcheck disable=SC2086 # no examples: no argument
     build/fuzz/fuzz/fuzz_$name -max_total_time="$seconds" -timeout=20 -max_len=$length -len_control=0 -print_final_stats=1 \

@@ -14,13 +14,17 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <fcntl.h>
 #include <iostream>
+#include <malloc.h>
 #include <string>
 #include <unistd.h>
 #include <vector>
 
 namespace
 {
+
+constexpr int kArenas = 2; // memory that one thread frees is used by others
 
 std::string default_folder()
 {
@@ -82,6 +86,16 @@ int guarded(Action action)
     }));
 }
 
+/// What is opened later must not be taken for standard input, output or error.
+void open_standard_descriptors()
+{
+    int descriptor = 0;
+    do {
+        descriptor = open("/dev/null", O_RDWR);
+    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    close(descriptor);
+}
+
 int print(const std::string& text)
 {
     if (!(std::cout << text << std::flush)) {
@@ -94,6 +108,8 @@ int print(const std::string& text)
 
 int main(int argc, char** argv)
 {
+    open_standard_descriptors();
+    mallopt(M_ARENA_MAX, kArenas);
     CLI::App parser{"Runs the camera image-control library on a simulated camera."};
     std::string folder = default_folder();
     std::vector<std::string> scripts;
@@ -122,6 +138,12 @@ int main(int argc, char** argv)
     } catch (const CLI::ParseError& error) {
         constexpr int kUsage = 2;
         return parser.exit(error) == 0 ? 0 : kUsage;
+    }
+    for (const char* option : {"--serve", "--visca"}) {
+        if (const CLI::Option* given = parser.get_option_no_throw(option);
+            given != nullptr && *given && given->as<std::string>().empty()) {
+            return report((std::string(option) + ": an address to serve at is [HOST:]PORT").c_str());
+        }
     }
     std::set_terminate(end_of_thread);
     prompt::catch_signals();

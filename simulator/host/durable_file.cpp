@@ -2,9 +2,9 @@
 #include "host/durable_file.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <random>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -17,15 +17,36 @@ namespace
 
 constexpr std::string_view kTemporaryEnding = ".tmp-"; // and six letters and digits
 
-int write_temporary(std::string& temporary, mode_t mode, std::string_view contents)
+/// Makes a file beside another, which nobody else has; -1 with errno.
+int make_temporary(const std::string& target, std::string& temporary)
 {
-    const int fd = mkostemp(temporary.data(), O_CLOEXEC);
+    constexpr std::string_view kCharacters = "abcdefghijklmnopqrstuvwxyz0123456789";
+    std::random_device random;
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        temporary = target + std::string(kTemporaryEnding);
+        for (int i = 0; i < 6; ++i) {
+            temporary += kCharacters[random() % kCharacters.size()];
+        }
+        const int fd = open(temporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (fd >= 0 || errno != EEXIST) {
+            return fd;
+        }
+    }
+    return -1;
+}
+
+/// `existing` tells the mode of the file that is replaced; null for a new one.
+int write_temporary(const std::string& target, std::string& temporary, const struct stat* existing,
+                    std::string_view contents)
+{
+    const int fd = make_temporary(target, temporary);
     if (fd < 0) {
         temporary.clear();
         return errno;
     }
     int error = write_all(fd, contents);
-    if (error == 0 && (fchmod(fd, mode) != 0 || fsync(fd) != 0)) {
+    const bool mode_kept = existing == nullptr || fchmod(fd, existing->st_mode & 07777U) == 0;
+    if (error == 0 && (!mode_kept || fsync(fd) != 0)) {
         error = errno;
     }
     if (close(fd) != 0 && error == 0) {
@@ -61,20 +82,21 @@ int write_all(int fd, std::string_view contents)
     return 0;
 }
 
-std::string write_durably(const std::string& path, std::string_view contents)
+std::string write_durably(const std::string& path, std::string_view contents, Links links)
 {
     std::error_code unresolved;
     const std::filesystem::path resolved = std::filesystem::weakly_canonical(path, unresolved);
-    const std::filesystem::path target = unresolved ? std::filesystem::path(path) : resolved;
+    const bool followed = links == Links::followed && !unresolved;
+    const std::filesystem::path target = followed ? resolved : std::filesystem::path(path);
 
     struct stat existing;
-    const bool exists = stat(target.c_str(), &existing) == 0;
-    if (exists && !S_ISREG(existing.st_mode)) {
-        return path + ": not a regular file"; // a device, say, that a rename would replace
+    const bool exists = lstat(target.c_str(), &existing) == 0;
+    if (exists && !S_ISREG(existing.st_mode) && !(links == Links::replaced && S_ISLNK(existing.st_mode))) {
+        return path + ": " + error_text(kNotRegular); // a device, say, that a rename would replace
     }
-    const mode_t mode = exists ? existing.st_mode & 07777U : 0644U;
-    std::string temporary = target.string() + std::string(kTemporaryEnding) + "XXXXXX";
-    int error = write_temporary(temporary, mode, contents);
+    const bool keeps_mode = exists && S_ISREG(existing.st_mode);
+    std::string temporary;
+    int error = write_temporary(target.string(), temporary, keeps_mode ? &existing : nullptr, contents);
     if (error == 0 && std::rename(temporary.c_str(), target.c_str()) != 0) {
         error = errno;
     }
@@ -82,7 +104,7 @@ std::string write_durably(const std::string& path, std::string_view contents)
         if (!temporary.empty()) {
             unlink(temporary.c_str());
         }
-        return path + ": " + std::generic_category().message(error);
+        return path + ": " + error_text(error);
     }
     sync_directory(target.parent_path());
     return {};
@@ -103,9 +125,30 @@ void remove_temporaries(const std::string& folder)
     }
 }
 
-int read_file(const std::string& path, std::size_t most, std::string& contents)
+std::string error_text(int error)
 {
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    return error == kNotRegular ? "not a regular file" : std::generic_category().message(error);
+}
+
+int open_regular(const std::string& path, int flags)
+{
+    const int fd = open(path.c_str(), flags | O_NONBLOCK | O_CLOEXEC, 0666);
+    if (fd < 0) {
+        errno = errno == ENXIO ? kNotRegular : errno; // a FIFO that nobody reads
+        return -1;
+    }
+    struct stat status;
+    if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode)) {
+        return fd;
+    }
+    close(fd);
+    errno = kNotRegular;
+    return -1;
+}
+
+int read_file(const std::string& path, std::size_t most, std::string& contents, int flags)
+{
+    const int fd = open_regular(path, O_RDONLY | flags);
     if (fd < 0) {
         return errno;
     }

@@ -2,6 +2,7 @@
 // then position and steps as signed 16-bit little-endian numbers.
 #include "host/lens_service.h"
 
+#include "host/durable_file.h"
 #include "host/lens.h"
 #include "isp_auto_iris.h"
 
@@ -54,9 +55,9 @@ LensService::~LensService()
 std::string LensService::open(const std::string& record_path, int port)
 {
     close();
-    const int file = ::open(record_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    const int file = open_regular(record_path, O_RDWR | O_CREAT | O_NOFOLLOW);
     if (file < 0) {
-        return failure(record_path);
+        return record_path + ": " + error_text(errno);
     }
     struct stat status;
     std::string wrong;

@@ -119,7 +119,7 @@ std::string check_shading_file(const std::string& path)
     std::string bytes;
     const int error = read_file(path, sizeof(ShadingFile), bytes);
     if (error != 0 && error != EFBIG) {
-        return path + ": " + std::generic_category().message(error);
+        return path + ": " + error_text(error);
     }
     if (bytes.size() != sizeof(ShadingFile)) {
         return path + ": " + (error == EFBIG ? "more than" : std::to_string(bytes.size()) + " instead of") + " " +

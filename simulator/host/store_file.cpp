@@ -34,8 +34,10 @@ std::string canonical(const std::string& path)
     return error ? path : resolved.string();
 }
 
-constexpr const char* kHeading =
-    "# Image settings of each camera. Settings that are not mentioned have their initial value.\n";
+// A file that begins with the heading ends with the closing line, so that one that was cut is noticed.
+constexpr std::string_view kHeading =
+    "# Image settings of each camera, to the last line. Settings that are not mentioned have their initial value.\n";
+constexpr std::string_view kClosing = "\n# The last line.\n";
 
 std::string section(std::size_t camera, const kiv_isp_param_s& record)
 {
@@ -49,11 +51,11 @@ std::string section(std::size_t camera, const kiv_isp_param_s& record)
 
 std::string format(const Records& records)
 {
-    std::string text = kHeading;
+    std::string text(kHeading);
     for (std::size_t camera = 0; camera < records.size(); ++camera) {
         text += section(camera, records[camera]);
     }
-    return text;
+    return text.append(kClosing);
 }
 
 std::string_view trimmed(std::string_view text)
@@ -153,10 +155,13 @@ struct Parser {
 std::string parse(std::string_view text, Parser& parser)
 {
     parser.records.fill(initial_record());
-    for (int number = 1; !text.empty(); ++number) {
+    const bool cut = text.starts_with(kHeading) && text.find(kClosing) == text.npos;
+    for (int number = 1; !text.empty() || cut; ++number) {
         const std::size_t end = text.find('\n');
         std::string wrong = parser.take(text.substr(0, end));
-        if (wrong.empty() && end == text.npos) {
+        if (text.empty()) {
+            wrong = "the file was cut: its last line is missing";
+        } else if (wrong.empty() && end == text.npos) {
             wrong = "the file ends in the middle of a line"; // cut off, perhaps in the middle of a number
         }
         if (!wrong.empty()) {
@@ -171,14 +176,15 @@ std::string parse(std::string_view text, Parser& parser)
 
 std::string write_settings(const std::string& path, int camera, const kiv_isp_param_s& record)
 {
-    return write_durably(path, kHeading + section(static_cast<std::size_t>(camera), record));
+    return write_durably(path, std::string(kHeading) + section(static_cast<std::size_t>(camera), record) +
+                                   std::string(kClosing));
 }
 
 std::string read_settings(const std::string& path, int camera, kiv_isp_param_s& record)
 {
     std::string text;
     if (const int error = read_file(path, kLargestFile, text); error != 0) {
-        return path + ": " + std::generic_category().message(error);
+        return path + ": " + error_text(error);
     }
     Parser parser;
     if (const std::string wrong = parse(text, parser); !wrong.empty()) {
@@ -236,7 +242,7 @@ FileResult load_store(const std::string& path)
     FileResult result;
     Parser parser;
     if (error != 0) {
-        result = {Status::failed, path + ": " + std::generic_category().message(error)};
+        result = {Status::failed, path + ": " + error_text(error)};
     } else if (const std::string wrong = parse(text, parser); !wrong.empty()) {
         result = {Status::damaged, path + ":" + wrong};
     } else {

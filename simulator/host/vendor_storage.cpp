@@ -1,5 +1,5 @@
-// The stand-in is a script that prints the item's file. The model stands in that file alone, never in a command, so
-// that no character of it means anything to the shell.
+// The item is a file that the command prints. The model stands in that file alone, never in a command, so that no
+// character of it means anything to the shell.
 #include "host/vendor_storage.h"
 
 #include "host/durable_file.h"
@@ -23,11 +23,11 @@ std::string single_quoted(const std::string& text)
     return quoted + '\'';
 }
 
-// How the board's command reads the item: of the tool's output, what follows the item's name in its line. Every byte
+// How the board's command reads the item: of what the tool prints, what follows the item's name in its line. Every byte
 // counts as a character.
-std::string command_with(const std::string& tool)
+std::string command_with(const std::string& item)
 {
-    return "export LC_ALL=C; /bin/sh " + single_quoted(tool) + " -r VENDOR_CUSTOM_ID_1A -t string 2>/dev/null" +
+    return "export LC_ALL=C; cat " + single_quoted(item) + " 2>/dev/null" +
            " | grep \"VENDOR_CUSTOM_ID\" | sed 's/.*VENDOR_CUSTOM_ID://'";
 }
 
@@ -37,22 +37,19 @@ std::string lens_command_for(const std::string& model, const std::string& direct
 {
     std::error_code error;
     const std::filesystem::path folder = std::filesystem::absolute(directory, error);
-    const std::string tool = (folder / "vendor_storage").string();
+    const std::string file = (folder / "vendor_storage.item").string();
     const std::string item = model.empty() ? std::string() : "VENDOR_CUSTOM_ID:" + model + '\n';
-    std::string wrong = error ? directory + ": " + error.message() : write_durably(tool + ".item", item);
-    if (wrong.empty()) {
-        wrong = write_durably(tool, "exec cat \"$0.item\"\n");
-    }
+    std::string wrong = error ? directory + ": " + error.message() : write_durably(file, item, Links::replaced);
     const bool written = wrong.empty();
     if (failed != nullptr) {
         *failed = std::move(wrong);
     }
-    return written ? command_with(tool) : std::string();
+    return written ? command_with(file) : std::string();
 }
 
 std::string lens_command_without_tool()
 {
-    return command_with("/nonexistent/vendor_storage");
+    return command_with("/nonexistent/vendor_storage.item");
 }
 
 } // namespace sim::host

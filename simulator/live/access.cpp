@@ -218,6 +218,30 @@ std::optional<Refusal> refusal_of(const Head& head, const Target& target, const 
     return std::nullopt;
 }
 
+std::string_view type_of(std::string_view name)
+{
+    constexpr std::pair<std::string_view, std::string_view> kTypes[] = {
+        {".png", "image/png"}, {".jpg", "image/jpeg"}, {".jpeg", "image/jpeg"}, {".svg", "image/svg+xml"},
+        {".csv", "text/csv"},  {".ini", "text/plain"}, {".isp", "text/plain"},  {".txt", "text/plain"},
+    };
+    const auto* const found =
+        std::ranges::find_if(kTypes, [&](const auto& type) { return name.ends_with(type.first); });
+    return found != std::end(kTypes) ? found->second : "application/octet-stream";
+}
+
+std::string encoded(std::string_view name)
+{
+    constexpr std::string_view kPlain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-_";
+    constexpr std::string_view kDigits = "0123456789ABCDEF";
+    std::string text;
+    for (const char c : name) {
+        const auto byte = static_cast<unsigned char>(c);
+        text += kPlain.find(c) != std::string_view::npos ? std::string(1, c)
+                                                         : std::string{'%', kDigits[byte >> 4U], kDigits[byte & 15U]};
+    }
+    return text;
+}
+
 int width_of(const Head& head)
 {
     const auto given = std::ranges::find(head.query, "width", &std::pair<std::string, std::string>::first);

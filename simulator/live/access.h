@@ -52,6 +52,12 @@ Refusal too_long(const Target& target);
 /// The length that a request names for its body; 0 without one.
 std::size_t length_of(const Head& head);
 
+/// A file's type by its name's ending.
+std::string_view type_of(std::string_view name);
+
+/// A name with all but letters, digits, points, - and _ as %20 and the like.
+std::string encoded(std::string_view name);
+
 /// The width in pixels that a request asks for. Throws Refusal.
 int width_of(const Head& head);
 

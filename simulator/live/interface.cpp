@@ -30,6 +30,7 @@ using sim::host::Modes;
 using sim::host::Setting;
 
 constexpr std::chrono::seconds kPatience{30}; // for another's command to end
+constexpr std::chrono::seconds kLongestCommand{600};
 
 std::string_view kind_of(const Setting& setting)
 {
@@ -127,7 +128,7 @@ auto done(Action action)
     } catch (const Refusal&) {
         throw;
     } catch (const prompt::Interrupted&) {
-        throw Refusal{503, "stopped by a signal"};
+        throw Refusal{503, "stopped: the program ends, or the command took ten minutes"};
     } catch (const session::Busy& busy) {
         throw Refusal{503, busy.what()};
     } catch (const std::exception& error) {
@@ -297,7 +298,7 @@ Json put_setting(int camera, const std::string& name, const Json& body)
     });
 }
 
-Json run_command(const Json& body)
+Json run_command(const Json& body, const std::atomic<bool>& stop)
 {
     const auto given = body.find("line");
     if (given == body.end() || !given->is_string()) {
@@ -311,6 +312,7 @@ Json run_command(const Json& body)
     if (std::any_of(line.begin(), line.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; })) {
         throw Refusal{400, "a command is one line of text"};
     }
+    const prompt::EndIf end(stop, kLongestCommand);
     return done([&] {
         const session::Turn turn(line);
         std::ostringstream output;

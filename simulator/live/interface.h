@@ -4,6 +4,7 @@
 #include "live/view.h"
 #include "prompt/json.h"
 
+#include <atomic>
 #include <string>
 #include <utility>
 #include <vector>
@@ -44,7 +45,7 @@ Json put_record(int camera, const Json& body);
 /// Calls a setter: {"value": 3} or {"value": "name"} in, {"result": 0, "stored": 3, "text": ""} out. Throws Refusal.
 Json put_setting(int camera, const std::string& name, const Json& body);
 
-/// Runs {"line": "..."} as at the prompt; {"output": "..."} out. Throws Refusal.
-Json run_command(const Json& body);
+/// Runs {"line": "..."} as at the prompt, until `stop` or for ten minutes; {"output": "..."} out. Throws Refusal.
+Json run_command(const Json& body, const std::atomic<bool>& stop);
 
 } // namespace live

@@ -2,6 +2,7 @@
 // connection is suspended. libmicrohttpd reads requests and sends answers; who may ask is judged in access.cpp.
 #include "live/server.h"
 
+#include "host/durable_file.h"
 #include "live/access.h"
 #include "live/interface.h"
 #include "live/log_lines.h"
@@ -10,11 +11,14 @@
 #include "live/streams.h"
 #include "session/bad_input.h"
 #include "session/cameras.h"
+#include "session/files.h"
+#include "session/text.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <condition_variable>
+#include <fcntl.h>
 #include <list>
 #include <memory>
 #include <microhttpd.h>
@@ -43,12 +47,14 @@ constexpr std::size_t kSlowest = 20;        // bytes a millisecond at which an a
 constexpr int kRefusing = 16;               // connections beyond the limits that wait to be told so
 constexpr std::chrono::seconds kRefused{1}; // for which they may
 constexpr std::chrono::seconds kRetry{1};
+constexpr std::size_t kLargestFile = 64 << 20; // bytes
 
 struct Answer {
     int status = 200;
     std::string body{};
     std::string type = "application/json";
     std::string tag{};
+    std::string file{}; ///< the name to save it under
 };
 
 Answer refusing(const Refusal& why)
@@ -191,6 +197,10 @@ MHD_Result reply(Client& client, const Answer& answer)
     if (response && !answer.tag.empty()) {
         MHD_add_response_header(response.get(), "ETag", answer.tag.c_str());
     }
+    if (response && !answer.file.empty()) {
+        MHD_add_response_header(response.get(), "Content-Disposition",
+                                ("attachment; filename*=UTF-8''" + answer.file).c_str());
+    }
     client.deadline = Clock::now() + serving->limits.request + std::chrono::milliseconds(answer.body.size() / kSlowest);
     return queue(client, answer.status, response, client.exchange->refusal.has_value());
 }
@@ -292,7 +302,7 @@ MHD_Result send_picture(Client& client)
     return reply(client, {.status = 200, .body = last->jpeg, .type = "image/jpeg", .tag = tag(last->number)});
 }
 
-Answer outcome(const Target& target, const std::string& text)
+Answer outcome(const Target& target, const std::string& text, const std::atomic<bool>& stop)
 {
     try {
         const Json body = Json::parse(text, nullptr, false);
@@ -301,7 +311,7 @@ Answer outcome(const Target& target, const std::string& text)
         }
         return {.body = text_of(target.route == Route::setting  ? put_setting(target.camera, target.name, body)
                                 : target.route == Route::record ? put_record(target.camera, body)
-                                                                : run_command(body))};
+                                                                : run_command(body, stop))};
     } catch (const Refusal& why) {
         return refusing(why);
     } catch (const std::exception&) {
@@ -330,7 +340,7 @@ void start_work(Client& client)
     exchange.work = std::make_shared<Work>();
     try {
         std::thread([work = exchange.work, target = exchange.target, body = std::move(exchange.body), ended] {
-            work->answer = outcome(target, body);
+            work->answer = outcome(target, body, work->stop);
             work->done = true;
             wake();
             ended();
@@ -351,6 +361,17 @@ Answer state_answer()
         state["cameras"][id]["settings"] = stored_json(view->cameras[id]);
     }
     return {.body = text_of(state)};
+}
+
+/// A file that a command or a client has left in the session's folder for such.
+Answer file_answer(const std::string& name)
+{
+    std::string contents;
+    if (name.find('/') != std::string::npos || name.starts_with('.') ||
+        sim::host::read_file(session::named_files_folder() + "/" + name, kLargestFile, contents, O_NOFOLLOW) != 0) {
+        throw Refusal{404, "there is no file " + session::printable(name)};
+    }
+    return {.body = std::move(contents), .type = std::string(type_of(name)), .file = encoded(name)};
 }
 
 /// Answers a request that is there as a whole, or suspends its client; it is called again when that is resumed.
@@ -403,6 +424,8 @@ MHD_Result act(Client& client)
     case Route::command:
         start_work(client);
         return MHD_YES;
+    case Route::file:
+        return reply(client, file_answer(exchange.target.name));
     default:
         return MHD_NO;
     }

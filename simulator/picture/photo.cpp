@@ -115,7 +115,7 @@ SceneRef load_photo(const std::string& path, std::string& failed)
     };
     std::string file;
     if (const int error = host::read_file(path, kLargestFile, file); error != 0) {
-        return fail(std::generic_category().message(error));
+        return fail(sim::host::error_text(error));
     }
     Coded coded;
     const bool png = file.starts_with("\x89PNG");

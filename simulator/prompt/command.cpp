@@ -4,6 +4,7 @@
 #include "engine/engine.h"
 #include "session/cameras.h"
 #include "session/files.h"
+#include "session/text.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -115,18 +116,22 @@ void answer(const Json& object)
 
 std::string file_argument(const std::string& word)
 {
+    if (session::printable(word) != word) { // it would be printed
+        throw BadInput("a file's name is of printable characters, not " + word);
+    }
     if (!running->options.confined) {
+        if (session::is_own_file(word)) {
+            throw BadInput("the program keeps a file of its own named " + word);
+        }
         return word;
     }
-    // Resolved, so that no link leads out either.
+    const std::string path = session::named_files_folder() + "/" + word;
     std::error_code error;
-    const std::filesystem::path folder = std::filesystem::weakly_canonical(session::session_folder(), error);
-    const std::filesystem::path file = std::filesystem::weakly_canonical(folder / word, error);
-    const auto rest = std::mismatch(folder.begin(), folder.end(), file.begin(), file.end()).first;
-    if (error || rest != folder.end() || file == folder) {
-        throw BadInput("files are in the session's folder here; got " + word);
+    const bool elsewhere = word.find('/') != std::string::npos || word.starts_with('.');
+    if (elsewhere || std::filesystem::is_symlink(path, error)) {
+        throw BadInput("files are in the folder files of the session here; got " + word);
     }
-    return file.string();
+    return path;
 }
 
 void wrote(const std::string& file)

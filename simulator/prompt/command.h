@@ -70,8 +70,8 @@ std::ostream& out();
 /// Answers a program; for people the command has written its text to out().
 void answer(const Json& object);
 
-/// The path of a file that a user names; every such name passes here. Throws BadInput where the files of a command are
-/// confined to the session's folder and this one is elsewhere.
+/// The path of a file that a user names; every such name passes here. Throws BadInput for the program's own files, and
+/// where the files of a command are confined to the session's folder "files" and this one is elsewhere.
 std::string file_argument(const std::string& word);
 
 /// Tells that a file was written, by the name that the user gave.

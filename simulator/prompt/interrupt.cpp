@@ -1,5 +1,6 @@
 #include "prompt/interrupt.h"
 
+#include "session/session.h"
 #include "session/turn.h"
 
 #include <algorithm>
@@ -15,8 +16,31 @@ namespace prompt
 namespace
 {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr sim::Microseconds kSlice = 100000; // of a wait, after which a signal is looked for
-constexpr double kHurry = 1000.0;            // pace
+constexpr sim::Microseconds kShortest = 100;
+constexpr double kHurry = 1000.0; // pace
+constexpr std::chrono::seconds kLongestHold{10};
+
+/// What ends the thread's work, besides signals.
+struct Ends {
+    const std::atomic<bool>* stop = nullptr;
+    Clock::time_point until = Clock::time_point::max();
+
+    bool reached() const
+    {
+        return (stop != nullptr && *stop) || Clock::now() > until;
+    }
+};
+thread_local Ends ends;
+
+/// A slice of simulated time that is no longer in real time.
+sim::Microseconds slice()
+{
+    const double pace = sim::pace();
+    return pace > 0.0 && pace < 1.0 ? std::max(static_cast<sim::Microseconds>(pace * kSlice), kShortest) : kSlice;
+}
 
 std::atomic<int> received{0};
 int pipe_ends[2] = {-1, -1};
@@ -52,6 +76,7 @@ void catch_signals()
     }
     action.sa_handler = [](int) {}; // and not ignored, which programs that this one starts would inherit
     sigaction(SIGPIPE, &action, nullptr);
+    sigaction(SIGXFSZ, &action, nullptr);
 }
 
 int signal_received()
@@ -79,25 +104,37 @@ int signal_descriptor()
 
 void throw_if_interrupted()
 {
-    if (signal_received() != 0) {
+    if (signal_received() != 0 || ends.reached()) {
         throw Interrupted{};
     }
+}
+
+EndIf::EndIf(const std::atomic<bool>& stop, std::chrono::seconds most)
+{
+    ends = {.stop = &stop, .until = Clock::now() + most};
+}
+
+EndIf::~EndIf()
+{
+    ends = {};
 }
 
 void pass_time(sim::Microseconds duration)
 {
     do {
         throw_if_interrupted();
-        const sim::Microseconds slice = std::min(duration, kSlice);
-        session::wait_in_turn(slice);
-        duration -= slice;
+        const sim::Microseconds part = std::min(duration, slice());
+        session::wait_in_turn(part);
+        duration -= part;
     } while (duration > 0);
     throw_if_interrupted();
 }
 
 Hurry::Hurry()
-    : pace_(sim::pace()), tick_(sim::every(kSlice, [this] {
-          if (pace_ > 0.0 && signal_received() != 0) {
+    : pace_(sim::pace()), tick_(sim::every(slice(), [this, end = ends, begun = Clock::now()] {
+          const bool held = session::time_stays_paced() && Clock::now() - begun > kLongestHold;
+          if (pace_ > 0.0 && !hurried_ && (held || signal_received() != 0 || end.reached())) {
+              hurried_ = true;
               sim::use_paced_time(kHurry);
           }
       }))
@@ -107,7 +144,7 @@ Hurry::Hurry()
 Hurry::~Hurry()
 {
     sim::cancel(tick_);
-    if (pace_ > 0.0 && signal_received() != 0) {
+    if (hurried_) {
         sim::use_paced_time(pace_);
     }
 }

@@ -4,6 +4,9 @@
 
 #include "base/clock.h"
 
+#include <atomic>
+#include <chrono>
+
 namespace prompt
 {
 
@@ -11,7 +14,8 @@ namespace prompt
 struct Interrupted {
 };
 
-/// From here on SIGINT, SIGTERM and SIGHUP are noted instead of ending the process, and a write to a closed pipe fails.
+/// From here on SIGINT, SIGTERM and SIGHUP are noted instead of ending the process, and a write to a closed pipe or
+/// beyond the limit of file sizes fails.
 void catch_signals();
 
 /// The last signal since forget_signal(), 0 where there was none. A request to end the program is not overwritten by
@@ -25,13 +29,24 @@ bool asked_to_end();
 /// Readable as soon as a signal has arrived, until forget_signal().
 int signal_descriptor();
 
-/// Throws Interrupted if a signal has arrived.
+/// Throws Interrupted if a signal has arrived, or what the calling thread does is to end.
 void throw_if_interrupted();
+
+/// While it lives, what the calling thread does ends as soon as `stop` says so, and at the latest after `most`.
+class EndIf
+{
+public:
+    EndIf(const std::atomic<bool>& stop, std::chrono::seconds most);
+    ~EndIf();
+    EndIf(const EndIf&) = delete;
+    EndIf& operator=(const EndIf&) = delete;
+};
 
 /// Lets simulated time pass for a command; others may have turns meanwhile. Throws Interrupted.
 void pass_time(sim::Microseconds duration);
 
-/// While it lives, a signal makes simulated time pass quickly: for a call of the library that waits by itself.
+/// While it lives, simulated time passes quickly once a signal has arrived, what the thread does is to end, or, where
+/// others wait for it, ten seconds are over: for a call of the library that waits by itself.
 class Hurry
 {
 public:
@@ -42,6 +57,7 @@ public:
 
 private:
     double pace_;
+    std::atomic<bool> hurried_{false};
     int tick_;
 };
 

@@ -14,7 +14,7 @@ namespace prompt
 {
 
 LineReader::LineReader(const std::string& path)
-    : descriptor_(open(path.c_str(), O_RDONLY | O_CLOEXEC)), owned_(true), name_(path)
+    : descriptor_(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)), owned_(true), name_(path)
 {
     if (descriptor_ < 0) {
         throw session::BadInput(path + ": " + std::strerror(errno));

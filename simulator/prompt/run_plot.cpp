@@ -1,5 +1,6 @@
 #include "prompt/run_plot.h"
 
+#include "host/durable_file.h"
 #include "session/bad_input.h"
 
 #include <cerrno>
@@ -7,7 +8,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 namespace prompt
@@ -15,6 +15,9 @@ namespace prompt
 
 namespace
 {
+
+constexpr int kMostColumns = 100;
+constexpr std::size_t kLargestRun = 256 << 20; // bytes
 
 // Needs csv, ids, run and the terminal. A colour per camera, the same in all panels: dark enough on white, and apart
 // for colour-blind eyes. A camera's line is thinner than that of the one before, so that equal curves do not hide each
@@ -60,7 +63,11 @@ std::string in_quotes(const std::string& text)
 /// and the ids of the recorded cameras.
 std::string marks_and_ids(const std::string& csv)
 {
-    std::ifstream file(csv);
+    std::string text;
+    if (const int error = sim::host::read_file(csv, kLargestRun, text); error != 0) {
+        throw session::BadInput(csv + ": " + sim::host::error_text(error));
+    }
+    std::istringstream file(text);
     std::string line;
     if (!file) {
         throw session::BadInput(csv + ": " + std::strerror(errno));
@@ -70,8 +77,12 @@ std::string marks_and_ids(const std::string& csv)
     }
     std::string ids;
     std::istringstream header(line);
+    int columns = 0;
     for (std::string name; std::getline(header, name, ',');) {
-        ids += name.ends_with("_luma") ? name.substr(6, name.find('_') - 6) + " " : "";
+        if (++columns > kMostColumns) {
+            throw session::BadInput(csv + " has more than " + std::to_string(kMostColumns) + " columns");
+        }
+        ids += name.starts_with("camera") && name.ends_with("_luma") ? name.substr(6, name.find('_') - 6) + " " : "";
     }
     std::ostringstream script;
     script << "ids = " << in_quotes(ids) << '\n';
@@ -93,8 +104,11 @@ std::string marks_and_ids(const std::string& csv)
 
 } // namespace
 
-void plot_run(const std::string& csv, const std::string& picture)
+void plot_run(const std::string& csv_name, const std::string& picture_name)
 {
+    // To gnuplot a name that begins with | or < is a command.
+    const std::string csv = std::filesystem::absolute(csv_name).string();
+    const std::string picture = std::filesystem::absolute(picture_name).string();
     const std::string script = marks_and_ids(csv);
     const bool svg = picture.ends_with(".svg");
     if (!svg && !picture.ends_with(".png")) {

@@ -58,8 +58,9 @@ After run(const std::string& line, const std::string& where)
         everything_kept();
     }
     session::report_changed_calibration();
+    errno = 0; // of this call alone
     if (!std::cout.flush()) {
-        throw OutputLost(std::strerror(errno));
+        throw OutputLost(errno != 0 ? std::strerror(errno) : "it was refused before");
     }
     return after;
 }

@@ -9,9 +9,12 @@
 #include "session/state_folder.h"
 #include "session/text.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <iostream>
 #include <mutex>
+#include <sys/stat.h>
 
 namespace session
 {
@@ -27,8 +30,29 @@ struct Files {
     std::string iris;
     std::string otp;
     std::string lens_command;
+    bool in_copy = false;    ///< though the folder's own were meant
+    bool changed = false;    ///< since they were loaded
     std::string saved_store; ///< as last loaded or saved, to write only what changed
 } files;
+
+constexpr std::string_view kOwnFiles[] = {
+    "settings.ini", "settings.ini.empty",  "lock",    "shading.data", "wb.dat", "sm_af_iris_value",
+    "otp_eeprom",   "vendor_storage.item", "history", "files"};
+
+/// Throws BadInput where one of them is there and not a regular file: waiting for what comes out of a FIFO has no end,
+/// and a link in somebody else's folder may lead to a file that must not be written. Settings may be elsewhere.
+void check_own_files(const std::string& folder)
+{
+    for (const std::string_view name : kOwnFiles) {
+        const std::string path = folder + "/" + std::string(name);
+        struct stat status{};
+        const bool followed = name == "settings.ini";
+        const bool there = (followed ? stat(path.c_str(), &status) : lstat(path.c_str(), &status)) == 0;
+        if (there && !(name == "files" ? S_ISDIR(status.st_mode) : S_ISREG(status.st_mode))) {
+            throw BadInput(path + ": not a " + (name == "files" ? "folder" : "regular file"));
+        }
+    }
+}
 
 std::string store_as_text()
 {
@@ -70,8 +94,33 @@ void prepare_files()
 
 } // namespace
 
+bool is_own_file(const std::string& path)
+{
+    std::error_code error;
+    const std::filesystem::path file = std::filesystem::weakly_canonical(std::filesystem::absolute(path, error), error);
+    const std::filesystem::path folder = std::filesystem::weakly_canonical(files.folder, error);
+    const std::string name = file.filename().string();
+    return file.parent_path() == folder &&
+           (std::ranges::find(kOwnFiles, name) != std::end(kOwnFiles) || name.find(".tmp-") != std::string::npos);
+}
+
+std::string named_files_folder()
+{
+    const std::string folder = files.folder + "/files";
+    struct stat status{};
+    if ((mkdir(folder.c_str(), 0777) != 0 && errno != EEXIST) || lstat(folder.c_str(), &status) != 0 ||
+        !S_ISDIR(status.st_mode)) {
+        throw BadInput("cannot use the folder " + folder);
+    }
+    return folder;
+}
+
 void enter_files(const std::string& folder, bool look_only)
 {
+    std::error_code missing;
+    if (std::filesystem::is_directory(folder, missing)) {
+        check_own_files(folder);
+    }
     StateFolder state = look_only ? copy_of_folder(folder, "") : enter_folder(folder);
     files.folder = state.path;
     try {
@@ -84,6 +133,7 @@ void enter_files(const std::string& folder, bool look_only)
         files.folder = state.path;
         prepare_files();
     }
+    files.in_copy = state.copied && !look_only;
     if (!state.note.empty()) {
         std::cerr << "isp-sim: " << printable(state.note) << '\n';
     }
@@ -118,6 +168,12 @@ void save_settings()
         throw BadInput(saved.message);
     }
     files.saved_store = std::move(text);
+    files.changed = true;
+}
+
+bool settings_are_lost()
+{
+    return files.in_copy && files.changed;
 }
 
 std::string session_folder()

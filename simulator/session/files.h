@@ -16,6 +16,13 @@ std::string store_path();
 std::string shading_path();
 std::string calibration_path();
 
+/// Whether a path names one of the files that the program itself keeps in the session's folder.
+bool is_own_file(const std::string& path);
+
+/// The folder, within the session's, of files that are named over the network; made if it is not there. Throws
+/// BadInput.
+std::string named_files_folder();
+
 /// The device from which the lens service learns of the iris.
 std::string iris_path();
 
@@ -24,6 +31,9 @@ void fit_lens(const std::string& model);
 
 /// Loads the settings from the folder. Throws BadInput when the store's file is damaged.
 void load_settings();
+
+/// Whether settings changed that are in a copy alone, although they were to be kept.
+bool settings_are_lost();
 
 /// Writes the settings if they changed since they were loaded or saved. Any thread. Throws BadInput when that fails.
 void save_settings();

@@ -28,7 +28,9 @@ namespace
 // Columns of a camera, after the run's own "seconds,iris,zoom".
 constexpr const char* kColumns[] = {"mode", "time_ms", "gain", "luma", "target", "rgain", "bgain"};
 
-constexpr std::size_t kManyBytes = 65536; // pending rows are written at the latest now
+constexpr std::size_t kLongestMark = 200;    // bytes
+constexpr std::size_t kMostRows = 1'000'000; // some nine hours
+constexpr std::size_t kManyBytes = 65536;    // pending rows are written at the latest now
 constexpr std::chrono::seconds kFlushPeriod{1};
 
 using RealClock = std::chrono::steady_clock;
@@ -68,9 +70,11 @@ void start_recording(const std::string& path, const std::vector<int>& cameras)
 {
     stop_recording();
     const std::lock_guard lock(mutex);
-    file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (file < 0) {
-        throw BadInput("cannot write " + path + ": " + std::strerror(errno));
+    file = sim::host::open_regular(path, O_WRONLY | O_CREAT);
+    if (file < 0 || ftruncate(file, 0) != 0) {
+        const int error = errno;
+        close(std::exchange(file, -1));
+        throw BadInput("cannot write " + path + ": " + sim::host::error_text(error));
     }
     file_name = path;
     failure.clear();
@@ -130,6 +134,12 @@ void record_frame()
     }
     run.seconds.push_back(seconds_now());
     pending += row.str();
+    if (run.seconds.size() == kMostRows) {
+        write_pending();
+        failure = file_name + ": a recording has at most " + std::to_string(kMostRows) + " rows; it ends here";
+        std::cerr << failure + '\n';
+        return;
+    }
     if (pending.size() >= kManyBytes || RealClock::now() - flushed >= kFlushPeriod) {
         write_pending();
         if (!failure.empty()) {
@@ -142,6 +152,9 @@ void mark_recording(const std::string& words)
 {
     const std::lock_guard lock(mutex);
     if (file >= 0) {
+        if (new_mark.size() + words.size() > kLongestMark) {
+            throw BadInput("the marks of a frame have at most " + std::to_string(kLongestMark) + " bytes");
+        }
         new_mark += (new_mark.empty() ? "" : "; ") + words;
         std::ranges::replace(new_mark, ',', ';');
     }

@@ -71,6 +71,9 @@ void close_session()
 {
     leave_folder();
     stop_recording();
+    if (settings_are_lost()) {
+        throw BadInput("the settings were changed in a copy and are not kept");
+    }
 }
 
 void set_auto_iris_on(bool on)

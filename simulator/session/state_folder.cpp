@@ -39,19 +39,24 @@ std::string usable(const std::string& path)
 /// Takes the lock; false where no lock can be written.
 bool lock(const std::string& folder)
 {
-    lock_file = open((folder + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    lock_file = sim::host::open_regular(folder + "/lock", O_RDWR | O_CREAT | O_NOFOLLOW);
     if (lock_file < 0) {
         return false;
     }
-    if (flock(lock_file, LOCK_EX | LOCK_NB) != 0) {
-        char holder[32] = "";
-        const ssize_t size = read(lock_file, holder, sizeof holder - 1);
-        const std::string process(holder, size > 0 ? static_cast<std::size_t>(size) : 0);
+    const bool locked = flock(lock_file, LOCK_EX | LOCK_NB) == 0;
+    char holder[32] = "";
+    const ssize_t size = read(lock_file, holder, sizeof holder);
+    const std::string process(holder, size > 0 ? static_cast<std::size_t>(size) : 0);
+    if (process.find_first_not_of("0123456789\n") != std::string::npos || process.size() == sizeof holder) {
+        throw BadInput(folder + "/lock: not the lock of a session"); // and not overwritten by one
+    }
+    if (!locked) {
         throw BadInput(folder + " is in use by process " + process.substr(0, process.find('\n')) +
                        "; --read-only looks without writing");
     }
-    const std::string process = std::to_string(getpid()) + '\n';
-    return ftruncate(lock_file, 0) == 0 && sim::host::write_all(lock_file, process) == 0;
+    const std::string own = std::to_string(getpid()) + '\n';
+    return ftruncate(lock_file, 0) == 0 && lseek(lock_file, 0, SEEK_SET) == 0 &&
+           sim::host::write_all(lock_file, own) == 0;
 }
 
 } // namespace
@@ -67,7 +72,7 @@ StateFolder enter_folder(const std::string& path)
     }
     const std::string folder = usable(path);
     if (!lock(folder)) {
-        return copy_of_folder(path, folder + ": " + std::strerror(errno));
+        return copy_of_folder(path, folder + ": " + sim::host::error_text(errno));
     }
     sim::host::remove_temporaries(folder);
     return {.path = folder, .copied = false, .note = {}};

@@ -102,7 +102,7 @@ TEST_F(App, BadInputGetsOneClearLineAndChangesNothing)
         {"group start 3 1 1", "sensor 1 appears twice"},
         {"calibrate a", "camera 0 has no engine"},
         {"record /no/such.csv", "No such file"},
-        {"record /dev/full", "No space left"},
+        {"record /dev/full", "not a regular file"},
         {"trace loud", "on or off"},
         {"fault x", "fault FUNCTION NTH CODE"},
         {"group start 0", "group start ID SENSOR"},
@@ -131,7 +131,7 @@ TEST_F(App, AConfinedCommandWritesOnlyInTheSessionsFolderAndWhereItIsTold)
         EXPECT_THROW(prompt::run_line(std::string("shading write ") + file, options), session::BadInput) << file;
     }
     EXPECT_TRUE(prompt::run_line("shading write new.data", options));
-    EXPECT_TRUE(std::filesystem::exists(folder + "/new.data"));
+    EXPECT_TRUE(std::filesystem::exists(folder + "/files/new.data"));
     EXPECT_EQ(output.str(), "shading file written\n");
 }
 
@@ -214,7 +214,26 @@ TEST(Program, LosesNothingAndSaysWhy)
         {"echo set 0 hue 9 | $SIM --read-only; grep -m1 hue $DIR/settings.ini", "*\nhue = 3\n0"},
         {": >$DIR/settings.ini; echo show 0 hue | $SIM; ls $DIR", "*is empty*kept as*hue *7\n*settings.ini.empty*0"},
         {"touch $DIR/a.tmp-AbCdE1 $DIR/a.backup; : | $SIM; cd $DIR; ls a*", "a.backup\n0"},
-        {"rm -r $DIR/lock; mkdir $DIR/lock; echo show 0 hue | $SIM", "*Is a directory; looking at a copy*hue *\n0"},
+        {"rm -r $DIR/lock; mkdir $DIR/lock; echo show 0 hue | $SIM", "*/lock: not a regular file\n1"},
+        {"rm -r $DIR/lock; ln -s $DIR/victim $DIR/lock; : | $SIM; cat $DIR/victim", "*not a regular file\n*No such*1"},
+        {"rm $DIR/lock; echo mine >$DIR/lock; : | $SIM; cat $DIR/lock; rm $DIR/lock", "*not the lock*\nmine\n0"},
+        {"for own in settings.ini shading.data wb.dat; do mv -f $DIR/$own $DIR/kept; mkfifo $DIR/$own; : | $SIM; "
+         "rm $DIR/$own; mv $DIR/kept $DIR/$own; done 2>&1 | grep -c 'not a regular file'",
+         "3\n0"},
+        {"mkfifo $DIR/f.png; for what in 'load 0 F' 'save 0 F' 'record F' 'plot F a.svg' 'scene 0 F' 'shading check F'; do "
+         "echo \"$what\" | sed s%F%$DIR/f.png% | $SIM; done 2>&1 | grep -c 'not a regular file'",
+         "6\n0"},
+        {"cd $DIR; for own in settings.ini vendor_storage.item lock; do echo record $own | $SIM; done",
+         "*file of its own named settings.ini\n*vendor_storage.item\n*lock\n1"},
+        {"cd $DIR; printf 'start 0\\nrecord |touch\\nrun 1s\\nrecord stop\\nplot |touch |touch.svg\\n' | $SIM | tail "
+         "-1",
+         "wrote |touch.svg\n0"},
+        {"$SIM <&- >&- 2>&-; grep -c . $DIR/lock", "1\n0"},
+        {"umask 077; cd $DIR; rm -r *; echo save 0 a.ini | $SIM; stat -c %a settings.ini a.ini", "*\n600\n600\n0"},
+        {"ulimit -f 0; echo set 0 hue 8 | $SIM", "*File too large\n1"},
+        {"head -n 9 $DIR/settings.ini >$DIR/cut; mv $DIR/cut $DIR/settings.ini; : | $SIM", "*:10: the file was cut*1"},
+        {"sed -i 1d $DIR/settings.ini; : | $SIM", "0"}, // a file without the heading may end anywhere
+        {"$SIM --serve ''", "*is [[]HOST:]PORT\n1"},
     };
     std::string folder = (std::filesystem::temp_directory_path() / "isp_program_XXXXXX").string();
     ASSERT_NE(mkdtemp(folder.data()), nullptr);

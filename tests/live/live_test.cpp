@@ -2,6 +2,7 @@
 #include "live/server.h"
 #include "session/bad_input.h"
 #include "session/cameras.h"
+#include "session/files.h"
 #include "session/session.h"
 #include "support/bench.h"
 
@@ -9,6 +10,7 @@
 
 #include <arpa/inet.h>
 #include <random>
+#include <sys/stat.h>
 
 // Fontconfig, which finds the labels' font, keeps some memory for the life of the process.
 extern "C" const char* __lsan_default_suppressions();
@@ -261,9 +263,21 @@ TEST_F(Live, EachRequestGetsItsAnswerOrOneLineThatSaysWhyNot)
         {"POST", command, {}, R"({"line": "quit"})", 400, "own prompt"},
         {"POST", command, {}, R"({"line": "echo a\nquit"})", 400, "one line"},
         {"POST", command, {}, "{\"line\": \"echo \xFF\"}", 400, "JSON object"},
-        {"POST", command, {}, R"({"line": "record ../run.csv"})", 400, "session's folder"},
-        {"POST", command, {}, R"({"line": "render 0 /tmp/isp_live.png"})", 400, "session's folder"},
+        {"POST", command, {}, R"({"line": "record ../run.csv"})", 400, "folder files"},
+        {"POST", command, {}, R"({"line": "render 0 /tmp/isp_live.png"})", 400, "folder files"},
+        {"POST", command, {}, R"({"line": "save 0 link.ini"})", 400, "folder files"},
+        {"POST", command, {}, R"({"line": "save 0 settings.ini"})", 200, "wrote"}, // in a folder of its own
+        {"GET", "/api/files/settings%2Eini", {}, "", 200, "hue = 9\n"},
+        {"GET", "/api/files/link.ini", {}, "", 404, "no file"},
+        {"GET", "/api/files/pipe", {}, "", 404, "no file"},
+        {"GET", "/api/files/none", {}, "", 404, "no file"},
+        {"GET", "/api/files/..", {}, "", 404, "no file"},
+        {"GET", "/api/files/..%2Fsettings.ini", {}, "", 404, "no file"},
+        {"GET", "/api/files/%00", {}, "", 404, "nothing at"},
     };
+    const std::string files = session::named_files_folder();
+    std::filesystem::create_symlink(folder + "/settings.ini", files + "/link.ini");
+    mkfifo((files + "/pipe").c_str(), 0600);
     for (const Row& row : rows) {
         const Reply reply = ask(row.method, row.path, row.body, row.headers);
         const std::string what = std::string(row.method) + " " + row.path + " " + row.body.substr(0, 60);
@@ -488,6 +502,32 @@ TEST_F(BadClients, LeaveAndTheirPlacesAreFree)
         close(sock);
     }
     read_stream("/api/events", [](const std::string& told) { return told.find("event: state") != std::string::npos; });
+}
+
+TEST_F(BadClients, LeaveAndTheirCommandsEnd)
+{
+    const std::string line = R"({"line": "run 1440min"})";
+    for (const char* leaves : {"at once", "after a while"}) {
+        std::vector<int> socks;
+        for (int i = 0; i < kShort.commands; ++i) {
+            socks.push_back(connect_raw());
+            send_raw(socks.back(), "POST /api/command HTTP/1.1\r\n" + host() +
+                                       "Content-Type: application/json\r\nContent-Length: " +
+                                       std::to_string(line.size()) + "\r\n\r\n" + line);
+        }
+        int status = 0;
+        for (int i = 0; *leaves == 'a' && leaves[1] == 'f' && status != 503 && i < 100; ++i) {
+            status = ask("POST", "/api/command", R"({"line": ""})").status; // until all run
+        }
+        EXPECT_EQ(put("hue", 3), 200) << "settings are not held up";
+        std::for_each(socks.begin(), socks.end(), close);
+    }
+    int status = 503;
+    for (int i = 0; status == 503 && i < 100; ++i) {
+        std::this_thread::sleep_for(50ms);
+        status = ask("POST", "/api/command", R"({"line": ""})").status;
+    }
+    EXPECT_EQ(status, 200);
 }
 
 TEST_F(Live, HasItsPortForItself)

@@ -170,6 +170,18 @@ class Page(unittest.TestCase):
         self.eventually(lambda: abs(self.brightness(0) - before) < 3)
         self.eventually(lambda: not reset.is_displayed())
 
+    def test_a_page_of_another_site_changes_nothing(self):
+        self.expected = self.program.url  # each refusal is an error on the console
+        self.browser.get("data:text/html,another site")
+        host = self.program.url.split("/")[2]
+        inner = (f"PUT /api/cameras/0/settings/hue HTTP/1.1\r\nHost: {host}\r\nContent-Type: application/json\r\n"
+                 'Content-Length: 12\r\n\r\n{"value": 3}')
+        for path, body in ("a" * 9000, inner), ("a" * 90000, inner), ("api/state", inner), ("api/command", '{"line": "set 0 hue 3"}'):
+            self.browser.execute_async_script("""
+                const [url, body, done] = arguments;
+                fetch(url, { method: 'POST', mode: 'no-cors', body }).then(done, done);""", self.program.url + path, body)
+        self.assertEqual(self.program.stored(0, "hue"), 7)
+
     def test_what_happens_at_the_prompt_moves_the_controls(self):
         self.tab("Image")
         self.program.type("set 0 hue 3")

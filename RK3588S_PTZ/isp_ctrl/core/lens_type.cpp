@@ -7,6 +7,7 @@
 #include "isp_ctrl/core/trace.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -18,6 +19,24 @@ constexpr char kSR1053[] = "SR1053-50IRC-8M-F20";
 // Name of the last successful read.
 isp::Mutex lens_type_mtx;
 char lens_type[126] ISP_GUARDED_BY(lens_type_mtx);
+
+/// Reads a line, on where a signal interrupts; an unreadable one is empty. The line is cleared before.
+template <std::size_t Size>
+void read_line(char (&line)[Size], std::FILE* pipe)
+{
+    std::size_t length = 0;
+    while (std::fgets(line + length, static_cast<int>(Size - length), pipe) == nullptr) {
+        if (std::ferror(pipe) == 0) { // the output has ended
+            return;
+        }
+        if (errno != EINTR) {
+            line[0] = '\0';
+            return;
+        }
+        std::clearerr(pipe);
+        length = std::strlen(line);
+    }
+}
 
 /// Keeps the name that a line begins with: up to the first blank or line feed, at most 125 characters.
 void keep_name(const char* line) ISP_REQUIRES(lens_type_mtx)
@@ -37,9 +56,7 @@ int KIV_Get_Len_Types(void)
         ISP_TRACE(__func__, "Failed to run awk command.\n\n");
     } else {
         isp::close_on_exec(fileno(pipe));
-        if (std::fgets(line, sizeof line, pipe) == nullptr) {
-            line[0] = '\0';
-        }
+        read_line(line, pipe);
         pclose(pipe);
     }
     const isp::MutexLock lock(lens_type_mtx);

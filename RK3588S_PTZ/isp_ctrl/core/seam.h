@@ -26,4 +26,12 @@ struct Seam {
 
 extern Seam seam;
 
+/// Sleeps to the end, also where signals interrupt.
+inline void sleep_fully(unsigned seconds)
+{
+    while (seconds > 0) {
+        seconds = seam.sleep(seconds);
+    }
+}
+
 } // namespace isp

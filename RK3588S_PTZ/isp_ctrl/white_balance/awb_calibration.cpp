@@ -104,15 +104,15 @@ bool measure(const isp::Place& place, Measurement& measured)
         gain = info.gain;
         return true;
     };
-    isp::seam.sleep(kConverge);
+    isp::sleep_fully(kConverge);
     if (!query(isp::kWbClose, measured.close)) {
         return false;
     }
-    isp::seam.sleep(kBetweenQueries);
+    isp::sleep_fully(kBetweenQueries);
     if (!query(isp::kWbPanorama, measured.pano)) {
         return false;
     }
-    isp::seam.sleep(kBetweenQueries);
+    isp::sleep_fully(kBetweenQueries);
     return query(isp::kWbThird, measured.third);
 }
 

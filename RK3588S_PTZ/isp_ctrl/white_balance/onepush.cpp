@@ -61,7 +61,7 @@ int KIV_Set_wb_mode_onepush(int isp_id)
     if (isp::engine_call(call, isp::kWpModeTexts.set, balance_automatically) == isp::Outcome::failed) {
         return -1;
     }
-    isp::seam.sleep(kConverge);
+    isp::sleep_fully(kConverge);
     ISP_TRACE(__func__, "wait for AWB...\n\n");
 
     rk_aiq_wb_querry_info_t wb_querry_info;
@@ -81,7 +81,7 @@ int KIV_Set_wb_mode_onepush(int isp_id)
     if (isp::fetch_manual(call, blocks) == isp::Outcome::failed) {
         return -1;
     }
-    isp::seam.sleep(kSettle);
+    isp::sleep_fully(kSettle);
     ISP_TRACE(__func__, "get_onepush_rgain:%d\n", get_onepush_rgain(isp_id));
     ISP_TRACE(__func__, "get_onepush_ggain:%d\n", get_onepush_ggain(isp_id));
     ISP_TRACE(__func__, "get_onepush_bgain:%d\n", get_onepush_bgain(isp_id));
