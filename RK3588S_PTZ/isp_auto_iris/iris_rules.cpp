@@ -1,7 +1,7 @@
 #include "isp_auto_iris/iris_rules.h"
 
-#include "isp_ctrl/isp_ctrl.h"
 #include "isp_ctrl/core/truncate.h"
+#include "isp_ctrl/isp_ctrl.h"
 
 #include <algorithm>
 #include <climits>

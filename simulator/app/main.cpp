@@ -1,7 +1,7 @@
 // isp-sim: the library at work on a simulated camera, from a prompt or from scripts.
 #include "app/serve.h"
-#include "prompt/interrupt.h"
 #include "prompt/commands.h"
+#include "prompt/interrupt.h"
 #include "prompt/reference.h"
 #include "prompt/shell.h"
 #include "session/files.h"

@@ -32,7 +32,7 @@ struct Configuration {
     std::vector<int> sensors; // one for a camera, the members in order for a group
     std::string iq_directory;
     const char* iq_directory_at = nullptr; // what the last start or update passed
-    std::string main_scene; // names given before the context was made, empty for a group
+    std::string main_scene;                // names given before the context was made, empty for a group
     std::string sub_scene;
     rk_aiq_working_mode_t mode = RK_AIQ_WORKING_MODE_NORMAL; // of the last prepare
 };

@@ -9,7 +9,7 @@
 namespace sim::host
 {
 
-inline constexpr int kDebugLevel = 0; // the level under which lines of kiv_log_debug are kept
+inline constexpr int kDebugLevel = 0;   // the level under which lines of kiv_log_debug are kept
 inline constexpr int kControlLevel = 7; // of what the control protocol's service writes
 
 struct LogLine {

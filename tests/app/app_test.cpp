@@ -220,7 +220,8 @@ TEST(Program, LosesNothingAndSaysWhy)
         {"for own in settings.ini shading.data wb.dat; do mv -f $DIR/$own $DIR/kept; mkfifo $DIR/$own; : | $SIM; "
          "rm $DIR/$own; mv $DIR/kept $DIR/$own; done 2>&1 | grep -c 'not a regular file'",
          "3\n0"},
-        {"mkfifo $DIR/f.png; for what in 'load 0 F' 'save 0 F' 'record F' 'plot F a.svg' 'scene 0 F' 'shading check F'; do "
+        {"mkfifo $DIR/f.png; for what in 'load 0 F' 'save 0 F' 'record F' 'plot F a.svg' 'scene 0 F' 'shading check "
+         "F'; do "
          "echo \"$what\" | sed s%F%$DIR/f.png% | $SIM; done 2>&1 | grep -c 'not a regular file'",
          "6\n0"},
         {"cd $DIR; for own in settings.ini vendor_storage.item lock; do echo record $own | $SIM; done",

@@ -1,7 +1,7 @@
 #include "isp_ctrl/core/engine_use.h"
 
-#include "isp_ctrl/isp_ctrl.h"
 #include "isp_ctrl/core/context.h"
+#include "isp_ctrl/isp_ctrl.h"
 
 #include <climits>
 #include <linux/futex.h>

@@ -1,10 +1,10 @@
 // Lens type: which lens is fitted, by the model name in the board's vendor storage, read afresh at every call.
 // Setting a lens type is accepted, without effect.
-#include "isp_ctrl/isp_ctrl.h"
 #include "isp_ctrl/core/close_on_exec.h"
 #include "isp_ctrl/core/lock.h"
 #include "isp_ctrl/core/seam.h"
 #include "isp_ctrl/core/trace.h"
+#include "isp_ctrl/isp_ctrl.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,8 +1,8 @@
 // The board's one-time-programmable flag, which tells the host which of two plans to follow.
-#include "isp_ctrl/isp_ctrl.h"
 #include "isp_ctrl/core/close_on_exec.h"
 #include "isp_ctrl/core/seam.h"
 #include "isp_ctrl/core/trace.h"
+#include "isp_ctrl/isp_ctrl.h"
 
 #include <cstdio>
 #include <cstring>

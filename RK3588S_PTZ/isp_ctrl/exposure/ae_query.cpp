@@ -1,6 +1,6 @@
 // The feature camera's live exposure.
-#include "isp_ctrl/isp_ctrl.h"
 #include "isp_ctrl/exposure/ae_block.h"
+#include "isp_ctrl/isp_ctrl.h"
 
 int kiv_rkisp_cl_getAeinfo(float* again, float* ispdgain, float* time, float* meanluma, float* gain_max,
                            float* ret_dysetpoint)

@@ -27,9 +27,9 @@ static_assert(std::size(kManualEdgeSoftness) == std::size(kManualFilter));
 
 // The same at each sensitivity (ISO) step in automatic operation: proportional to the gain, up to 16.
 constexpr float kAutoFilter[isp::kIsoSteps] = {1.0F,  2.0F,  4.0F,  8.0F,  16.0F, 16.0F, 16.0F,
-                                                 16.0F, 16.0F, 16.0F, 16.0F, 16.0F, 16.0F};
+                                               16.0F, 16.0F, 16.0F, 16.0F, 16.0F, 16.0F};
 constexpr float kAutoEdgeSoftness[isp::kIsoSteps] = {1.0F,  2.0F,  4.0F,  8.0F,  16.0F, 16.0F, 16.0F,
-                                                       16.0F, 16.0F, 16.0F, 16.0F, 16.0F, 16.0F};
+                                                     16.0F, 16.0F, 16.0F, 16.0F, 16.0F, 16.0F};
 
 // 3D strength of a manual level in the low and the high band. Given: 0.6 per level
 // up to 3.0, then 1. Entry 9 is not used, level 9 being the automatic one; 10
@@ -41,9 +41,9 @@ static_assert(std::size(kManualHigh) == std::size(kManualLow));
 
 // The same at each sensitivity (ISO) step in automatic operation. Given.
 constexpr float kAutoLow[isp::kIsoSteps] = {1.8F, 1.95F, 2.1F, 2.3F, 2.6F, 2.8F, 2.8F,
-                                              2.8F, 2.8F,  2.8F, 2.8F, 2.8F, 2.8F};
+                                            2.8F, 2.8F,  2.8F, 2.8F, 2.8F, 2.8F};
 constexpr float kAutoHigh[isp::kIsoSteps] = {1.8F, 1.95F, 2.1F, 2.3F, 2.6F, 2.8F, 2.8F,
-                                               2.8F, 2.8F,  2.8F, 2.8F, 2.8F, 2.8F};
+                                             2.8F, 2.8F,  2.8F, 2.8F, 2.8F, 2.8F};
 
 } // namespace
 

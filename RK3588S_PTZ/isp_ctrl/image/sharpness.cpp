@@ -19,7 +19,7 @@ static_assert(isp::last_level(kManualStrength) == Sharpness_Auto - 1);
 
 // Strength of Sharpness_Auto at each sensitivity (ISO) step. Given: noise is not to be sharpened.
 constexpr float kAutoStrength[isp::kIsoSteps] = {6.5F,  6.5F,  6.35F, 6.2F,  3.75F, 3.75F, 3.75F,
-                                                   3.75F, 3.75F, 3.75F, 3.75F, 3.75F, 3.75F};
+                                                 3.75F, 3.75F, 3.75F, 3.75F, 3.75F, 3.75F};
 
 } // namespace
 

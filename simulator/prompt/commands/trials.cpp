@@ -299,7 +299,9 @@ void sweep(const Words& words)
                 const std::chrono::duration<double> spent = now - begun;
                 const double left = spent.count() / static_cast<double>(points.size()) *
                                     static_cast<double>(plan.points - points.size());
-                out() << points.size() << " of " << plan.points << ", " << static_cast<int>(std::ceil(left)) << " s left\n" << std::flush;
+                out() << points.size() << " of " << plan.points << ", " << static_cast<int>(std::ceil(left))
+                      << " s left\n"
+                      << std::flush;
                 told = now;
             }
         }
