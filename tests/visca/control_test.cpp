@@ -216,9 +216,9 @@ TEST_F(Control, TwoCommandsAreUnderWayAtMostAndNobodyWaitsForThem)
     EXPECT_EQ(ask(sock, "81 01 04 4B 00 00 00 03 FF", 2), "90 41 FF 90 61 41 FF");
     EXPECT_EQ(ask(sock, "81 01 04 35 03 FF 81 01 04 10 05 FF", 4), "90 41 FF 90 42 FF 90 51 FF 90 52 FF"); // begun
     EXPECT_EQ(ask(sock, "81 01 04 10 05 FF", 2), "90 41 FF 90 61 41 FF");
-    sim::await_waiting(1); // the measurement
-    sim::wait(5'000'000);
-    EXPECT_EQ(ask(sock, "81 01 04 10 05 FF", 2), "90 41 FF 90 51 FF");
+    while (ask(sock, "81 01 04 10 05 FF", 2) != "90 41 FF 90 51 FF") { // until the first has ended
+        sim::wait(1'000'000);
+    }
     EXPECT_EQ(ask(sock, "81 01 04 47 02 00 00 00 FF 81 01 04 00 03 FF", 4).substr(0, 11), "90 41 FF 90");
     sim::wait(10'000'000);
     EXPECT_EQ(ask(sock, "81 09 04 47 FF 81 09 04 00 FF", 2), "90 50 02 00 00 00 FF 90 50 03 FF");
