@@ -3,7 +3,9 @@
 #include "support/bench.h"
 #include "support/threads.h"
 
+#include <csignal>
 #include <sys/resource.h>
+#include <sys/time.h>
 #include <thread>
 
 using namespace bench;
@@ -85,6 +87,18 @@ TEST_F(LensType, WithoutAShellTheLastNameAnswers)
         EXPECT_EQ(answer, type);
         EXPECT_THAT(traces, testing::ElementsAre("KIV_Get_Len_Types: Failed to run awk command.\n\n"));
     }
+}
+
+TEST_F(LensType, IsReadOnWhereSignalsInterrupt)
+{
+    struct sigaction action{};
+    action.sa_handler = [](int) {};
+    sigaction(SIGALRM, &action, nullptr); // calls are not restarted
+    const itimerval often{.it_interval = {.tv_sec = 0, .tv_usec = 5000}, .it_value = {.tv_sec = 0, .tv_usec = 5000}};
+    const itimerval never{};
+    setitimer(ITIMER_REAL, &often, nullptr);
+    EXPECT_EQ(type_with("sleep 0.1; echo " NAME), KIV_LEN_SR1053);
+    setitimer(ITIMER_REAL, &never, nullptr);
 }
 
 TEST_F(LensType, ThreadsAskAtOnce)
