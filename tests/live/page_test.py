@@ -352,7 +352,7 @@ class Page(unittest.TestCase):
         values.send_keys("hue 3,12 gamma 0.45,0.63" + Keys.ENTER)
         self.eventually(lambda: len(self.all("#measure-card .sweep tr")) == 5)
         self.assertEqual(self.program.stored(0, "hue"), 7)
-        self.all("#measure-card .sweep td button")[-1].click()
+        self.browser.execute_script("arguments[0].click()", self.all("#measure-card .sweep td button")[-1])
         self.eventually(lambda: self.program.stored(0, "hue") == 12 and self.program.stored(0, "gamma") == 4)
         self.one("#measuring").click()
         self.assertFalse(self.one("#measure-card").is_displayed())
