@@ -13,6 +13,7 @@ namespace
 {
 
 constexpr std::size_t kMostJson = 64 << 10; // bytes
+constexpr std::size_t kMostPhoto = 20 << 20;
 constexpr std::string_view kJson = "application/json";
 
 /// A path with N for a camera, * for a name; the methods, and the body of one that changes something.
@@ -29,7 +30,8 @@ constexpr Place kPlaces[] = {
     {"/api/state", Route::state, "GET", 0, {}},
     {"/api/events", Route::events, "GET", 0, {}},
     {"/api/command", Route::command, "POST", kMostJson, kJson},
-    {"/api/files/*", Route::file, "GET", 0, {}},
+    {"/api/files", Route::file, "GET", 0, {}},
+    {"/api/files/*", Route::file, "GET or PUT", kMostPhoto, {}},
     {"/api/cameras/N/picture.jpg", Route::picture, "GET", 0, {}},
     {"/api/cameras/N/stream", Route::stream, "GET", 0, {}},
     {"/api/cameras/N/measure", Route::measure, "GET", 0, {}},

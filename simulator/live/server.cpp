@@ -19,6 +19,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <fcntl.h>
+#include <filesystem>
 #include <list>
 #include <memory>
 #include <microhttpd.h>
@@ -26,6 +27,7 @@
 #include <netdb.h>
 #include <optional>
 #include <poll.h>
+#include <set>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <system_error>
@@ -48,6 +50,7 @@ constexpr int kRefusing = 16;               // connections beyond the limits tha
 constexpr std::chrono::seconds kRefused{1}; // for which they may
 constexpr std::chrono::seconds kRetry{1};
 constexpr std::size_t kLargestFile = 64 << 20; // bytes
+constexpr int kPhotos = 4;                     // photographs that are received at once
 
 struct Answer {
     int status = 200;
@@ -302,9 +305,33 @@ MHD_Result send_picture(Client& client)
     return reply(client, {.status = 200, .body = last->jpeg, .type = "image/jpeg", .tag = tag(last->number)});
 }
 
+std::string path_of_file(const std::string& name)
+{
+    if (name.find('/') != std::string::npos || name.starts_with('.') || name != session::printable(name)) {
+        throw Refusal{404, "there is no file " + session::printable(name)};
+    }
+    return session::named_files_folder() + "/" + name;
+}
+
+/// Keeps a photograph that scenes can show.
+Answer keep_photo(const std::string& name, const std::string& photo)
+{
+    if (!photo.starts_with("\x89PNG") && !photo.starts_with("\xFF\xD8")) {
+        throw Refusal{400, "a photograph is a PNG or JPEG file"};
+    }
+    const std::string failed = sim::host::write_durably(path_of_file(name), photo, sim::host::Links::replaced);
+    if (!failed.empty()) {
+        throw Refusal{503, failed};
+    }
+    return {.body = text_of(Json{{"wrote", name}})};
+}
+
 Answer outcome(const Target& target, const std::string& text, const std::atomic<bool>& stop)
 {
     try {
+        if (target.route == Route::file) {
+            return keep_photo(target.name, text);
+        }
         const Json body = Json::parse(text, nullptr, false);
         if (!body.is_object()) {
             throw Refusal{400, "a body is a JSON object"};
@@ -367,11 +394,21 @@ Answer state_answer()
 Answer file_answer(const std::string& name)
 {
     std::string contents;
-    if (name.find('/') != std::string::npos || name.starts_with('.') ||
-        sim::host::read_file(session::named_files_folder() + "/" + name, kLargestFile, contents, O_NOFOLLOW) != 0) {
+    if (sim::host::read_file(path_of_file(name), kLargestFile, contents, O_NOFOLLOW) != 0) {
         throw Refusal{404, "there is no file " + session::printable(name)};
     }
     return {.body = std::move(contents), .type = std::string(type_of(name)), .file = encoded(name)};
+}
+
+Answer files_answer()
+{
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(session::named_files_folder())) {
+        if (std::filesystem::is_regular_file(entry.symlink_status())) {
+            names.insert(entry.path().filename().string());
+        }
+    }
+    return {.body = text_of(Json{{"files", names}})};
 }
 
 /// Answers a request that is there as a whole, or suspends its client; it is called again when that is resumed.
@@ -425,7 +462,12 @@ MHD_Result act(Client& client)
         start_work(client);
         return MHD_YES;
     case Route::file:
-        return reply(client, file_answer(exchange.target.name));
+        if (!exchange.target.changes) {
+            const std::string& name = exchange.target.name;
+            return reply(client, name.empty() ? files_answer() : file_answer(name));
+        }
+        start_work(client);
+        return MHD_YES;
     default:
         return MHD_NO;
     }
@@ -453,6 +495,13 @@ MHD_Result begin(Client& client, const char* path, const char* method)
     client.deadline = Clock::now() + serving->limits.request;
     exchange.refusal = client.refused ? Refusal{503, "too many connections"}
                                       : refusal_of(exchange.head, exchange.target, serving->address);
+    const auto receives_photo = [](const Client& other) {
+        return other.exchange != nullptr && other.exchange->target.route == Route::file &&
+               other.exchange->target.changes;
+    };
+    if (!exchange.refusal && std::ranges::count_if(serving->clients, receives_photo) > kPhotos) {
+        exchange.refusal = Refusal{503, "too many photographs at once"};
+    }
     if (exchange.refusal && (!is_framed(exchange.head) || length_of(exchange.head) > kDropped)) {
         return reply(client, refusing(*exchange.refusal));
     }

@@ -274,6 +274,12 @@ TEST_F(Live, EachRequestGetsItsAnswerOrOneLineThatSaysWhyNot)
         {"GET", "/api/files/..", {}, "", 404, "no file"},
         {"GET", "/api/files/..%2Fsettings.ini", {}, "", 404, "no file"},
         {"GET", "/api/files/%00", {}, "", 404, "nothing at"},
+        {"PUT", "/api/files/a.jpg", {}, "\xFF\xD8 and so on", 200, "a.jpg"},
+        {"PUT", "/api/files/link.ini", {}, "\x89PNG", 200, "link.ini"}, // it is a file then
+        {"PUT", "/api/files/b.jpg", {}, "MZ", 400, "PNG or JPEG"},
+        {"PUT", "/api/files/..%2Fa.jpg", {}, "\x89PNG", 404, "no file"},
+        {"PUT", "/api/files/c.jpg", {}, std::string((20 << 20) + 1, ' '), 413, "20480 KiB"},
+        {"GET", "/api/files", {}, "", 200, R"(["a.jpg","link.ini","settings.ini"])"},
     };
     const std::string files = session::named_files_folder();
     std::filesystem::create_symlink(folder + "/settings.ini", files + "/link.ini");

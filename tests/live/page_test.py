@@ -313,7 +313,7 @@ class Page(unittest.TestCase):
         self.eventually(lambda: "wrote warm.look" in self.one(".page:not([hidden])").text)
         self.program.run("reset 0")
         self.one("input[placeholder=name]").click()
-        self.browser.find_element(By.XPATH, "//button[text()='Apply']").click()
+        self.browser.find_element(By.XPATH, "//button[text()='Keep']/../button[text()='Apply']").click()
         self.eventually(lambda: self.program.stored(0, "hue") == 12)
         self.eventually(lambda: self.browser.execute_script("return document.querySelector('option[value=warm]')"))
         record = os.path.join(self.folders[1].name, "look.json")
@@ -322,7 +322,7 @@ class Page(unittest.TestCase):
         self.one("input[accept='.json']").send_keys(record)
         self.eventually(lambda: (self.program.stored(0, "hue"), self.program.stored(0, "gamma")) == (3, 2))
         self.tab("Scene")
-        self.one("input[accept*=png]").send_keys(os.path.join(os.path.dirname(DEMO), "../../docs/pictures/gamma.jpg"))
+        self.one("input[accept*=png]").send_keys(os.path.realpath(DEMO + "/../../../docs/pictures/gamma.jpg"))
         self.eventually(lambda: "gamma.jpg" in self.program.request("GET", "api/state")["cameras"][0]["scene"])
         self.program.run("scene 0 stage")
 
