@@ -16,10 +16,11 @@
 #include <array>
 #include <atomic>
 #include <cmath>
-#include <list>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -37,39 +38,43 @@ using visca::Bytes;
 using visca::Status;
 using Outcome = std::pair<bool, std::string>; // whether it was carried out, and what became of it
 
-constexpr int kConnections = 8;     // of a camera
-constexpr std::size_t kPeers = 32;  // addresses of a camera's datagrams whose messages are remembered
-constexpr std::size_t kAtOnce = 64; // bytes that are read in one go
-constexpr int kUntaken = 64 << 10;  // bytes that wait for a client to take them
-constexpr unsigned kStall = 3000;   // milliseconds in which it takes none of them
-constexpr int kReads = 4;           // of a source in a row
-constexpr int kTick = 100;          // milliseconds until it is seen that the service ends
-constexpr int kTele = 0x4000;       // the longest zoom
+constexpr int kConnections = 8;         // of a camera
+constexpr std::size_t kPeers = 32;      // addresses of a camera's datagrams whose messages are remembered
+constexpr std::size_t kRemembered = 16; // numbered messages of a client
+constexpr std::size_t kAtOnce = 64;     // bytes that are read in one go
+constexpr int kReads = 4;               // of a source in a row
+constexpr int kTick = 100;              // milliseconds until it is seen that the service ends
+constexpr int kTele = 0x4000;           // the longest zoom
 constexpr std::string_view kOnepush = "wb_mode_onepush";
+constexpr std::array<int, 3> kOptions[] = {{IPPROTO_TCP, TCP_NODELAY, 1},
+                                           {SOL_SOCKET, SO_KEEPALIVE, 1},
+                                           {SOL_SOCKET, SO_SNDBUF, 64 << 10},      // bytes that wait for a client
+                                           {IPPROTO_TCP, TCP_USER_TIMEOUT, 3000}}; // ms in which it takes none
 
 struct Camera;
+struct Message;
+enum class Kind { listener, datagrams, client };
 
-/// Where messages come from. One with an address is a client of datagrams; others have a socket of their own.
+/// Where messages come from. A client of datagrams has an address; others have a socket of their own.
 struct Source {
-    enum class Kind { listener, datagrams, connection };
     Camera* camera;
     Kind kind;
     int socket;
     sockaddr_storage address{};
     socklen_t address_length = 0;
-    Bytes rest{};
-    visca::Memory memory{};
+    Bytes rest;
     bool begun = false;
+    std::deque<std::shared_ptr<Message>> numbered; // the last ones, which act once when they come again
 };
 using SourcePointer = std::shared_ptr<Source>;
 
 struct Message {
-    SourcePointer client;
+    SourcePointer client; // until it has the last reply
     Bytes bytes;
     std::optional<std::uint32_t> number;
     visca::Request request;
-    int socket = 0;        // the protocol's, of a command, while a reply is owed
-    std::string replies{}; // for the log
+    int socket = 0; // the protocol's, of a command, while a reply is owed
+    std::vector<Bytes> replies;
 };
 
 struct Camera {
@@ -77,14 +82,13 @@ struct Camera {
     int connections = 0;
     std::map<std::string, SourcePointer> peers; // by address
     visca::Camera state;
-    std::array<bool, 3> taken{}; // the protocol's sockets, 1 and 2
-    std::list<Message> commands; // the first one is being carried out
+    std::deque<std::shared_ptr<Message>> commands; // the first one is being carried out
 };
 
 // Never destroyed: a camera may still act while the program ends.
 std::mutex& mutex = *new std::mutex; // guards the rest; not held while a camera acts
 auto& cameras = *new std::array<Camera, session::kCameras>;
-auto& sources = *new std::vector<SourcePointer>;
+auto& sources = *new std::deque<SourcePointer>; // grows while it is gone through
 auto& thread = *new std::thread;
 std::atomic<bool> ending{false};
 
@@ -111,9 +115,8 @@ try {
         return {outcome.result == ISP_SUCCESS || outcome.result == ISP_EXCUTE_BYARM, outcome.text};
     }
     if (name == "power") {
-        return {value_of(camera, name) == value ||
-                    (value == 1 ? session::start_camera(camera) : session::stop_camera(camera) == 0),
-                ""};
+        const bool there = value_of(camera, name) == value;
+        return {there || (value == 1 ? session::start_camera(camera) : session::stop_camera(camera) == 0), ""};
     }
     if (camera != session::kZoomCamera) {
         return {false, "its lens has no motors"};
@@ -142,11 +145,8 @@ void send_to(const Source& client, const Bytes& bytes)
 
 void reply(Message& message, const Bytes& bytes)
 {
-    if (message.number) {
-        visca::replies_to(message.bytes, *message.number, message.client->memory).push_back(bytes);
-    }
+    message.replies.push_back(bytes);
     send_to(*message.client, visca::wrap(bytes, message.number));
-    message.replies += " > " + visca::text_of(bytes);
 }
 
 /// The last reply to a message, if one is owed, and its line in the log.
@@ -155,16 +155,19 @@ void finish(Message& message, const Bytes& bytes, const std::string& why)
     if (!bytes.empty()) {
         reply(message, bytes);
     }
-    const session::ActingFor camera(message.client->camera->id); // whose line it is
-    kiv_traceout(sim::host::kControlLevel, "VISCA %s: %s%s%s%s\n", visca::text_of(message.bytes).c_str(),
-                 message.request.text.c_str(), message.replies.c_str(), why.empty() ? "" : ": ", why.c_str());
+    std::string text = visca::text_of(message.bytes) + ": " + message.request.text;
+    for (const Bytes& each : message.replies) {
+        text += " > " + visca::text_of(each);
+    }
+    const session::ActingFor camera(std::exchange(message.client, nullptr)->camera->id); // whose line it is
+    kiv_traceout(sim::host::kControlLevel, "VISCA %s%s%s\n", text.c_str(), why.empty() ? "" : ": ", why.c_str());
 }
 
 void complete(Message& message, const Outcome& outcome)
 {
+    const int socket = std::exchange(message.socket, 0);
     const Status status = outcome.first ? Status::done : Status::unfit;
-    message.client->camera->taken[static_cast<std::size_t>(message.socket)] = false;
-    finish(message, message.socket == 0 ? Bytes() : visca::bytes_of(status, message.socket), outcome.second);
+    finish(message, socket == 0 ? Bytes() : visca::bytes_of(status, socket), outcome.second);
 }
 
 /// Carries out a camera's commands, one after another, until there are none.
@@ -172,7 +175,7 @@ void work(Camera& camera)
 {
     std::unique_lock lock(mutex);
     for (; !camera.commands.empty(); camera.commands.pop_front()) {
-        Message& message = camera.commands.front();
+        Message& message = *camera.commands.front();
         const bool slow = message.request.setting == kOnepush;
         if (slow) { // controllers do not wait for it
             complete(message, {true, "begun"});
@@ -189,33 +192,40 @@ void work(Camera& camera)
 void take(const SourcePointer& client, const Bytes& bytes, std::optional<std::uint32_t> number)
 {
     Camera& camera = *client->camera;
-    const auto before = number ? visca::replies_to(bytes, *number, client->memory) : std::vector<Bytes>();
-    for (const Bytes& again : before) {
-        send_to(*client, visca::wrap(again, number));
+    for (const std::shared_ptr<Message>& before : client->numbered) {
+        if (before->number == number && before->bytes == bytes) {
+            for (const Bytes& each : before->replies) {
+                send_to(*client, visca::wrap(each, number));
+            }
+            return;
+        }
     }
-    if (!before.empty()) {
+    const auto message = std::make_shared<Message>(client, bytes, number, visca::decode(bytes, camera.state));
+    if (number) {
+        client->numbered.push_front(message);
+        client->numbered.resize(std::min(client->numbered.size(), kRemembered));
+    }
+    const visca::Request& request = message->request;
+    if (request.clears) {
+        std::ranges::for_each(camera.commands, [](const auto& each) { each->socket = 0; });
+    }
+    const auto taken = [&](int socket) {
+        return std::ranges::any_of(camera.commands, [&](const auto& each) { return each->socket == socket; });
+    };
+    const int free = !taken(1) ? 1 : !taken(2) ? 2 : 0;
+    const bool acts = request.reply.empty();
+    if (!acts || free == 0) {
+        finish(*message, acts ? visca::bytes_of(Status::full) : request.reply, acts ? "two are under way" : "");
         return;
     }
-    Message message{client, bytes, number, visca::decode(bytes, camera.state)};
-    if (message.request.clears) {
-        camera.taken = {};
-        std::for_each(camera.commands.begin(), camera.commands.end(), [](Message& each) { each.socket = 0; });
-    }
-    auto* const free = std::find(camera.taken.begin() + 1, camera.taken.end(), false);
-    const bool acts = message.request.reply.empty();
-    if (!acts || free == camera.taken.end()) {
-        finish(message, acts ? visca::bytes_of(Status::full) : message.request.reply, acts ? "two are under way" : "");
+    message->socket = free;
+    reply(*message, visca::bytes_of(Status::accepted, free));
+    const auto measures = [](const auto& each) { return each->request.setting == kOnepush; };
+    if (measures(message) && std::ranges::any_of(camera.commands, measures)) {
+        complete(*message, {false, "a measurement is under way"});
         return;
     }
-    message.socket = static_cast<int>(free - camera.taken.begin());
-    reply(message, visca::bytes_of(Status::accepted, message.socket));
-    const auto measures = [](const Message& each) { return each.request.setting == kOnepush; };
-    if (measures(message) && std::any_of(camera.commands.begin(), camera.commands.end(), measures)) {
-        complete(message, {false, "a measurement is under way"});
-        return;
-    }
-    *free = true;
-    camera.commands.push_back(std::move(message));
+    camera.commands.push_back(message);
     if (camera.commands.size() == 1) {
         std::thread(work, std::ref(camera)).detach();
     }
@@ -223,37 +233,31 @@ void take(const SourcePointer& client, const Bytes& bytes, std::optional<std::ui
 
 // ---- Connections and datagrams --------------------------------------------------------------------------------------
 
-void accept_connection(Camera& camera, int listener)
-{
-    const int connection = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
-    if (connection >= 0 && camera.connections == kConnections) {
-        close(connection);
-    } else if (connection >= 0) {
-        const int on = 1;
-        setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-        setsockopt(connection, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
-        setsockopt(connection, SOL_SOCKET, SO_SNDBUF, &kUntaken, sizeof kUntaken);
-        setsockopt(connection, IPPROTO_TCP, TCP_USER_TIMEOUT, &kStall, sizeof kStall);
-        ++camera.connections;
-        sources.push_back(std::make_shared<Source>(Source{&camera, Source::Kind::connection, connection}));
-    }
-}
-
 /// Reads a little from a source that has something; returns whether there may be more.
 bool read(const SourcePointer& source)
 {
     Camera& camera = *source->camera;
-    if (source->kind == Source::Kind::listener) {
-        accept_connection(camera, source->socket);
+    if (source->kind == Kind::listener) {
+        const int connection = accept4(source->socket, nullptr, nullptr, SOCK_CLOEXEC);
+        if (connection >= 0 && camera.connections == kConnections) {
+            close(connection);
+        } else if (connection >= 0) {
+            for (const auto& [level, option, value] : kOptions) {
+                setsockopt(connection, level, option, &value, sizeof value);
+            }
+            ++camera.connections;
+            sources.push_back(std::make_shared<Source>(&camera, Kind::client, connection));
+        }
         return false;
     }
     std::array<std::uint8_t, kAtOnce> bytes;
-    Source peer{&camera, Source::Kind::connection, source->socket, {}, sizeof peer.address};
-    auto* const from = reinterpret_cast<sockaddr*>(&peer.address);
-    const ssize_t count = recvfrom(peer.socket, bytes.data(), bytes.size(), MSG_DONTWAIT, from, &peer.address_length);
+    sockaddr_storage address{};
+    socklen_t size = sizeof address;
+    auto* const from = reinterpret_cast<sockaddr*>(&address);
+    const ssize_t count = recvfrom(source->socket, bytes.data(), bytes.size(), MSG_DONTWAIT, from, &size);
     const auto length = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
-    if (source->kind == Source::Kind::connection) {
-        if (count <= 0 || (!source->begun && !visca::begins_message(bytes[0]))) { // a browser can be made to post here
+    if (source->kind == Kind::client) {
+        if (count <= 0 || (!source->begun && bytes[0] != 0x81 && bytes[0] != 0x88)) { // browsers can be made to post
             close(std::exchange(source->socket, -1));
             --camera.connections;
             return false;
@@ -265,16 +269,16 @@ bool read(const SourcePointer& source)
         return length == kAtOnce;
     }
     const visca::Datagram datagram = visca::open(bytes.data(), length);
-    const std::string key(reinterpret_cast<const char*>(from), peer.address_length);
+    const std::string key(reinterpret_cast<const char*>(from), size);
     if (camera.peers.size() == kPeers && !camera.peers.contains(key)) {
         camera.peers.clear();
     }
     SourcePointer& client = camera.peers[key];
     if (client == nullptr || datagram.resets) {
-        client = std::make_shared<Source>(peer);
+        client = std::make_shared<Source>(&camera, Kind::client, source->socket, address, size);
     }
     if (!datagram.reply.empty()) {
-        send_to(peer, datagram.reply);
+        send_to(*client, datagram.reply);
     }
     for (const Bytes& message : datagram.messages) {
         take(client, message, datagram.number);
@@ -287,15 +291,14 @@ void serve()
 {
     for (bool more = false; !ending;) {
         std::vector<pollfd> polled;
-        for (const SourcePointer& source : sources) {
-            polled.push_back({source->socket, POLLIN, 0});
-        }
+        const auto poll_at = [](const SourcePointer& source) { return pollfd{source->socket, POLLIN, 0}; };
+        std::ranges::transform(sources, std::back_inserter(polled), poll_at);
         std::this_thread::sleep_for(std::chrono::milliseconds(more ? 1 : 0)); // whoever sends so much waits
         poll(polled.data(), polled.size(), kTick);
         const std::lock_guard lock(mutex);
         more = false;
         for (std::size_t i = 0; i < polled.size(); ++i) {
-            const SourcePointer source = sources[i];
+            const SourcePointer& source = sources[i];
             int reads = 0;
             while (polled[i].revents != 0 && reads < kReads && read(source)) {
                 ++reads;
@@ -303,36 +306,27 @@ void serve()
             more |= reads == kReads;
         }
         std::erase_if(sources, [](const SourcePointer& source) { return source->socket < 0; });
-        std::for_each(cameras.begin(), cameras.end(), [](Camera& camera) { visca::remember_levels(camera.state); });
+        std::ranges::for_each(cameras, [](Camera& camera) { visca::remember_levels(camera.state); });
     }
-}
-
-/// Takes the ports of all cameras, from that of an address on; returns the first.
-int bind_all(session::Address address)
-try {
-    for (Camera& camera : cameras) {
-        const int listener = session::listen_at(address);
-        sources.push_back(std::make_shared<Source>(Source{&camera, Source::Kind::listener, listener}));
-        const int datagrams = session::listen_at(address, SOCK_DGRAM);
-        sources.push_back(std::make_shared<Source>(Source{&camera, Source::Kind::datagrams, datagrams}));
-        ++address.port;
-    }
-    return address.port - session::kCameras;
-} catch (const session::BadInput&) {
-    std::for_each(sources.begin(), sources.end(), [](const SourcePointer& source) { close(source->socket); });
-    sources.clear();
-    throw;
 }
 
 } // namespace
 
 int start_service(const session::Address& address)
 {
-    int port = 0;
-    for (int tries = address.port == 0 ? 100 : 1; port == 0; --tries) { // eight free ports in a row
+    session::Address next;
+    for (int tries = address.port == 0 ? 100 : 1; sources.empty(); --tries) { // eight free ports in a row
+        next = address;
         try {
-            port = bind_all(address);
+            for (Camera& camera : cameras) {
+                sources.push_back(std::make_shared<Source>(&camera, Kind::listener, session::listen_at(next)));
+                const int datagrams = session::listen_at(next, SOCK_DGRAM);
+                sources.push_back(std::make_shared<Source>(&camera, Kind::datagrams, datagrams));
+                ++next.port;
+            }
         } catch (const session::BadInput&) {
+            std::ranges::for_each(sources, [](const SourcePointer& source) { close(source->socket); });
+            sources.clear();
             if (tries == 1) {
                 throw;
             }
@@ -340,15 +334,16 @@ int start_service(const session::Address& address)
     }
     for (Camera& camera : cameras) {
         camera.id = static_cast<int>(&camera - cameras.data());
-        camera.state.value = [&](std::string_view name) {
-            const auto same = std::find_if(camera.commands.rbegin(), camera.commands.rend(), [&](const Message& each) {
-                return each.request.setting == name && name != "zoom"; // which takes its time
-            });
-            return same != camera.commands.rend() ? same->request.value : value_of(camera.id, name);
+        camera.state.value = [&](std::string_view name) { // what the last command under way asks for
+            int value = value_of(camera.id, name);
+            for (const auto& each : camera.commands) { // a zoom takes its time
+                value = each->request.setting == name && name != "zoom" ? each->request.value : value;
+            }
+            return value;
         };
     }
     thread = std::thread(serve);
-    return port;
+    return next.port - session::kCameras;
 }
 
 void stop_service()

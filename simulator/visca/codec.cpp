@@ -14,7 +14,6 @@ namespace
 
 constexpr std::size_t kOpcode = 3; // bytes that tell commands apart
 constexpr std::size_t kLongest = 16;
-constexpr std::size_t kNumbered = 16;
 constexpr std::size_t kHeader = 8; // type, length and number, the highest byte first
 
 /// The number that bytes or, with 4 bits, digits stand for.
@@ -27,27 +26,17 @@ std::uint32_t number_at(const std::uint8_t* bytes, std::size_t count, int bits =
     return number;
 }
 
-void append(Bytes& bytes, std::size_t number, int count, int bits = 8)
+Bytes& append(Bytes& bytes, std::size_t number, int count, int bits = 8)
 {
     while (count-- > 0) {
         bytes.push_back(static_cast<std::uint8_t>(number >> bits * count & ((1U << bits) - 1)));
     }
-}
-
-Bytes with_header(std::size_t type, std::size_t number, const Bytes& payload)
-{
-    Bytes bytes;
-    append(bytes, type << 16 | payload.size(), 4);
-    append(bytes, number, 4);
-    bytes.insert(bytes.end(), payload.begin(), payload.end());
     return bytes;
 }
 
-Bytes reply_with(Bytes bytes, int number, int count, int bits)
+bool stands_for(const Range& range, int value)
 {
-    append(bytes, static_cast<std::size_t>(number), count, bits);
-    bytes.push_back(0xFF);
-    return bytes;
+    return range.value <= value && value - range.value <= range.high - range.low;
 }
 
 /// The byte that stands for a row's value at present.
@@ -55,7 +44,7 @@ int byte_of(const Row& row, const Camera& camera)
 {
     const int value = camera.value(row.setting);
     for (const Range& range : row.ranges) {
-        if (range.use == Use::last || (range.value <= value && value <= range.value + range.high - range.low)) {
+        if (range.use == Use::last || stands_for(range, value)) {
             return range.low + (range.use == Use::last ? 0 : value - range.value);
         }
     }
@@ -67,30 +56,31 @@ Bytes block(int number, const Camera& camera)
 {
     Bytes bytes{0x90, 0x50, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF};
     for (const Row& row : kRows) {
-        const auto [block, byte, bits, shift] = row.place;
-        for (int i = 0; block == number && i < std::max(1, -bits); ++i) {
+        auto [block, byte, bits, shift] = row.place;
+        if (block == number) {
             const int value = byte_of(row, camera);
-            const int part = bits < 0    ? value >> 4 * (-bits - 1 - i) & 0x0F
-                             : bits == 0 ? value == 2
-                                         : value & ((1 << bits) - 1);
-            bytes[static_cast<std::size_t>(byte + i)] |= static_cast<std::uint8_t>(part << shift);
+            Bytes parts;
+            append(parts, static_cast<std::size_t>(bits == 0 ? value == 2 : value), std::max(1, -bits),
+                   bits < 0 ? 4 : std::max(1, bits));
+            for (const std::uint8_t part : parts) {
+                bytes[static_cast<std::size_t>(byte++)] |= static_cast<std::uint8_t>(part << shift);
+            }
         }
     }
     return bytes;
 }
 
-/// The next level up or down, at the end the last one.
-int step(const Row& row, int level, bool up)
+/// The next level in a direction, 1 or -1; at the end, the last one.
+int step(const Row& row, int level, int direction)
 {
-    std::vector<int> levels; // ascending
-    for (const Range& range : row.ranges) {
-        for (int i = range.low; i <= range.high && range.use == Use::all; ++i) {
-            levels.push_back(range.value + i - range.low);
+    for (int next = level + direction; 0 <= next && next <= 0xFF; next += direction) {
+        for (const Range& range : row.ranges) {
+            if (range.use == Use::all && stands_for(range, next)) {
+                return next;
+            }
         }
     }
-    const auto above = std::upper_bound(levels.begin(), levels.end(), level);
-    const auto from = std::lower_bound(levels.begin(), levels.end(), level);
-    return up ? *(above - (above == levels.end() ? 1 : 0)) : *(from - (from == levels.begin() ? 0 : 1));
+    return level;
 }
 
 } // namespace
@@ -98,28 +88,28 @@ int step(const Row& row, int level, bool up)
 Bytes bytes_of(Status status, int socket)
 {
     const int code = static_cast<int>(status);
-    return code > 0xFF ? reply_with({0x90}, code | socket << 8, 2, 8) : reply_with({0x90}, code | socket, 1, 8);
+    const bool refusal = code > 0xFF; // the socket is in its first byte
+    Bytes bytes{0x90};
+    append(bytes, static_cast<std::size_t>(code | socket << (refusal ? 8 : 0)), refusal ? 2 : 1).push_back(0xFF);
+    return bytes;
 }
 
 Request decode(const Bytes& message, Camera& camera)
 {
-    const auto refuse = [](Status status, const char* why, int socket = 0) {
-        return Request{bytes_of(status, socket), {}, 0, why};
-    };
     remember_levels(camera);
     if (message.size() < 3 || message.back() != 0xFF) {
-        return refuse(Status::length, "a message has 3 to 16 bytes and ends with FF");
+        return {bytes_of(Status::length), "a message has 3 to 16 bytes and ends with FF"};
     }
     if (const std::string text = text_of(message); text == "88 30 01 FF" || text == "88 01 00 01 FF") {
         const bool clears = message[1] == 0x01;
-        return {clears ? message : Bytes{0x88, 0x30, 0x02, 0xFF}, {}, 0, clears ? "clear" : "set addresses", clears};
+        return {clears ? message : Bytes{0x88, 0x30, 0x02, 0xFF}, clears ? "clear" : "set addresses", {}, 0, clears};
     }
     if (message[0] != 0x81) {
-        return refuse(Status::syntax, "the address is 81; 88 clears and sets addresses alone");
+        return {bytes_of(Status::syntax), "the address is 81; 88 clears and sets addresses alone"};
     }
     Bytes body(message.begin() + 1, message.end() - 1);
     if (body.size() == 1 && body[0] >> 4 == 2) {
-        return refuse(Status::no_socket, "nothing can be cancelled", body[0] & 0x0F);
+        return {bytes_of(Status::no_socket, body[0] & 0x0F), "nothing can be cancelled"};
     }
     if (body.size() > kOpcode && body[0] == 0x09 && body[1] == 0x0A) {
         body.erase(body.begin() + 1); // another form of the inquiries of tuning
@@ -141,30 +131,32 @@ Request decode(const Bytes& message, Camera& camera)
         const auto last = camera.last_levels.find(row.setting);
         const auto level = [&] { return last != camera.last_levels.end() ? last->second : camera.value(row.setting); };
         const std::string name(row.setting);
+        const int bits = row.digits < 0 ? 8 : 4;
         if (has(row.inquiry, 0)) {
-            Bytes reply = reply_with({0x90, 0x50}, byte_of(row, camera), std::abs(row.digits), row.digits < 0 ? 8 : 4);
-            return {std::move(reply), {}, 0, name + "?", row.inquiry == kClear};
+            Bytes reply{0x90, 0x50};
+            append(reply, static_cast<std::size_t>(byte_of(row, camera)), std::abs(row.digits), bits).push_back(0xFF);
+            return {std::move(reply), name + "?", {}, 0, row.inquiry == kClear};
         }
         if (has(row.step, 1) && (*data == 0 || *data == 2 || *data == 3)) {
-            const int value = *data == 0 ? row.initial : step(row, level(), *data == 2);
-            return {{}, row.setting, value, name + (*data == 0 ? " reset" : *data == 2 ? " up" : " down")};
+            const int value = *data == 0 ? row.initial : step(row, level(), *data == 2 ? 1 : -1);
+            return {{}, name + (*data == 0 ? " reset" : *data == 2 ? " up" : " down"), row.setting, value};
         }
         if (!has(row.command, row.digits)) {
             continue;
         }
-        const auto byte = static_cast<int>(number_at(data, body.size() - before, row.digits < 0 ? 8 : 4));
+        const auto byte = static_cast<int>(number_at(data, body.size() - before, bits));
         for (const Range& range : row.ranges) {
             if (range.low <= byte && byte <= range.high && range.use != Use::answered) {
                 const int value = range.use == Use::last ? level() : range.value + byte - range.low;
-                return {{}, row.setting, value, name + " " + std::to_string(value)};
+                return {{}, name + " " + std::to_string(value), row.setting, value};
             }
         }
     }
     if (has(0x097E7E, 1) && *data < kBlocks) {
-        return {block(*data, camera), {}, 0, "block " + std::to_string(*data) + "?"};
+        return {block(*data, camera), "block " + std::to_string(*data) + "?"};
     }
-    return known && !fits ? refuse(Status::length, "not the command's number of bytes")
-                          : refuse(Status::syntax, known ? "no value of it" : "no such command");
+    return known && !fits ? Request{bytes_of(Status::length), "not the command's number of bytes"}
+                          : Request{bytes_of(Status::syntax), known ? "no value of it" : "no such command"};
 }
 
 void remember_levels(Camera& camera)
@@ -193,8 +185,8 @@ std::string reference()
 {
     std::string text = "| Command | Step | Inquiry | Setting | Bytes taken |\n|---|---|---|---|---|\n";
     for (const Row& row : kRows) {
-        const auto digits = static_cast<std::size_t>(std::clamp(row.digits, 0, 4));
-        const std::string data = row.digits < 0 ? " pq" : std::string(" 0p 0q 0r 0s", 3 * digits);
+        const std::string digits = " 0p 0q 0r 0s";
+        const std::string data = row.digits < 0 ? " pq" : digits.substr(0, 3 * static_cast<std::size_t>(row.digits));
         for (const auto& [code, end] : {std::pair(row.command, data), {row.step, " 0p"}, {row.inquiry, ""}}) {
             Bytes bytes{0x81};
             append(bytes, static_cast<std::size_t>(code), kOpcode);
@@ -231,47 +223,38 @@ std::vector<Bytes> split(const std::uint8_t* bytes, std::size_t count, Bytes& re
 Datagram open(const std::uint8_t* bytes, std::size_t count)
 {
     Datagram datagram;
-    Bytes rest;
-    if (count > 0 && begins_message(bytes[0])) {
-        datagram.messages = split(bytes, count, rest);
+    const bool plain = count > 0 && (bytes[0] == 0x81 || bytes[0] == 0x88);
+    const std::uint32_t type = count < kHeader ? 0 : number_at(bytes, 2);
+    if (!plain && (type < 0x0100 || type > 0x02FF || type == 0x0111 || type == 0x0201)) {
+        return datagram; // replies get none, or two cameras would answer each other for ever
+    }
+    const Bytes payload(bytes + (plain ? 0 : kHeader), bytes + count);
+    const bool whole = !plain && number_at(bytes + 2, 2) == payload.size();
+    const bool carries = type == 0x0100 || type == 0x0110 || type == 0x0120;
+    if (plain || (whole && carries && !payload.empty() && payload.back() == 0xFF)) {
+        Bytes rest;
+        datagram.messages = split(payload.data(), payload.size(), rest);
         if (!rest.empty() && rest.size() < kLongest) {
             datagram.messages.push_back(rest);
         }
-        return datagram;
     }
-    const std::uint32_t type = count < kHeader ? 0 : number_at(bytes, 2);
-    if (type < 0x0100 || type > 0x02FF || type == 0x0111 || type == 0x0201) {
-        return datagram; // replies get none, or two cameras would answer each other for ever
-    }
-    const std::uint32_t number = number_at(bytes + 4, 4);
-    const Bytes payload(bytes + kHeader, bytes + count);
-    const bool whole = number_at(bytes + 2, 2) == payload.size();
-    datagram.resets = whole && type == 0x0200 && payload == Bytes{0x01};
-    if (whole && !payload.empty() && payload.back() == 0xFF && (type == 0x0100 || type == 0x0110 || type == 0x0120)) {
-        datagram.number = number;
-        datagram.messages = split(payload.data(), payload.size(), rest);
-    } else {
-        datagram.reply = with_header(0x0201, number, datagram.resets ? Bytes{0x01} : Bytes{0x0F, 0x02});
+    if (!plain) {
+        datagram.number = number_at(bytes + 4, 4);
+        datagram.resets = whole && type == 0x0200 && payload == Bytes{0x01};
+        const Bytes reply = datagram.resets ? Bytes{0x01} : Bytes{0x0F, 0x02};
+        datagram.reply = datagram.messages.empty() ? wrap(reply, datagram.number, 0x0201) : Bytes();
     }
     return datagram;
 }
 
-Bytes wrap(const Bytes& reply, std::optional<std::uint32_t> number)
+Bytes wrap(const Bytes& reply, std::optional<std::uint32_t> number, std::size_t type)
 {
-    return number ? with_header(0x0111, *number, reply) : reply;
-}
-
-std::vector<Bytes>& replies_to(const Bytes& message, std::uint32_t number, Memory& memory)
-{
-    const Bytes key = wrap(message, number);
-    const auto found = std::find_if(memory.begin(), memory.end(), [&](const auto& each) { return each.first == key; });
-    if (found != memory.end()) {
-        return found->second;
+    Bytes bytes;
+    if (number) {
+        append(append(bytes, type << 16 | reply.size(), 4), *number, 4);
     }
-    if (memory.size() == kNumbered) {
-        memory.pop_front();
-    }
-    return memory.emplace_back(key, std::vector<Bytes>()).second;
+    bytes.insert(bytes.end(), reply.begin(), reply.end());
+    return bytes;
 }
 
 } // namespace visca

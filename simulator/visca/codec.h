@@ -6,12 +6,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <map>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace visca
@@ -31,10 +29,10 @@ struct Camera {
 
 /// What a message asks for.
 struct Request {
-    Bytes reply = {}; ///< the answer; empty: set the setting, after `accepted` and before `done` or `unfit`
+    Bytes reply;      ///< the answer; empty: set the setting, after `accepted` and before `done` or `unfit`
+    std::string text; ///< for people: what is asked for, or why it is refused
     std::string_view setting = {}; ///< from the table
     int value = 0;                 ///< of a step, from the camera's value, which should be what commands under way set
-    std::string text = {};         ///< for people: what is asked for, or why it is refused
     bool clears = false;           ///< earlier commands get no reply any more
 };
 Request decode(const Bytes& message, Camera& camera);
@@ -45,29 +43,19 @@ void remember_levels(Camera& camera);
 std::string text_of(const Bytes& bytes); ///< "81 01 04 00 02 FF"
 std::string reference();                 ///< all commands as a table in Markdown
 
-/// Whether a stream, or a datagram without header, may begin so.
-constexpr bool begins_message(std::uint8_t byte)
-{
-    return byte == 0x81 || byte == 0x88;
-}
-
 /// Cuts a stream into messages; 16 bytes without FF are one too, and the next begins behind the next FF. `rest` holds a
 /// message that is not whole.
 std::vector<Bytes> split(const std::uint8_t* bytes, std::size_t count, Bytes& rest);
 
 struct Datagram {
     std::vector<Bytes> messages;
-    std::optional<std::uint32_t> number; ///< of messages behind a header
+    std::optional<std::uint32_t> number; ///< the header's, which every reply carries
     Bytes reply;                         ///< to the header itself; empty: none
     bool resets = false;                 ///< the client numbers anew
 };
 Datagram open(const std::uint8_t* bytes, std::size_t count);
 
-/// A reply as a datagram, as the message came.
-Bytes wrap(const Bytes& reply, std::optional<std::uint32_t> number);
-
-/// A client's last 16 numbered messages with their replies: one that comes again, its replies being lost, acts once.
-using Memory = std::deque<std::pair<Bytes, std::vector<Bytes>>>;
-std::vector<Bytes>& replies_to(const Bytes& message, std::uint32_t number, Memory& memory);
+/// A reply as it travels: behind a header where the message had one.
+Bytes wrap(const Bytes& reply, std::optional<std::uint32_t> number, std::size_t type = 0x0111);
 
 } // namespace visca

@@ -39,14 +39,7 @@ struct Row {
 inline constexpr int kBlocks = 6;
 inline constexpr int kClear = 0x010001;
 inline constexpr Row kRows[] = {
-    {0x010439,
-     1,
-     0,
-     0x090439,
-     "exposure_mode",
-     {{0, 0, 0}, {3, 3, 3}, {0x0A, 0x0B, 10}, {0x0D, 0x0D, 13}},
-     0,
-     {1, 8, 4}},
+    {0x010439, 1, 0, 0x090439, "exposure_mode", {{0, 0, 0}, {3, 3, 3}, {10, 11, 10}, {13, 13, 13}}, 0, {1, 8, 4}},
     {0x01043D, 1, 0, 0x09043D, "exposure_mode", {{3, 3, 0}, {2, 2, 33}}, 0, {1, 9, 0, 4}},
     {0x01044A, 4, 0x01040A, 0x09044A, "shutter", {{0x01, 0x11, 0}}, 1, {1, 10, 8}},
     {0x01044B, 4, 0x01040B, 0x09044B, "iris", {{0, 0, 0}, {6, 0x11, 6}, {1, 5, 1, Use::skipped}}, 17, {1, 11, 8}},
