@@ -2,6 +2,7 @@
 // has one length and the right host; a body is obeyed or refused.
 #include "fuzz_world.h"
 #include "live/access.h"
+#include "session/bad_input.h"
 #include "session/session.h"
 
 #include <sstream>
@@ -58,6 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             live::put_setting(target.camera, target.name, body);
         }
     } catch (const live::Refusal&) {
+    } catch (const session::BadInput&) {
     }
     return 0;
 }

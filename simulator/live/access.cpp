@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <strings.h>
 
 namespace live
 {
@@ -15,15 +16,6 @@ namespace
 constexpr std::size_t kMostJson = 64 << 10; // bytes
 constexpr std::size_t kMostPhoto = 20 << 20;
 constexpr std::string_view kJson = "application/json";
-
-/// A path with N for a camera, * for a name; the methods, and the body of one that changes something.
-struct Place {
-    std::string_view path;
-    Route route;
-    std::string_view method;
-    std::size_t most_body;
-    std::string_view body_type;
-};
 
 constexpr Place kPlaces[] = {
     {"/api/settings", Route::settings, "GET", 0, {}},
@@ -39,42 +31,32 @@ constexpr Place kPlaces[] = {
     {"/api/cameras/N/settings/*", Route::setting, "GET or PUT", kMostJson, kJson},
 };
 
-char lower(char c)
-{
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 bool same_name(std::string_view a, std::string_view b)
 {
-    return std::ranges::equal(a, b, {}, lower, lower);
+    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
 
 std::optional<std::size_t> number_of(std::string_view text, int base = 10)
 {
     std::size_t number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
-    if (error != std::errc{} || end != text.data() + text.size()) {
-        return std::nullopt;
-    }
-    return number;
+    return error == std::errc{} && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
 }
 
 /// A part of a path with %20 and the like decoded; nothing where that is no proper text.
-std::optional<std::string> decoded(std::string_view text)
+std::string decoded(std::string_view text)
 {
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '%') {
-            result += text[i];
-            continue;
+        const bool plain = text[i] != '%';
+        const auto code = plain                 ? static_cast<unsigned char>(text[i])
+                          : text.size() - i > 2 ? number_of(text.substr(i + 1, 2), 16).value_or(0)
+                                                : 0;
+        if (code == 0) {
+            return "";
         }
-        const std::optional<std::size_t> code =
-            text.size() - i > 2 ? number_of(text.substr(i + 1, 2), 16) : std::nullopt;
-        if (!code || *code == 0) {
-            return std::nullopt;
-        }
-        result += static_cast<char>(*code);
-        i += 2;
+        result += static_cast<char>(code);
+        i += plain ? 0 : 2;
     }
     return result;
 }
@@ -84,21 +66,13 @@ bool fits(const Place& place, std::string_view path, Target& target)
 {
     for (const char c : place.path) {
         if (c == '*') {
-            const std::optional<std::string> name = decoded(path);
-            if (!name || name->empty() || path.find('/') != std::string_view::npos) {
-                return false;
-            }
-            target.name = *name;
-            return true;
+            target.name = path.find('/') == std::string_view::npos ? decoded(path) : "";
+            return !target.name.empty();
         }
-        if (path.empty()) {
+        if (path.empty() || (c == 'N' ? path[0] < '0' || path[0] >= '0' + kCameras : path[0] != c)) {
             return false;
         }
-        if (c == 'N' && path[0] >= '0' && path[0] < '0' + kCameras) {
-            target.camera = path[0] - '0';
-        } else if (path[0] != c) {
-            return false;
-        }
+        target.camera = c == 'N' ? path[0] - '0' : target.camera;
         path.remove_prefix(1);
     }
     return path.empty();
@@ -109,14 +83,9 @@ bool is_own_host(const Head& head, const std::string& host, const Address& own)
 {
     const std::string port = std::to_string(own.port);
     const bool v6 = head.local.find(':') != std::string::npos;
-    const std::string local = v6 ? "[" + head.local + "]" : head.local;
-    for (const std::string& name :
-         {std::string("localhost"), std::string("127.0.0.1"), std::string("[::1]"), own.host, local}) {
-        if (host == name + ":" + port || (own.port == 80 && host == name)) {
-            return true;
-        }
-    }
-    return false;
+    const std::string names[] = {"localhost", "127.0.0.1", "[::1]", own.host, v6 ? "[" + head.local + "]" : head.local};
+    return std::ranges::any_of(
+        names, [&](const auto& name) { return host == name + ":" + port || (own.port == 80 && host == name); });
 }
 
 bool is_foreign(const Head& head, const Target& target)
@@ -126,11 +95,6 @@ bool is_foreign(const Head& head, const Target& target)
     }
     const std::string site = head.header("Sec-Fetch-Site"); // a link to the page itself may be anywhere
     return target.route != Route::asset && !site.empty() && site != "same-origin" && site != "none";
-}
-
-bool has_body(const Head& head)
-{
-    return head.count("Transfer-Encoding") > 0 || length_of(head) > 0;
 }
 
 } // namespace
@@ -149,26 +113,18 @@ std::string Head::header(std::string_view name) const
 
 Target target_of(const Head& head)
 {
+    constexpr Place kAsset = {"", Route::asset, "GET", 0, {}};
     Target target;
-    const bool reads = head.method == "GET" || head.method == "HEAD";
-    if (find_asset(head.path) != nullptr) {
-        target.route = Route::asset;
-        target.allowed = "GET";
-        target.takes_method = reads;
-        return target;
+    const Place* place = &kAsset;
+    if (find_asset(head.path) == nullptr) {
+        place = std::ranges::find_if(kPlaces, [&](const Place& one) { return fits(one, head.path, target); });
     }
-    for (const Place& place : kPlaces) {
-        if (fits(place, head.path, target)) {
-            target.route = place.route;
-            target.allowed = place.method;
-            target.takes_method = place.method.find(reads ? "GET" : head.method) != std::string_view::npos;
-            target.changes = !reads;
-            target.most_body = reads ? 0 : place.most_body;
-            target.body_type = place.body_type;
-            return target;
-        }
+    if (place == std::end(kPlaces)) {
+        return {};
     }
-    return {};
+    static_cast<Place&>(target) = *place;
+    target.changes = head.method != "GET" && head.method != "HEAD";
+    return target;
 }
 
 bool is_framed(const Head& head)
@@ -191,33 +147,25 @@ std::size_t length_of(const Head& head)
 
 std::optional<Refusal> refusal_of(const Head& head, const Target& target, const Address& own)
 {
-    if (!is_framed(head)) {
-        return Refusal{400, "a body has one length"};
-    }
     const std::string host = head.header("Host");
-    if (head.count("Host") != 1 || !is_own_host(head, host, own)) {
-        return Refusal{400, "this server has another name than " + host.substr(0, 100)};
-    }
-    if (is_foreign(head, target)) {
-        return Refusal{400, "pages of other sites have no access"};
-    }
-    if (target.route == Route::none) {
-        return Refusal{404, "there is nothing at " + head.path.substr(0, 100)};
-    }
-    if (!target.takes_method) {
-        return Refusal{405, "use " + std::string(target.allowed)};
-    }
-    if (target.most_body == 0) {
-        return has_body(head) ? std::optional(Refusal{400, head.method + " takes no body"}) : std::nullopt;
-    }
     const std::string type = head.header("Content-Type");
-    if (!target.body_type.empty() && type.substr(0, type.find(';')) != target.body_type) {
-        return Refusal{415, "a body is " + std::string(target.body_type)};
-    }
-    if (length_of(head) > target.most_body) {
-        return too_long(target);
-    }
-    return std::nullopt;
+    const bool has_body = head.count("Transfer-Encoding") > 0 || length_of(head) > 0;
+    const bool may_have = target.changes && target.most_body > 0;
+    const bool right_type = target.body_type.empty() || type.substr(0, type.find(';')) == target.body_type;
+    const std::pair<bool, Refusal> reasons[] = {
+        {!is_framed(head), {400, "a body has one length"}},
+        {head.count("Host") != 1 || !is_own_host(head, host, own),
+         {400, "this server has another name than " + host.substr(0, 100)}},
+        {is_foreign(head, target), {400, "pages of other sites have no access"}},
+        {target.route == Route::none, {404, "there is nothing at " + head.path.substr(0, 100)}},
+        {target.methods.find(target.changes ? head.method : "GET") == std::string_view::npos,
+         {405, "use " + std::string(target.methods)}},
+        {!may_have && has_body, {400, head.method + " takes no body"}},
+        {may_have && !right_type, {415, "a body is " + std::string(target.body_type)}},
+        {may_have && length_of(head) > target.most_body, too_long(target)},
+    };
+    const auto* const first = std::ranges::find(reasons, true, &std::pair<bool, Refusal>::first);
+    return first != std::end(reasons) ? std::optional(first->second) : std::nullopt;
 }
 
 std::string_view type_of(std::string_view name)
@@ -231,30 +179,14 @@ std::string_view type_of(std::string_view name)
     return found != std::end(kTypes) ? found->second : "application/octet-stream";
 }
 
-std::string encoded(std::string_view name)
-{
-    constexpr std::string_view kPlain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-_";
-    constexpr std::string_view kDigits = "0123456789ABCDEF";
-    std::string text;
-    for (const char c : name) {
-        const auto byte = static_cast<unsigned char>(c);
-        text += kPlain.find(c) != std::string_view::npos ? std::string(1, c)
-                                                         : std::string{'%', kDigits[byte >> 4U], kDigits[byte & 15U]};
-    }
-    return text;
-}
-
 int width_of(const Head& head)
 {
-    const auto given = std::ranges::find(head.query, "width", &std::pair<std::string, std::string>::first);
-    if (given == head.query.end()) {
-        return kDefaultWidth;
-    }
-    const std::optional<std::size_t> width = number_of(given->second);
-    if (!width || *width < 1 || *width > kMaxWidth) {
+    const auto given = std::ranges::find(head.query, "width", &Fields::value_type::first);
+    const std::size_t width = given != head.query.end() ? number_of(given->second).value_or(0) : kDefaultWidth;
+    if (width < 1 || width > kMaxWidth) {
         throw Refusal{400, "a width is 1 to " + std::to_string(kMaxWidth)};
     }
-    return static_cast<int>(*width);
+    return static_cast<int>(width);
 }
 
 } // namespace live

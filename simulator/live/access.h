@@ -4,12 +4,6 @@
 #include "live/interface.h"
 #include "live/server.h"
 
-#include <optional>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
-
 namespace live
 {
 
@@ -17,8 +11,8 @@ namespace live
 struct Head {
     std::string method;
     std::string path;
-    std::vector<std::pair<std::string, std::string>> query;
-    std::vector<std::pair<std::string, std::string>> headers;
+    Fields query;
+    Fields headers;
     std::string local; ///< address of this end of the connection
 
     std::size_t count(std::string_view name) const;  ///< headers of that name, whatever their case
@@ -27,14 +21,18 @@ struct Head {
 
 enum class Route { none, asset, settings, state, events, picture, stream, measure, record, setting, command, file };
 
-struct Target {
+/// What there is at a path: N in it stands for a camera, * for a name.
+struct Place {
+    std::string_view path{};
     Route route = Route::none;
-    std::string_view allowed; ///< the methods at this path, for people
-    bool takes_method = false;
-    bool changes = false;       ///< whether the method is another than GET or HEAD
-    std::size_t most_body = 0;  ///< bytes; 0 where there is no body
-    std::string_view body_type; ///< that a body must have
-    int camera = -1;
+    std::string_view methods{};   ///< for people; GET stands for HEAD too
+    std::size_t most_body = 0;    ///< bytes, of a request that changes something; 0 where there is no body
+    std::string_view body_type{}; ///< that a body must have
+};
+
+struct Target : Place {
+    bool changes = false; ///< whether the method is another than GET or HEAD
+    int camera = 0;
     std::string name; ///< of the setting or file, decoded
 };
 
@@ -54,9 +52,6 @@ std::size_t length_of(const Head& head);
 
 /// A file's type by its name's ending.
 std::string_view type_of(std::string_view name);
-
-/// A name with all but letters, digits, points, - and _ as %20 and the like.
-std::string encoded(std::string_view name);
 
 /// The width in pixels that a request asks for. Throws Refusal.
 int width_of(const Head& head);

@@ -27,18 +27,13 @@ std::deque<Line>& lines = *new std::deque<Line>;
 std::deque<Line>& messages = *new std::deque<Line>; // of the control protocol, so that many of these displace no others
 std::uint64_t last_number = 0;
 
-bool is_camera(char c)
-{
-    return c >= '0' && c <= '7';
-}
-
 /// The camera that a line names, or else the one for which the thread that writes it acts.
 int camera_of(const std::string& text)
 {
     for (const std::string_view name : {"cam_id is ", "camera_id is ", "ID: "}) {
         const std::size_t place = text.find(name);
-        const std::string number = place == std::string::npos ? "" : text.substr(place + name.size(), 2);
-        if (!number.empty() && is_camera(number[0]) && (number.size() == 1 || std::isdigit(number[1]) == 0)) {
+        const char* const number = text.c_str() + (place == std::string::npos ? text.size() : place + name.size());
+        if (number[0] >= '0' && number[0] <= '7' && (number[1] < '0' || number[1] > '9')) {
             return number[0] - '0';
         }
     }
@@ -60,15 +55,14 @@ std::string plain(std::string text)
 
 void keep(int level, const char* text)
 {
-    Line line{
-        .number = 0, .seconds = session::seconds_now(), .camera = camera_of(text), .level = level, .text = plain(text)};
+    Line line{0, session::seconds_now(), camera_of(text), level, plain(text)};
     const std::lock_guard lock(mutex);
     line.number = ++last_number;
     std::deque<Line>& kept = level == sim::host::kControlLevel ? messages : lines;
-    if (kept.size() == kKept) {
+    kept.push_back(std::move(line));
+    if (kept.size() > kKept) {
         kept.pop_front();
     }
-    kept.push_back(std::move(line));
 }
 
 } // namespace

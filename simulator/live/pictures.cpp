@@ -1,21 +1,16 @@
 #include "live/pictures.h"
 
 #include <algorithm>
-#include <array>
-#include <chrono>
 #include <condition_variable>
 #include <malloc.h>
 #include <mutex>
 #include <thread>
-#include <utility>
 
 namespace live
 {
 
 namespace
 {
-
-using Clock = std::chrono::steady_clock;
 
 constexpr int kQuality = 85;
 constexpr int kSizes = kMaxWidth / kWidthStep;
@@ -47,13 +42,9 @@ std::size_t place_of(int camera, int width)
 /// The picture of that kind whose turn it is, null when none is wanted.
 Kept* next_of(std::size_t kind)
 {
-    Kept* next = nullptr;
-    for (Kept& one : kept) {
-        if (one.wanted[kind] && (next == nullptr || one.turn < next->turn)) {
-            next = &one;
-        }
-    }
-    return next;
+    const auto turn = [&](const Kept& one) { return one.wanted[kind] ? one.turn : UINT64_MAX; };
+    Kept& next = *std::ranges::min_element(kept, {}, turn);
+    return next.wanted[kind] ? &next : nullptr;
 }
 
 /// Among both kinds: of that which had less time. One that wanted nothing for a while has saved up little.
@@ -75,8 +66,7 @@ std::shared_ptr<const Picture> made_of(std::size_t place, const std::shared_ptr<
     const int width = static_cast<int>(place % kSizes + 1) * kWidthStep;
     Picture picture{.jpeg = {}, .number = camera.picture};
     try {
-        const std::vector<unsigned char> jpeg =
-            sim::picture::encode_jpeg(sim::picture::render(*camera.look, width, width * 3 / 4), kQuality);
+        const auto jpeg = sim::picture::encode_jpeg(sim::picture::render(*camera.look, width, width * 3 / 4), kQuality);
         picture.jpeg.assign(jpeg.begin(), jpeg.end());
     } catch (const std::exception&) { // no memory: an empty picture says so to whoever waits
     }
@@ -90,9 +80,7 @@ void make_pictures()
     while (!ending) {
         const auto [next, kind] = next_wanted();
         if (next == nullptr) {
-            if (idle) {
-                changed.wait(lock);
-            } else if (changed.wait_for(lock, kIdle) == std::cv_status::timeout) {
+            if (changed.wait_for(lock, kIdle) == std::cv_status::timeout && !idle) {
                 idle = true;
                 kept.fill({});
                 malloc_trim(0);
@@ -108,9 +96,7 @@ void make_pictures()
         lock.lock();
         spent[kind] += Clock::now() - begun;
         next->picture = std::move(picture);
-        lock.unlock();
         when_made();
-        lock.lock();
     }
 }
 
@@ -136,10 +122,8 @@ void stop_pictures()
 
 void want_picture(int camera, int width, Wanted wanted)
 {
-    {
-        const std::lock_guard lock(mutex);
-        kept[place_of(camera, width)].wanted[static_cast<std::size_t>(wanted)] = true;
-    }
+    const std::lock_guard lock(mutex);
+    kept[place_of(camera, width)].wanted[static_cast<std::size_t>(wanted)] = true;
     changed.notify_all();
 }
 

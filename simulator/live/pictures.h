@@ -4,11 +4,6 @@
 
 #include "live/view.h"
 
-#include <cstdint>
-#include <functional>
-#include <memory>
-#include <string>
-
 namespace live
 {
 

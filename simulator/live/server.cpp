@@ -9,23 +9,19 @@
 #include "live/page.h"
 #include "live/pictures.h"
 #include "live/streams.h"
+#include "prompt/interrupt.h"
 #include "session/bad_input.h"
-#include "session/cameras.h"
 #include "session/files.h"
+#include "session/lanes.h"
 #include "session/text.h"
 
 #include <algorithm>
 #include <array>
-#include <atomic>
-#include <condition_variable>
 #include <fcntl.h>
 #include <filesystem>
 #include <list>
-#include <memory>
 #include <microhttpd.h>
-#include <mutex>
 #include <netdb.h>
-#include <optional>
 #include <poll.h>
 #include <set>
 #include <sys/eventfd.h>
@@ -39,8 +35,6 @@ namespace live
 
 namespace
 {
-
-using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kHead = 32 << 10;     // bytes of memory for a request's head and an answer's pieces
 constexpr std::size_t kPiece = 24 << 10;    // bytes of a stream that are handed over at once
@@ -57,7 +51,7 @@ struct Answer {
     std::string body{};
     std::string type = "application/json";
     std::string tag{};
-    std::string file{}; ///< the name to save it under
+    std::string disposition{}; ///< of a file that is to be saved
 };
 
 Answer refusing(const Refusal& why)
@@ -100,7 +94,7 @@ struct Client {
     Clock::time_point deadline{};
     bool suspended = false;
     bool gone = false; ///< while it was suspended
-    Exchange* exchange = nullptr;
+    std::unique_ptr<Exchange> exchange{};
 };
 
 struct Serving {
@@ -110,14 +104,9 @@ struct Serving {
     int wake_up = -1;
     std::thread thread;
     std::atomic<bool> ending{false};
-    // Of the serving thread alone:
-    std::list<Client> clients;
-    int streams = 0;
-    // Of the threads that do work:
-    std::mutex mutex;
-    std::condition_variable changed;
-    int commands = 0;
-    int settings = 0;
+    std::list<Client> clients;    // of the serving thread alone
+    std::atomic<int> commands{0}; // threads that do such
+    std::atomic<int> settings{0};
 };
 Serving* serving = nullptr; // never destroyed: its threads may outlive main
 
@@ -144,30 +133,15 @@ void wake()
     [[maybe_unused]] const ssize_t written = write(serving->wake_up, &one, sizeof one);
 }
 
-void suspend(Client& client)
+MHD_Result suspend(Client& client)
 {
     client.suspended = true;
     MHD_suspend_connection(client.connection);
+    return MHD_YES;
 }
 
-void resume(Client& client)
-{
-    client.suspended = false;
-    client.deadline = Clock::now() + serving->limits.request;
-    MHD_resume_connection(client.connection);
-}
-
-// ---- Answers --------------------------------------------------------------------------------------------------------
-
-struct EndResponse {
-    void operator()(MHD_Response* response) const
-    {
-        MHD_destroy_response(response);
-    }
-};
-using Response = std::unique_ptr<MHD_Response, EndResponse>;
-
-MHD_Result queue(Client& client, int status, const Response& response, bool last)
+MHD_Result queue(Client& client, int status, MHD_Response* response,
+                 std::initializer_list<std::pair<const char*, const char*>> headers)
 {
     constexpr std::pair<const char*, const char*> kHeaders[] = {
         {"Cache-Control", "no-store"},
@@ -177,53 +151,42 @@ MHD_Result queue(Client& client, int status, const Response& response, bool last
         {"Referrer-Policy", "no-referrer"},
         {"X-Content-Type-Options", "nosniff"},
     };
-    if (!response) {
+    if (response == nullptr) {
         return MHD_NO;
     }
     for (const auto& [name, value] : kHeaders) {
-        MHD_add_response_header(response.get(), name, value);
+        MHD_add_response_header(response, name, value);
     }
-    if (last) {
-        MHD_add_response_header(response.get(), "Connection", "close");
+    for (const auto& [name, value] : headers) {
+        if (*value != '\0') {
+            MHD_add_response_header(response, name, value);
+        }
     }
-    return MHD_queue_response(client.connection, static_cast<unsigned>(status), response.get());
+    const MHD_Result queued = MHD_queue_response(client.connection, static_cast<unsigned>(status), response);
+    MHD_destroy_response(response);
+    return queued;
 }
 
 /// A connection ends after every refusal, so that nothing that was not examined is taken for a request.
 MHD_Result reply(Client& client, const Answer& answer)
 {
-    const Response response(MHD_create_response_from_buffer(answer.body.size(), const_cast<char*>(answer.body.data()),
-                                                            MHD_RESPMEM_MUST_COPY)); // which does not write
-    if (response && !answer.body.empty()) {
-        MHD_add_response_header(response.get(), "Content-Type", answer.type.c_str());
-    }
-    if (response && !answer.tag.empty()) {
-        MHD_add_response_header(response.get(), "ETag", answer.tag.c_str());
-    }
-    if (response && !answer.file.empty()) {
-        MHD_add_response_header(response.get(), "Content-Disposition",
-                                ("attachment; filename*=UTF-8''" + answer.file).c_str());
-    }
     client.deadline = Clock::now() + serving->limits.request + std::chrono::milliseconds(answer.body.size() / kSlowest);
-    return queue(client, answer.status, response, client.exchange->refusal.has_value());
+    return queue(client, answer.status,
+                 MHD_create_response_from_buffer(answer.body.size(), const_cast<char*>(answer.body.data()),
+                                                 MHD_RESPMEM_MUST_COPY), // which does not write
+                 {{"Content-Type", answer.body.empty() ? "" : answer.type.c_str()},
+                  {"ETag", answer.tag.c_str()},
+                  {"Content-Disposition", answer.disposition.c_str()},
+                  {"Connection", client.exchange->refusal ? "close" : ""}});
 }
-
-MHD_Result refuse(Client& client, const Refusal& why)
-{
-    client.exchange->refusal = why;
-    return reply(client, refusing(why));
-}
-
-// ---- Streams --------------------------------------------------------------------------------------------------------
 
 /// False while there is nothing to do for the stream.
 bool fill(Stream& stream)
 {
     stream.sent = 0;
     stream.part.clear();
-    const Next next = stream.feed(stream.part, stream.again);
-    stream.ended = next == Next::end;
-    return next != Next::later;
+    stream.ended = !stream.feed(stream.part, stream.again);
+    return stream.ended || !stream.part.empty();
 }
 
 /// Called when the client has taken what it was sent before.
@@ -231,9 +194,7 @@ ssize_t read_stream(void* context, std::uint64_t /*position*/, char* buffer, std
 {
     Client& client = *static_cast<Client*>(context);
     Stream& stream = *client.exchange->stream;
-    if (client.gone || serving->ending) {
-        stream.ended = true;
-    }
+    stream.ended = stream.ended || client.gone || serving->ending;
     if (!stream.ended && stream.sent == stream.part.size() && !fill(stream)) {
         suspend(client);
         return 0;
@@ -250,59 +211,36 @@ ssize_t read_stream(void* context, std::uint64_t /*position*/, char* buffer, std
 
 MHD_Result send_stream(Client& client, Feed feed, const char* type)
 {
-    if (serving->streams == serving->limits.streams) {
-        return refuse(client, {503, "too many streams"});
+    const auto takes_stream = [](const Client& other) { return other.exchange && other.exchange->stream; };
+    if (std::ranges::count_if(serving->clients, takes_stream) == serving->limits.streams) {
+        throw Refusal{503, "too many streams"};
     }
-    ++serving->streams;
     client.exchange->stream = std::make_unique<Stream>();
     client.exchange->stream->feed = std::move(feed);
     client.deadline = Clock::now() + serving->limits.stall;
-    const Response response(MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, kPiece, read_stream, &client, nullptr));
-    if (response) {
-        MHD_add_response_header(response.get(), "Content-Type", type);
-    }
-    return queue(client, 200, response, true);
+    return queue(client, 200,
+                 MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, kPiece, read_stream, &client, nullptr),
+                 {{"Content-Type", type}, {"Connection", "close"}});
 }
 
-// ---- Requests -------------------------------------------------------------------------------------------------------
-
-const Camera& camera_of(const Exchange& exchange, const View& view)
-{
-    return view.cameras[static_cast<std::size_t>(exchange.target.camera)];
-}
-
-/// Whether the picture that a request waits for is made, or never will be.
-bool has_picture(const Exchange& exchange)
-{
-    const auto last = last_picture(exchange.target.camera, width_of(exchange.head));
-    return (last && last->number >= exchange.picture) || camera_of(exchange, *latest_view()).picture == 0;
-}
-
-MHD_Result send_picture(Client& client)
+MHD_Result send_picture(Client& client, std::uint64_t number)
 {
     Exchange& exchange = *client.exchange;
     const int width = width_of(exchange.head);
-    const std::uint64_t number = camera_of(exchange, *latest_view()).picture;
     const auto tag = [](std::uint64_t of) { return '"' + std::to_string(of) + '"'; };
-    if (number == 0) {
-        return refuse(client, {404, "camera " + std::to_string(exchange.target.camera) + " has no engine"});
-    }
     if (exchange.picture == 0 && exchange.head.header("If-None-Match") == tag(number)) {
         return reply(client, {.status = 304, .tag = tag(number)});
     }
-    if (exchange.picture == 0) {
-        exchange.picture = number;
-    }
+    exchange.picture = exchange.picture == 0 ? number : exchange.picture;
     const auto last = last_picture(exchange.target.camera, width);
     if (!last || last->number < exchange.picture) {
         want_picture(exchange.target.camera, width, Wanted::single);
-        suspend(client);
-        return MHD_YES;
+        return suspend(client);
     }
     if (last->jpeg.empty()) {
-        return refuse(client, {503, "there is no memory for the picture"});
+        throw Refusal{503, "there is no memory for the picture"};
     }
-    return reply(client, {.status = 200, .body = last->jpeg, .type = "image/jpeg", .tag = tag(last->number)});
+    return reply(client, {.body = last->jpeg, .type = "image/jpeg", .tag = tag(last->number)});
 }
 
 std::string path_of_file(const std::string& name)
@@ -313,91 +251,77 @@ std::string path_of_file(const std::string& name)
     return session::named_files_folder() + "/" + name;
 }
 
-/// Keeps a photograph that scenes can show.
-Answer keep_photo(const std::string& name, const std::string& photo)
-{
-    if (!photo.starts_with("\x89PNG") && !photo.starts_with("\xFF\xD8")) {
-        throw Refusal{400, "a photograph is a PNG or JPEG file"};
-    }
-    const std::string failed = sim::host::write_durably(path_of_file(name), photo, sim::host::Links::replaced);
-    if (!failed.empty()) {
-        throw Refusal{503, failed};
-    }
-    return {.body = text_of(Json{{"wrote", name}})};
-}
-
+/// Carries out what a request changes.
 Answer outcome(const Target& target, const std::string& text, const std::atomic<bool>& stop)
 {
     try {
         if (target.route == Route::file) {
-            return keep_photo(target.name, text);
+            if (!text.starts_with("\x89PNG") && !text.starts_with("\xFF\xD8")) {
+                throw Refusal{400, "a photograph is a PNG or JPEG file"};
+            }
+            const auto failed = sim::host::write_durably(path_of_file(target.name), text, sim::host::Links::replaced);
+            return failed.empty() ? Answer{.body = text_of(Json{{"wrote", target.name}})} : refusing({503, failed});
         }
         const Json body = Json::parse(text, nullptr, false);
         if (!body.is_object()) {
             throw Refusal{400, "a body is a JSON object"};
         }
-        return {.body = text_of(target.route == Route::setting  ? put_setting(target.camera, target.name, body)
-                                : target.route == Route::record ? put_record(target.camera, body)
-                                                                : run_command(body, stop))};
+        const Json result = target.route == Route::setting  ? put_setting(target.camera, target.name, body)
+                            : target.route == Route::record ? put_record(target.camera, body)
+                                                            : run_command(body, stop);
+        session::save_settings();
+        return {.body = text_of(result)};
     } catch (const Refusal& why) {
         return refusing(why);
-    } catch (const std::exception&) {
-        return refusing({500, "the request could not be served"});
+    } catch (const prompt::Interrupted&) {
+        return refusing({503, "stopped: the program ends, or the command took ten minutes"});
+    } catch (const session::Busy& busy) {
+        return refusing({503, busy.what()});
+    } catch (const std::exception& error) {
+        return refusing({target.route == Route::file ? 500 : 400, error.what()});
     }
 }
 
-/// Has the setting or command of a request carried out, on a thread of its own, since it may take long.
-void start_work(Client& client)
+/// Has what a request changes carried out on a thread of its own, since it may take long.
+MHD_Result start_work(Client& client)
 {
     Exchange& exchange = *client.exchange;
-    const bool setting = exchange.target.route != Route::command;
-    int& running = setting ? serving->settings : serving->commands;
-    {
-        const std::lock_guard lock(serving->mutex);
-        if (running == (setting ? serving->limits.settings : serving->limits.commands)) {
-            throw Refusal{503, setting ? "too many settings at once" : "too many commands at once"};
-        }
-        ++running;
+    const bool command = exchange.target.route == Route::command;
+    std::atomic<int>& running = command ? serving->commands : serving->settings;
+    if (running == (command ? serving->limits.commands : serving->limits.settings)) {
+        throw Refusal{503, command ? "too many commands at once" : "too many settings at once"};
     }
-    const auto ended = [&running] {
-        const std::lock_guard lock(serving->mutex);
-        --running;
-        serving->changed.notify_all();
-    };
     exchange.work = std::make_shared<Work>();
     try {
-        std::thread([work = exchange.work, target = exchange.target, body = std::move(exchange.body), ended] {
+        ++running;
+        std::thread([work = exchange.work, target = exchange.target, body = std::move(exchange.body), &running] {
             work->answer = outcome(target, body, work->stop);
+            take_view();
             work->done = true;
             wake();
-            ended();
+            --running;
+            running.notify_all();
         }).detach();
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
+        --running;
         exchange.work.reset();
-        ended();
         throw Refusal{503, "the machine has no thread left for this request"};
     }
-    suspend(client);
-}
-
-Answer state_answer()
-{
-    const auto view = latest_view();
-    Json state = state_json(*view);
-    for (std::size_t id = 0; id < kCameras; ++id) {
-        state["cameras"][id]["settings"] = stored_json(view->cameras[id]);
-    }
-    return {.body = text_of(state)};
+    return suspend(client);
 }
 
 /// A file that a command or a client has left in the session's folder for such.
-Answer file_answer(const std::string& name)
+Answer file_answer(const Exchange& exchange)
 {
+    const std::string& name = exchange.target.name;
+    const std::string& path = exchange.head.path; // whose last part is the name with %20 and the like
     std::string contents;
     if (sim::host::read_file(path_of_file(name), kLargestFile, contents, O_NOFOLLOW) != 0) {
         throw Refusal{404, "there is no file " + session::printable(name)};
     }
-    return {.body = std::move(contents), .type = std::string(type_of(name)), .file = encoded(name)};
+    return {.body = contents,
+            .type = std::string(type_of(name)),
+            .disposition = "attachment; filename*=UTF-8''" + path.substr(path.rfind('/') + 1)};
 }
 
 Answer files_answer()
@@ -422,9 +346,19 @@ MHD_Result act(Client& client)
         return reply(client, exchange.work->answer);
     }
     if (serving->ending) {
-        return refuse(client, {503, "the program ends"});
+        throw Refusal{503, "the program ends"};
     }
-    switch (exchange.target.route) {
+    const Target& target = exchange.target;
+    if (target.changes) {
+        return start_work(client);
+    }
+    const std::shared_ptr<const View> view = latest_view();
+    const Camera& camera = view->cameras[static_cast<std::size_t>(target.camera)];
+    const bool sees = target.route == Route::picture || target.route == Route::stream || target.route == Route::measure;
+    if (sees && camera.picture == 0) {
+        throw Refusal{404, "camera " + std::to_string(target.camera) + " has no engine"};
+    }
+    switch (target.route) {
     case Route::asset: {
         const Asset& asset = *find_asset(exchange.head.path);
         return reply(client, {.body = std::string(asset.content), .type = std::string(asset.type)});
@@ -432,42 +366,22 @@ MHD_Result act(Client& client)
     case Route::settings:
         return reply(client, {.body = text_of(settings_json())});
     case Route::state:
-        return reply(client, state_answer());
+        return reply(client, {.body = text_of(state_json(*view, true))});
     case Route::events:
         return send_stream(client, event_feed(), "text/event-stream");
     case Route::picture:
-        return send_picture(client);
-    case Route::stream: {
-        if (camera_of(exchange, *latest_view()).picture == 0) {
-            return send_picture(client);
-        }
-        return send_stream(client, picture_feed(exchange.target.camera, width_of(exchange.head)),
+        return send_picture(client, camera.picture);
+    case Route::stream:
+        return send_stream(client, picture_feed(target.camera, width_of(exchange.head)),
                            "multipart/x-mixed-replace; boundary=picture");
-    }
     case Route::measure:
-        if (camera_of(exchange, *latest_view()).picture == 0) {
-            return send_picture(client);
-        }
-        return reply(client, {.body = text_of(measured_json(exchange.target.camera, exchange.head.query))});
+        return reply(client, {.body = text_of(measured_json(target.camera, exchange.head.query))});
     case Route::record:
+        return reply(client, {.body = text_of(Json{{"settings", stored_json(camera)}})});
     case Route::setting:
-        if (!exchange.target.changes) {
-            const Json settings = stored_json(camera_of(exchange, *latest_view()));
-            return reply(client, {.body = text_of(exchange.target.route == Route::record
-                                                      ? Json{{"settings", settings}}
-                                                      : setting_of(settings, exchange.target.name))});
-        }
-        [[fallthrough]];
-    case Route::command:
-        start_work(client);
-        return MHD_YES;
+        return reply(client, {.body = text_of(setting_of(stored_json(camera), target.name))});
     case Route::file:
-        if (!exchange.target.changes) {
-            const std::string& name = exchange.target.name;
-            return reply(client, name.empty() ? files_answer() : file_answer(name));
-        }
-        start_work(client);
-        return MHD_YES;
+        return reply(client, target.name.empty() ? files_answer() : file_answer(exchange));
     default:
         return MHD_NO;
     }
@@ -496,8 +410,7 @@ MHD_Result begin(Client& client, const char* path, const char* method)
     exchange.refusal = client.refused ? Refusal{503, "too many connections"}
                                       : refusal_of(exchange.head, exchange.target, serving->address);
     const auto receives_photo = [](const Client& other) {
-        return other.exchange != nullptr && other.exchange->target.route == Route::file &&
-               other.exchange->target.changes;
+        return other.exchange && other.exchange->target.route == Route::file && other.exchange->target.changes;
     };
     if (!exchange.refusal && std::ranges::count_if(serving->clients, receives_photo) > kPhotos) {
         exchange.refusal = Refusal{503, "too many photographs at once"};
@@ -507,23 +420,6 @@ MHD_Result begin(Client& client, const char* path, const char* method)
     }
     return MHD_YES;
 }
-
-/// Takes a piece of a body; a refused one is read and dropped. False when it is too long.
-bool take_body(Exchange& exchange, const char* data, std::size_t size)
-{
-    exchange.length += size;
-    if (!exchange.refusal && exchange.length > exchange.target.most_body) { // it was sent without a length
-        exchange.refusal = too_long(exchange.target);
-        exchange.body.clear();
-    }
-    if (exchange.refusal) {
-        return exchange.length <= kDropped;
-    }
-    exchange.body.append(data, size);
-    return true;
-}
-
-// ---- Called by libmicrohttpd, on the serving thread -----------------------------------------------------------------
 
 Client& client_of(MHD_Connection* connection)
 {
@@ -537,19 +433,27 @@ MHD_Result handle(void* /*context*/, MHD_Connection* connection, const char* pat
     Client& client = client_of(connection);
     try {
         if (*exchange == nullptr) {
-            client.exchange = new Exchange;
-            *exchange = client.exchange;
+            client.exchange = std::make_unique<Exchange>();
+            *exchange = client.exchange.get();
             return begin(client, path, method);
         }
         if (*size > 0) {
-            const bool taken = take_body(*client.exchange, data, *size);
+            Exchange& told = *client.exchange;
+            told.length += *size;
+            if (!told.refusal && told.length > told.target.most_body) { // it was sent without a length
+                told.refusal = too_long(told.target);
+            }
+            if (!told.refusal) {
+                told.body.append(data, *size);
+            }
             *size = 0;
-            return taken ? MHD_YES : MHD_NO;
+            return told.refusal && told.length > kDropped ? MHD_NO : MHD_YES;
         }
         try {
             return act(client);
         } catch (const Refusal& why) {
-            return refuse(client, why);
+            client.exchange->refusal = why;
+            return reply(client, refusing(why));
         }
     } catch (...) { // no memory
         return MHD_NO;
@@ -559,16 +463,12 @@ MHD_Result handle(void* /*context*/, MHD_Connection* connection, const char* pat
 void end_exchange(void* /*context*/, MHD_Connection* connection, void** context, MHD_RequestTerminationCode /*why*/)
 {
     Client& client = client_of(connection);
-    const std::unique_ptr<Exchange> exchange(static_cast<Exchange*>(*context));
+    if (client.exchange && client.exchange->work) {
+        client.exchange->work->stop = true;
+    }
+    client.exchange.reset();
     *context = nullptr;
-    client.exchange = nullptr;
     client.deadline = Clock::now() + serving->limits.idle;
-    if (exchange && exchange->stream) {
-        --serving->streams;
-    }
-    if (exchange && exchange->work) {
-        exchange->work->stop = true;
-    }
 }
 
 void note_connection(void* /*context*/, MHD_Connection* connection, void** context, MHD_ConnectionNotificationCode code)
@@ -591,14 +491,6 @@ void note_connection(void* /*context*/, MHD_Connection* connection, void** conte
     *context = &clients.emplace_back(std::move(client));
 }
 
-/// Paths and queries stay as they were sent.
-std::size_t leave_escaped(void* /*context*/, MHD_Connection* /*connection*/, char* text)
-{
-    return std::char_traits<char>::length(text);
-}
-
-// ---- The serving thread ---------------------------------------------------------------------------------------------
-
 /// Does for a client what is due: ends a connection whose time is over, goes on with one that waited.
 void attend(Client& client)
 {
@@ -610,15 +502,17 @@ void attend(Client& client)
         }
         return;
     }
-    Exchange& exchange = *client.exchange;
+    const Exchange& exchange = *client.exchange;
     const bool ends = client.gone || serving->ending;
-    if (exchange.work) {
-        exchange.work->stop = exchange.work->stop || ends;
-        if (exchange.work->done || serving->ending) {
-            resume(client);
-        }
-    } else if (ends || (exchange.stream ? fill(*exchange.stream) : has_picture(exchange))) {
-        resume(client);
+    if (exchange.work && ends) {
+        exchange.work->stop = true;
+    }
+    const bool due =
+        exchange.work ? exchange.work->done || serving->ending : ends || !exchange.stream || fill(*exchange.stream);
+    if (due) { // who waits for a picture asks for it again
+        client.suspended = false;
+        client.deadline = now + serving->limits.request;
+        MHD_resume_connection(client.connection);
     }
 }
 
@@ -660,9 +554,9 @@ void serve_once()
     std::uint64_t calls = 0;
     [[maybe_unused]] const ssize_t taken = read(serving->wake_up, &calls, sizeof calls);
 
-    std::size_t place = first_client;
+    auto wait = waits.begin() + static_cast<std::ptrdiff_t>(first_client);
     for (Client& client : serving->clients) {
-        client.gone = client.gone || waits[place++].revents != 0;
+        client.gone |= (wait++)->revents != 0;
         attend(client);
     }
     FD_ZERO(&reading);
@@ -690,18 +584,6 @@ void serve_clients()
     MHD_stop_daemon(serving->daemon);
 }
 
-MHD_Daemon* start_daemon(int socket, const Limits& limits)
-{
-    return MHD_start_daemon(MHD_ALLOW_SUSPEND_RESUME, 0, nullptr, nullptr, handle, nullptr, MHD_OPTION_LISTEN_SOCKET,
-                            socket,                                                                             //
-                            MHD_OPTION_CONNECTION_LIMIT, static_cast<unsigned>(limits.connections + kRefusing), //
-                            MHD_OPTION_CONNECTION_MEMORY_LIMIT, kHead,                                          //
-                            MHD_OPTION_NOTIFY_CONNECTION, note_connection, nullptr,                             //
-                            MHD_OPTION_NOTIFY_COMPLETED, end_exchange, nullptr,                                 //
-                            MHD_OPTION_UNESCAPE_CALLBACK, leave_escaped, nullptr,                               //
-                            MHD_OPTION_END);
-}
-
 } // namespace
 
 std::string start_serving(const Address& address, const Limits& limits)
@@ -711,8 +593,15 @@ std::string start_serving(const Address& address, const Limits& limits)
     serving->address = address;
     const int socket = session::listen_at(serving->address);
     serving->wake_up = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    serving->daemon = serving->wake_up >= 0 ? start_daemon(socket, limits) : nullptr;
-    if (serving->daemon == nullptr) {
+    const auto leave_escaped = [](void*, MHD_Connection*, char* text) { return std::char_traits<char>::length(text); };
+    serving->daemon =
+        MHD_start_daemon(MHD_ALLOW_SUSPEND_RESUME, 0, nullptr, nullptr, handle, nullptr,                     //
+                         MHD_OPTION_LISTEN_SOCKET, socket, MHD_OPTION_CONNECTION_MEMORY_LIMIT, kHead,        //
+                         MHD_OPTION_CONNECTION_LIMIT, static_cast<unsigned>(limits.connections + kRefusing), //
+                         MHD_OPTION_NOTIFY_CONNECTION, note_connection, nullptr,                             //
+                         MHD_OPTION_NOTIFY_COMPLETED, end_exchange, nullptr,                                 //
+                         MHD_OPTION_UNESCAPE_CALLBACK, +leave_escaped, nullptr, MHD_OPTION_END);
+    if (serving->wake_up < 0 || serving->daemon == nullptr) {
         throw session::BadInput("cannot serve: " + std::generic_category().message(errno));
     }
     keep_log_lines();
@@ -735,8 +624,11 @@ void stop_serving()
     serving->thread.join();
     on_view(nullptr);
     stop_pictures();
-    std::unique_lock lock(serving->mutex);
-    serving->changed.wait(lock, [] { return serving->commands + serving->settings == 0; });
+    for (std::atomic<int>* running : {&serving->commands, &serving->settings}) {
+        while (const int left = *running) {
+            running->wait(left);
+        }
+    }
 }
 
 } // namespace live

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
 
 namespace live
 {
@@ -14,61 +13,65 @@ namespace live
 namespace
 {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr std::chrono::milliseconds kStatePeriod{100};
 constexpr std::chrono::milliseconds kPicturePeriod{40};
 constexpr std::chrono::seconds kRepeat{1};
 constexpr std::chrono::seconds kHeartbeat{5};
 
-/// What the viewer of a stream was sent last.
-struct Shown {
-    std::shared_ptr<const Picture> picture;
+/// A stream of pictures, and what its viewer was sent last.
+struct Pictures {
+    int camera;
+    int width;
+    std::shared_ptr<const Picture> picture{};
     std::uint64_t least = 0; ///< pictures before it were there when the stream began, and may be long out of date
     Clock::time_point next = Clock::now();
-    Clock::time_point repeat;
+    Clock::time_point repeat{};
+
+    bool operator()(std::string& part, Clock::time_point& again);
 };
 
-Next next_picture(Shown& shown, int camera, int width, std::string& part, Clock::time_point& again)
+bool Pictures::operator()(std::string& part, Clock::time_point& again)
 {
     const Clock::time_point now = Clock::now();
-    again = shown.next;
-    if (now < shown.next) {
-        return Next::later;
+    again = next;
+    if (now < next) {
+        return true;
     }
     const std::uint64_t number = latest_view()->cameras[static_cast<std::size_t>(camera)].picture;
     if (number == 0) {
-        return Next::end;
+        return false;
     }
     auto last = last_picture(camera, width);
-    if (!shown.picture || shown.picture->number != number) {
+    if (!picture || picture->number != number) {
         want_picture(camera, width, Wanted::streamed);
     }
-    const bool fresh = last && last->number >= shown.least && !last->jpeg.empty() &&
-                       (!shown.picture || last->number > shown.picture->number);
-    if (!fresh && (!shown.picture || now < shown.repeat)) {
-        again = shown.picture ? shown.repeat : now + kRepeat;
-        return Next::later;
+    const bool fresh =
+        last && last->number >= least && !last->jpeg.empty() && (!picture || last->number > picture->number);
+    if (!fresh && (!picture || now < repeat)) {
+        again = picture ? repeat : now + kRepeat;
+        return true;
     }
     if (fresh) {
-        shown.picture = std::move(last);
+        picture = std::move(last);
     }
-    shown.next = std::max(shown.next + kPicturePeriod, now);
-    shown.repeat = fresh ? shown.next : now + kRepeat;
-    const std::string& jpeg = shown.picture->jpeg;
+    next = std::max(next + kPicturePeriod, now);
+    repeat = fresh ? next : now + kRepeat;
+    const std::string& jpeg = picture->jpeg;
     part = "--picture\r\nContent-Type: image/jpeg\r\nContent-Length: " + std::to_string(jpeg.size()) + "\r\n\r\n";
     part.append(jpeg).append("\r\n");
-    return Next::part;
+    return true;
 }
 
-/// What a page was told last.
-struct Told {
-    std::shared_ptr<const View> view;               ///< of the last state
+/// A stream of events, and what its page was told last.
+struct News {
+    std::shared_ptr<const View> told;               ///< the last state
     std::array<std::uint64_t, kCameras> pictures{}; ///< their numbers
     std::uint64_t line = 0;
     Clock::time_point state = Clock::now(); ///< when the next may follow
     Clock::time_point picture = Clock::now();
     Clock::time_point sent;
+
+    bool operator()(std::string& part, Clock::time_point& again);
 };
 
 std::string event(std::string_view name, const Json& data)
@@ -86,11 +89,9 @@ std::string changed_settings(const View& view, const View* before)
             continue;
         }
         Json changed = stored_json(now);
-        if (before != nullptr) {
-            const Json old = stored_json(before->cameras[id]);
-            for (auto it = changed.begin(); it != changed.end();) {
-                it = old[it.key()] == *it ? changed.erase(it) : std::next(it);
-            }
+        const Json old = before != nullptr ? stored_json(before->cameras[id]) : Json::object();
+        for (auto it = changed.begin(); it != changed.end();) {
+            it = old.contains(it.key()) && old[it.key()] == *it ? changed.erase(it) : std::next(it);
         }
         text += event("settings", {{"camera", id}, {"settings", changed}});
     }
@@ -123,53 +124,42 @@ std::string log_lines(std::uint64_t& told)
     return lines.empty() ? "" : event("log", lines);
 }
 
-Next next_news(Told& told, std::string& part, Clock::time_point& again)
+bool News::operator()(std::string& part, Clock::time_point& again)
 {
     const Clock::time_point now = Clock::now();
     const std::shared_ptr<const View> view = latest_view();
-    part.clear();
-    if (now >= told.picture) {
-        part += changed_pictures(*view, told.pictures);
-        if (!part.empty()) {
-            told.picture = now + kPicturePeriod;
-        }
+    if (now >= picture) {
+        part = changed_pictures(*view, pictures);
+        picture = part.empty() ? picture : now + kPicturePeriod;
     }
-    if (now >= told.state) {
-        told.state = now + kStatePeriod;
-        if (view != told.view) {
-            part += changed_settings(*view, told.view.get());
-            part += event("state", state_json(*view));
-            told.view = view;
+    if (now >= state) {
+        state = now + kStatePeriod;
+        if (view != told) {
+            part += changed_settings(*view, told.get());
+            part += event("state", state_json(*view, false));
+            told = view;
         }
-        part += log_lines(told.line);
+        part += log_lines(line);
     }
-    if (part.empty() && now - told.sent >= kHeartbeat) {
+    if (part.empty() && now - sent >= kHeartbeat) {
         part = ":\n\n"; // finds out whether the page is still there
     }
-    again = now < told.picture ? std::min(told.picture, told.state) : told.state;
-    if (part.empty()) {
-        return Next::later;
-    }
-    told.sent = now;
-    return Next::part;
+    again = now < picture ? std::min(picture, state) : state;
+    sent = part.empty() ? sent : now;
+    return true;
 }
 
 } // namespace
 
 Feed picture_feed(int camera, int width)
 {
-    const auto shown = std::make_shared<Shown>();
-    shown->least = latest_view()->cameras[static_cast<std::size_t>(camera)].picture;
-    return [camera, width, shown](std::string& part, Clock::time_point& again) {
-        return next_picture(*shown, camera, width, part, again);
-    };
+    const std::uint64_t least = latest_view()->cameras[static_cast<std::size_t>(camera)].picture;
+    return Pictures{.camera = camera, .width = width, .least = least};
 }
 
 Feed event_feed()
 {
-    return [told = std::make_shared<Told>()](std::string& part, Clock::time_point& again) {
-        return next_news(*told, part, again);
-    };
+    return News{};
 }
 
 } // namespace live

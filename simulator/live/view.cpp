@@ -1,6 +1,5 @@
 #include "live/view.h"
 
-#include "session/cameras.h"
 #include "session/lanes.h"
 #include "session/look.h"
 #include "session/scenes.h"
@@ -9,7 +8,6 @@
 #include "session/turn.h"
 #include "session/undo.h"
 
-#include <chrono>
 #include <mutex>
 
 namespace live
@@ -23,7 +21,7 @@ constexpr std::chrono::milliseconds kBetweenNoise{200}; // new pictures of what 
 constexpr std::chrono::milliseconds kBetweenMoves{66};  // and of what moves or flickers
 
 std::mutex taking; // held while a view is taken, so that views are in order
-RealClock::time_point taken_at;
+Clock::time_point taken_at;
 
 std::function<void()> after_view;
 
@@ -46,25 +44,19 @@ Camera camera_view(int id, const Camera& before)
     camera.settings = session::shown_settings(id);
     camera.csc_mode = session::csc_mode_of(id);
     camera.busy = session::busy_with(id);
-    const void* engine = session::engine_of(id);
+    const void* const engine = session::engine_of(id);
     camera.life = sim::engine::life(engine);
     camera.live = sim::engine::readings(id);
     camera.scene = session::scene_of(id)->name;
-    if (engine != nullptr && before.look && session::on_trial(id)) {
-        camera.look = before.look;
-    } else if (engine != nullptr) {
+    if (engine != nullptr) {
         const sim::picture::Look look = session::look_of(id);
         const bool lively = look.moving || look.lamp.flicker * look.lamp.mains > 0.0;
-        const bool soon = RealClock::now() - before.look_taken < (lively ? kBetweenMoves : kBetweenNoise);
-        if (before.look && (look == *before.look || (soon && same_but_for_frame(look, *before.look)))) {
-            camera.look = before.look;
-            camera.look_taken = before.look_taken;
-            camera.picture = before.picture;
-        } else {
-            camera.look = std::make_shared<const sim::picture::Look>(look);
-            camera.look_taken = RealClock::now();
-            camera.picture = ++looks;
-        }
+        const bool soon = Clock::now() - before.look_taken < (lively ? kBetweenMoves : kBetweenNoise);
+        const bool kept = before.look && (session::on_trial(id) || look == *before.look ||
+                                          (soon && same_but_for_frame(look, *before.look)));
+        camera.look = kept ? before.look : std::make_shared<const sim::picture::Look>(look);
+        camera.look_taken = kept ? before.look_taken : Clock::now();
+        camera.picture = kept ? before.picture : ++looks;
     }
     return camera;
 }
@@ -73,7 +65,6 @@ void take()
 {
     auto view = std::make_shared<View>();
     const std::shared_ptr<const View> before = latest_view();
-    view->number = before ? before->number + 1 : 1;
     view->seconds = session::seconds_now();
     view->pace = sim::pace();
     view->busy = session::present_turn();
@@ -84,7 +75,7 @@ void take()
         const auto place = static_cast<std::size_t>(id);
         view->cameras[place] = camera_view(id, before ? before->cameras[place] : Camera());
     }
-    taken_at = RealClock::now();
+    taken_at = Clock::now();
     {
         const std::lock_guard lock(mutex);
         latest = std::move(view);
@@ -117,7 +108,7 @@ void take_view()
 void take_view_of_frame()
 {
     const std::unique_lock lock(taking, std::try_to_lock);
-    if (lock && RealClock::now() - taken_at >= kBetweenFrames) {
+    if (lock && Clock::now() - taken_at >= kBetweenFrames) {
         take();
     }
 }

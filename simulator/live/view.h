@@ -20,7 +20,7 @@ namespace live
 
 using session::kCameras;
 
-using RealClock = std::chrono::steady_clock;
+using Clock = std::chrono::steady_clock;
 
 struct Camera {
     sim::engine::Life life = sim::engine::Life::unknown;
@@ -32,15 +32,14 @@ struct Camera {
     std::shared_ptr<const sim::picture::Look> look; ///< null without an engine; the same object while nothing changes
                                                     ///< but noise, which is renewed a few times a second
     std::uint64_t picture = 0;                      ///< the look's number, which no other look has; 0 without one
-    RealClock::time_point look_taken{};
+    Clock::time_point look_taken{};
 };
 
 struct View {
-    std::uint64_t number = 0; ///< counts the views, from 1
-    double seconds = 0.0;     ///< simulated
-    double pace = 1.0;        ///< of simulated time
-    std::string busy;         ///< the command that runs
-    std::string undo;         ///< the change that undo would take back
+    double seconds = 0.0; ///< simulated
+    double pace = 1.0;    ///< of simulated time
+    std::string busy;     ///< the command that runs
+    std::string undo;     ///< the change that undo would take back
     sim::host::LensState lens;
     bool auto_iris = false;
     std::array<Camera, kCameras> cameras;

@@ -29,7 +29,6 @@ std::list<Place> places; // in order of arrival, holders included
 
 thread_local unsigned own_lanes = 0;
 thread_local int acting = -1;
-thread_local std::chrono::milliseconds own_patience{30000};
 
 /// The first who keeps a place from being served.
 const Place* before(std::list<Place>::const_iterator place)
@@ -64,7 +63,7 @@ Lanes::Lanes(std::span<const int> cameras, const std::string& what) : acting_bef
             lock.unlock();
             aside.emplace();
             lock.lock();
-            if (!changed.wait_until(lock, std::chrono::steady_clock::now() + own_patience,
+            if (!changed.wait_until(lock, std::chrono::steady_clock::now() + kPatience,
                                     [&] { return before(place) == nullptr; })) {
                 const std::string text = busy_text(*before(place), held_);
                 places.erase(place);
@@ -97,16 +96,6 @@ Lanes::~Lanes()
         places.erase(own);
     }
     changed.notify_all();
-}
-
-void set_patience(std::chrono::milliseconds patience)
-{
-    own_patience = patience;
-}
-
-std::chrono::milliseconds patience()
-{
-    return own_patience;
 }
 
 std::string busy_with(int camera)

@@ -36,9 +36,7 @@ private:
     int acting_before_;
 };
 
-/// How long this thread waits for lanes and turns; 30 s at first.
-void set_patience(std::chrono::milliseconds patience);
-std::chrono::milliseconds patience();
+inline constexpr std::chrono::seconds kPatience{30}; ///< for which lanes and turns are waited for
 
 /// What a camera is busy with; empty while it is free. Any thread.
 std::string busy_with(int camera);

@@ -46,7 +46,7 @@ Turn::Turn(const std::string& what)
     std::unique_lock lock(mutex);
     own_ = !is_own();
     if (own_) {
-        if (!ended.wait_until(lock, std::chrono::steady_clock::now() + patience(),
+        if (!ended.wait_until(lock, std::chrono::steady_clock::now() + kPatience,
                               [] { return !present.has_value(); })) {
             throw Busy("busy with " + *present);
         }

@@ -244,6 +244,7 @@ TEST_F(Live, EachRequestGetsItsAnswerOrOneLineThatSaysWhyNot)
         {"GET", "/../../etc/passwd", {}, "", 404, "nothing at"},
         {"GET", "/%2e%2e/%2e%2e/etc/passwd", {}, "", 404, "nothing at"},
         {"GET", "/api/cameras/8/picture.jpg", {}, "", 404, "nothing at"},
+        {"GET", "/api/cameras/N/picture.jpg", {}, "", 404, "nothing at"},
         {"GET", "/api/cameras/5/picture.jpg", {}, "", 404, "camera 5 has no engine"},
         {"GET", "/api/cameras/5/stream", {}, "", 404, "camera 5 has no engine"},
         {"GET", "/api/cameras/0/picture.jpg?width=99999", {}, "", 400, "a width is"},
@@ -372,6 +373,7 @@ TEST_F(Live, WhatATrialVariesIsPutBackAndNothingElse)
             EXPECT_EQ(put("contrast", 9), 200);
             EXPECT_FALSE(done);
         }
+        EXPECT_EQ(told.find(R"({"0":0})"), std::string::npos) << "a camera on trial keeps its picture";
         EXPECT_EQ(told.find(R"("gamma":4)"), std::string::npos) << "a value that is only tried is shown";
         return done.load();
     });
