@@ -298,6 +298,12 @@ std::string elsewhere_text(const Setting& setting);
 /// Of a setting that is not `shown`.
 inline constexpr std::string_view kNotShown = "not shown by the simulated picture";
 
+/// Whether the picture shows a value; the engine is told nothing of wide dynamic range.
+constexpr bool shows(const Setting& setting, int value)
+{
+    return setting.shown && !(setting.name == "exposure_mode" && value == WIDE_DYNAMIC_RANGE);
+}
+
 /// What a value means, "5500 K", "1/200 s" or "F2.8"; empty where it means no quantity.
 std::string quantity_text(const Setting& setting, int value);
 

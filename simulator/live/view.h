@@ -9,6 +9,7 @@
 #include "session/cameras.h"
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>

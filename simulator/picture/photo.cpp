@@ -73,7 +73,7 @@ std::string read_jpeg(const std::string& file, Coded& coded)
     }
     std::string failed = make_room(coded, width, height);
     if (failed.empty() && tjDecompress2(reader.get(), data, size, coded.rgb.data(), width, 0, height, TJPF_RGB,
-                                        TJFLAG_STOPONWARNING) != 0) {
+                                        TJFLAG_STOPONWARNING | TJFLAG_LIMITSCANS) != 0) {
         failed = tjGetErrorStr2(reader.get());
     }
     return failed;

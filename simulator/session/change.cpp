@@ -38,6 +38,9 @@ std::string outcome_text(int camera, const sim::host::Setting& setting, int valu
         if (setting.name == "exposure_mode" && value == SMART_EXPOSURE && camera != kZoomCamera) {
             return "exposure stays where it is: the feature camera follows when camera 0 is in smart";
         }
+        if (setting.is_mode() && !sim::host::shows(setting, value)) {
+            return std::string(sim::host::kNotShown);
+        }
         return !has_engine(camera) ? stored ? "no engine: stored" : "no engine"
                : stored || setting.member == nullptr
                    ? ""

@@ -187,7 +187,10 @@ Log log_of(const Operation& operation, int variant, bool engines, const std::str
     const auto is_line = [](const sim::Call& call) { return call.function == "line"; };
     const bool with_threads = std::ranges::find(calls, "pthread_create", &sim::Call::function) != calls.end();
     if (with_threads) {
-        std::ranges::stable_partition(calls, is_line);
+        std::vector<sim::Call> others;
+        std::ranges::copy_if(calls, std::back_inserter(others), std::not_fn(is_line));
+        std::erase_if(calls, std::not_fn(is_line));
+        calls.insert(calls.end(), others.begin(), others.end());
     }
     auto line = log.lines.begin();
     bool appends = false; // to a row of calls

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <map>
 #include <ostream>
 
 namespace prompt
@@ -84,11 +85,12 @@ Point try_out(int camera, session::Trial& trial, const std::vector<Axis>& axes, 
         point.title += (i > 0 ? ", " : "") + value;
     }
     const kiv_isp_param_s record = sim::host::stored_record(camera);
-    for (const Axis& axis : axes) {
+    for (std::size_t i = 0; i < axes.size(); ++i) {
+        const Axis& axis = axes[i];
         const std::string mode = sim::host::unused_mode(axis.setting->effective, record);
-        const std::string why = !axis.setting->shown                      ? std::string(sim::host::kNotShown)
-                                : axis.setting->is_mode() || mode.empty() ? ""
-                                                                          : "not applied in " + mode;
+        const std::string why = !sim::host::shows(*axis.setting, point.values[i]) ? std::string(sim::host::kNotShown)
+                                : axis.setting->is_mode() || mode.empty()         ? ""
+                                                                                  : "not applied in " + mode;
         if (!why.empty()) {
             point.note +=
                 (point.note.empty() ? "" : "; ") + (axes.size() > 1 ? std::string(axis.setting->name) + " " : "") + why;
@@ -259,9 +261,13 @@ void write_down(const Plan& plan, std::vector<Point>& points)
     }
     wrote(plan.table);
     if (!plan.sheet.empty()) {
-        std::ranges::stable_sort(points, {}, [&](const Point& point) { return figure(point, plan.by); });
-        std::vector<sim::picture::Panel> panels;
+        std::multimap<double, Point*> in_order;
         for (Point& point : points) {
+            in_order.emplace(figure(point, plan.by), &point);
+        }
+        std::vector<sim::picture::Panel> panels;
+        for (const auto& [figure, place] : in_order) {
+            Point& point = *place;
             if (!plan.by.empty()) {
                 point.panel.caption.insert(point.panel.caption.begin(),
                                            plan.by + " " + figures_json(point.figures)[plan.by].dump());
