@@ -520,21 +520,7 @@ void attend(Client& client)
 /// libmicrohttpd do it.
 void serve_once()
 {
-    const auto in = [](int descriptor, const fd_set& set) { return FD_ISSET(descriptor, &set); };
-    fd_set reading, writing, failing;
-    FD_ZERO(&reading);
-    FD_ZERO(&writing);
-    FD_ZERO(&failing);
-    MHD_socket highest = 0;
-    MHD_get_fdset(serving->daemon, &reading, &writing, &failing, &highest);
     std::vector<pollfd> waits = {{.fd = serving->wake_up, .events = POLLIN, .revents = 0}};
-    for (int descriptor = 0; descriptor <= highest; ++descriptor) {
-        const int events = (in(descriptor, reading) ? POLLIN : 0) | (in(descriptor, writing) ? POLLOUT : 0);
-        if (events != 0) {
-            waits.push_back({.fd = descriptor, .events = static_cast<short>(events), .revents = 0});
-        }
-    }
-    const std::size_t first_client = waits.size();
     Clock::time_point until = Clock::now() + std::chrono::seconds(10);
     for (const Client& client : serving->clients) {
         if (!client.suspended) {
@@ -545,6 +531,16 @@ void serve_once()
         const bool watched = client.suspended && !client.gone; // by libmicrohttpd it is not
         waits.push_back({.fd = watched ? client.socket : -1, .events = POLLRDHUP, .revents = 0});
     }
+    fd_set reading{}, writing{}, failing{};
+    MHD_socket highest = 0;
+    MHD_get_fdset(serving->daemon, &reading, &writing, &failing, &highest);
+    for (int descriptor = 0; descriptor <= highest; ++descriptor) {
+        const int events =
+            (FD_ISSET(descriptor, &reading) ? POLLIN : 0) | (FD_ISSET(descriptor, &writing) ? POLLOUT : 0);
+        if (events != 0) {
+            waits.push_back({.fd = descriptor, .events = static_cast<short>(events), .revents = 0});
+        }
+    }
     MHD_UNSIGNED_LONG_LONG patience = 0;
     if (MHD_get_timeout(serving->daemon, &patience) == MHD_YES) {
         until = std::min(until, Clock::now() + std::chrono::milliseconds(patience));
@@ -554,24 +550,12 @@ void serve_once()
     std::uint64_t calls = 0;
     [[maybe_unused]] const ssize_t taken = read(serving->wake_up, &calls, sizeof calls);
 
-    auto wait = waits.begin() + static_cast<std::ptrdiff_t>(first_client);
+    auto wait = waits.begin() + 1;
     for (Client& client : serving->clients) {
         client.gone |= (wait++)->revents != 0;
         attend(client);
     }
-    FD_ZERO(&reading);
-    FD_ZERO(&writing);
-    FD_ZERO(&failing);
-    for (std::size_t i = 1; i < first_client; ++i) {
-        const auto ready = [&](int asked) { return (waits[i].events & asked) != 0 && waits[i].revents != 0; };
-        if (ready(POLLIN)) {
-            FD_SET(waits[i].fd, &reading);
-        }
-        if (ready(POLLOUT)) {
-            FD_SET(waits[i].fd, &writing);
-        }
-    }
-    MHD_run_from_select(serving->daemon, &reading, &writing, &failing);
+    MHD_run(serving->daemon);
 }
 
 void serve_clients()
