@@ -416,7 +416,12 @@ std::vector<Field> changes(const Snapshot& before, const Snapshot& after)
 {
     std::vector<Field> list;
     for (const Entry& field : kFields) {
-        if (!after.empty()) {
+        if (after.empty()) {
+            break;
+        }
+        const unsigned char* const first = element(after.data(), field, 0, 0);
+        const unsigned char* const last = element(after.data(), field, field.records - 1, field.shape.count);
+        if (before.empty() || !std::equal(first, last, element(before.data(), field, 0, 0))) {
             list_field(list, std::string(field.block) + ".", after.data(), before.empty() ? nullptr : before.data(),
                        field);
         }

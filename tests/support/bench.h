@@ -217,8 +217,9 @@ template <typename Table>
 std::uint32_t fingerprint(const Table& table)
 {
     std::uint32_t hash = 2166136261U;
-    for (const auto value : table) {
-        hash = (hash ^ static_cast<std::uint32_t>(value)) * 16777619U;
+    const auto* const values = std::data(table); // quicker than iterators where nothing is optimised
+    for (std::size_t i = 0; i < std::size(table); ++i) {
+        hash = (hash ^ static_cast<std::uint32_t>(values[i])) * 16777619U;
     }
     return hash;
 }
