@@ -7,7 +7,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     std::map<std::string_view, int> values;
-    visca::Camera camera{[&](std::string_view name) { return values[name]; }};
+    visca::Camera camera{{}, [&](std::string_view name) { return values[name]; }};
     visca::Bytes rest;
     std::vector<visca::Bytes> messages;
     for (std::size_t i = 0; i < size; ++i) { // byte by byte

@@ -98,18 +98,18 @@ Request decode(const Bytes& message, Camera& camera)
 {
     remember_levels(camera);
     if (message.size() < 3 || message.back() != 0xFF) {
-        return {bytes_of(Status::length), "a message has 3 to 16 bytes and ends with FF"};
+        return {bytes_of(Status::length), "a message has 3 to 16 bytes and ends with FF", {}};
     }
     if (const std::string text = text_of(message); text == "88 30 01 FF" || text == "88 01 00 01 FF") {
         const bool clears = message[1] == 0x01;
         return {clears ? message : Bytes{0x88, 0x30, 0x02, 0xFF}, clears ? "clear" : "set addresses", {}, 0, clears};
     }
     if (message[0] != 0x81) {
-        return {bytes_of(Status::syntax), "the address is 81; 88 clears and sets addresses alone"};
+        return {bytes_of(Status::syntax), "the address is 81; 88 clears and sets addresses alone", {}};
     }
     Bytes body(message.begin() + 1, message.end() - 1);
     if (body.size() == 1 && body[0] >> 4 == 2) {
-        return {bytes_of(Status::no_socket, body[0] & 0x0F), "nothing can be cancelled"};
+        return {bytes_of(Status::no_socket, body[0] & 0x0F), "nothing can be cancelled", {}};
     }
     if (body.size() > kOpcode && body[0] == 0x09 && body[1] == 0x0A) {
         body.erase(body.begin() + 1); // another form of the inquiries of tuning
@@ -153,10 +153,10 @@ Request decode(const Bytes& message, Camera& camera)
         }
     }
     if (has(0x097E7E, 1) && *data < kBlocks) {
-        return {block(*data, camera), "block " + std::to_string(*data) + "?"};
+        return {block(*data, camera), "block " + std::to_string(*data) + "?", {}};
     }
-    return known && !fits ? Request{bytes_of(Status::length), "not the command's number of bytes"}
-                          : Request{bytes_of(Status::syntax), known ? "no value of it" : "no such command"};
+    return known && !fits ? Request{bytes_of(Status::length), "not the command's number of bytes", {}}
+                          : Request{bytes_of(Status::syntax), known ? "no value of it" : "no such command", {}};
 }
 
 void remember_levels(Camera& camera)

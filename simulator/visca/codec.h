@@ -23,17 +23,17 @@ Bytes bytes_of(Status status, int socket = 0);
 
 /// A camera as messages see it. One thread at a time.
 struct Camera {
+    std::map<std::string_view, int> last_levels;        ///< of settings that are automatic at times
     std::function<int(std::string_view setting)> value; ///< at present
-    std::map<std::string_view, int> last_levels = {};   ///< of settings that are automatic at times
 };
 
 /// What a message asks for.
 struct Request {
-    Bytes reply;      ///< the answer; empty: set the setting, after `accepted` and before `done` or `unfit`
-    std::string text; ///< for people: what is asked for, or why it is refused
-    std::string_view setting = {}; ///< from the table
-    int value = 0;                 ///< of a step, from the camera's value, which should be what commands under way set
-    bool clears = false;           ///< earlier commands get no reply any more
+    Bytes reply;              ///< the answer; empty: set the setting, after `accepted` and before `done` or `unfit`
+    std::string text;         ///< for people: what is asked for, or why it is refused
+    std::string_view setting; ///< from the table
+    int value = 0;            ///< of a step, from the camera's value, which should be what commands under way set
+    bool clears = false;      ///< earlier commands get no reply any more
 };
 Request decode(const Bytes& message, Camera& camera);
 
