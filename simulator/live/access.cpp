@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <strings.h>
 
 namespace live
 {
@@ -33,7 +32,8 @@ constexpr Place kPlaces[] = {
 
 bool same_name(std::string_view a, std::string_view b)
 {
-    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    return std::ranges::equal(a, b, {}, lower, lower);
 }
 
 std::optional<std::size_t> number_of(std::string_view text, int base = 10)
@@ -158,7 +158,8 @@ std::optional<Refusal> refusal_of(const Head& head, const Target& target, const 
          {400, "this server has another name than " + host.substr(0, 100)}},
         {is_foreign(head, target), {400, "pages of other sites have no access"}},
         {target.route == Route::none, {404, "there is nothing at " + head.path.substr(0, 100)}},
-        {target.methods.find(target.changes ? head.method : "GET") == std::string_view::npos,
+        {(target.changes && head.method != "PUT" && head.method != "POST") ||
+             target.methods.find(target.changes ? head.method : "GET") == std::string_view::npos,
          {405, "use " + std::string(target.methods)}},
         {!may_have && has_body, {400, head.method + " takes no body"}},
         {may_have && !right_type, {415, "a body is " + std::string(target.body_type)}},

@@ -23,11 +23,11 @@ enum class Route { none, asset, settings, state, events, picture, stream, measur
 
 /// What there is at a path: N in it stands for a camera, * for a name.
 struct Place {
-    std::string_view path{};
+    std::string_view path;
     Route route = Route::none;
-    std::string_view methods{};   ///< for people; GET stands for HEAD too
-    std::size_t most_body = 0;    ///< bytes, of a request that changes something; 0 where there is no body
-    std::string_view body_type{}; ///< that a body must have
+    std::string_view methods;   ///< for people; GET stands for HEAD too
+    std::size_t most_body = 0;  ///< bytes, of a request that changes something; 0 where there is no body
+    std::string_view body_type; ///< that a body must have
 };
 
 struct Target : Place {

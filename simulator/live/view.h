@@ -33,7 +33,7 @@ struct Camera {
     std::shared_ptr<const sim::picture::Look> look; ///< null without an engine; the same object while nothing changes
                                                     ///< but noise, which is renewed a few times a second
     std::uint64_t picture = 0;                      ///< the look's number, which no other look has; 0 without one
-    Clock::time_point look_taken{};
+    Clock::time_point look_taken;
 };
 
 struct View {
