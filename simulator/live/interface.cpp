@@ -3,11 +3,9 @@
 #include "host/store.h"
 #include "prompt/camera_line.h"
 #include "prompt/commands.h"
-#include "prompt/commands/inspect.h"
 #include "prompt/commands/pictures.h"
 #include "session/change.h"
 #include "session/lanes.h"
-#include "session/remembered.h"
 #include "session/undo.h"
 
 #include <algorithm>
@@ -137,7 +135,7 @@ Json settings_json()
             {"offers",
              {{"scenes", sim::picture::scene_names()},
               {"illuminants", {"A", "TL84", "D50", "D65"}},
-              {"functions", prompt::called_functions()},
+              {"functions", prompt::kCalledFunctions},
               {"iris_widest", sim::host::kIrisWidest},
               {"zoom_longest", sim::host::kZoomLongest}}}};
 }

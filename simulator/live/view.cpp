@@ -2,10 +2,8 @@
 
 #include "session/lanes.h"
 #include "session/look.h"
-#include "session/scenes.h"
 #include "session/session.h"
 #include "session/trial.h"
-#include "session/turn.h"
 #include "session/undo.h"
 
 #include <mutex>

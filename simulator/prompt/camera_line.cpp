@@ -1,9 +1,10 @@
 #include "prompt/camera_line.h"
 
 #include "host/lens.h"
+#include "host/store.h"
+#include "prompt/commands.h"
 #include "session/cameras.h"
-#include "session/readings.h"
-#include "session/scenes.h"
+#include "session/look.h"
 
 #include <iomanip>
 #include <sstream>
@@ -25,21 +26,7 @@ std::string field(const Values&... values)
     return text.str();
 }
 
-std::string_view life_text(sim::engine::Life life)
-{
-    switch (life) {
-    case sim::engine::Life::initialised:
-        return "initialised";
-    case sim::engine::Life::prepared:
-        return "prepared";
-    case sim::engine::Life::running:
-        return "running";
-    case sim::engine::Life::stopped:
-        return "stopped";
-    default:
-        return "none";
-    }
-}
+constexpr const char* kLives[] = {"none", "initialised", "prepared", "running", "stopped", "none"}; // by Life
 
 } // namespace
 
@@ -75,7 +62,7 @@ Json camera_json(const CameraFacts& camera)
     const bool has_motors = camera.id == session::kZoomCamera;
     return {
         {"id", camera.id},
-        {"state", life_text(camera.life)},
+        {"state", kLives[static_cast<std::size_t>(camera.life)]},
         {"exposure_mode", camera.settings.exposure_mode},
         {"automatic", live.automatic},
         {"time", live.time},
@@ -105,6 +92,53 @@ Json camera_json(int camera)
                              .lens = sim::host::lens_state()});
     json["seconds"] = session::seconds_now();
     return json;
+}
+
+Json json_of(const sim::host::Setting& setting, int value)
+{
+    const std::string name = sim::host::name_of(setting, value);
+    return name == std::to_string(value) ? Json(value) : Json(name);
+}
+
+Json json_of(const kiv_isp_param_s& record)
+{
+    Json settings = Json::object();
+    for (const sim::host::Setting& setting : sim::host::kSettings) {
+        settings[std::string(setting.name)] = json_of(setting, record.*setting.member);
+    }
+    return settings;
+}
+
+std::string differences(const kiv_isp_param_s& record, const kiv_isp_param_s& other, const std::string& title)
+{
+    std::ostringstream text;
+    for (const sim::host::Setting& setting : sim::host::kSettings) {
+        if (record.*setting.member != other.*setting.member) {
+            text << std::left << std::setw(24) << setting.name << std::setw(20)
+                 << sim::host::name_of(setting, record.*setting.member) << "(" << title << " "
+                 << sim::host::name_of(setting, other.*setting.member) << ")\n";
+        }
+    }
+    return text.str();
+}
+
+Json json_of_differences(const kiv_isp_param_s& record, const kiv_isp_param_s& other, const char* title)
+{
+    Json differing = Json::object();
+    for (const sim::host::Setting& setting : sim::host::kSettings) {
+        if (record.*setting.member != other.*setting.member) {
+            differing[std::string(setting.name)] = {{"now", json_of(setting, record.*setting.member)},
+                                                    {title, json_of(setting, other.*setting.member)}};
+        }
+    }
+    return differing;
+}
+
+void tell_changes(int camera, const kiv_isp_param_s& before)
+{
+    const kiv_isp_param_s record = sim::host::stored_record(camera);
+    out() << "camera " << camera << '\n' << differences(record, before, "before");
+    answer({{"camera", camera}, {"changes", json_of_differences(record, before)}});
 }
 
 } // namespace prompt

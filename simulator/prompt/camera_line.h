@@ -1,4 +1,4 @@
-// A camera's present values on one line, for people and for programs.
+// A camera's present values and stored settings, for people and for programs.
 #pragma once
 
 #include "engine/engine.h"
@@ -27,5 +27,20 @@ Json camera_json(const CameraFacts& camera);
 
 /// The same of the present moment, with the simulated time in seconds.
 Json camera_json(int camera);
+
+/// The value of a setting, by name where it has one.
+Json json_of(const sim::host::Setting& setting, int value);
+
+/// Settings by name.
+Json json_of(const kiv_isp_param_s& record);
+
+/// A line per setting in which two records differ, "hue                     3  (TITLE 7)".
+std::string differences(const kiv_isp_param_s& record, const kiv_isp_param_s& other, const std::string& title);
+
+/// The same for programs: {"hue": {"now": 3, "was": 7}}, with the title for "was".
+Json json_of_differences(const kiv_isp_param_s& record, const kiv_isp_param_s& other, const char* title = "was");
+
+/// Tells how the settings of a camera differ from those before.
+void tell_changes(int camera, const kiv_isp_param_s& before);
 
 } // namespace prompt

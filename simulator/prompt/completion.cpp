@@ -4,7 +4,6 @@
 
 #include "engine/engine.h"
 #include "prompt/commands.h"
-#include "prompt/commands/inspect.h"
 #include "session/cameras.h"
 
 #include <algorithm>
@@ -36,84 +35,43 @@ Words files(const std::string& begun, const std::string& ending)
     return names;
 }
 
-Words setting_names()
-{
-    Words names;
-    for (const sim::host::Setting& setting : sim::host::kSettingsAndCommands) {
-        names.emplace_back(setting.name);
-    }
-    return names;
-}
-
-Words command_names()
-{
-    Words names;
-    for (const Group& group : command_groups()) {
-        for (const Command& command : group.commands) {
-            names.emplace_back(command.name);
-        }
-    }
-    return names;
-}
-
-Words value_names(const std::string& setting_name)
-{
-    Words names;
-    if (const sim::host::Setting* setting = sim::host::find_setting(setting_name); setting != nullptr) {
-        for (const sim::host::ValueName& name : sim::host::names_of(*setting)) {
-            names.emplace_back(name.name);
-        }
-    }
-    return names;
-}
-
-Words field_names(const std::string& camera, const std::string& block)
-{
-    Words names;
-    const bool known = camera.size() == 1 && camera[0] >= '0' && camera[0] < '0' + session::kCameras;
-    for (const sim::engine::Field& field :
-         sim::engine::describe(session::engine_of(known ? camera[0] - '0' : 0), block)) {
-        names.push_back(field.name);
-    }
-    return names;
-}
-
 /// What may stand for an argument, "SETTING" or "on"; `before` are the words before it, the command first.
 Words candidates(const std::string& argument, const Words& before, const std::string& begun)
 {
     const bool third = before.size() > 2;
-    if (argument == "SETTING") {
-        return setting_names();
-    }
-    if (argument == "NAME") {
-        Words names = setting_names();
-        std::ranges::move(command_names(), std::back_inserter(names));
-        return names;
-    }
-    if (argument == "VALUE" || argument == "A" || argument == "B") {
-        return third ? value_names(before[2]) : Words();
-    }
-    if (argument == "BLOCK") {
-        return sim::engine::block_names();
-    }
-    if (argument == "FIELD") {
-        return third ? field_names(before[1], before[2]) : Words();
-    }
-    if (argument == "FUNCTION") {
-        return {called_functions().begin(), called_functions().end()};
-    }
-    if (argument == "CAM") {
-        Words ids;
-        for (int camera = 0; camera < session::kCameras; ++camera) {
-            ids.push_back(std::to_string(camera));
+    Words names;
+    if (argument == "SETTING" || argument == "NAME") {
+        names = setting_names();
+        if (argument == "NAME") {
+            std::ranges::move(command_names(), std::back_inserter(names));
         }
-        return ids;
+    } else if (argument == "VALUE" || argument == "A" || argument == "B") {
+        if (const auto* setting = third ? sim::host::find_setting(before[2]) : nullptr; setting != nullptr) {
+            for (const sim::host::ValueName& name : sim::host::names_of(*setting)) {
+                names.emplace_back(name.name);
+            }
+        }
+    } else if (argument == "BLOCK") {
+        names = sim::engine::block_names();
+    } else if (argument == "FIELD" && third) {
+        const char id = before[1][0];
+        const bool known = before[1].size() == 1 && id >= '0' && id < '0' + session::kCameras;
+        for (const sim::engine::Field& field :
+             sim::engine::describe(session::engine_of(known ? id - '0' : 0), before[2])) {
+            names.push_back(field.name);
+        }
+    } else if (argument == "FUNCTION") {
+        names.assign(kCalledFunctions.begin(), kCalledFunctions.end());
+    } else if (argument == "CAM") {
+        for (int camera = 0; camera < session::kCameras; ++camera) {
+            names.push_back(std::to_string(camera));
+        }
+    } else if (argument.starts_with("FILE") || argument.starts_with('.')) {
+        names = files(begun, argument.substr(std::min(argument.find('.'), argument.size())));
+    } else if (std::ranges::any_of(argument, [](unsigned char c) { return std::islower(c) || std::isdigit(c); })) {
+        names.push_back(argument);
     }
-    if (argument.starts_with("FILE") || argument.starts_with('.')) {
-        return files(begun, argument.substr(std::min(argument.find('.'), argument.size())));
-    }
-    const bool word = std::ranges::any_of(argument, [](unsigned char c) { return std::islower(c) || std::isdigit(c); });
-    return word ? Words{argument} : Words();
+    return names;
 }
 
 /// One form of a command's arguments, "start ID SENSOR...": what may stand behind some words, if these fit.

@@ -1,7 +1,7 @@
 #include "prompt/interrupt.h"
 
+#include "session/lanes.h"
 #include "session/session.h"
-#include "session/turn.h"
 
 #include <algorithm>
 #include <atomic>

@@ -38,8 +38,7 @@ class EndIf
 public:
     EndIf(const std::atomic<bool>& stop, std::chrono::seconds most);
     ~EndIf();
-    EndIf(const EndIf&) = delete;
-    EndIf& operator=(const EndIf&) = delete;
+    EndIf& operator=(EndIf&&) = delete;
 };
 
 /// Lets simulated time pass for a command; others may have turns meanwhile. Throws Interrupted.
@@ -52,8 +51,7 @@ class Hurry
 public:
     Hurry();
     ~Hurry();
-    Hurry(const Hurry&) = delete;
-    Hurry& operator=(const Hurry&) = delete;
+    Hurry& operator=(Hurry&&) = delete;
 
 private:
     double pace_;

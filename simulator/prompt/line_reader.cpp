@@ -8,27 +8,22 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
-#include <utility>
 
 namespace prompt
 {
 
-LineReader::LineReader(const std::string& path)
-    : descriptor_(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)), owned_(true), name_(path)
+LineReader::LineReader(const std::optional<std::string>& path)
+    : descriptor_(path ? open(path->c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC) : STDIN_FILENO),
+      name_(path.value_or("standard input"))
 {
     if (descriptor_ < 0) {
-        throw session::BadInput(path + ": " + std::strerror(errno));
+        throw session::BadInput(name_ + ": " + std::strerror(errno));
     }
-}
-
-LineReader::LineReader(int descriptor, std::string name)
-    : descriptor_(descriptor), owned_(false), name_(std::move(name))
-{
 }
 
 LineReader::~LineReader()
 {
-    if (owned_) {
+    if (descriptor_ != STDIN_FILENO) {
         close(descriptor_);
     }
 }
@@ -45,7 +40,7 @@ bool LineReader::read_more()
     char bytes[4096];
     const ssize_t count = read(descriptor_, bytes, sizeof bytes);
     if (count < 0) {
-        throw session::BadInput(std::strerror(errno));
+        throw session::BadInput(place() + std::strerror(errno));
     }
     pending_.append(bytes, static_cast<std::size_t>(count));
     return count > 0;
@@ -53,6 +48,7 @@ bool LineReader::read_more()
 
 std::optional<std::string> LineReader::next()
 {
+    constexpr std::size_t kLongestLine = 65536;
     ++number_;
     std::size_t end = pending_.find('\n');
     while (end == std::string::npos && !ended_) {
@@ -62,7 +58,7 @@ std::optional<std::string> LineReader::next()
         if (end == std::string::npos && pending_.size() > kLongestLine) {
             ended_ = true;
             pending_.clear();
-            throw session::BadInput("the line is longer than " + std::to_string(kLongestLine) + " bytes");
+            throw session::BadInput(place() + "the line is longer than " + std::to_string(kLongestLine) + " bytes");
         }
     }
     if (end == std::string::npos && pending_.empty()) {

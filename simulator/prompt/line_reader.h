@@ -10,29 +10,22 @@ namespace prompt
 class LineReader
 {
 public:
-    /// Throws BadInput when the file cannot be opened.
-    explicit LineReader(const std::string& path);
-
-    /// Reads a descriptor that is open already.
-    LineReader(int descriptor, std::string name);
+    /// Reads standard input where no path is given. Throws BadInput when the file cannot be opened.
+    explicit LineReader(const std::optional<std::string>& path);
     ~LineReader();
-    LineReader(const LineReader&) = delete;
-    LineReader& operator=(const LineReader&) = delete;
+    LineReader& operator=(LineReader&&) = delete;
 
-    /// The next line without its end, nothing at the end of the file. A byte-order mark is skipped. Throws BadInput
-    /// for what cannot be read and for a line longer than kLongestLine, Interrupted for a signal.
+    /// The next line without its end, nothing at the end of the file. A byte-order mark is skipped. Throws BadInput,
+    /// with the place, for what cannot be read and for a line longer than 65536 bytes; Interrupted for a signal.
     std::optional<std::string> next();
 
-    /// "NAME:LINE: " of the line that next() returned or failed at.
+    /// "NAME:LINE: " of the line that next() returned.
     std::string place() const;
-
-    static constexpr std::size_t kLongestLine = 65536;
 
 private:
     bool read_more();
 
     int descriptor_;
-    bool owned_;
     std::string name_;
     std::string pending_;
     int number_ = 0;

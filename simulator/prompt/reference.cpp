@@ -13,19 +13,13 @@ std::string cell(std::string_view text)
 {
     std::string result;
     for (const char c : text) {
-        if (c == '|') {
-            result += '\\';
-        }
-        result += c;
+        result += (c == '|' ? "\\" : "") + std::string(1, c);
     }
     return result;
 }
 
 std::string values(const sim::host::Setting& setting)
 {
-    if (setting.setter == sim::host::Setter::action) {
-        return "";
-    }
     std::string text = std::to_string(setting.lowest) + " to " + std::to_string(setting.highest);
     const auto names = sim::host::names_of(setting);
     for (std::size_t i = 0; i < names.size(); ++i) {
@@ -41,20 +35,7 @@ std::string unit(const sim::host::Setting& setting)
     return setting.unit.empty() ? "" : std::string(setting.unit) + (named ? "" : ": " + std::string(setting.formula));
 }
 
-std::string_view negative_text(sim::host::Negative negative)
-{
-    switch (negative) {
-    case sim::host::Negative::none:
-        break;
-    case sim::host::Negative::lowest:
-        return "lowest";
-    case sim::host::Negative::highest:
-        return "highest";
-    case sim::host::Negative::kept:
-        return "kept";
-    }
-    return "";
-}
+constexpr const char* kNegatives[] = {"", "lowest", "highest", "kept"}; // by Negative
 
 void add_table(std::string& text, std::span<const sim::host::Setting> settings)
 {
@@ -63,9 +44,9 @@ void add_table(std::string& text, std::span<const sim::host::Setting> settings)
     for (const sim::host::Setting& setting : settings) {
         const bool action = setting.setter == sim::host::Setter::action;
         const std::string source(setting.source);
-        text += "| `" + std::string(setting.name) + "` | " + cell(values(setting)) + " | " +
+        text += "| `" + std::string(setting.name) + "` | " + (action ? "" : cell(values(setting))) + " | " +
                 (action ? "" : cell(sim::host::name_of(setting, setting.initial))) + " | " + cell(unit(setting)) +
-                " | " + std::string(negative_text(setting.negative)) + " | " + cell(setting.effect) + " | " +
+                " | " + kNegatives[static_cast<std::size_t>(setting.negative)] + " | " + cell(setting.effect) + " | " +
                 cell(sim::host::modes_text(setting.effective)) + " | " + cell(sim::host::elsewhere_text(setting)) +
                 " | " + (source.empty() ? "" : "[" + source + "](../RK3588S_PTZ/isp_ctrl/" + source + ")") + " |\n";
     }

@@ -7,8 +7,8 @@
 #include "session/bad_input.h"
 #include "session/calibration_check.h"
 #include "session/files.h"
+#include "session/lanes.h"
 #include "session/text.h"
-#include "session/turn.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -25,7 +25,8 @@ namespace prompt
 namespace
 {
 
-enum class After { next, leave, wrong, interrupted };
+/// What to do after a line; but for `next` the exit status.
+enum After { next = -1, leave = 0, wrong = 1, interrupted = kInterrupted };
 
 /// Saves before leaving; false, having said why, when that fails.
 bool everything_kept()
@@ -42,20 +43,18 @@ bool everything_kept()
 /// Runs one line. A wrong command is reported in one line on standard error.
 After run(const std::string& line, const std::string& where)
 {
-    After after = After::next;
+    After after = next;
     try {
         const session::Turn turn(line);
-        after = run_line(line) ? After::next : After::leave;
+        after = run_line(line) ? next : leave;
         session::save_settings();
     } catch (const Interrupted&) {
-        after = After::interrupted;
+        after = interrupted;
+        everything_kept();
     } catch (const std::exception& error) {
         std::cout.flush();
         std::cerr << session::printable(where) << session::printable(error.what()) << '\n';
-        after = After::wrong;
-    }
-    if (after == After::interrupted) {
-        everything_kept();
+        after = wrong;
     }
     session::report_changed_calibration();
     errno = 0; // of this call alone
@@ -63,30 +62,6 @@ After run(const std::string& line, const std::string& where)
         throw OutputLost(errno != 0 ? std::strerror(errno) : "it was refused before");
     }
     return after;
-}
-
-int run_lines(LineReader& lines)
-{
-    try {
-        while (const std::optional<std::string> line = lines.next()) {
-            switch (run(*line, lines.place())) {
-            case After::next:
-                break;
-            case After::leave:
-                return 0;
-            case After::wrong:
-                return 1;
-            case After::interrupted:
-                return kInterrupted;
-            }
-        }
-    } catch (const Interrupted&) { // while waiting for a line
-        return kInterrupted;
-    } catch (const BadInput& error) {
-        std::cerr << session::printable(lines.place() + error.what()) << '\n';
-        return 1;
-    }
-    return 0;
 }
 
 // ---- The prompt. libedit calls back with a line; waiting for its characters is done here, so that a signal ends it.
@@ -97,11 +72,9 @@ bool end_of_input = false;
 
 char* next_candidate(const char* /*text*/, int state)
 {
-    static std::size_t next = 0;
-    if (state == 0) {
-        next = 0;
-    }
-    return next < candidates.size() ? strdup(candidates[next++].c_str()) : nullptr;
+    static std::size_t at = 0;
+    at = state == 0 ? 0 : at + 1;
+    return at < candidates.size() ? strdup(candidates[at].c_str()) : nullptr;
 }
 
 char** complete(const char* text, int /*start*/, int end)
@@ -156,8 +129,7 @@ void remember_line(const std::string& line, const std::string& history_file)
 int run_prompt(const std::string& history_file)
 {
     if (isatty(STDIN_FILENO) == 0) {
-        LineReader lines(STDIN_FILENO, "standard input");
-        return run_lines(lines);
+        return run_script(std::nullopt);
     }
     rl_catch_signals = 0;
     rl_initialize();
@@ -195,21 +167,28 @@ int run_prompt(const std::string& history_file)
             remember_line(*line, history_file);
         }
         const After after = run(*line, "");
-        if (after == After::leave) {
+        if (after == leave) {
             return 0;
         }
-        if (after == After::interrupted && !asked_to_end()) {
+        if (after == interrupted && !asked_to_end()) {
             std::cout << "stopped\n";
             forget_signal();
         }
     }
 }
 
-int run_script(const std::string& path)
+int run_script(const std::optional<std::string>& path)
 {
     try {
         LineReader lines(path);
-        return run_lines(lines);
+        while (const std::optional<std::string> line = lines.next()) {
+            if (const After after = run(*line, lines.place()); after != next) {
+                return after;
+            }
+        }
+        return 0;
+    } catch (const Interrupted&) { // while waiting for a line
+        return kInterrupted;
     } catch (const BadInput& error) {
         std::cerr << session::printable(error.what()) << '\n';
         return 1;

@@ -1,6 +1,7 @@
 // Where commands come from: a prompt with history and completion, or a script.
 #pragma once
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -19,8 +20,8 @@ struct OutputLost : std::runtime_error {
 /// when standard input is no terminal and a command was wrong, or kInterrupted.
 int run_prompt(const std::string& history_file);
 
-/// Runs a script to its end, its first wrong command, which is reported with file and line, or a signal. Returns the
-/// exit status.
-int run_script(const std::string& path);
+/// Runs a script, or without a path standard input, to its end, its first wrong command, which is reported with file
+/// and line, or a signal. Returns the exit status.
+int run_script(const std::optional<std::string>& path);
 
 } // namespace prompt

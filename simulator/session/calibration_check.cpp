@@ -6,6 +6,7 @@
 #include "session/files.h"
 #include "session/text.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -52,14 +53,9 @@ int read_record(const std::string& path, awb_calibration_s& record, std::size_t&
     return error != 0 ? error : EINVAL;
 }
 
-bool no_lines(const awb_calibration_s& record)
+bool is_zero(const awb_calibration_s& record, const Line& line)
 {
-    for (const Line& line : kLines) {
-        if (record.*line.k != 0.0F || record.*line.b != 0.0F) {
-            return false;
-        }
-    }
-    return true;
+    return record.*line.k == 0.0F && record.*line.b == 0.0F;
 }
 
 } // namespace
@@ -77,7 +73,7 @@ std::string calibration_problem(const std::string& path)
         return path + ": " + (error != EINVAL ? std::strerror(error) : std::to_string(size) + expected) +
                "; no camera follows it";
     }
-    if (no_lines(record)) {
+    if (std::ranges::all_of(kLines, [&](const Line& line) { return is_zero(record, line); })) {
         return {}; // the first light alone, which nothing follows
     }
     for (const Line& line : kLines) {

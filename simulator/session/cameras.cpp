@@ -1,6 +1,8 @@
 #include "session/cameras.h"
 
 #include "engine/engine.h"
+#include "host/settings.h"
+#include "host/store.h"
 #include "isp_ctrl.h"
 #include "isp_ctrl/core/context.h"
 #include "session/bad_input.h"
@@ -10,6 +12,8 @@
 #include <array>
 #include <atomic>
 #include <charconv>
+#include <numeric>
+#include <vector>
 
 namespace session
 {
@@ -17,9 +21,7 @@ namespace session
 namespace
 {
 
-constexpr int kNotSet = -1;
-std::array<std::atomic<int>, kCameras> csc_modes = {kNotSet, kNotSet, kNotSet, kNotSet,
-                                                    kNotSet, kNotSet, kNotSet, kNotSet};
+std::array<std::atomic<int>, kCameras> csc_modes{}; // one more than the mode; 0 while it is not set
 
 } // namespace
 
@@ -55,12 +57,12 @@ int release_camera(int camera)
 std::optional<int> csc_mode_of(int camera)
 {
     const int mode = csc_modes[static_cast<std::size_t>(camera)];
-    return mode != kNotSet ? std::optional(mode) : std::nullopt;
+    return mode != 0 ? std::optional(mode - 1) : std::nullopt;
 }
 
 void note_csc_mode(int camera, std::optional<int> mode)
 {
-    csc_modes[static_cast<std::size_t>(camera)] = mode.value_or(kNotSet);
+    csc_modes[static_cast<std::size_t>(camera)] = mode ? *mode + 1 : 0;
 }
 
 const void* engine_of(int camera)
@@ -75,12 +77,9 @@ bool has_engine(int camera)
 
 std::vector<int> cameras_with_engine()
 {
-    std::vector<int> cameras;
-    for (int camera = 0; camera < kCameras; ++camera) {
-        if (has_engine(camera)) {
-            cameras.push_back(camera);
-        }
-    }
+    std::vector<int> cameras(kCameras);
+    std::iota(cameras.begin(), cameras.end(), 0);
+    std::erase_if(cameras, [](int camera) { return !has_engine(camera); });
     return cameras;
 }
 
@@ -89,7 +88,7 @@ void set_illuminant(int camera, const std::string& name)
     double kelvin = 0.0;
     const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), kelvin);
     if (error == std::errc{} && end == name.data() + name.size()) {
-        const bool usual = kelvin >= 1500.0 && kelvin <= 12000.0;
+        const bool usual = kelvin >= 1500.0 && kelvin <= 12000.0; // false for nan
         if (!usual) {
             throw BadInput("an illuminant has 1500 to 12000 K or a name: A, TL84, D50, D65");
         }
@@ -102,6 +101,24 @@ void set_illuminant(int camera, const std::string& name)
 double seconds_now()
 {
     return static_cast<double>(sim::now()) / 1e6;
+}
+
+std::string state_of(int camera)
+{
+    const bool runs = sim::engine::life(engine_of(camera)) == sim::engine::Life::running;
+    return rkipc_aiq_use_group != 0 ? runs ? "group" : "group, stopped" : runs ? "running" : "stopped";
+}
+
+sim::engine::Readings readings_of(int camera)
+{
+    const std::vector<int> sensors = sim::engine::configuration(engine_of(camera)).sensors;
+    return sim::engine::readings(sensors.empty() ? camera : sensors.front());
+}
+
+std::string mode_name(int camera)
+{
+    const sim::host::Setting& mode = *sim::host::find_setting("exposure_mode");
+    return sim::host::name_of(mode, sim::host::stored(camera, mode));
 }
 
 } // namespace session

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/clock.h"
+#include "engine/engine.h"
 #include "host/store.h"
 
 #include <optional>
@@ -39,5 +40,14 @@ void set_illuminant(int camera, const std::string& name);
 
 /// Simulated seconds since the session was opened.
 double seconds_now();
+
+/// Where a camera is: "running", "stopped", "group" for a camera id that names a running group, "group, stopped".
+std::string state_of(int camera);
+
+/// The values of a camera's sensor, or of the first member of its group.
+sim::engine::Readings readings_of(int camera);
+
+/// The stored exposure mode by name.
+std::string mode_name(int camera);
 
 } // namespace session

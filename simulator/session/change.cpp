@@ -5,8 +5,10 @@
 #include "isp_ctrl.h"
 #include "session/cameras.h"
 #include "session/lanes.h"
-#include "session/remembered.h"
 #include "session/undo.h"
+
+#include <array>
+#include <mutex>
 
 namespace session
 {
@@ -53,6 +55,9 @@ std::string outcome_text(int camera, const sim::host::Setting& setting, int valu
                   : "not stored: " + unused + " does not use it";
 }
 
+std::mutex mutex;
+std::array<sim::engine::Snapshot, kCameras> engines_before;
+
 } // namespace
 
 int apply(int camera, const sim::host::Setting& setting, int value)
@@ -78,6 +83,26 @@ Outcome change_setting(int camera, const sim::host::Setting& setting, int value,
     }
     outcome.text = outcome_text(camera, setting, value, outcome.result);
     return outcome;
+}
+
+void remember_engine(int camera)
+{
+    sim::engine::Snapshot now = has_engine(camera) ? sim::engine::snapshot(engine_of(camera)) : sim::engine::Snapshot();
+    const std::lock_guard lock(mutex);
+    engines_before[static_cast<std::size_t>(camera)] = std::move(now);
+}
+
+void remember_engines()
+{
+    for (int camera = 0; camera < kCameras; ++camera) {
+        remember_engine(camera);
+    }
+}
+
+sim::engine::Snapshot remembered(int camera)
+{
+    const std::lock_guard lock(mutex);
+    return engines_before[static_cast<std::size_t>(camera)];
 }
 
 } // namespace session

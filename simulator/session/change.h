@@ -1,6 +1,7 @@
 // The one way in which prompt, scripts, pages, programs and the control protocol change a setting.
 #pragma once
 
+#include "engine/engine.h"
 #include "host/settings.h"
 
 #include <optional>
@@ -24,5 +25,12 @@ Outcome change_setting(int camera, const sim::host::Setting& setting, int value,
 
 /// Calls the setter of a setting or operation; the result is the setter's, 0 where it has none. For trials; no history.
 int apply(int camera, const sim::host::Setting& setting, int value);
+
+/// Notes what the engine of a camera holds, or what all hold: `changes` compares with it. Any thread.
+void remember_engine(int camera);
+void remember_engines();
+
+/// What a camera's engine held then; empty where it had none.
+sim::engine::Snapshot remembered(int camera);
 
 } // namespace session

@@ -2,8 +2,6 @@
 
 #include "session/cameras.h"
 #include "session/look.h"
-#include "session/readings.h"
-#include "session/scenes.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,26 +1,32 @@
 #include "session/files.h"
 
+#include "host/durable_file.h"
 #include "host/settings.h"
 #include "host/shading_file.h"
 #include "host/store.h"
 #include "host/vendor_storage.h"
 #include "isp_ctrl/core/seam.h"
 #include "session/bad_input.h"
-#include "session/state_folder.h"
 #include "session/text.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <iostream>
 #include <mutex>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace session
 {
 
 namespace
 {
+
+namespace fs = std::filesystem;
 
 /// Where the files are. The library keeps pointers into these.
 struct Files {
@@ -65,31 +71,112 @@ std::string store_as_text()
     return text;
 }
 
-/// Points the library's fixed paths into the session's folder.
-void point_library_at_folder()
+/// Points the library's fixed paths into a folder, and writes what is written at start, to learn whether the folder is
+/// writable.
+void prepare_files(const std::string& folder)
 {
-    files.calibration = files.folder + "/wb.dat";
-    files.shading = files.folder + "/shading.data";
-    files.iris = files.folder + "/sm_af_iris_value";
-    files.otp = files.folder + "/otp_eeprom";
+    files.folder = folder;
+    files.calibration = folder + "/wb.dat";
+    files.shading = folder + "/shading.data";
+    files.iris = folder + "/sm_af_iris_value";
+    files.otp = folder + "/otp_eeprom";
     isp::seam.wb_calibration_file = files.calibration.c_str();
     isp::seam.shading_file = files.shading.c_str();
     isp::seam.iris_device = files.iris.c_str();
     isp::seam.otp_file = files.otp.c_str();
     fit_lens("none");
+    std::error_code error;
+    if (!fs::exists(files.shading, error)) {
+        throw_if(sim::host::write_shading_file(files.shading));
+    }
 }
 
-/// Writes what is written at start, to learn whether the folder is writable.
-void prepare_files()
+int lock_file = -1; // open as long as the process runs
+std::string copy;
+
+/// The folder's absolute name. Throws BadInput unless it is there and may be entered.
+std::string usable(const std::string& path)
 {
-    point_library_at_folder();
     std::error_code error;
-    if (!std::filesystem::exists(files.shading, error)) {
-        const std::string failed = sim::host::write_shading_file(files.shading);
-        if (!failed.empty()) {
-            throw BadInput(failed);
+    const std::string folder = fs::absolute(path, error).string();
+    if (error || !fs::is_directory(folder, error)) {
+        throw BadInput("cannot use the folder " + path + ": " + (error ? error.message() : "it is something else"));
+    }
+    if (access(folder.c_str(), R_OK | X_OK) != 0) {
+        throw BadInput("cannot use the folder " + path + ": " + std::strerror(errno));
+    }
+    return folder;
+}
+
+/// Takes the lock; false where no lock can be written.
+bool take_lock(const std::string& folder)
+{
+    lock_file = sim::host::open_regular(folder + "/lock", O_RDWR | O_CREAT | O_NOFOLLOW);
+    if (lock_file < 0) {
+        return false;
+    }
+    const bool locked = flock(lock_file, LOCK_EX | LOCK_NB) == 0;
+    char holder[32] = "";
+    const ssize_t size = read(lock_file, holder, sizeof holder);
+    const std::string process(holder, size > 0 ? static_cast<std::size_t>(size) : 0);
+    if (process.find_first_not_of("0123456789\n") != std::string::npos || process.size() == sizeof holder) {
+        throw BadInput(folder + "/lock: not the lock of a session"); // and not overwritten by one
+    }
+    if (!locked) {
+        throw BadInput(folder + " is in use by process " + process.substr(0, process.find('\n')) +
+                       "; --read-only looks without writing");
+    }
+    const std::string own = std::to_string(getpid()) + '\n';
+    return ftruncate(lock_file, 0) == 0 && lseek(lock_file, 0, SEEK_SET) == 0 &&
+           sim::host::write_all(lock_file, own) == 0;
+}
+
+struct StateFolder {
+    std::string path; ///< absolute
+    bool copied;      ///< a copy, which leave_folder() removes
+    std::string note; ///< for the user, where the copy was not asked for
+};
+
+/// A temporary folder with copies of settings, shading and calibration. `reason` says why nothing can be written to the
+/// original; empty where that is the user's wish.
+StateFolder copy_of_folder(const std::string& path, const std::string& reason)
+{
+    const std::string folder = usable(path);
+    std::error_code error;
+    std::string pattern = (fs::temp_directory_path(error) / "isp-sim.XXXXXX").string();
+    if (error || mkdtemp(pattern.data()) == nullptr) {
+        throw BadInput((reason.empty() ? "" : reason + "; ") +
+                       "cannot make a folder for a copy: " + (error ? error.message() : std::strerror(errno)));
+    }
+    copy = pattern;
+    for (const char* file : {"settings.ini", "shading.data", "wb.dat"}) {
+        const fs::path from = fs::path(folder) / file;
+        std::error_code missing;
+        if (fs::exists(from, missing) && !fs::copy_file(from, fs::path(copy) / file, error)) {
+            throw BadInput(from.string() + ": " + error.message());
         }
     }
+    return {.path = copy,
+            .copied = true,
+            .note = reason.empty() ? "" : reason + "; looking at a copy, what you change is not kept"};
+}
+
+/// The folder itself, or a copy where nothing can be written.
+StateFolder enter_folder(const std::string& path)
+{
+    std::error_code error;
+    if (!fs::exists(path, error) && !error) {
+        fs::create_directories(path, error);
+    }
+    if (error) {
+        throw BadInput("cannot use the folder " + path + ": " + error.message());
+    }
+    const std::string folder = usable(path);
+    if (!take_lock(folder)) {
+        return copy_of_folder(path, folder + ": " + sim::host::error_text(errno));
+    }
+    sim::host::remove_temporaries(folder);
+    return {.path = folder, .copied = false, .note = {}};
 }
 
 } // namespace
@@ -97,8 +184,8 @@ void prepare_files()
 bool is_own_file(const std::string& path)
 {
     std::error_code error;
-    const std::filesystem::path file = std::filesystem::weakly_canonical(std::filesystem::absolute(path, error), error);
-    const std::filesystem::path folder = std::filesystem::weakly_canonical(files.folder, error);
+    const fs::path file = fs::weakly_canonical(fs::absolute(path, error), error);
+    const fs::path folder = fs::weakly_canonical(files.folder, error);
     const std::string name = file.filename().string();
     return file.parent_path() == folder &&
            (std::ranges::find(kOwnFiles, name) != std::end(kOwnFiles) || name.find(".tmp-") != std::string::npos);
@@ -118,20 +205,18 @@ std::string named_files_folder()
 void enter_files(const std::string& folder, bool look_only)
 {
     std::error_code missing;
-    if (std::filesystem::is_directory(folder, missing)) {
+    if (fs::is_directory(folder, missing)) {
         check_own_files(folder);
     }
     StateFolder state = look_only ? copy_of_folder(folder, "") : enter_folder(folder);
-    files.folder = state.path;
     try {
-        prepare_files();
+        prepare_files(state.path);
     } catch (const BadInput& error) {
         if (state.copied) {
             throw;
         }
         state = copy_of_folder(folder, error.what());
-        files.folder = state.path;
-        prepare_files();
+        prepare_files(state.path);
     }
     files.in_copy = state.copied && !look_only;
     if (!state.note.empty()) {
@@ -143,8 +228,8 @@ void load_settings()
 {
     const std::string path = store_path();
     std::error_code error;
-    if (std::filesystem::file_size(path, error) == 0 && !error) {
-        std::filesystem::rename(path, path + ".empty", error);
+    if (fs::file_size(path, error) == 0 && !error) {
+        fs::rename(path, path + ".empty", error);
         std::cerr << "isp-sim: settings.ini is empty, as after a crash: every setting has its initial value"
                   << (error ? "" : "; it is kept as settings.ini.empty") << '\n';
     }
@@ -209,6 +294,15 @@ void fit_lens(const std::string& model)
         throw BadInput("cannot write the lens model: " + failed);
     }
     isp::seam.lens_command = files.lens_command.c_str();
+}
+
+void leave_folder()
+{
+    if (!copy.empty()) {
+        std::error_code ignored;
+        fs::remove_all(copy, ignored);
+        copy.clear();
+    }
 }
 
 } // namespace session

@@ -1,4 +1,4 @@
-// The session's folder and the camera's files in it.
+// The session's folder and the camera's files in it: one program at a time uses it, others may look at a copy.
 #pragma once
 
 #include <string>
@@ -6,15 +6,20 @@
 namespace session
 {
 
-/// Enters a folder, which is made if it is not there, points the library's fixed paths into it and writes what is
-/// written at start. Where nothing is to be written there, or cannot be, it works in a copy, and says so on standard
-/// error. Throws BadInput when the folder cannot be used.
+/// Enters a folder, which is made if it is not there, takes it for this program until the process ends, removes what
+/// killed programs left, points the library's fixed paths into it and writes what is written at start. Where nothing is
+/// to be written there, or cannot be, it works in a copy, and says so on standard error. Throws BadInput with the
+/// reason when the folder cannot be used, and with the other program's number while that uses it.
 void enter_files(const std::string& folder, bool look_only);
+
+/// Removes the copy, if there is one.
+void leave_folder();
 
 std::string session_folder();
 std::string store_path();
 std::string shading_path();
 std::string calibration_path();
+std::string iris_path(); ///< the device from which the lens service learns of the iris
 
 /// Whether a path names one of the files that the program itself keeps in the session's folder.
 bool is_own_file(const std::string& path);
@@ -22,9 +27,6 @@ bool is_own_file(const std::string& path);
 /// The folder, within the session's, of files that are named over the network; made if it is not there. Throws
 /// BadInput.
 std::string named_files_folder();
-
-/// The device from which the lens service learns of the iris.
-std::string iris_path();
 
 /// Chooses the lens that vendor storage names; "none" for no entry.
 void fit_lens(const std::string& model);

@@ -1,13 +1,13 @@
 #include "session/lanes.h"
 
-#include "session/cameras.h"
-#include "session/turn.h"
-
 #include <algorithm>
+#include <bit>
+#include <chrono>
 #include <condition_variable>
 #include <list>
 #include <mutex>
 #include <optional>
+#include <thread>
 #include <utility>
 
 namespace session
@@ -15,6 +15,8 @@ namespace session
 
 namespace
 {
+
+constexpr std::chrono::seconds kPatience{30};
 
 /// Somebody in a queue: the cameras as bits, and what for.
 struct Place {
@@ -40,16 +42,39 @@ const Place* before(std::list<Place>::const_iterator place)
 
 std::string busy_text(const Place& with, unsigned cameras)
 {
-    int camera = 0;
-    while ((with.cameras & cameras & (1U << static_cast<unsigned>(camera))) == 0) {
-        ++camera;
-    }
-    return "camera " + std::to_string(camera) + " is busy with " + with.what;
+    return "camera " + std::to_string(std::countr_zero(with.cameras & cameras)) + " is busy with " + with.what;
+}
+
+// ---- The turn
+
+std::mutex turn_mutex;
+std::condition_variable turn_ended;
+std::optional<std::string> present;
+std::thread::id actor;
+
+bool is_own()
+{
+    return present && actor == std::this_thread::get_id();
+}
+
+void take(std::unique_lock<std::mutex>& lock, const std::string& what)
+{
+    turn_ended.wait(lock, [] { return !present.has_value(); });
+    present = what;
+    actor = std::this_thread::get_id();
+}
+
+void end()
+{
+    std::unique_lock lock(turn_mutex);
+    present.reset();
+    lock.unlock();
+    turn_ended.notify_one();
 }
 
 } // namespace
 
-Lanes::Lanes(std::span<const int> cameras, const std::string& what) : acting_before_(acting)
+Lanes::Lanes(std::initializer_list<int> cameras, const std::string& what) : acting_before_(acting)
 {
     for (const int camera : cameras) {
         held_ |= 1U << static_cast<unsigned>(camera);
@@ -75,12 +100,7 @@ Lanes::Lanes(std::span<const int> cameras, const std::string& what) : acting_bef
         place->holds = true;
         own_lanes |= held_;
     }
-    acting = cameras.size() == 1 ? cameras.front() : -1;
-}
-
-Lanes::Lanes(std::initializer_list<int> cameras, const std::string& what)
-    : Lanes(std::span(cameras.begin(), cameras.size()), what)
-{
+    acting = cameras.size() == 1 ? *cameras.begin() : -1;
 }
 
 Lanes::~Lanes()
@@ -90,11 +110,9 @@ Lanes::~Lanes()
         return;
     }
     own_lanes &= ~held_;
-    {
-        const std::lock_guard lock(mutex);
-        const auto own = std::ranges::find_if(places, [&](const Place& p) { return p.holds && p.cameras == held_; });
-        places.erase(own);
-    }
+    std::unique_lock lock(mutex);
+    places.erase(std::ranges::find_if(places, [&](const Place& p) { return p.holds && p.cameras == held_; }));
+    lock.unlock();
     changed.notify_all();
 }
 
@@ -116,6 +134,56 @@ ActingFor::ActingFor(int camera) : before_(std::exchange(acting, camera)) {}
 ActingFor::~ActingFor()
 {
     acting = before_;
+}
+
+Turn::Turn(const std::string& what)
+{
+    std::unique_lock lock(turn_mutex);
+    own_ = !is_own();
+    if (own_) {
+        if (!turn_ended.wait_until(lock, std::chrono::steady_clock::now() + kPatience,
+                                   [] { return !present.has_value(); })) {
+            throw Busy("busy with " + *present);
+        }
+        take(lock, what);
+    }
+}
+
+Turn::~Turn()
+{
+    if (own_) {
+        end();
+    }
+}
+
+TurnAside::TurnAside()
+{
+    std::unique_lock lock(turn_mutex);
+    if (is_own()) {
+        what_ = *present;
+        lock.unlock();
+        end();
+    }
+}
+
+TurnAside::~TurnAside()
+{
+    if (!what_.empty()) {
+        std::unique_lock lock(turn_mutex);
+        take(lock, what_);
+    }
+}
+
+std::string present_turn()
+{
+    const std::lock_guard lock(turn_mutex);
+    return present.value_or("");
+}
+
+void wait_in_turn(sim::Microseconds duration)
+{
+    const TurnAside aside;
+    sim::wait(duration);
 }
 
 } // namespace session

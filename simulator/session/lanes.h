@@ -1,21 +1,21 @@
-// Calls for one camera keep their order: whoever acts on cameras holds their lanes, in the order of arrival. Other
-// cameras are not held up. No lane is needed to read.
+// Who may act. Calls for one camera keep their order: whoever acts on cameras holds their lanes, in the order of
+// arrival; other cameras are not held up, and no lane is needed to read. What belongs to no camera (scenes, recordings,
+// time, faults) is done in turns, one at a time.
 //
 //     const Lanes lanes({camera}, "one-push");    // waits, or throws Busy
 //     set_onepush_rgain(camera, 1500);            // log lines written meanwhile by this thread are the camera's
 #pragma once
 
-#include <array>
-#include <chrono>
+#include "base/clock.h"
+
 #include <initializer_list>
-#include <span>
 #include <stdexcept>
 #include <string>
 
 namespace session
 {
 
-/// A camera was not free in time; the text says what it is busy with.
+/// A camera or the turn was not free in time; the text says what it is busy with.
 struct Busy : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -24,19 +24,15 @@ class Lanes
 {
 public:
     /// `what` tells others what the cameras are busy with. A camera that this thread holds already is not waited for.
-    /// While it waits, a turn of this thread is given up. Throws Busy when patience ends.
-    Lanes(std::span<const int> cameras, const std::string& what);
+    /// While it waits, a turn of this thread is given up. Throws Busy after 30 s.
     Lanes(std::initializer_list<int> cameras, const std::string& what);
     ~Lanes();
-    Lanes(const Lanes&) = delete;
-    Lanes& operator=(const Lanes&) = delete;
+    Lanes& operator=(Lanes&&) = delete;
 
 private:
     unsigned held_ = 0; ///< a bit per camera
     int acting_before_;
 };
-
-inline constexpr std::chrono::seconds kPatience{30}; ///< for which lanes and turns are waited for
 
 /// What a camera is busy with; empty while it is free. Any thread.
 std::string busy_with(int camera);
@@ -50,11 +46,40 @@ class ActingFor
 public:
     explicit ActingFor(int camera);
     ~ActingFor();
-    ActingFor(const ActingFor&) = delete;
-    ActingFor& operator=(const ActingFor&) = delete;
+    ActingFor& operator=(ActingFor&&) = delete;
 
 private:
     int before_;
 };
+
+/// A turn, which ends with its scope. A thread that has the turn gets another at once. Throws Busy after 30 s.
+class Turn
+{
+public:
+    explicit Turn(const std::string& what); ///< what the turn is for
+    ~Turn();
+    Turn& operator=(Turn&&) = delete;
+
+private:
+    bool own_;
+};
+
+/// Gives this thread's turn up, if it has it, and takes it again at the end: for what takes long and needs none.
+class TurnAside
+{
+public:
+    TurnAside();
+    ~TurnAside();
+    TurnAside& operator=(TurnAside&&) = delete;
+
+private:
+    std::string what_; ///< empty without a turn
+};
+
+/// What the present turn is for; empty while nobody acts.
+std::string present_turn();
+
+/// Lets simulated time pass; others may have turns meanwhile.
+void wait_in_turn(sim::Microseconds duration);
 
 } // namespace session

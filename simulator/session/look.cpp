@@ -6,21 +6,76 @@
 #include "host/shading_file.h"
 #include "host/store.h"
 #include "session/cameras.h"
-#include "session/scenes.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <mutex>
+#include <string_view>
+#include <utility>
 
 namespace session
 {
+
+namespace
+{
+
+std::mutex mutex;
+struct InFront {
+    sim::picture::SceneRef scene;
+    bool moving;
+};
+std::array<InFront, kCameras> scenes;
+
+InFront in_front_of(int camera)
+{
+    const std::lock_guard lock(mutex);
+    return scenes[static_cast<std::size_t>(camera)];
+}
+
+/// What the samples in force were made from.
+struct Metered {
+    sim::picture::SceneRef scene;
+    float magnification = 0.0F; // none were made yet
+    rk_aiq_lsc_attrib_t lsc{};
+    rk_aiq_wb_gain_t wb_gain{};
+};
+
+std::array<Metered, kCameras> metered; // by the thread that runs the frames
+
+template <typename T>
+std::string_view bytes_of(const T& block)
+{
+    return {reinterpret_cast<const char*>(&block), sizeof block};
+}
+
+} // namespace
+
+void reset_scenes()
+{
+    const std::lock_guard lock(mutex);
+    scenes.fill({sim::picture::find_scene("chart"), false});
+    metered = {};
+}
+
+void put_scene(int camera, sim::picture::SceneRef scene, bool moving)
+{
+    const std::lock_guard lock(mutex);
+    scenes[static_cast<std::size_t>(camera)] = {std::move(scene), moving};
+}
+
+sim::picture::SceneRef scene_of(int camera)
+{
+    return in_front_of(camera).scene;
+}
 
 sim::picture::Look look_of(int camera)
 {
     const void* engine = engine_of(camera);
     const sim::engine::Readings live = sim::engine::readings(camera);
     sim::picture::Look look = sim::picture::neutral_look();
-    look.scene = scene_of(camera);
+    const InFront in_front = in_front_of(camera);
+    look.scene = in_front.scene;
     look.magnification = magnification_of(camera);
     look.acp = sim::engine::peek<acp_attrib_t>(engine);
     look.gamma = sim::engine::peek<rk_aiq_gamma_attrib_V2_t>(engine);
@@ -39,7 +94,7 @@ sim::picture::Look look_of(int camera)
     look.vignetting = {static_cast<float>(grids[0].k), static_cast<float>(grids[1].k), static_cast<float>(grids[3].k)};
     look.exposure_time = live.time;
     look.lamp = {live.flicker, live.mains};
-    look.moving = moves(camera);
+    look.moving = in_front.moving;
     look.camera = camera;
     look.frame = sim::engine::life(engine) == sim::engine::Life::running ? sim::now() / kFramePeriod : 0;
     return look;
@@ -86,6 +141,28 @@ std::vector<std::string> caption_of(int camera)
 sim::picture::Panel panel_of(int camera, const std::string& title, int frames)
 {
     return {title, picture_of(camera, frames), caption_of(camera)};
+}
+
+float magnification_of(int camera)
+{
+    return camera == kZoomCamera ? static_cast<float>(sim::host::magnification(sim::host::lens_state().zoom)) : 1.0F;
+}
+
+void meter_scenes()
+{
+    for (const int camera : cameras_with_engine()) {
+        Metered& last = metered[static_cast<std::size_t>(camera)];
+        const void* engine = engine_of(camera);
+        Metered now{scene_of(camera), magnification_of(camera), sim::engine::peek<rk_aiq_lsc_attrib_t>(engine),
+                    sim::engine::readings(camera).wb_gain};
+        if (now.scene == last.scene && now.magnification == last.magnification &&
+            bytes_of(now.lsc) == bytes_of(last.lsc) && bytes_of(now.wb_gain) == bytes_of(last.wb_gain)) {
+            continue;
+        }
+        const sim::picture::Metering samples = sim::picture::metering(look_of(camera));
+        sim::engine::set_metering(camera, {samples.begin(), samples.end()});
+        last = std::move(now);
+    }
 }
 
 } // namespace session

@@ -1,4 +1,4 @@
-// What a camera's picture would look like at the moment.
+// What is in front of each camera, and what its picture would look like at the moment.
 #pragma once
 
 #include "picture/picture.h"
@@ -11,6 +11,20 @@ namespace session
 
 inline constexpr int kPictureWidth = 640;
 inline constexpr int kPictureHeight = 480;
+
+/// Puts the chart in front of all cameras, after a reset of the engines.
+void reset_scenes();
+
+/// `moving`: what can move in the scene does.
+void put_scene(int camera, sim::picture::SceneRef scene, bool moving = false);
+sim::picture::SceneRef scene_of(int camera);
+
+/// How far the camera's lens is zoomed in; 1 for a camera without a zoom.
+float magnification_of(int camera);
+
+/// Brings what the running cameras meter up to date with scene, zoom and shading correction. Before every frame, on
+/// its thread.
+void meter_scenes();
 
 /// The camera's engine blocks and live values. It needs an engine.
 sim::picture::Look look_of(int camera);

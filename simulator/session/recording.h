@@ -1,13 +1,22 @@
-// The record of a run: a CSV file with one row per frame.
+// The record of a run: a CSV file with one row per frame, and how exposure settled in it.
 #pragma once
-
-#include "session/settling.h"
 
 #include <string>
 #include <vector>
 
 namespace session
 {
+
+/// How a camera's luma settled after a mark.
+struct Settling {
+    std::string mark;
+    double seconds = 0.0; ///< of the mark
+    int camera = 0;
+    const char* unsettled = nullptr; ///< why the rest says nothing
+    double after = 0.0;              ///< seconds that it took
+    double overshoot = 0.0;          ///< percent
+    double luma = 0.0;               ///< at the end
+};
 
 /// Writes one row per frame for these cameras, until stop_recording(). Rows reach the file at least once a second of
 /// real time, whole. Throws BadInput when the file cannot be written.

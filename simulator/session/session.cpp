@@ -12,10 +12,8 @@
 #include "session/calibration_check.h"
 #include "session/cameras.h"
 #include "session/files.h"
-#include "session/metering.h"
+#include "session/look.h"
 #include "session/recording.h"
-#include "session/scenes.h"
-#include "session/state_folder.h"
 
 #include <atomic>
 
@@ -56,7 +54,6 @@ void open_session(const std::string& folder, bool look_only)
     sim::engine::reset();
     sim::host::reset_store();
     reset_scenes();
-    reset_metering();
     enter_files(folder, look_only);
     load_settings();
     for (int camera = 0; camera < kCameras; ++camera) {
@@ -79,10 +76,7 @@ void close_session()
 void set_auto_iris_on(bool on)
 {
     if (on && !state.iris_loop_started) {
-        const std::string failed = state.lens_service.open(iris_path(), 0);
-        if (!failed.empty()) {
-            throw BadInput(failed);
-        }
+        throw_if(state.lens_service.open(iris_path(), 0));
         isp::seam.lens_service_port = static_cast<unsigned short>(state.lens_service.port());
         state.lens_service.publish();
         if (init_auto_iris_control(set_auto_iris) != 0) {

@@ -6,9 +6,8 @@
 namespace session
 {
 
-/// Sets everything up in a folder, which is made if it is not there, and loads the parameter store from it. Where
-/// nothing is to be written there, or cannot be, it works in a copy, and says so. Throws BadInput when the folder
-/// cannot be used or the store is damaged.
+/// Enters a folder (session/files.h), loads the parameter store from it and sets everything up. Throws BadInput when
+/// the folder cannot be used or the store is damaged.
 void open_session(const std::string& folder, bool look_only = false);
 
 /// Ends a recording and leaves the folder. Throws BadInput when rows of the recording were lost.

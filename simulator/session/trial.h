@@ -21,8 +21,7 @@ public:
     /// Throws Busy while another trial is under way on the camera.
     explicit Trial(int camera);
     ~Trial();
-    Trial(const Trial&) = delete;
-    Trial& operator=(const Trial&) = delete;
+    Trial& operator=(Trial&&) = delete;
 
     /// Sets one more value, in the camera's lane; the library's result.
     int set(const sim::host::Setting& setting, int value);

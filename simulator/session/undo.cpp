@@ -91,29 +91,27 @@ void put_settings(int camera, const kiv_isp_param_s& record)
 
 std::optional<Change> undo_change()
 {
-    const std::optional<Change> change = last();
-    if (!change) {
+    const std::optional<Change> seen = last();
+    if (!seen) {
         return std::nullopt;
     }
-    const Lanes lane({change->camera}, "undo");
-    {
-        const std::lock_guard lock(mutex);
-        if (history.empty()) {
-            return std::nullopt;
-        }
-        if (history.back().camera != change->camera) {
-            throw Busy("others change settings; undo again");
-        }
-        history.pop_back();
+    const Lanes lane({seen->camera}, "undo");
+    std::unique_lock lock(mutex);
+    if (history.empty()) {
+        return std::nullopt;
     }
-    Change undone{.camera = change->camera,
-                  .what = change->what,
-                  .before = sim::host::stored_record(change->camera),
-                  .after = {}};
+    const Change change = history.back(); // no longer the one that was seen, perhaps
+    if (change.camera != seen->camera) {
+        throw Busy("others change settings; undo again");
+    }
+    history.pop_back();
+    lock.unlock();
+    Change undone = change;
+    undone.before = sim::host::stored_record(change.camera);
     kiv_isp_param_s record = undone.before;
-    take_back(*change, record);
-    put_settings(change->camera, record);
-    undone.after = sim::host::stored_record(change->camera);
+    take_back(change, record);
+    put_settings(change.camera, record);
+    undone.after = sim::host::stored_record(change.camera);
     return undone;
 }
 

@@ -30,8 +30,7 @@ class Undoable
 public:
     Undoable(int camera, const std::string& what);
     ~Undoable();
-    Undoable(const Undoable&) = delete;
-    Undoable& operator=(const Undoable&) = delete;
+    Undoable& operator=(Undoable&&) = delete;
 
 private:
     Change change_;

@@ -3,8 +3,7 @@
 #include "engine/engine.h"
 #include "isp_ctrl.h"
 #include "prompt/camera_line.h"
-#include "prompt/command.h"
-#include "prompt/commands/groups.h"
+#include "prompt/commands.h"
 #include "prompt/json.h"
 #include "session/lanes.h"
 
@@ -104,9 +103,6 @@ constexpr Command kCommands[] = {
 
 } // namespace
 
-std::span<const Command> camera_commands()
-{
-    return kCommands;
-}
+const std::span<const Command> kCameraCommands = kCommands;
 
 } // namespace prompt

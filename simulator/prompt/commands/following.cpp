@@ -1,8 +1,7 @@
 // White-balance calibration, and cameras that follow another.
 #include "engine/engine.h"
 #include "isp_ctrl.h"
-#include "prompt/command.h"
-#include "prompt/commands/groups.h"
+#include "prompt/commands.h"
 #include "prompt/commands/pictures.h"
 #include "session/calibration_check.h"
 #include "session/cameras.h"
@@ -96,9 +95,6 @@ constexpr Command kCommands[] = {
 
 } // namespace
 
-std::span<const Command> following_commands()
-{
-    return kCommands;
-}
+const std::span<const Command> kFollowingCommands = kCommands;
 
 } // namespace prompt

@@ -1,11 +1,10 @@
 // Help, and what belongs to no camera.
-#include "prompt/command.h"
 #include "prompt/commands.h"
-#include "prompt/commands/groups.h"
 #include "prompt/line_reader.h"
 #include "session/text.h"
 
 #include <iomanip>
+#include <memory>
 #include <ostream>
 
 namespace prompt
@@ -113,24 +112,16 @@ void source(const Words& words)
         throw BadInput(words[0] + ": scripts nested more than 8 deep");
     }
     LineReader lines(file_argument(words[0]));
-    const struct Deeper {
-        Deeper()
-        {
-            ++depth;
-        }
-        ~Deeper()
-        {
-            --depth;
-        }
-    } deeper;
-    try {
-        while (const std::optional<std::string> line = lines.next()) {
+    ++depth;
+    const std::unique_ptr<int, void (*)(int*)> deeper(&depth, [](int* deep) { --*deep; });
+    while (const std::optional<std::string> line = lines.next()) {
+        try {
             if (!run_line(*line, options())) {
                 break;
             }
+        } catch (const BadInput& error) {
+            throw BadInput(lines.place() + error.what());
         }
-    } catch (const BadInput& error) {
-        throw BadInput(lines.place() + error.what());
     }
     answer({{"script", words[0]}});
 }
@@ -146,9 +137,6 @@ constexpr Command kCommands[] = {
 
 } // namespace
 
-std::span<const Command> general_commands()
-{
-    return kCommands;
-}
+const std::span<const Command> kGeneralCommands = kCommands;
 
 } // namespace prompt

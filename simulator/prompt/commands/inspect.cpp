@@ -1,13 +1,11 @@
 // Looking into engines, and making their calls fail.
-#include "prompt/commands/inspect.h"
 #include "base/calls.h"
 #include "engine/engine.h"
 #include "host/log.h"
-#include "prompt/command.h"
-#include "prompt/commands/groups.h"
+#include "prompt/commands.h"
 #include "prompt/json.h"
 #include "session/cameras.h"
-#include "session/remembered.h"
+#include "session/change.h"
 
 #include <algorithm>
 #include <cmath>
@@ -165,14 +163,8 @@ constexpr Command kCommands[] = {
 
 } // namespace
 
-std::span<const std::string_view> called_functions()
-{
-    return kFunctions;
-}
+const std::span<const std::string_view> kCalledFunctions = kFunctions;
 
-std::span<const Command> engine_commands()
-{
-    return kCommands;
-}
+const std::span<const Command> kEngineCommands = kCommands;
 
 } // namespace prompt

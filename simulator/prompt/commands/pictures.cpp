@@ -2,13 +2,11 @@
 #include "prompt/commands/pictures.h"
 
 #include "host/durable_file.h"
-#include "prompt/command.h"
-#include "prompt/commands/groups.h"
+#include "prompt/commands.h"
 #include "prompt/json.h"
 #include "session/cameras.h"
 #include "session/figures.h"
 #include "session/look.h"
-#include "session/scenes.h"
 
 #include <array>
 #include <cmath>
@@ -139,10 +137,7 @@ void measure(const Words& words)
         answer(figures);
         return;
     }
-    const std::string failed = sim::host::write_durably(file_argument(words.back()), table_of(figures, true));
-    if (!failed.empty()) {
-        throw BadInput(failed);
-    }
+    throw_if(sim::host::write_durably(file_argument(words.back()), table_of(figures, true)));
     wrote(words.back());
 }
 
@@ -213,16 +208,10 @@ std::string picture_argument(const std::string& word)
 
 void write_picture(const std::string& path, const sim::picture::Image& image)
 {
-    const std::string failed = sim::picture::save(path, image);
-    if (!failed.empty()) {
-        throw BadInput(failed);
-    }
+    throw_if(sim::picture::save(path, image));
     wrote(path);
 }
 
-std::span<const Command> picture_commands()
-{
-    return kCommands;
-}
+const std::span<const Command> kPictureCommands = kCommands;
 
 } // namespace prompt

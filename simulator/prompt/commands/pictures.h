@@ -2,7 +2,7 @@
 #pragma once
 
 #include "picture/picture.h"
-#include "prompt/command.h"
+#include "prompt/commands.h"
 #include "prompt/json.h"
 #include "session/figures.h"
 
@@ -19,8 +19,7 @@ sim::picture::Area region_argument(std::span<const std::string> words);
 
 Json figures_json(const session::Figures& figures);
 
-/// The path of a picture to write, by a word of a command. Throws BadInput for a name that is none of a PNG or JPEG
-/// file.
+/// The path of a picture to write. Throws BadInput for a name that is none of a PNG or JPEG file.
 std::string picture_argument(const std::string& word);
 
 /// Writes a picture and says so. Throws BadInput when it cannot be written.

@@ -1,9 +1,8 @@
-// Changing and showing settings.
+// Changing and showing settings, and keeping them in files.
 #include "host/store.h"
 #include "isp_ctrl.h"
-#include "prompt/command.h"
-#include "prompt/commands/groups.h"
-#include "prompt/records.h"
+#include "prompt/camera_line.h"
+#include "prompt/commands.h"
 #include "session/cameras.h"
 #include "session/change.h"
 #include "session/lanes.h"
@@ -52,48 +51,46 @@ void set(const Words& words)
     answer(object);
 }
 
-void print_setting(int camera, const Setting& setting)
+const Setting& stored_setting(const std::string& word)
 {
-    out() << std::left << std::setw(kNameWidth) << setting.name
-          << sim::host::name_of(setting, sim::host::stored(camera, setting)) << '\n';
+    const Setting& setting = setting_named(word);
+    if (setting.member == nullptr) {
+        throw BadInput(word + " is not stored");
+    }
+    return setting;
 }
 
 /// The cameras side by side that have an engine or a setting of their own.
 void show_all()
 {
     const kiv_isp_param_s initial = sim::host::initial_record();
-    std::vector<int> cameras;
+    std::vector<std::string> lines = {"camera"};
+    for (const Setting& setting : sim::host::kSettings) {
+        lines.emplace_back(setting.name);
+    }
+    const auto add_column = [&](const std::string& title, const kiv_isp_param_s& record) {
+        const std::size_t widest = std::ranges::max(lines, {}, &std::string::size).size();
+        for (std::string& line : lines) {
+            line.resize(std::max<std::size_t>(widest + 2, kNameWidth), ' ');
+        }
+        auto line = lines.begin();
+        *line += title;
+        for (const Setting& setting : sim::host::kSettings) {
+            *++line += sim::host::name_of(setting, record.*setting.member);
+        }
+    };
     Json all = Json::array();
     for (int camera = 0; camera < session::kCameras; ++camera) {
         const kiv_isp_param_s record = sim::host::stored_record(camera);
         all.push_back({{"camera", camera}, {"settings", json_of(record)}});
         if (session::has_engine(camera) || std::memcmp(&record, &initial, sizeof record) != 0) {
-            cameras.push_back(camera);
+            add_column(std::to_string(camera), record);
         }
     }
+    add_column("initially", initial);
     answer({{"cameras", all}});
-    const auto value = [](int camera, const Setting& setting) {
-        return sim::host::name_of(setting, sim::host::stored(camera, setting));
-    };
-    std::vector<int> widths; // of the cameras' columns
-    for (const int camera : cameras) {
-        std::size_t widest = 1;
-        for (const Setting& setting : sim::host::kSettings) {
-            widest = std::max(widest, value(camera, setting).size());
-        }
-        widths.push_back(static_cast<int>(widest) + 2);
-    }
-    out() << std::left << std::setw(kNameWidth) << "camera";
-    for (std::size_t i = 0; i < cameras.size(); ++i) {
-        out() << std::setw(widths[i]) << cameras[i];
-    }
-    out() << "initially\n";
-    for (const Setting& setting : sim::host::kSettings) {
-        out() << std::setw(kNameWidth) << setting.name;
-        for (std::size_t i = 0; i < cameras.size(); ++i) {
-            out() << std::setw(widths[i]) << value(cameras[i], setting);
-        }
-        out() << sim::host::name_of(setting, setting.initial) << '\n';
+    for (const std::string& line : lines) {
+        out() << line << '\n';
     }
 }
 
@@ -105,20 +102,19 @@ void show(const Words& words)
     }
     const int camera = camera_id(words[0]);
     const kiv_isp_param_s record = sim::host::stored_record(camera);
+    const auto print = [&](const Setting& setting) {
+        out() << std::left << std::setw(kNameWidth) << setting.name
+              << sim::host::name_of(setting, record.*setting.member) << '\n';
+    };
     if (words.size() > 1 && words[1] != "all") {
-        const Setting& setting = setting_named(words[1]);
-        if (setting.member == nullptr) {
-            throw BadInput(words[1] + " is not stored");
-        }
-        print_setting(camera, setting);
+        const Setting& setting = stored_setting(words[1]);
+        print(setting);
         answer({{"camera", camera}, {"settings", {{words[1], json_of(setting, record.*setting.member)}}}});
         return;
     }
     answer({{"camera", camera}, {"settings", json_of(record)}});
     if (words.size() > 1) {
-        for (const Setting& setting : sim::host::kSettings) {
-            print_setting(camera, setting);
-        }
+        std::ranges::for_each(sim::host::kSettings, print);
     } else {
         const std::string changed = differences(record, sim::host::initial_record(), "initially");
         out() << (changed.empty() ? "every setting has its initial value; show " + words[0] + " all lists them\n"
@@ -143,10 +139,7 @@ void reset(const Words& words)
     const kiv_isp_param_s before = sim::host::stored_record(camera);
     kiv_isp_param_s record = sim::host::initial_record();
     if (words.size() > 1) {
-        const Setting& setting = setting_named(words[1]);
-        if (setting.member == nullptr) {
-            throw BadInput(words[1] + " is not stored");
-        }
+        const Setting& setting = stored_setting(words[1]);
         record = before;
         record.*setting.member = setting.initial;
     }
@@ -154,7 +147,7 @@ void reset(const Words& words)
     tell_changes(camera, before);
 }
 
-constexpr Command kCommands[] = {
+constexpr Command kChanging[] = {
     {"set", "CAM SETTING [VALUE]", "change a setting", 2, 3, set},
     {"show", "[CAM [SETTING | all]]", "what differs from the initial settings, or all cameras side by side", 0, 2, show,
      Kind::looks},
@@ -162,11 +155,53 @@ constexpr Command kCommands[] = {
     {"reset", "CAM [SETTING]", "set a setting, or all, to its initial value", 1, 2, reset},
 };
 
+void save(const Words& words)
+{
+    const int camera = camera_id(words[0]);
+    throw_if(sim::host::write_settings(file_argument(words[1]), camera, sim::host::stored_record(camera)));
+    wrote(words[1]);
+}
+
+kiv_isp_param_s settings_in(const std::string& word, int camera)
+{
+    kiv_isp_param_s record{};
+    throw_if(sim::host::read_settings(file_argument(word), camera, record));
+    return record;
+}
+
+void load(const Words& words)
+{
+    const int camera = camera_id(words[0]);
+    const kiv_isp_param_s record = settings_in(words[1], camera);
+    const session::Lanes lane({camera}, "load");
+    const session::Undoable undoable(camera, words[1]);
+    const kiv_isp_param_s before = sim::host::stored_record(camera);
+    session::put_settings(camera, record);
+    tell_changes(camera, before);
+}
+
+void diff(const Words& words)
+{
+    const int camera = camera_id(words[0]);
+    const bool other_camera = words[1].size() == 1 && words[1][0] >= '0' && words[1][0] <= '9';
+    const kiv_isp_param_s other =
+        other_camera ? sim::host::stored_record(camera_id(words[1])) : settings_in(words[1], camera);
+    const std::string title = (other_camera ? "camera " : "") + words[1] + ":";
+    const std::string differing = differences(sim::host::stored_record(camera), other, title);
+    answer(
+        {{"camera", camera}, {"differences", json_of_differences(sim::host::stored_record(camera), other, "other")}});
+    out() << (differing.empty() ? "no setting differs\n" : differing);
+}
+
+constexpr Command kFiles[] = {
+    {"save", "CAM FILE.ini", "write a camera's settings", 2, 2, save, Kind::looks},
+    {"load", "CAM FILE.ini", "take a camera's settings from a file", 2, 2, load},
+    {"diff", "CAM FILE.ini|CAM", "in which settings a camera differs", 2, 2, diff, Kind::looks},
+};
+
 } // namespace
 
-std::span<const Command> setting_commands()
-{
-    return kCommands;
-}
+const std::span<const Command> kSettingCommands = kChanging;
+const std::span<const Command> kSettingFileCommands = kFiles;
 
 } // namespace prompt

@@ -1,12 +1,10 @@
 // Simulated time: letting it pass, watching and recording cameras meanwhile.
 #include "prompt/camera_line.h"
-#include "prompt/command.h"
-#include "prompt/commands/groups.h"
+#include "prompt/commands.h"
 #include "prompt/interrupt.h"
 #include "prompt/json.h"
 #include "prompt/run_plot.h"
 #include "session/cameras.h"
-#include "session/readings.h"
 #include "session/recording.h"
 #include "session/session.h"
 
@@ -50,16 +48,19 @@ std::size_t terminal_width()
     return size.ws_col > 0 ? size.ws_col : 80;
 }
 
+std::vector<int> cameras_of(std::span<const std::string> words)
+{
+    std::vector<int> cameras(words.size());
+    std::ranges::transform(words, cameras.begin(), camera_with_engine);
+    return cameras;
+}
+
 /// On a terminal the lines are rewritten in place, elsewhere they follow each other, at most eight a camera.
 void watch(const Words& words)
 {
     const bool has_period = words.size() > 3 && words[words.size() - 2] == "every";
     const std::size_t last = words.size() - (has_period ? 3 : 1);
-    std::vector<int> cameras;
-    cameras.reserve(last);
-    for (std::size_t i = 0; i < last; ++i) {
-        cameras.push_back(camera_with_engine(words[i]));
-    }
+    const std::vector<int> cameras = cameras_of(std::span(words).first(last));
     constexpr sim::Microseconds kShortest = 500000;
     constexpr sim::Microseconds kInPlace = 200000;
     constexpr sim::Microseconds kLines = 8;
@@ -149,10 +150,7 @@ void record(const Words& words)
         tell_settling(session::stop_recording());
         return;
     }
-    std::vector<int> cameras;
-    for (std::size_t i = 1; i < words.size(); ++i) {
-        cameras.push_back(camera_with_engine(words[i]));
-    }
+    const std::vector<int> cameras = cameras_of(std::span(words).subspan(1));
     session::start_recording(file_argument(words[0]), cameras.empty() ? session::cameras_with_engine() : cameras);
 }
 
@@ -185,9 +183,6 @@ constexpr Command kCommands[] = {
 
 } // namespace
 
-std::span<const Command> time_commands()
-{
-    return kCommands;
-}
+const std::span<const Command> kTimeCommands = kCommands;
 
 } // namespace prompt

@@ -2,12 +2,10 @@
 #include "host/durable_file.h"
 #include "host/store.h"
 #include "isp_ctrl.h"
-#include "prompt/command.h"
-#include "prompt/commands/groups.h"
+#include "prompt/commands.h"
 #include "prompt/commands/pictures.h"
 #include "session/cameras.h"
 #include "session/look.h"
-#include "session/readings.h"
 #include "session/trial.h"
 
 #include <algorithm>
@@ -256,9 +254,7 @@ void write_down(const Plan& plan, std::vector<Point>& points)
         table += (table.empty() ? names + "\n" : "") + values + "\n";
         rows.push_back(row);
     }
-    if (const std::string failed = sim::host::write_durably(file_argument(plan.table), table); !failed.empty()) {
-        throw BadInput(failed);
-    }
+    throw_if(sim::host::write_durably(file_argument(plan.table), table));
     wrote(plan.table);
     if (!plan.sheet.empty()) {
         std::multimap<double, Point*> in_order;
@@ -331,9 +327,6 @@ constexpr Command kCommands[] = {
 
 } // namespace
 
-std::span<const Command> trial_commands()
-{
-    return kCommands;
-}
+const std::span<const Command> kTrialCommands = kCommands;
 
 } // namespace prompt
