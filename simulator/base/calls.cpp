@@ -35,80 +35,68 @@ struct Watch {
 };
 
 // Never destroyed: threads may still call while the process ends.
-Watch& watch()
-{
-    static Watch& instance = *new Watch;
-    return instance;
-}
+Watch& watch = *new Watch;
 
 } // namespace
 
 void start_recording()
 {
-    Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
-    w.calls.clear();
-    w.recording = true;
-    w.update();
+    const std::lock_guard lock(watch.mutex);
+    watch.calls.clear();
+    watch.recording = true;
+    watch.update();
 }
 
 void stop_recording()
 {
-    Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
-    w.recording = false;
-    w.update();
+    const std::lock_guard lock(watch.mutex);
+    watch.recording = false;
+    watch.update();
 }
 
 std::vector<Call> recorded_calls()
 {
-    Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
-    return w.calls;
+    const std::lock_guard lock(watch.mutex);
+    return watch.calls;
 }
 
 void inject_fault(const std::string& function, int nth, int code, bool from_then_on)
 {
-    Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
-    w.faults.push_back({function, nth, code, from_then_on, {}});
-    w.update();
+    const std::lock_guard lock(watch.mutex);
+    watch.faults.push_back({function, nth, code, from_then_on, {}});
+    watch.update();
 }
 
 void at_call(const std::string& function, int nth, std::function<void()> action)
 {
-    Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
-    w.faults.push_back({function, nth, 0, false, std::move(action)});
-    w.update();
+    const std::lock_guard lock(watch.mutex);
+    watch.faults.push_back({function, nth, 0, false, std::move(action)});
+    watch.update();
 }
 
 void clear_faults()
 {
-    Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
-    w.faults.clear();
-    w.struck = 0;
-    w.update();
+    const std::lock_guard lock(watch.mutex);
+    watch.faults.clear();
+    watch.struck = 0;
+    watch.update();
 }
 
 int faults_struck()
 {
-    Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
-    return w.struck;
+    const std::lock_guard lock(watch.mutex);
+    return watch.struck;
 }
 
 int detail::watched_call(const char* function, int id, long value)
 {
-    Watch& w = watch();
-    std::unique_lock lock(w.mutex);
-    if (w.recording) {
-        w.calls.push_back({function, id, value});
+    std::unique_lock lock(watch.mutex);
+    if (watch.recording) {
+        watch.calls.push_back({function, id, value});
     }
     int code = 0;
     std::vector<std::function<void()>> actions;
-    for (auto fault = w.faults.begin(); fault != w.faults.end();) {
+    for (auto fault = watch.faults.begin(); fault != watch.faults.end();) {
         if (fault->function != function || --fault->calls_left > 0) {
             ++fault;
             continue;
@@ -117,16 +105,16 @@ int detail::watched_call(const char* function, int id, long value)
             actions.push_back(std::move(fault->action));
         } else {
             code = fault->code;
-            ++w.struck;
+            ++watch.struck;
         }
         if (fault->from_then_on) {
             fault->calls_left = 1;
             ++fault;
         } else {
-            fault = w.faults.erase(fault);
+            fault = watch.faults.erase(fault);
         }
     }
-    w.update();
+    watch.update();
     lock.unlock();
     for (const auto& action : actions) {
         action();

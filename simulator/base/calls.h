@@ -23,9 +23,7 @@ struct Call {
 /// Starts with an empty record; stops and keeps what was recorded. Any thread.
 void start_recording();
 void stop_recording();
-
-/// What was recorded since start_recording(), oldest first. Any thread.
-std::vector<Call> recorded_calls();
+std::vector<Call> recorded_calls(); ///< oldest first
 
 /// Makes the `nth` call of `function` from now (1: the next one) fail with `code`, and every later one too if
 /// `from_then_on`. Functions that return a pointer return null, functions without a result ignore the fault.

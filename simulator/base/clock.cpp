@@ -8,10 +8,10 @@
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <thread>
 #include <vector>
 
@@ -32,17 +32,9 @@ constexpr std::chrono::seconds kLongestAwaited{60};
 
 struct Waiter {
     Microseconds due;
-    std::uint64_t order; // of going to sleep, so that wake-ups of the same moment keep it
     bool woken = false;
     bool driver = false; // this thread makes the next events happen
     std::condition_variable wake;
-};
-
-struct Earlier {
-    bool operator()(const Waiter* a, const Waiter* b) const
-    {
-        return a->due != b->due ? a->due < b->due : a->order < b->order;
-    }
 };
 
 struct Tick {
@@ -56,8 +48,7 @@ struct Clock {
     std::mutex mutex;
     Microseconds time = 0; // of the last event; in paced time, never ahead of an event that has not happened yet
     int taking_part = 0;
-    std::uint64_t orders = 0;
-    std::set<Waiter*, Earlier> waiters;
+    std::multimap<Microseconds, Waiter*> waiters; // of the same moment: in the order of going to sleep
     std::condition_variable waiters_changed;
 
     std::vector<Tick> ticks; // in order of registration
@@ -85,7 +76,7 @@ struct Clock {
         if (waiters.empty()) {
             return tick == ticks.end() ? std::nullopt : std::optional(tick->next);
         }
-        const Microseconds due = (*waiters.begin())->due;
+        const Microseconds due = waiters.begin()->first;
         return tick == ticks.end() ? due : std::min(tick->next, due);
     }
 
@@ -114,9 +105,9 @@ struct Clock {
     void run_event(Lock& lock)
     {
         const auto tick = next_tick();
-        const bool wakes = !waiters.empty() && (tick == ticks.end() || (*waiters.begin())->due < tick->next);
+        const bool wakes = !waiters.empty() && (tick == ticks.end() || waiters.begin()->first < tick->next);
         if (wakes) {
-            Waiter* const waiter = *waiters.begin();
+            Waiter* const waiter = waiters.begin()->second;
             time = std::max(time, waiter->due);
             waiters.erase(waiters.begin());
             waiter->woken = true;
@@ -144,7 +135,7 @@ struct Clock {
     void appoint_driver()
     {
         if (!paced && all_wait() && running_tick == 0) {
-            Waiter* const waiter = *waiters.begin();
+            Waiter* const waiter = waiters.begin()->second;
             waiter->driver = true;
             waiter->wake.notify_one();
         }
@@ -181,30 +172,26 @@ struct Clock {
 };
 
 // Never destroyed: threads may still wait here while the process ends.
-Clock& clock()
-{
-    static Clock& instance = *new Clock;
-    return instance;
-}
+Clock& clock = *new Clock;
 
 // A thread's part in virtual time.
 struct Part {
     bool taken = false;
 
-    void take(Clock& c)
+    void take()
     {
         if (!taken) {
             taken = true;
-            ++c.taking_part;
+            ++clock.taking_part;
         }
     }
 
-    void leave(Clock& c)
+    void leave()
     {
         if (taken) {
             taken = false;
-            --c.taking_part;
-            c.appoint_driver();
+            --clock.taking_part;
+            clock.appoint_driver();
         }
     }
 
@@ -212,9 +199,8 @@ struct Part {
     {
         // When the process ends, no time passes.
         if (taken && gettid() != getpid()) {
-            Clock& c = clock();
-            const Lock lock(c.mutex);
-            leave(c);
+            const Lock lock(clock.mutex);
+            leave();
         }
     }
 };
@@ -224,121 +210,112 @@ thread_local Part part;
 
 void use_paced_time(double speed)
 {
-    Clock& c = clock();
-    const Lock lock(c.mutex);
-    c.time = c.now();
-    c.paced = true;
-    c.speed = std::max(speed, 1e-6);
-    c.rebase();
-    if (!c.pacer_exists) {
-        c.pacer_exists = true;
-        std::thread(&Clock::pace, &c).detach();
+    const Lock lock(clock.mutex);
+    clock.time = clock.now();
+    clock.paced = true;
+    clock.speed = std::max(speed, 1e-6);
+    clock.rebase();
+    if (!clock.pacer_exists) {
+        clock.pacer_exists = true;
+        std::thread(&Clock::pace, &clock).detach();
     }
-    c.pacer_wake.notify_one();
+    clock.pacer_wake.notify_one();
 }
 
 void use_virtual_time()
 {
-    Clock& c = clock();
-    Lock lock(c.mutex);
-    c.time = c.now();
-    c.paced = false;
-    c.tick_done.wait(lock,
-                     [&] { return c.running_tick == 0 || c.ticking_thread == std::this_thread::get_id() || c.paced; });
-    c.appoint_driver();
+    Lock lock(clock.mutex);
+    clock.time = clock.now();
+    clock.paced = false;
+    clock.tick_done.wait(lock, [&] {
+        return clock.running_tick == 0 || clock.ticking_thread == std::this_thread::get_id() || clock.paced;
+    });
+    clock.appoint_driver();
 }
 
 double pace()
 {
-    Clock& c = clock();
-    const Lock lock(c.mutex);
-    return c.paced ? c.speed : 0.0;
+    const Lock lock(clock.mutex);
+    return clock.paced ? clock.speed : 0.0;
 }
 
 Microseconds now()
 {
-    Clock& c = clock();
-    const Lock lock(c.mutex);
-    return c.now();
+    const Lock lock(clock.mutex);
+    return clock.now();
 }
 
 void wait(Microseconds duration)
 {
-    Clock& c = clock();
-    Lock lock(c.mutex);
-    part.take(c);
-    Waiter self{.due = c.now() + std::max<Microseconds>(duration, 0), .order = ++c.orders, .wake = {}};
-    c.waiters.insert(&self);
-    c.waiters_changed.notify_all();
-    if (c.paced) {
-        c.pacer_wake.notify_one();
+    Lock lock(clock.mutex);
+    part.take();
+    Waiter self{.due = clock.now() + std::max<Microseconds>(duration, 0), .wake = {}};
+    clock.waiters.emplace(self.due, &self);
+    clock.waiters_changed.notify_all();
+    if (clock.paced) {
+        clock.pacer_wake.notify_one();
     } else {
-        self.driver = c.all_wait() && c.running_tick == 0;
+        self.driver = clock.all_wait() && clock.running_tick == 0;
     }
     while (!self.woken) {
         if (!self.driver) {
             self.wake.wait(lock);
             continue;
         }
-        while (!c.paced && c.all_wait() && c.running_tick == 0) {
-            c.run_event(lock);
+        while (!clock.paced && clock.all_wait() && clock.running_tick == 0) {
+            clock.run_event(lock);
         }
         self.driver = false;
-        if (c.paced) {
-            c.pacer_wake.notify_one();
+        if (clock.paced) {
+            clock.pacer_wake.notify_one();
         }
     }
 }
 
 void step_aside()
 {
-    Clock& c = clock();
-    const Lock lock(c.mutex);
-    part.leave(c);
+    const Lock lock(clock.mutex);
+    part.leave();
 }
 
 void await_waiting(int threads)
 {
-    Clock& c = clock();
-    Lock lock(c.mutex);
-    const auto enough = [&] { return static_cast<int>(c.waiters.size()) >= threads; };
-    if (!c.waiters_changed.wait_for(lock, kLongestAwaited, enough)) {
-        std::fprintf(stderr, "await_waiting(%d): no more than %zu threads wait\n", threads, c.waiters.size());
+    Lock lock(clock.mutex);
+    const auto enough = [&] { return static_cast<int>(clock.waiters.size()) >= threads; };
+    if (!clock.waiters_changed.wait_for(lock, kLongestAwaited, enough)) {
+        std::fprintf(stderr, "await_waiting(%d): no more than %zu threads wait\n", threads, clock.waiters.size());
         std::abort();
     }
 }
 
 int waiting_threads()
 {
-    Clock& c = clock();
-    const Lock lock(c.mutex);
-    return static_cast<int>(c.waiters.size());
+    const Lock lock(clock.mutex);
+    return static_cast<int>(clock.waiters.size());
 }
 
 int taking_part()
 {
-    Clock& c = clock();
-    const Lock lock(c.mutex);
-    return c.taking_part;
+    const Lock lock(clock.mutex);
+    return clock.taking_part;
 }
 
 int every(Microseconds period, std::function<void()> tick)
 {
-    Clock& c = clock();
-    const Lock lock(c.mutex);
+    const Lock lock(clock.mutex);
     period = std::max<Microseconds>(period, 1);
-    c.ticks.push_back(
-        {++c.handles, period, c.now() + period, std::make_shared<std::function<void()>>(std::move(tick))});
-    c.pacer_wake.notify_one();
-    return c.handles;
+    clock.ticks.push_back(
+        {++clock.handles, period, clock.now() + period, std::make_shared<std::function<void()>>(std::move(tick))});
+    clock.pacer_wake.notify_one();
+    return clock.handles;
 }
 
 void cancel(int handle)
 {
-    Clock& c = clock();
-    Lock lock(c.mutex);
-    std::erase_if(c.ticks, [&](const Tick& tick) { return tick.handle == handle; });
-    c.tick_done.wait(lock, [&] { return c.running_tick != handle || c.ticking_thread == std::this_thread::get_id(); });
+    Lock lock(clock.mutex);
+    std::erase_if(clock.ticks, [&](const Tick& tick) { return tick.handle == handle; });
+    clock.tick_done.wait(
+        lock, [&] { return clock.running_tick != handle || clock.ticking_thread == std::this_thread::get_id(); });
 }
 
 } // namespace sim

@@ -22,21 +22,19 @@ void install_clock();
 void use_paced_time(double speed);
 void use_virtual_time();
 
-/// How many times as fast as the real clock time passes; 0 in virtual time.
-double pace();
-
+double pace(); ///< 0 in virtual time
 Microseconds now();
 
 /// Waits in simulated time on the calling thread. In virtual time a thread takes part from its first wait until it
 /// ends; a test's main thread drives time simply by waiting.
 void wait(Microseconds duration);
 
-/// The calling thread takes no part any more until its next wait. For a thread about to block on something else that
-/// needs time to pass, such as joining a thread that waits here.
+/// The calling thread takes no part until its next wait: before it blocks on something else that needs time to pass,
+/// such as joining a thread that waits here.
 void step_aside();
 
-/// Blocks, in real time, until `threads` threads are waiting here: for a thread that was just created and has not
-/// waited yet. Ends the process after a minute in which they did not come.
+/// Blocks, in real time, until `threads` threads are waiting here, such as those just created. Ends the process after
+/// a minute in which they did not come.
 void await_waiting(int threads);
 
 /// How many threads are waiting here, and how many take part at all.

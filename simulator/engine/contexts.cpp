@@ -1,8 +1,6 @@
 // Giving out, judging and releasing contexts, and the list of misuses.
 #include "engine/contexts.h"
 
-#include "engine/sensors.h"
-
 #include <algorithm>
 #include <chrono>
 #include <thread>
@@ -18,35 +16,21 @@ namespace
 
 constexpr std::size_t kMisusesKept = 256;
 
-struct Misuse {
-    std::string line;
-    int times;
-};
-
-struct SceneNames {
-    std::string main;
-    std::string sub;
-};
-
 // Everything about contexts that is not on the path of an attribute call. Never destroyed: threads may still call
 // while the process ends.
 struct Registry {
     std::mutex mutex; // taken before a context's lock
     std::array<Configuration, kContexts> configurations;
-    std::array<std::uint64_t, kContexts> released_at{}; // order of releases
-    std::array<SceneNames, kSensors> scenes;
+    std::array<std::uint64_t, kContexts> released_at{};               // order of releases
+    std::array<std::pair<std::string, std::string>, kSensors> scenes; // main and sub
     std::uint64_t releases = 0;
     std::uint64_t starts = 0;
 
-    std::mutex misuse_mutex; // taken last
-    std::vector<Misuse> misuses;
+    std::mutex misuse_mutex;                          // taken last
+    std::vector<std::pair<std::string, int>> misuses; // and how often
 };
 
-Registry& registry()
-{
-    static Registry& instance = *new Registry;
-    return instance;
-}
+Registry& registry = *new Registry;
 
 std::size_t index_of(const Context& context)
 {
@@ -60,7 +44,7 @@ Life life_of(Context& context)
 }
 
 // An unused slot, else the one released longest ago.
-Context* free_context(const Registry& r)
+Context* free_context()
 {
     Context* best = nullptr;
     for (Context& context : contexts) {
@@ -68,31 +52,15 @@ Context* free_context(const Registry& r)
         if (life == Life::unknown) {
             return &context;
         }
-        if (life == Life::released && (!best || r.released_at[index_of(context)] < r.released_at[index_of(*best)])) {
+        if (life == Life::released &&
+            (!best || registry.released_at[index_of(context)] < registry.released_at[index_of(*best)])) {
             best = &context;
         }
     }
     return best;
 }
 
-const char* name_of(Life life)
-{
-    switch (life) {
-    case Life::unknown:
-        return "unknown";
-    case Life::initialised:
-        return "initialised";
-    case Life::prepared:
-        return "prepared";
-    case Life::running:
-        return "running";
-    case Life::stopped:
-        return "stopped";
-    case Life::released:
-        return "released";
-    }
-    return "";
-}
+constexpr const char* kLifeNames[] = {"unknown", "initialised", "prepared", "running", "stopped", "released"};
 
 // Under the context's or the registry's lock.
 std::string describe_context(const Context& context)
@@ -105,27 +73,23 @@ std::string describe_context(const Context& context)
 
 void note_misuse(const char* function, const std::string& what)
 {
-    Registry& r = registry();
     std::string line = std::string(function) + ": " + what;
-    const std::lock_guard lock(r.misuse_mutex);
-    const auto known =
-        std::find_if(r.misuses.begin(), r.misuses.end(), [&](const Misuse& m) { return m.line == line; });
-    if (known != r.misuses.end()) {
-        ++known->times;
-    } else if (r.misuses.size() < kMisusesKept) {
-        r.misuses.push_back({std::move(line), 1});
+    const std::lock_guard lock(registry.misuse_mutex);
+    const auto known = std::ranges::find(registry.misuses, line, &std::pair<std::string, int>::first);
+    if (known != registry.misuses.end()) {
+        ++known->second;
+    } else if (registry.misuses.size() < kMisusesKept) {
+        registry.misuses.emplace_back(std::move(line), 1);
     }
 }
 
 std::vector<std::string> misuses()
 {
-    Registry& r = registry();
-    const std::lock_guard lock(r.misuse_mutex);
+    const std::lock_guard lock(registry.misuse_mutex);
     std::vector<std::string> lines;
-    lines.reserve(r.misuses.size());
-    for (const Misuse& misuse : r.misuses) {
-        lines.push_back(misuse.times == 1 ? misuse.line
-                                          : misuse.line + " (" + std::to_string(misuse.times) + " times)");
+    lines.reserve(registry.misuses.size());
+    for (const auto& [line, times] : registry.misuses) {
+        lines.push_back(times == 1 ? line : line + " (" + std::to_string(times) + " times)");
     }
     return lines;
 }
@@ -163,8 +127,7 @@ void take_time(Context* context)
 
 Context* create_context(const char* function, std::span<const int> sensors, bool group, const char* iq_directory)
 {
-    Registry& r = registry();
-    const std::lock_guard registry_lock(r.mutex);
+    const std::lock_guard registry_lock(registry.mutex);
     for (Context& other : contexts) {
         const std::lock_guard lock(other.lock);
         if (is_alive(other.life) && other.group == group && other.sensors[0] == sensors.front()) {
@@ -172,16 +135,17 @@ Context* create_context(const char* function, std::span<const int> sensors, bool
             break;
         }
     }
-    Context* const context = free_context(r);
+    Context* const context = free_context();
     if (!context) {
         note_misuse(function, "all contexts are in use");
         return nullptr;
     }
-    r.configurations[index_of(*context)] = {.sensors{sensors.begin(), sensors.end()},
-                                            .iq_directory = iq_directory ? iq_directory : "",
-                                            .iq_directory_at = iq_directory,
-                                            .main_scene = r.scenes[static_cast<std::size_t>(sensors.front())].main,
-                                            .sub_scene = r.scenes[static_cast<std::size_t>(sensors.front())].sub};
+    const auto& [main_scene, sub_scene] = registry.scenes[static_cast<std::size_t>(sensors.front())];
+    registry.configurations[index_of(*context)] = {.sensors{sensors.begin(), sensors.end()},
+                                                   .iq_directory = iq_directory ? iq_directory : "",
+                                                   .iq_directory_at = iq_directory,
+                                                   .main_scene = main_scene,
+                                                   .sub_scene = sub_scene};
 
     const std::lock_guard lock(context->lock);
     context->life = Life::initialised;
@@ -201,8 +165,7 @@ XCamReturn change_life(const char* function, const void* pointer, bool group, Re
     if (!context) {
         return refuse_context(function, pointer);
     }
-    Registry& r = registry();
-    const std::lock_guard registry_lock(r.mutex);
+    const std::lock_guard registry_lock(registry.mutex);
     Life before{};
     bool same_kind = true;
     bool in_order = true;
@@ -212,28 +175,22 @@ XCamReturn change_life(const char* function, const void* pointer, bool group, Re
         before = context->life;
         same_kind = context->group == group;
         if (is_alive(before) && same_kind) {
-            switch (request) {
-            case Request::prepare:
-                in_order = before != Life::running;
-                context->life = in_order ? Life::prepared : before;
-                break;
-            case Request::start:
+            const bool runs = before == Life::running;
+            if (request == Request::stop) { // of an engine that does not run: nothing to do
+                context->life = runs ? Life::stopped : before;
+            } else if (request == Request::start) {
                 in_order = before == Life::prepared || before == Life::stopped;
-                if (in_order) {
-                    context->life = Life::running;
-                    context->started = ++r.starts;
-                }
-                break;
-            case Request::stop: // of an engine that does not run: nothing to do
-                context->life = before == Life::running ? Life::stopped : before;
-                break;
-            case Request::release:
-                in_order = before != Life::running;
+                context->life = in_order ? Life::running : before;
+                context->started = in_order ? ++registry.starts : context->started;
+            } else if (request == Request::prepare) {
+                in_order = !runs;
+                context->life = in_order ? Life::prepared : before;
+            } else {
+                in_order = !runs;
                 in_use = context->calls > 0;
                 context->life = Life::released;
                 std::fill(std::begin(context->blocks.setpoints), std::end(context->blocks.setpoints), -1.0F);
-                r.released_at[index_of(*context)] = ++r.releases;
-                break;
+                registry.released_at[index_of(*context)] = ++registry.releases;
             }
         }
     }
@@ -252,7 +209,8 @@ XCamReturn change_life(const char* function, const void* pointer, bool group, Re
         return XCAM_RETURN_ERROR_PARAM;
     }
     if (!in_order) {
-        note_misuse(function, "out of order, " + describe_context(*context) + " is " + name_of(before));
+        note_misuse(function,
+                    "out of order, " + describe_context(*context) + " is " + kLifeNames[static_cast<int>(before)]);
         return XCAM_RETURN_ERROR_ORDER;
     }
     return XCAM_RETURN_NO_ERROR;
@@ -260,41 +218,37 @@ XCamReturn change_life(const char* function, const void* pointer, bool group, Re
 
 void set_iq_directory(const Context& context, const char* directory)
 {
-    Registry& r = registry();
-    const std::lock_guard lock(r.mutex);
-    r.configurations[index_of(context)].iq_directory = directory;
-    r.configurations[index_of(context)].iq_directory_at = directory;
+    const std::lock_guard lock(registry.mutex);
+    registry.configurations[index_of(context)].iq_directory = directory;
+    registry.configurations[index_of(context)].iq_directory_at = directory;
 }
 
 void set_working_mode(const Context& context, rk_aiq_working_mode_t mode)
 {
-    Registry& r = registry();
-    const std::lock_guard lock(r.mutex);
-    r.configurations[index_of(context)].mode = mode;
+    const std::lock_guard lock(registry.mutex);
+    registry.configurations[index_of(context)].mode = mode;
 }
 
 void set_scene_names(int sensor, const char* main_scene, const char* sub_scene)
 {
-    Registry& r = registry();
-    const std::lock_guard lock(r.mutex);
-    r.scenes[static_cast<std::size_t>(sensor)] = {main_scene, sub_scene};
+    const std::lock_guard lock(registry.mutex);
+    registry.scenes[static_cast<std::size_t>(sensor)] = {main_scene, sub_scene};
 }
 
 void reset()
 {
-    Registry& r = registry();
-    const std::lock_guard registry_lock(r.mutex);
+    const std::lock_guard registry_lock(registry.mutex);
     for (Context& context : contexts) {
         const std::lock_guard lock(context.lock);
         context.life = Life::unknown;
     }
     set_call_time(0);
-    r.configurations = {};
-    r.scenes = {};
-    r.released_at = {};
+    registry.configurations = {};
+    registry.scenes = {};
+    registry.released_at = {};
     {
-        const std::lock_guard lock(r.misuse_mutex);
-        r.misuses.clear();
+        const std::lock_guard lock(registry.misuse_mutex);
+        registry.misuses.clear();
     }
     reset_sensors();
 }
@@ -317,9 +271,8 @@ Configuration configuration(const void* pointer)
     if (!context) {
         return {};
     }
-    Registry& r = registry();
-    const std::lock_guard lock(r.mutex);
-    return r.configurations[index_of(*context)];
+    const std::lock_guard lock(registry.mutex);
+    return registry.configurations[index_of(*context)];
 }
 
 template <typename Block>

@@ -65,7 +65,6 @@ XCamReturn change_life(const char* function, const void* pointer, bool group, Re
 /// Lets a call take the time that was set with set_call_time(); the context is in use meanwhile.
 void take_time(Context* context);
 
-/// Whether calls take time.
 inline bool calls_take_time()
 {
     return call_time.load(std::memory_order_relaxed) != 0;
@@ -74,6 +73,11 @@ inline bool calls_take_time()
 void set_iq_directory(const Context& context, const char* directory);
 void set_working_mode(const Context& context, rk_aiq_working_mode_t mode);
 void set_scene_names(int sensor, const char* main_scene, const char* sub_scene);
+
+// The sensors.
+std::string sensor_name(int index);
+bool sensor_present(int index);
+void reset_sensors();
 
 void note_misuse(const char* function, const std::string& what);
 

@@ -24,8 +24,7 @@ enum class Life { unknown, initialised, prepared, running, stopped, released };
 /// Where a context is in its life; `unknown` for a pointer that never was one. Takes group contexts too.
 Life life(const void* context);
 
-/// How many contexts, of cameras and of groups, are not released.
-int live_contexts();
+int live_contexts(); ///< of cameras and of groups, those not released
 
 /// How a context was set up.
 struct Configuration {
@@ -37,13 +36,11 @@ struct Configuration {
     rk_aiq_working_mode_t mode = RK_AIQ_WORKING_MODE_NORMAL; // of the last prepare
 };
 
-/// Empty for a pointer that never was a context.
-Configuration configuration(const void* context);
+Configuration configuration(const void* context); ///< empty for a pointer that never was a context
 
-/// Wrong uses so far, oldest first, one line each ("FUNCTION: use after release, sensor 0"), followed by " (N times)"
-/// when it happened again: use after release, release while a call that takes time uses the context, double release,
-/// unknown context, a call out of order, a null block, a second context of a sensor. At most 256 different lines are
-/// kept.
+/// Wrong uses so far, oldest first, at most 256 different lines ("FUNCTION: use after release, sensor 0 (N times)"):
+/// use after release, release during a call that takes time, double release, unknown context, a call out of order, a
+/// null block, a second context of a sensor.
 std::vector<std::string> misuses();
 
 /// Every call with a context takes this much real time from now on, which is what a call and a release need to meet.
@@ -65,8 +62,7 @@ void poke(const void* context, const Block& block);
 template <typename Block>
 Block initial();
 
-/// Names of the blocks that can be set, those of modules.def.
-std::vector<std::string> block_names();
+std::vector<std::string> block_names(); ///< of those that can be set
 
 using Value = std::variant<bool, int, float, std::string>;
 std::string text_of(const Value& value);
@@ -79,8 +75,7 @@ struct Field {
     std::vector<Value> before;
 };
 
-/// All fields of a block. Empty for an unknown block or context.
-std::vector<Field> describe(const void* context, std::string_view block);
+std::vector<Field> describe(const void* context, std::string_view block); ///< all fields; empty when unknown
 
 /// The blocks of a context at one moment, and the fields in which a later moment differs, named "block.field": all of
 /// them if there was no context before. Empty for an unknown context.

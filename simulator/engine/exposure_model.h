@@ -18,7 +18,6 @@
 namespace sim::engine
 {
 
-/// Target luma of an exposure block.
 double target_luma(const Blocks& blocks);
 
 /// The exposure that a result holds under `light`, luminance in cd/m2 times the lens's transmission.

@@ -11,13 +11,34 @@ namespace sim::engine
 namespace
 {
 
-enum class Kind { boolean, u8, u16, i32, f32, text };
+template <typename T>
+Value value_at(const unsigned char* at)
+{
+    if constexpr (std::is_same_v<T, bool>) {
+        return *at != 0;
+    } else if constexpr (std::is_same_v<T, char>) {
+        const auto* const text = reinterpret_cast<const char*>(at);
+        return std::string(text, strnlen(text, RK_AIQ_LSC_NAME_SIZE));
+    } else {
+        T value;
+        std::memcpy(&value, at, sizeof(value));
+        return std::conditional_t<std::is_same_v<T, float>, float, int>{value};
+    }
+}
+
+template <typename T>
+void put(unsigned char* at, double value)
+{
+    const T typed = static_cast<T>(value);
+    std::memcpy(at, &typed, sizeof(typed));
+}
 
 // What an element's type says: a char array is one element.
 struct Shape {
-    Kind kind;
-    std::size_t size;  // bytes per element
-    std::size_t count; // elements
+    Value (*value_at)(const unsigned char* at);
+    void (*put)(unsigned char* at, double value); // null: a text
+    std::size_t size;                             // bytes per element
+    std::size_t count;                            // elements
     bool array;
 };
 
@@ -25,17 +46,11 @@ template <typename Member>
 constexpr Shape shape_of()
 {
     using Scalar = std::remove_all_extents_t<Member>;
-    constexpr bool text = std::is_same_v<Scalar, char>;
+    using T = std::conditional_t<std::is_enum_v<Scalar>, int, Scalar>;
+    constexpr bool text = std::is_same_v<T, char>;
     constexpr std::size_t size = text ? RK_AIQ_LSC_NAME_SIZE : sizeof(Scalar);
-    constexpr Kind kind = text                               ? Kind::text
-                          : std::is_same_v<Scalar, bool>     ? Kind::boolean
-                          : std::is_same_v<Scalar, uint8_t>  ? Kind::u8
-                          : std::is_same_v<Scalar, uint16_t> ? Kind::u16
-                          : std::is_floating_point_v<Scalar> ? Kind::f32
-                                                             : Kind::i32;
-    static_assert(kind != Kind::i32 || std::is_enum_v<Scalar> || std::is_same_v<Scalar, int>);
-    static_assert(kind != Kind::f32 || std::is_same_v<Scalar, float>);
-    return {kind, size, sizeof(Member) / size, std::rank_v<Member> > (text ? 1 : 0)};
+    static_assert(sizeof(T) == sizeof(Scalar));
+    return {value_at<T>, text ? nullptr : put<T>, size, sizeof(Member) / size, std::rank_v<Member> > (text ? 1 : 0)};
 }
 
 // Initial value of element i of record r: first + step * i + record_step * r. In a scattered array, (7 * i mod count)
@@ -59,23 +74,12 @@ struct Entry {
 };
 
 #define FIELD(block, path, ...)                                                                                        \
-    Entry                                                                                                              \
-    {                                                                                                                  \
-        #block, #path, nullptr, shape_of<decltype(Blocks::block.path)>(), offsetof(Blocks, block.path), 1, 0, Values   \
-        {                                                                                                              \
-            __VA_ARGS__                                                                                                \
-        }                                                                                                              \
-    }
+    Entry(#block, #path, nullptr, shape_of<decltype(Blocks::block.path)>(), offsetof(Blocks, block.path), 1, 0,        \
+          Values(__VA_ARGS__))
 #define RECORD_FIELD(block, path, member, ...)                                                                         \
-    Entry                                                                                                              \
-    {                                                                                                                  \
-        #block, #path, #member, shape_of<decltype(Blocks::block.path[0].member)>(),                                    \
-            offsetof(Blocks, block.path[0].member), sizeof(Blocks::block.path) / sizeof(Blocks::block.path[0]),        \
-            sizeof(Blocks::block.path[0]), Values                                                                      \
-        {                                                                                                              \
-            __VA_ARGS__                                                                                                \
-        }                                                                                                              \
-    }
+    Entry(#block, #path, #member, shape_of<decltype(Blocks::block.path[0].member)>(),                                  \
+          offsetof(Blocks, block.path[0].member), sizeof(Blocks::block.path) / sizeof(Blocks::block.path[0]),          \
+          sizeof(Blocks::block.path[0]), Values(__VA_ARGS__))
 #define SYNC(block, done_first) FIELD(block, sync.sync_mode, RK_AIQ_UAPI_MODE_SYNC), FIELD(block, sync.done, done_first)
 
 // Sensible for exposure and white balance to start from; elsewhere values that nothing else would write.
@@ -233,60 +237,16 @@ Byte* element(Byte* blocks, const Entry& field, std::size_t record, std::size_t 
     return blocks + field.offset + record * field.stride + i * field.shape.size;
 }
 
-template <typename T>
-void put(unsigned char* at, double value)
-{
-    const T typed = static_cast<T>(value);
-    std::memcpy(at, &typed, sizeof(typed));
-}
-
 void put_initial(unsigned char* at, const Entry& field, std::size_t record, std::size_t i)
 {
     const Values& v = field.values;
     const std::size_t place = v.scattered ? 7 * i % field.shape.count : i;
-    const double value = v.first + v.step * static_cast<double>(place) + v.record_step * static_cast<double>(record);
-    switch (field.shape.kind) {
-    case Kind::boolean:
-        return put<bool>(at, value);
-    case Kind::u8:
-        return put<uint8_t>(at, value);
-    case Kind::u16:
-        return put<uint16_t>(at, value);
-    case Kind::i32:
-        return put<int>(at, value);
-    case Kind::f32:
-        return put<float>(at, value);
-    case Kind::text:
+    if (field.shape.put != nullptr) {
+        field.shape.put(at,
+                        v.first + v.step * static_cast<double>(place) + v.record_step * static_cast<double>(record));
+    } else {
         std::snprintf(reinterpret_cast<char*>(at), field.shape.size, "%s_%zu_%zu", field.member, record, i);
     }
-}
-
-template <typename T>
-T value_at(const unsigned char* at)
-{
-    T value;
-    std::memcpy(&value, at, sizeof(value));
-    return value;
-}
-
-Value value_of(const unsigned char* at, const Entry& field)
-{
-    switch (field.shape.kind) {
-    case Kind::boolean:
-        return *at != 0;
-    case Kind::u8:
-        return int{*at};
-    case Kind::u16:
-        return int{value_at<uint16_t>(at)};
-    case Kind::i32:
-        return value_at<int>(at);
-    case Kind::f32:
-        return value_at<float>(at);
-    case Kind::text:
-        break;
-    }
-    const auto* const text = reinterpret_cast<const char*>(at);
-    return std::string(text, strnlen(text, field.shape.size));
 }
 
 // Adds one array, or runs of its elements that differ from earlier ones. An array of records that have one value each
@@ -306,9 +266,9 @@ void list_array(std::vector<Field>& list, const std::string& prefix, const unsig
         Field found;
         const std::size_t first = i;
         for (; i < count && differs(i); ++i) {
-            found.values.push_back(value_of(at(blocks, i), field));
+            found.values.push_back(field.shape.value_at(at(blocks, i)));
             if (earlier != nullptr) {
-                found.before.push_back(value_of(at(earlier, i), field));
+                found.before.push_back(field.shape.value_at(at(earlier, i)));
             }
         }
         if (found.values.empty()) {
@@ -327,13 +287,26 @@ void list_array(std::vector<Field>& list, const std::string& prefix, const unsig
     }
 }
 
-void list_field(std::vector<Field>& list, const std::string& prefix, const unsigned char* blocks,
-                const unsigned char* earlier, const Entry& field)
+// The fields of one block, or of all (null), which are named with theirs.
+std::vector<Field> list_fields(const Snapshot& blocks, const Snapshot& earlier, const std::string_view* block)
 {
-    const std::size_t arrays = field.shape.count == 1 ? 1 : field.records;
-    for (std::size_t record = 0; record < arrays; ++record) {
-        list_array(list, prefix, blocks, earlier, field, record);
+    std::vector<Field> list;
+    for (const Entry& field : kFields) {
+        if (blocks.empty() || (block != nullptr && *block != field.block)) {
+            continue;
+        }
+        const unsigned char* const first = element(blocks.data(), field, 0, 0);
+        const unsigned char* const last = element(blocks.data(), field, field.records - 1, field.shape.count);
+        if (!earlier.empty() && std::equal(first, last, element(earlier.data(), field, 0, 0))) {
+            continue;
+        }
+        const std::size_t arrays = field.shape.count == 1 ? 1 : field.records;
+        for (std::size_t record = 0; record < arrays; ++record) {
+            list_array(list, block != nullptr ? "" : std::string(field.block) + ".", blocks.data(),
+                       earlier.empty() ? nullptr : earlier.data(), field, record);
+        }
     }
+    return list;
 }
 
 } // namespace
@@ -402,31 +375,12 @@ std::string text_of(const Value& value)
 
 std::vector<Field> describe(const void* context, std::string_view block)
 {
-    const Snapshot bytes = snapshot(context);
-    std::vector<Field> list;
-    for (const Entry& field : kFields) {
-        if (!bytes.empty() && block == field.block) {
-            list_field(list, "", bytes.data(), nullptr, field);
-        }
-    }
-    return list;
+    return list_fields(snapshot(context), {}, &block);
 }
 
 std::vector<Field> changes(const Snapshot& before, const Snapshot& after)
 {
-    std::vector<Field> list;
-    for (const Entry& field : kFields) {
-        if (after.empty()) {
-            break;
-        }
-        const unsigned char* const first = element(after.data(), field, 0, 0);
-        const unsigned char* const last = element(after.data(), field, field.records - 1, field.shape.count);
-        if (before.empty() || !std::equal(first, last, element(before.data(), field, 0, 0))) {
-            list_field(list, std::string(field.block) + ".", after.data(), before.empty() ? nullptr : before.data(),
-                       field);
-        }
-    }
-    return list;
+    return list_fields(after, before, nullptr);
 }
 
 } // namespace sim::engine

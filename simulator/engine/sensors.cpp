@@ -1,6 +1,4 @@
 // The sensors, what is in front of them, and the frames that they deliver.
-#include "engine/sensors.h"
-
 #include "engine/contexts.h"
 #include "engine/exposure_model.h"
 #include "engine/white_balance_model.h"
@@ -46,12 +44,6 @@ void advance(Sensor& sensor, double seconds)
         sensor.luminance += (sensor.luminance_to - sensor.luminance) * seconds / sensor.seconds_left;
         sensor.seconds_left -= seconds;
     }
-}
-
-bool has_sensor(const Context& context, int sensor)
-{
-    const auto end = context.sensors.begin() + context.sensor_count;
-    return std::find(context.sensors.begin(), end, sensor) != end;
 }
 
 } // namespace
@@ -157,7 +149,9 @@ Readings readings(int index)
     for (Context& context : contexts) {
         const std::lock_guard lock(context.lock);
         const std::pair rank(context.life == Life::running, context.started);
-        if (!is_alive(context.life) || !has_sensor(context, index) || (found && rank < best)) {
+        const auto end = context.sensors.begin() + context.sensor_count;
+        if (!is_alive(context.life) || std::find(context.sensors.begin(), end, index) == end ||
+            (found && rank < best)) {
             continue;
         }
         found = true;

@@ -1,7 +1,6 @@
 // The life of camera and group contexts: system control and camera groups.
 #include "base/calls.h"
 #include "engine/contexts.h"
-#include "engine/sensors.h"
 
 #include <cstdio>
 
@@ -53,15 +52,12 @@ XCamReturn rk_aiq_uapi2_sysctl_enumStaticMetas(int index, rk_aiq_static_info_t* 
         return XCAM_RETURN_ERROR_PARAM;
     }
     *info = {};
-    info->sensor_info.phyId = -1;
+    info->sensor_info.phyId = sensor_present(index) ? index : -1;
     if (index < 0 || index >= kSensors) {
         return XCAM_RETURN_ERROR_PARAM;
     }
     std::snprintf(info->sensor_info.sensor_name, sizeof(info->sensor_info.sensor_name), "%s",
                   sensor_name(index).c_str());
-    if (sensor_present(index)) {
-        info->sensor_info.phyId = index;
-    }
     return XCAM_RETURN_NO_ERROR;
 }
 
@@ -80,10 +76,7 @@ XCamReturn rk_aiq_uapi2_sysctl_preInit_scene(const char* sensor, const char* mai
 
 rk_aiq_sys_ctx_t* rk_aiq_uapi2_sysctl_init(const char* sensor, const char* iq_dir, rk_aiq_error_cb, rk_aiq_metas_cb)
 {
-    if (sim::note_call(__func__) != 0) {
-        return nullptr;
-    }
-    const int index = find_sensor(sensor);
+    const int index = sim::note_call(__func__) == 0 ? find_sensor(sensor) : -1;
     if (index < 0) {
         return nullptr;
     }
