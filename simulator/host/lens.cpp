@@ -26,14 +26,9 @@ double approach(double from, double to, double most)
     return from < to ? std::min(from + most, to) : std::max(from - most, to);
 }
 
-double iris_stop(double position)
+double between_stops(double position, int farthest)
 {
-    return std::clamp(position, 0.0, static_cast<double>(kIrisWidest));
-}
-
-double zoom_stop(double position)
-{
-    return std::clamp(position, 0.0, static_cast<double>(kZoomLongest));
+    return std::clamp(position, 0.0, static_cast<double>(farthest));
 }
 
 } // namespace
@@ -54,25 +49,25 @@ void reset_lens()
 void move_iris_to(int position)
 {
     const std::lock_guard lock(g_mutex);
-    g_lens.iris_target = iris_stop(position);
+    g_lens.iris_target = between_stops(position, kIrisWidest);
 }
 
 void move_iris_by(int steps)
 {
     const std::lock_guard lock(g_mutex);
-    g_lens.iris_target = iris_stop(g_lens.iris + steps);
+    g_lens.iris_target = between_stops(g_lens.iris + steps, kIrisWidest);
 }
 
 void move_zoom_to(int position)
 {
     const std::lock_guard lock(g_mutex);
-    g_lens.zoom_target = zoom_stop(position);
+    g_lens.zoom_target = between_stops(position, kZoomLongest);
 }
 
 void put_zoom(int position)
 {
     const std::lock_guard lock(g_mutex);
-    g_lens.zoom_target = zoom_stop(position);
+    g_lens.zoom_target = between_stops(position, kZoomLongest);
     g_lens.zoom = g_lens.zoom_target;
 }
 

@@ -27,31 +27,23 @@ struct LensState {
     bool iris_automatic = true; // iris_mode()
 };
 
-/// All of these: any thread.
+// All of these: any thread. The motors stop at the end stops.
 LensState lens_state();
-
-/// Fully open, widest angle, automatic iris, calibration flag 0.
-void reset_lens();
-
-/// Sends the iris to a position, or by steps from where it is now (positive opens); stops at the end stops.
+void reset_lens(); ///< also the calibration flag, to 0
 void move_iris_to(int position);
-void move_iris_by(int steps);
-
-/// Sends the zoom to a position, or puts it there at once; stops at the end stops.
+void move_iris_by(int steps); ///< from where it is now; positive opens
 void move_zoom_to(int position);
-void put_zoom(int position);
+void put_zoom(int position); ///< at once
 
 /// What get_lens_calibration_flag() returns, 0 at first; 4 asks the library's threads to end.
 void set_lens_calibration_flag(int flag);
 
-/// Lets the motors run for a time.
-void step_lens(double seconds);
+void step_lens(double seconds); ///< lets the motors run
 
 /// The widest useful iris position at a zoom position, and the light that passes, 0 to 1.
 double widest_iris(double zoom);
 double lens_transmission();
 
-/// Relative to the widest angle.
-double magnification(double zoom);
+double magnification(double zoom); ///< relative to the widest angle
 
 } // namespace sim::host

@@ -18,7 +18,6 @@
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 
 namespace sim::host
@@ -29,11 +28,6 @@ namespace
 
 constexpr ssize_t kCommandSize = 8;
 constexpr int kPeriodMs = 5;
-
-std::string failure(const std::string& what)
-{
-    return what + ": " + std::generic_category().message(errno);
-}
 
 int little_endian_16(const unsigned char* bytes)
 {
@@ -62,19 +56,17 @@ std::string LensService::open(const std::string& record_path, int port)
     struct stat status;
     std::string wrong;
     if (fstat(file, &status) != 0) {
-        wrong = failure(record_path);
+        wrong = record_path + ": " + error_text(errno);
     } else if (status.st_size != 0 && status.st_size != sizeof(Iris_Info_Param)) {
         wrong = record_path + ": is something else than an iris record"; // and is not cut down to one
     } else if (ftruncate(file, sizeof(Iris_Info_Param)) != 0) {
-        wrong = failure(record_path);
+        wrong = record_path + ": " + error_text(errno);
+    } else if (void* const mapped = mmap(nullptr, sizeof(Iris_Info_Param), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+               mapped == MAP_FAILED) {
+        wrong = record_path + ": " + error_text(errno);
     } else {
-        void* mapped = mmap(nullptr, sizeof(Iris_Info_Param), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
-        if (mapped == MAP_FAILED) {
-            wrong = failure(record_path);
-        } else {
-            record_ = static_cast<Iris_Info_Param*>(mapped);
-            record_path_ = record_path;
-        }
+        record_ = static_cast<Iris_Info_Param*>(mapped);
+        record_path_ = record_path;
     }
     ::close(file);
     if (!wrong.empty()) {
@@ -90,7 +82,7 @@ std::string LensService::open(const std::string& record_path, int port)
     socket_ = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (socket_ < 0 || bind(socket_, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
         getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
-        wrong = failure("lens service, port " + std::to_string(port));
+        wrong = "lens service, port " + std::to_string(port) + ": " + error_text(errno);
         close();
         return wrong;
     }

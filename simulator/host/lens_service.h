@@ -13,8 +13,7 @@ namespace sim::host
 
 inline constexpr int kLensPort = 6789;
 
-/// One service. It works when poll() and publish() are called, or by itself between start() and stop(). Functions
-/// without a word on threads: one thread at a time.
+/// Works when poll() and publish() are called, or by itself between start() and stop(). One thread at a time.
 class LensService
 {
 public:
@@ -32,25 +31,20 @@ public:
     /// Listens on 127.0.0.1 and makes the record's file, 36 bytes. Port 0 takes any free one. Returns what went wrong,
     /// or nothing; after a failure the service is closed.
     std::string open(const std::string& record_path, int port = kLensPort);
+    void close(); ///< removes the record's file
 
-    /// Stops listening and removes the record's file.
-    void close();
-
-    /// The port that it listens on, 0 while closed.
-    int port() const;
+    int port() const; ///< 0 while closed
 
     /// Takes all datagrams that have arrived, without waiting, and returns how many.
     int poll();
 
-    /// Writes the lens state to the record, field by field.
-    void publish();
+    void publish(); ///< the lens state in the record
 
     /// Runs poll() and publish() on a thread of its own, about every 5 ms of real time; stop() ends it.
     void start();
     void stop();
 
-    /// Any thread.
-    Counts counts() const;
+    Counts counts() const; ///< any thread
 
 private:
     void take(const unsigned char* bytes, long size);
@@ -61,9 +55,7 @@ private:
     std::string record_path_;
     std::thread thread_;
     std::atomic<bool> stopping_{false};
-    std::atomic<long> moved_{0};
-    std::atomic<long> held_{0};
-    std::atomic<long> malformed_{0};
+    std::atomic<long> moved_{0}, held_{0}, malformed_{0};
 };
 
 } // namespace sim::host

@@ -29,14 +29,10 @@ bool has_log_callback();
 /// Writes every line to standard error; off at first. Any thread.
 void set_log_to_stderr(bool on);
 
-/// Starts to keep the last `lines` lines, with none kept yet. With `note_calls`, each line is noted as a call too, so
+/// Keeps the last `lines` lines from now until it is stopped. With `note_calls`, each line is noted as a call too, so
 /// that a record of calls shows where it was written. Any thread.
 void start_log_capture(std::size_t lines = 10000, bool note_calls = false);
-
-/// Stops and keeps what was captured.
 void stop_log_capture();
-
-/// The lines kept since start_log_capture(), oldest first. Any thread.
-std::vector<LogLine> captured_log();
+std::vector<LogLine> captured_log(); ///< oldest first
 
 } // namespace sim::host

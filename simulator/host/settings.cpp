@@ -33,15 +33,6 @@ std::string values_text(const ModeSetting& mode, Modes modes)
     return text;
 }
 
-// "exposure_mode is a or b", or what it is not where that is shorter.
-std::string text_of(const ModeSetting& mode, Modes modes)
-{
-    const Modes in = modes & mode.all;
-    const Modes out = mode.all & ~modes;
-    const bool fewer_out = std::popcount(out) < std::popcount(in);
-    return std::string(mode.name) + (fewer_out ? " is not " : " is ") + values_text(mode, fewer_out ? out : in);
-}
-
 // "exposure_mode is a", of the values that one set of modes has and another lacks.
 std::string values_beyond(Modes modes, Modes others)
 {
@@ -65,7 +56,10 @@ std::string modes_text(Modes modes, const kiv_isp_param_s* record)
     for (const ModeSetting& mode : kModeSettings) {
         const Modes in = modes & mode.all;
         if (in != 0 && in != mode.all && (record == nullptr || (in & modes_of(*record)) == 0)) {
-            text += (text.empty() ? "" : " and ") + text_of(mode, modes);
+            const Modes out = mode.all & ~modes; // what it is not, where that is shorter
+            const bool fewer_out = std::popcount(out) < std::popcount(in);
+            text += (text.empty() ? "" : " and ") + std::string(mode.name) + (fewer_out ? " is not " : " is ") +
+                    values_text(mode, fewer_out ? out : in);
         }
     }
     return text;

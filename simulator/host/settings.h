@@ -166,27 +166,11 @@ struct ValueName {
 inline constexpr Setting kSettingsAndCommands[] = {
 #define ISP_ROW(member, name, type, kind, access, form, setter, lowest, highest, initial, group, unit, number, block,  \
                 effective, accepted, stored, effect)                                                                   \
-    {#name,                                                                                                            \
-     #type,                                                                                                            \
-     std::string_view(#kind) == "choice",                                                                              \
-     Access::access,                                                                                                   \
-     Setter::form,                                                                                                     \
-     lowest,                                                                                                           \
-     highest,                                                                                                          \
-     initial,                                                                                                          \
-     #group,                                                                                                           \
-     unit,                                                                                                             \
-     #number,                                                                                                          \
-     []([[maybe_unused]] int level, [[maybe_unused]] double named) -> double { return number; },                       \
-     #block,                                                                                                           \
-     effective,                                                                                                        \
-     accepted,                                                                                                         \
-     stored,                                                                                                           \
-     effect,                                                                                                           \
-     member,                                                                                                           \
-     note_of(#name).source,                                                                                            \
-     note_of(#name).negative,                                                                                          \
-     note_of(#name).shown},
+    Setting(                                                                                                           \
+        #name, #type, std::string_view(#kind) == "choice", Access::access, Setter::form, lowest, highest, initial,     \
+        #group, unit, #number,                                                                                         \
+        []([[maybe_unused]] int level, [[maybe_unused]] double named) -> double { return number; }, #block, effective, \
+        accepted, stored, effect, member, note_of(#name).source, note_of(#name).negative, note_of(#name).shown),
 #define ISP_SETTING(name, ...) ISP_ROW(&kiv_isp_param_s::name, name, __VA_ARGS__)
 #define ISP_COMMAND(name, ...) ISP_ROW(nullptr, name, __VA_ARGS__)
     ISP_SETTINGS(ISP_SETTING) ISP_COMMANDS(ISP_COMMAND)
@@ -200,8 +184,7 @@ inline constexpr std::size_t kFields = sizeof(kiv_isp_param_s) / sizeof(int);
 inline constexpr std::span<const Setting> kSettings = std::span(kSettingsAndCommands).first<kFields>();
 inline constexpr std::span<const Setting> kCommands = std::span(kSettingsAndCommands).subspan<kFields>();
 
-/// Values by name, grouped by setting.
-/// A value outside the setting's range can be set, but is not stored.
+/// Values by name, grouped by setting; one outside the setting's range can be set, but is not stored.
 inline constexpr ValueName kValueNames[] = {
 #define ISP_VALUE(setting, name, value, number) {#setting, name, value, number},
     ISP_VALUES(ISP_VALUE)
@@ -281,15 +264,8 @@ constexpr bool contains(Modes modes, const kiv_isp_param_s& record)
     return (modes & modes_of(record)) == modes_of(record);
 }
 
-/// Whether a setting takes effect in the modes of a record.
-constexpr bool applies(const Setting& setting, const kiv_isp_param_s& record)
-{
-    return contains(setting.effective, record);
-}
-
-/// A set of modes for people, to be read after "while": "exposure_mode is not manual and expcomp_mode is on"; "always"
-/// and "never" for all and no modes. Of a record: only what its own modes lack of the set, empty where they lack
-/// nothing.
+/// Read after "while": "exposure_mode is not manual and expcomp_mode is on"; "always" and "never" for all and no modes.
+/// Of a record: only what its own modes lack of the set.
 std::string modes_text(Modes modes, const kiv_isp_param_s* record = nullptr);
 
 /// What becomes of a level where it takes no effect, "result 2, stored"; empty where it does everywhere.

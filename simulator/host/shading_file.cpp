@@ -26,21 +26,18 @@ int cell(int row, int column)
     return row * kShadingSide + column;
 }
 
-std::string place(std::size_t grid, int row, int column)
+std::string place(std::size_t grid, int cell)
 {
-    return std::string(kShadingGrids[grid].name) + ", row " + std::to_string(row) + ", column " +
-           std::to_string(column);
+    return std::string(kShadingGrids[grid].name) + ", row " + std::to_string(cell / kShadingSide) + ", column " +
+           std::to_string(cell % kShadingSide);
 }
 
 std::string check_range(std::size_t grid, const std::uint16_t* gain)
 {
-    for (int row = 0; row < kShadingSide; ++row) {
-        for (int column = 0; column < kShadingSide; ++column) {
-            const int value = gain[cell(row, column)];
-            if (value < kShadingUnity || value > kShadingHighest) {
-                return place(grid, row, column) + ": " + std::to_string(value) + " is outside " +
-                       std::to_string(kShadingUnity) + " to " + std::to_string(kShadingHighest);
-            }
+    for (int i = 0; i < kShadingCells; ++i) {
+        if (gain[i] < kShadingUnity || gain[i] > kShadingHighest) {
+            return place(grid, i) + ": " + std::to_string(gain[i]) + " is outside " + std::to_string(kShadingUnity) +
+                   " to " + std::to_string(kShadingHighest);
         }
     }
     return {};
@@ -55,10 +52,9 @@ std::string check_middle(std::size_t grid, const std::uint16_t* gain)
             lowest_near = std::min<int>(lowest_near, gain[cell(row, column)]);
         }
     }
-    const auto at = static_cast<int>(lowest - gain);
     return *lowest == lowest_near
                ? std::string()
-               : place(grid, at / kShadingSide, at % kShadingSide) + ": the lowest gain is not in the middle";
+               : place(grid, static_cast<int>(lowest - gain)) + ": the lowest gain is not in the middle";
 }
 
 std::string check_rise(std::size_t grid, const std::uint16_t* gain)
@@ -67,11 +63,10 @@ std::string check_rise(std::size_t grid, const std::uint16_t* gain)
         for (int right = -1; right <= 1; ++right) {
             int highest = 0;
             for (int i = kOffCentre; i <= kMiddle; ++i) {
-                const int row = kMiddle + i * down;
-                const int column = kMiddle + i * right;
-                const int value = gain[cell(row, column)];
+                const int at = cell(kMiddle + i * down, kMiddle + i * right);
+                const int value = gain[at];
                 if (value * 100 < highest * (100 - kMostFallPercent)) {
-                    return place(grid, row, column) + ": falls from " + std::to_string(highest) + " to " +
+                    return place(grid, at) + ": falls from " + std::to_string(highest) + " to " +
                            std::to_string(value) + " on the way out";
                 }
                 highest = std::max(highest, value);

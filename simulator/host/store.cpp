@@ -55,16 +55,10 @@ bool known(const char* function, int id)
     return false;
 }
 
-int get_current(const char* function, int id, std::size_t field)
+int get(const char* function, int id, std::size_t field, bool maximum)
 {
-    const int value = known(function, id) ? level(id, field).load(std::memory_order_relaxed) : 0;
-    const int fault = note_call(function, id, value);
-    return fault != 0 ? fault : value;
-}
-
-int get_maximum(const char* function, int id, std::size_t field)
-{
-    const int value = known(function, id) ? g_maxima.at[field].load(std::memory_order_relaxed) : 0;
+    const int value =
+        !known(function, id) ? 0 : (maximum ? g_maxima.at[field] : level(id, field)).load(std::memory_order_relaxed);
     const int fault = note_call(function, id, value);
     return fault != 0 ? fault : value;
 }
@@ -160,12 +154,12 @@ void note_misuse(std::string line)
 #define ACCESS_get_cur(name)                                                                                           \
     int para_get_isp_##name##_cur(int id)                                                                              \
     {                                                                                                                  \
-        return sim::host::get_current(__func__, id, FIELD(name));                                                      \
+        return sim::host::get(__func__, id, FIELD(name), false);                                                       \
     }
 #define ACCESS_get_max(name)                                                                                           \
     int para_get_isp_##name##_max(int id)                                                                              \
     {                                                                                                                  \
-        return sim::host::get_maximum(__func__, id, FIELD(name));                                                      \
+        return sim::host::get(__func__, id, FIELD(name), true);                                                        \
     }
 #define ACCESS_set(name)                                                                                               \
     int para_set_isp_##name##_cur(int id, int value)                                                                   \

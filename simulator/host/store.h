@@ -21,7 +21,7 @@ void reset_store();
 int stored(int camera, const Setting& setting);
 void store(int camera, const Setting& setting, int value);
 
-/// A camera's whole record; each value as it is at that moment. Any thread.
+/// A camera's whole record. Any thread.
 kiv_isp_param_s stored_record(int camera);
 void store_record(int camera, const kiv_isp_param_s& record);
 
@@ -64,7 +64,6 @@ std::string write_settings(const std::string& path, int camera, const kiv_isp_pa
 /// Reads the section of a camera, or the only one of a file. Returns what is wrong, with the line, or nothing.
 std::string read_settings(const std::string& path, int camera, kiv_isp_param_s& record);
 
-/// Lets save_store() replace every file again; part of reset_store().
-void forget_refused_files();
+void forget_refused_files(); ///< part of reset_store()
 
 } // namespace sim::host

@@ -18,7 +18,6 @@ namespace
 {
 
 using Status = FileResult::Status;
-using Records = std::array<kiv_isp_param_s, kCameras>;
 
 constexpr std::size_t kLongestLine = 200;
 constexpr std::size_t kLargestFile = 1 << 20;
@@ -39,7 +38,7 @@ constexpr std::string_view kHeading =
     "# Image settings of each camera, to the last line. Settings that are not mentioned have their initial value.\n";
 constexpr std::string_view kClosing = "\n# The last line.\n";
 
-std::string section(std::size_t camera, const kiv_isp_param_s& record)
+std::string section(int camera, const kiv_isp_param_s& record)
 {
     std::string text = "\n[camera " + std::to_string(camera) + "]\n";
     for (const Setting& setting : kSettings) {
@@ -47,15 +46,6 @@ std::string section(std::size_t camera, const kiv_isp_param_s& record)
         text += name_of(setting, record.*setting.member) + '\n';
     }
     return text;
-}
-
-std::string format(const Records& records)
-{
-    std::string text(kHeading);
-    for (std::size_t camera = 0; camera < records.size(); ++camera) {
-        text += section(camera, records[camera]);
-    }
-    return text.append(kClosing);
 }
 
 std::string_view trimmed(std::string_view text)
@@ -77,7 +67,7 @@ std::string quoted(std::string_view text)
 
 // Reads line by line; what is wrong with a line is the text that take() returns.
 struct Parser {
-    Records records;
+    std::array<kiv_isp_param_s, kCameras> records;
     int camera = -1;
     std::bitset<kCameras> cameras_seen;
     std::bitset<kFields> fields_seen;
@@ -88,11 +78,8 @@ struct Parser {
         if (line.back() != ']') {
             return "']' is missing at the end of " + quoted(line);
         }
-        if (!line.starts_with(kOpening) || line.size() != kOpening.size() + 2) {
-            return "expected [camera 0] to [camera 7], not " + quoted(line);
-        }
-        camera = line[kOpening.size()] - '0';
-        if (camera < 0 || camera >= kCameras) {
+        camera = line[line.size() - 2] - '0';
+        if (!line.starts_with(kOpening) || line.size() != kOpening.size() + 2 || camera < 0 || camera >= kCameras) {
             return "expected [camera 0] to [camera 7], not " + quoted(line);
         }
         if (cameras_seen.test(static_cast<std::size_t>(camera))) {
@@ -172,23 +159,29 @@ std::string parse(std::string_view text, Parser& parser)
     return {};
 }
 
+// Reads a file; what is wrong with it has its line.
+FileResult read(const std::string& path, Parser& parser)
+{
+    std::string text;
+    if (const int error = read_file(path, kLargestFile, text); error != 0) {
+        return {error == ENOENT ? Status::missing : Status::failed, path + ": " + error_text(error)};
+    }
+    const std::string wrong = parse(text, parser);
+    return wrong.empty() ? FileResult{} : FileResult{Status::damaged, path + ":" + wrong};
+}
+
 } // namespace
 
 std::string write_settings(const std::string& path, int camera, const kiv_isp_param_s& record)
 {
-    return write_durably(path, std::string(kHeading) + section(static_cast<std::size_t>(camera), record) +
-                                   std::string(kClosing));
+    return write_durably(path, std::string(kHeading) + section(camera, record) + std::string(kClosing));
 }
 
 std::string read_settings(const std::string& path, int camera, kiv_isp_param_s& record)
 {
-    std::string text;
-    if (const int error = read_file(path, kLargestFile, text); error != 0) {
-        return path + ": " + error_text(error);
-    }
     Parser parser;
-    if (const std::string wrong = parse(text, parser); !wrong.empty()) {
-        return path + ":" + wrong;
+    if (FileResult result = read(path, parser); !result) {
+        return result.message;
     }
     auto from = static_cast<std::size_t>(camera);
     if (!parser.cameras_seen.test(from)) {
@@ -217,38 +210,32 @@ FileResult save_store(const std::string& path)
             return {Status::failed, path + ": could not be loaded, so it is not replaced"};
         }
     }
-    Records records;
-    for (std::size_t camera = 0; camera < records.size(); ++camera) {
-        records[camera] = stored_record(static_cast<int>(camera));
+    std::string text(kHeading);
+    for (int camera = 0; camera < kCameras; ++camera) {
+        const kiv_isp_param_s record = stored_record(camera);
         for (const Setting& setting : kSettings) {
-            const int value = records[camera].*setting.member;
+            const int value = record.*setting.member;
             if (!setting.storable(value)) {
                 return {Status::failed, path + ": not written, camera " + std::to_string(camera) + " has " +
                                             std::string(setting.name) + " = " + std::to_string(value)};
             }
         }
+        text += section(camera, record);
     }
-    const std::string wrong = write_durably(file, format(records));
+    const std::string wrong = write_durably(file, text.append(kClosing));
     return wrong.empty() ? FileResult{} : FileResult{Status::failed, wrong};
 }
 
 FileResult load_store(const std::string& path)
 {
-    std::string text;
-    const int error = read_file(path, kLargestFile, text);
-    if (error == ENOENT) {
-        return {Status::missing, path + ": no such file"};
-    }
-    FileResult result;
     Parser parser;
-    if (error != 0) {
-        result = {Status::failed, path + ": " + error_text(error)};
-    } else if (const std::string wrong = parse(text, parser); !wrong.empty()) {
-        result = {Status::damaged, path + ":" + wrong};
-    } else {
-        for (std::size_t camera = 0; camera < parser.records.size(); ++camera) {
-            store_record(static_cast<int>(camera), parser.records[camera]);
-        }
+    FileResult result = read(path, parser);
+    if (result.status == Status::missing) {
+        result.message = path + ": no such file";
+        return result;
+    }
+    for (std::size_t camera = 0; result && camera < parser.records.size(); ++camera) {
+        store_record(static_cast<int>(camera), parser.records[camera]);
     }
     const std::lock_guard lock(g_refused_mutex);
     if (result) {

@@ -14,90 +14,50 @@ namespace sim::host
 namespace
 {
 
-struct Difference {
-    Imgstyle_Mode_E style;
-    int kiv_isp_param_s::* setting;
-    int value;
-};
-
 using P = kiv_isp_param_s;
 
-constexpr Difference kDifferences[] = {
+struct Preset {
+    Imgstyle_Mode_E style;
+    struct {
+        int P::* setting;
+        int value;
+    } changes[5]; // fewer: the rest null
+};
+
+constexpr Preset kPresets[] = {
     // A little livelier than neutral.
-    {style_norm, &P::saturation, 8},
-    {style_norm, &P::contrast, 8},
-    {style_norm, &P::sharpness, 7},
+    {style_norm, {{&P::saturation, 8}, {&P::contrast, 8}, {&P::sharpness, 7}}},
     // Crisp under LED panels: highlights held, no smearing, a touch less blue.
-    {style_clarity_led, &P::sharpness, 12},
-    {style_clarity_led, &P::contrast, 9},
-    {style_clarity_led, &P::bgain_tuning, 9},
-    {style_clarity_led, &P::drc, 4},
-    {style_clarity_led, &P::gamma, ISP_GAMMA_0_50},
-    {style_clarity_led, &P::nr3d, NR3D_2},
+    {style_clarity_led, {{&P::sharpness, 12}, {&P::contrast, 9}, {&P::bgain_tuning, 9}}},
+    {style_clarity_led, {{&P::drc, 4}, {&P::gamma, ISP_GAMMA_0_50}, {&P::nr3d, NR3D_2}}},
     // Crisp in daylight.
-    {style_clarity, &P::sharpness, 14},
-    {style_clarity, &P::contrast, 10},
-    {style_clarity, &P::nr2d, NR2D_1},
-    {style_clarity, &P::nr3d, NR3D_2},
+    {style_clarity, {{&P::sharpness, 14}, {&P::contrast, 10}, {&P::nr2d, NR2D_1}, {&P::nr3d, NR3D_2}}},
     // Lifted exposure and mid-tones.
-    {style_bright, &P::expcomp_mode, Expcomp_Mode_ON},
-    {style_bright, &P::expcomp_level, 10},
-    {style_bright, &P::luminance, 9},
-    {style_bright, &P::gamma, ISP_GAMMA_0_42},
+    {style_bright,
+     {{&P::expcomp_mode, Expcomp_Mode_ON}, {&P::expcomp_level, 10}, {&P::luminance, 9}, {&P::gamma, ISP_GAMMA_0_42}}},
     // Low contrast, smooth surfaces.
-    {style_soft, &P::sharpness, 2},
-    {style_soft, &P::contrast, 5},
-    {style_soft, &P::saturation, 6},
-    {style_soft, &P::nr2d, NR2D_4},
+    {style_soft, {{&P::sharpness, 2}, {&P::contrast, 5}, {&P::saturation, 6}, {&P::nr2d, NR2D_4}}},
     // Warm and saturated.
-    {style_5S, &P::saturation, 9},
-    {style_5S, &P::rgain_tuning, 12},
-    {style_5S, &P::contrast, 8},
-    {style_5S, &P::sharpness, 9},
+    {style_5S, {{&P::saturation, 9}, {&P::rgain_tuning, 12}, {&P::contrast, 8}, {&P::sharpness, 9}}},
     // Cool and restrained.
-    {style_QS, &P::saturation, 5},
-    {style_QS, &P::bgain_tuning, 12},
-    {style_QS, &P::contrast, 8},
-    {style_QS, &P::sharpness, 9},
+    {style_QS, {{&P::saturation, 5}, {&P::bgain_tuning, 12}, {&P::contrast, 8}, {&P::sharpness, 9}}},
     // Skin: measured in the middle, lifted, warm, no hard edges.
-    {style_face, &P::meter, Meter_Mode_Centor},
-    {style_face, &P::expcomp_mode, Expcomp_Mode_ON},
-    {style_face, &P::expcomp_level, 8},
-    {style_face, &P::rgain_tuning, 11},
-    {style_face, &P::hue, 8},
-    {style_face, &P::sharpness, 4},
-    {style_face, &P::nr2d, NR2D_3},
+    {style_face, {{&P::meter, Meter_Mode_Centor}, {&P::expcomp_mode, Expcomp_Mode_ON}, {&P::expcomp_level, 8}}},
+    {style_face, {{&P::rgain_tuning, 11}, {&P::hue, 8}, {&P::sharpness, 4}, {&P::nr2d, NR2D_3}}},
     // Screens: fixed 6500 K, low gain, even tones.
-    {style_pc, &P::wb_mode, TEMPERATURE},
-    {style_pc, &P::temperature, 40},
-    {style_pc, &P::gain_limit, 6},
-    {style_pc, &P::contrast, 6},
-    {style_pc, &P::gamma, ISP_GAMMA_0_56},
-    {style_pc, &P::sharpness, 6},
+    {style_pc, {{&P::wb_mode, TEMPERATURE}, {&P::temperature, 40}, {&P::gain_limit, 6}}},
+    {style_pc, {{&P::contrast, 6}, {&P::gamma, ISP_GAMMA_0_56}, {&P::sharpness, 6}}},
     // Small bright details: dark surroundings, hard edges, compressed highlights.
-    {style_jewelry, &P::meter, Meter_Mode_Centor},
-    {style_jewelry, &P::luminance, 6},
-    {style_jewelry, &P::contrast, 12},
-    {style_jewelry, &P::sharpness, Sharpness_MAX},
-    {style_jewelry, &P::drc, 6},
-    {style_jewelry, &P::nr2d, NR2D_1},
+    {style_jewelry, {{&P::meter, Meter_Mode_Centor}, {&P::luminance, 6}, {&P::contrast, 12}}},
+    {style_jewelry, {{&P::sharpness, Sharpness_MAX}, {&P::drc, 6}, {&P::nr2d, NR2D_1}}},
     // Fabrics: steady true colours, visible weave.
-    {style_clothing, &P::awb_sens, AWB_SENS_LOW},
-    {style_clothing, &P::saturation, 8},
-    {style_clothing, &P::sharpness, 11},
-    {style_clothing, &P::drc, 2},
-    {style_clothing, &P::nr3d, NR3D_3},
+    {style_clothing,
+     {{&P::awb_sens, AWB_SENS_LOW}, {&P::saturation, 8}, {&P::sharpness, 11}, {&P::drc, 2}, {&P::nr3d, NR3D_3}}},
     // Strong colours on a dark ground.
-    {style_sears, &P::saturation, 11},
-    {style_sears, &P::luminance, 5},
-    {style_sears, &P::contrast, 10},
-    {style_sears, &P::gamma, ISP_GAMMA_0_63},
+    {style_sears, {{&P::saturation, 11}, {&P::luminance, 5}, {&P::contrast, 10}, {&P::gamma, ISP_GAMMA_0_63}}},
     // Warm, very saturated, lifted shadows.
-    {style_food, &P::rgain_tuning, 13},
-    {style_food, &P::bgain_tuning, 8},
-    {style_food, &P::saturation, 11},
-    {style_food, &P::luminance, 8},
-    {style_food, &P::drc, 3},
+    {style_food,
+     {{&P::rgain_tuning, 13}, {&P::bgain_tuning, 8}, {&P::saturation, 11}, {&P::luminance, 8}, {&P::drc, 3}}},
 };
 
 constexpr std::array<kiv_isp_param_s, kStyles> delivered()
@@ -107,8 +67,12 @@ constexpr std::array<kiv_isp_param_s, kStyles> delivered()
         presets[static_cast<std::size_t>(style)] = initial_record();
         presets[static_cast<std::size_t>(style)].style = style;
     }
-    for (const Difference& difference : kDifferences) {
-        presets[static_cast<std::size_t>(difference.style)].*difference.setting = difference.value;
+    for (const Preset& preset : kPresets) {
+        for (const auto& [setting, value] : preset.changes) {
+            if (setting != nullptr) {
+                presets[static_cast<std::size_t>(preset.style)].*setting = value;
+            }
+        }
     }
     return presets;
 }
@@ -121,11 +85,6 @@ std::array<bool, kStyles> g_removed{};
 std::atomic<bool> g_host_applies{false};
 
 } // namespace
-
-const kiv_isp_param_s& delivered_preset(int style)
-{
-    return kDelivered[static_cast<std::size_t>(style)];
-}
 
 void set_preset(int style, const kiv_isp_param_s& preset)
 {

@@ -23,14 +23,6 @@ std::string single_quoted(const std::string& text)
     return quoted + '\'';
 }
 
-// How the board's command reads the item: of what the tool prints, what follows the item's name in its line. Every byte
-// counts as a character.
-std::string command_with(const std::string& item)
-{
-    return "export LC_ALL=C; cat " + single_quoted(item) + " 2>/dev/null" +
-           " | grep \"VENDOR_CUSTOM_ID\" | sed 's/.*VENDOR_CUSTOM_ID://'";
-}
-
 } // namespace
 
 std::string lens_command_for(const std::string& model, const std::string& directory, std::string* failed)
@@ -44,12 +36,11 @@ std::string lens_command_for(const std::string& model, const std::string& direct
     if (failed != nullptr) {
         *failed = std::move(wrong);
     }
-    return written ? command_with(file) : std::string();
-}
-
-std::string lens_command_without_tool()
-{
-    return command_with("/nonexistent/vendor_storage.item");
+    // How the board's command reads the item: of what the tool prints, what follows the item's name in its line. Every
+    // byte counts as a character.
+    return written ? "export LC_ALL=C; cat " + single_quoted(file) +
+                         " 2>/dev/null | grep \"VENDOR_CUSTOM_ID\" | sed 's/.*VENDOR_CUSTOM_ID://'"
+                   : std::string();
 }
 
 } // namespace sim::host

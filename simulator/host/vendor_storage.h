@@ -13,7 +13,4 @@ namespace sim::host
 /// the reason in `failed`.
 std::string lens_command_for(const std::string& model, const std::string& directory, std::string* failed = nullptr);
 
-/// The command of a board without the tool: prints nothing.
-std::string lens_command_without_tool();
-
 } // namespace sim::host
