@@ -39,6 +39,24 @@ double mean(const Image& image, const Area& area, Value value)
     return a.x1 > a.x0 && a.y1 > a.y0 ? sum / (static_cast<double>(a.x1 - a.x0) * (a.y1 - a.y0)) : 0.0;
 }
 
+cmsCIELab lab_of(Colour light)
+{
+    constexpr cmsCIEXYZ kWhite{0.95047, 1.0, 1.08883}; // D65, of sRGB
+    const double r = light.red;
+    const double g = light.green;
+    const double b = light.blue;
+    const cmsCIEXYZ xyz{0.4124564 * r + 0.3575761 * g + 0.1804375 * b, 0.2126729 * r + 0.7151522 * g + 0.0721750 * b,
+                        0.0193339 * r + 0.1191920 * g + 0.9503041 * b};
+    cmsCIELab result;
+    cmsXYZ2Lab(&kWhite, &result, &xyz);
+    return result;
+}
+
+cmsCIELab lab_of_shown(Colour shown)
+{
+    return lab_of({srgb_light(shown.red), srgb_light(shown.green), srgb_light(shown.blue)});
+}
+
 } // namespace
 
 Colour mean_colour(const Image& image, Area area)
@@ -103,29 +121,6 @@ Histogram histogram(const Image& image)
 {
     return histogram(image, {0, 0, image.width, image.height});
 }
-
-namespace
-{
-
-cmsCIELab lab_of(Colour light)
-{
-    constexpr cmsCIEXYZ kWhite{0.95047, 1.0, 1.08883}; // D65, of sRGB
-    const double r = light.red;
-    const double g = light.green;
-    const double b = light.blue;
-    const cmsCIEXYZ xyz{0.4124564 * r + 0.3575761 * g + 0.1804375 * b, 0.2126729 * r + 0.7151522 * g + 0.0721750 * b,
-                        0.0193339 * r + 0.1191920 * g + 0.9503041 * b};
-    cmsCIELab result;
-    cmsXYZ2Lab(&kWhite, &result, &xyz);
-    return result;
-}
-
-cmsCIELab lab_of_shown(Colour shown)
-{
-    return lab_of({srgb_light(shown.red), srgb_light(shown.green), srgb_light(shown.blue)});
-}
-
-} // namespace
 
 double colour_difference(Colour shown, Colour linear)
 {

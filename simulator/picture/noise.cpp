@@ -30,6 +30,22 @@ float normal(std::uint32_t index)
     return (static_cast<float>(sum) - 510.0F) / kByteSumDeviation;
 }
 
+/// Numbers of mean 0 and deviation 1 for a row of a channel, of a camera and frame: they depend on nothing but their
+/// place. As many as the longest row has pixels.
+const float* normals(int camera, std::int64_t frame, int y, std::size_t channel)
+{
+    static const std::vector<float> table = [] {
+        std::vector<float> numbers(kNormals + kMaxSide);
+        std::uint32_t index = 0;
+        std::ranges::generate(numbers, [&] { return normal(index++); });
+        return numbers;
+    }();
+    const std::uint32_t of_frame =
+        mixed(static_cast<std::uint32_t>(frame) * 0x9E3779B9U + static_cast<std::uint32_t>(camera));
+    const std::uint32_t row = static_cast<std::uint32_t>(y) * 3U + static_cast<std::uint32_t>(channel) + 1U;
+    return table.data() + mixed(of_frame + row * 0x9E3779B9U) % kNormals;
+}
+
 } // namespace
 
 Noise noise_of(const Look& look)
@@ -57,20 +73,6 @@ TemporalFilter temporal_filter_of(const Look& look)
     }
     filter.weight.back() = filter.rest * filter.weight.back() / filter.a;
     return filter;
-}
-
-const float* normals(int camera, std::int64_t frame, int y, std::size_t channel)
-{
-    static const std::vector<float> table = [] {
-        std::vector<float> numbers(kNormals + kMaxSide);
-        std::uint32_t index = 0;
-        std::ranges::generate(numbers, [&] { return normal(index++); });
-        return numbers;
-    }();
-    const std::uint32_t of_frame =
-        mixed(static_cast<std::uint32_t>(frame) * 0x9E3779B9U + static_cast<std::uint32_t>(camera));
-    const std::uint32_t row = static_cast<std::uint32_t>(y) * 3U + static_cast<std::uint32_t>(channel) + 1U;
-    return table.data() + mixed(of_frame + row * 0x9E3779B9U) % kNormals;
 }
 
 void add_noise(const Look& look, const Noise& noise, const TemporalFilter& filter, int y, int width, Row row,

@@ -1,7 +1,6 @@
 // Noise of the sensor and what the temporal filter leaves of it.
 //
 //   variance = gain * 5e-5 * signal + (gain * 8e-4)^2       photon and read noise, a full white being 1; deviations
-//   above
 //                                                           are those of a normal distribution, new in each frame
 //   filter   : h += a * (x - h) in each frame, a = 2 / (2 + s), s the mean strength of its two bands
 //   detector : h = x where the light moved away from h by more than 2 + s deviations of the noise
@@ -44,10 +43,6 @@ struct TemporalFilter {
 };
 
 TemporalFilter temporal_filter_of(const Look& look);
-
-/// Numbers of mean 0 and deviation 1 for a row of a channel, which depend on nothing but their place: of a camera and
-/// frame. As many as the longest row has pixels.
-const float* normals(int camera, std::int64_t frame, int y, std::size_t channel);
 
 /// Adds the noise that the filter leaves where nothing moves. `scratch` holds a row.
 void add_noise(const Look& look, const Noise& noise, const TemporalFilter& filter, int y, int width, Row row,

@@ -15,7 +15,6 @@
 namespace sim::picture
 {
 
-/// One value per colour channel.
 struct Colour {
     float red = 0.0F;
     float green = 0.0F;
@@ -50,10 +49,8 @@ struct Scene {
 };
 using SceneRef = std::shared_ptr<const Scene>;
 
-/// The scenes that are drawn by formula: chart, window, stage, night, gradient.
+/// The scenes that are drawn by formula: chart, window, stage, night, gradient. Null for any other name.
 std::vector<std::string_view> scene_names();
-
-/// One of them, null for any other name.
 SceneRef find_scene(std::string_view name);
 
 /// A photograph, PNG or JPEG of up to 64 million pixels, as a scene: the inverse of sRGB's tone curve gives its light.
@@ -120,10 +117,8 @@ Look neutral_look();
 /// The picture. The same look gives the same image. Empty unless both sides are 1 to kMaxSide.
 Image render(const Look& look, int width, int height);
 
-/// The mean of so many frames, of which the look's is the first.
+/// The mean of so many frames, of which the look's is the first; and the n-th picture taken into those before it.
 Image render_mean(const Look& look, int frames, int width, int height);
-
-/// Takes the n-th picture into the mean of those before it.
 void add_to_mean(Image& mean, Image image, int n);
 
 /// What exposure metering sees, row by row: luma after lens and shading correction at exposure 1, without noise,
@@ -157,8 +152,7 @@ struct Area {
 Area patch_area(const Image& image, int patch, float magnification = 1.0F);
 Area region_area(const Image& image, Region region, float magnification = 1.0F);
 
-/// A patch's linear reflectance, with sRGB's primaries.
-Colour patch_reflectance(int patch);
+Colour patch_reflectance(int patch); ///< linear, with sRGB's primaries
 
 /// All 0 for an area without pixels. Luma is BT.709's.
 Colour mean_colour(const Image& image, Area area);
@@ -179,8 +173,7 @@ Histogram histogram(const Image& image);
 /// CIEDE2000 difference of a shown colour from linear light, both under D65, white being 1.
 double colour_difference(Colour shown, Colour linear);
 
-/// CIELAB chroma of a shown colour under D65: 0 for a grey.
-double chroma(Colour shown);
+double chroma(Colour shown); ///< CIELAB's under D65: 0 for a grey
 
 // ---- Showing ------------------------------------------------------------------------------------------------------
 
@@ -194,11 +187,8 @@ struct Panel {
 /// The panels, `columns` beside each other. Empty when there is no image, or the sheet would exceed kMaxSide.
 Image contact_sheet(const std::vector<Panel>& panels, int columns);
 
-/// How often each of 256 levels occurs, per channel and in the luma.
-Image histogram_graph(const Image& image);
-
-/// The luma levels of each column of the image: left to right as in the image, black below.
-Image waveform_graph(const Image& image);
+Image histogram_graph(const Image& image); ///< of channels and luma
+Image waveform_graph(const Image& image);  ///< the luma levels of each column of the image, black below
 
 // ---- Files --------------------------------------------------------------------------------------------------------
 

@@ -176,39 +176,31 @@ struct CurvePoint {
 };
 using Curve = std::array<CurvePoint, 4097>;
 
-Curve with_rises(const std::array<float, 4097>& levels)
-{
-    Curve curve{};
-    for (std::size_t i = 0; i < curve.size(); ++i) {
-        curve[i] = {levels[i], levels[std::min(i + 1, levels.size() - 1)] - levels[i]};
-    }
-    return curve;
-}
-
 /// The 49 points lie at inputs 0 to 8, then four each at distances of 2, 4, 8 and so on up to 256, the last eight
 /// also at 256, which ends at 4096. Without a manual curve: that of sRGB.
 Curve tone_curve(const rk_aiq_gamma_attr_V30_t& gamma)
 {
-    std::array<float, 4097> curve{};
-    for (std::size_t i = 0; i < curve.size(); ++i) {
-        curve[i] = srgb_level(static_cast<float>(i) / 4096.0F);
-    }
-    if (gamma.mode != GAMMA_MODE_MANUAL) {
-        return with_rises(curve);
+    std::array<float, 4097> level{};
+    for (std::size_t i = 0; i < level.size(); ++i) {
+        level[i] = srgb_level(static_cast<float>(i) / 4096.0F);
     }
     std::size_t x = 0;
-    for (std::size_t point = 1; point < RK_AIQ_GAMMA_POINTS; ++point) {
+    for (std::size_t point = 1; gamma.mode == GAMMA_MODE_MANUAL && point < RK_AIQ_GAMMA_POINTS; ++point) {
         const std::size_t step = point <= 8 ? 1U : std::min<std::size_t>(2U << ((point - 9U) / 4U), 256U);
         const auto low = static_cast<float>(gamma.stManual.Gamma_curve[point - 1]);
         const auto high = static_cast<float>(gamma.stManual.Gamma_curve[point]);
         for (std::size_t i = 0; i <= step; ++i) {
             const float part = static_cast<float>(i) / static_cast<float>(step);
             const float value = std::lerp(low, high, part) + static_cast<float>(gamma.stManual.Gamma_out_offset);
-            curve[x + i] = gamma.stManual.Gamma_en ? value / 4095.0F : static_cast<float>(x + i) / 4096.0F;
+            level[x + i] = gamma.stManual.Gamma_en ? value / 4095.0F : static_cast<float>(x + i) / 4096.0F;
         }
         x += step;
     }
-    return with_rises(curve);
+    Curve curve{};
+    for (std::size_t i = 0; i < curve.size(); ++i) {
+        curve[i] = {level[i], level[std::min(i + 1, level.size() - 1)] - level[i]};
+    }
+    return curve;
 }
 
 /// In two loops, because only the first can be done in vectors.
@@ -235,13 +227,6 @@ float sharpness_of(const Look& look)
     const RK_SHARP_Params_V4_t& params = look.sharp.stAuto.stParams;
     const bool off = look.sharp.eMode == ASHARP4_OP_MODE_OFF || params.enable == 0;
     return off ? 0.0F : kSharpAmount * strength(params.sharp_ratio[iso_step(params.iso, look.sensor_gain)]);
-}
-
-void luma_row(ConstRow row, int width, float* out)
-{
-    for (int x = 0; x < width; ++x) {
-        out[x] = luma({row[0][x], row[1][x], row[2][x]});
-    }
 }
 
 void sharpen(float amount, Ring<4>& lumas, int y, int width, int height, Row row, std::vector<float>& scratch)
@@ -386,7 +371,10 @@ Image render(const Look& look, int width, int height)
             compress_range(lift, width, row);
             apply_tone_curve(curve, width, row, steps);
             if (sharpness > 0.0F) {
-                luma_row({row[0], row[1], row[2]}, width, lumas.row(t)[0]);
+                float* const light = lumas.row(t)[0];
+                for (int x = 0; x < width; ++x) {
+                    light[x] = luma({row[0][x], row[1][x], row[2][x]});
+                }
             }
         }
         if (const int f = y - 3; f >= 0) {

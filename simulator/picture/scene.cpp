@@ -12,6 +12,14 @@
 namespace sim::picture
 {
 
+struct Mover {
+    Colour (*over)(Colour behind, float x, float y, float blur); // at rest
+    float left, top, right, bottom;                              // what it takes of the scene
+    float across, down;                                          // the half axes of its way
+    double seconds;                                              // that it takes to come back
+    void (*behind)(Image& image, float magnification);           // the scene without it
+};
+
 namespace
 {
 
@@ -188,19 +196,6 @@ void draw_formula(Image& image, float magnification)
 
 // ---- What moves ---------------------------------------------------------------------------------------------------
 
-} // namespace
-
-struct Mover {
-    Colour (*over)(Colour behind, float x, float y, float blur); // at rest
-    float left, top, right, bottom;                              // what it takes of the scene
-    float across, down;                                          // the half axes of its way
-    double seconds;                                              // that it takes to come back
-    void (*behind)(Image& image, float magnification);           // the scene without it
-};
-
-namespace
-{
-
 /// A dark disc on the chart's star, where a clock's hand would be.
 Colour disc(Colour behind, float x, float y, float blur)
 {
@@ -299,17 +294,6 @@ Image draw(const Scene& scene, float magnification, int width, int height, bool 
     return image;
 }
 
-} // namespace
-
-float mean_level(const Scene& scene)
-{
-    const Image image = draw(scene, 1.0F, 320, 240);
-    return static_cast<float>(mean_luma(image, {0, 0, image.width, image.height}));
-}
-
-namespace
-{
-
 const std::vector<SceneRef>& built_in()
 {
     static const std::vector<SceneRef> scenes = [] {
@@ -337,6 +321,12 @@ struct Drawing {
 };
 
 } // namespace
+
+float mean_level(const Scene& scene)
+{
+    const Image image = draw(scene, 1.0F, 320, 240);
+    return static_cast<float>(mean_luma(image, {0, 0, image.width, image.height}));
+}
 
 std::vector<std::string_view> scene_names()
 {

@@ -79,7 +79,6 @@ struct Drawn {
 std::shared_ptr<const Drawn> draw_scene(const SceneRef& scene, float magnification, int width, int height,
                                         bool moving = false);
 
-/// A place in the picture.
 struct Place {
     int x = 0;
     int y = 0;
