@@ -3,11 +3,11 @@
 //   isp_bench [--benchmark_filter=NAME ...]  measures
 //   isp_bench --once     calls each setter once inside measured_call() and prints its name
 //   isp_bench --hour     processor time of the loops over a simulated hour
+#include "host/setters.h"
 #include "host/shading_file.h"
 #include "host/store.h"
 #include "isp_ctrl.h"
 #include "isp_ctrl/core/seam.h"
-#include "isp_ctrl/presets/setting_step.h"
 #include "loops.h"
 
 #include <benchmark/benchmark.h>
@@ -24,64 +24,40 @@ namespace
 using Function = int (*)(int id, int value);
 
 struct Row {
-    const char* name;
-    Function call;
+    const char* name; // of a setting or command, or "restore"
     int value;
-    int exposure_mode;
-    int wb_mode;
+    int exposure_mode = AUTO_EXPOSURE;
+    int wb_mode = AUTO_WHITE_BALANCE;
 };
 
-// A setter with its enum taken as a plain int.
-#define LEVEL(name) isp::apply_setting<KIV_Set_##name>
-
+// clang-format off
 constexpr Row kRows[] = {
-    {"saturation", LEVEL(saturation), 9, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"hue", LEVEL(hue), 9, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"luminance", LEVEL(luminance), 9, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"contrast", LEVEL(contrast), 9, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"blackwhite_mode", LEVEL(blackwhite_mode), BlackWhite_Mode_ON, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"sharpness", LEVEL(sharpness), 9, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"gamma", LEVEL(gamma), 3, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"drc", LEVEL(drc), 3, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"nr3d", LEVEL(nr3d), 3, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"csc_mode",
-     [](int id, int value) {
-         KIV_Set_csc_mode(id, CSC_Mode_E{value});
-         return 0;
-     },
-     CSC_BT709_full_range, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"meter", LEVEL(meter), Meter_Mode_Centor, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"antiflicker", LEVEL(antiflicker), FLICKER_60HZ, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"bright", LEVEL(bright), 9, BRIGHT_PRIORITY, AUTO_WHITE_BALANCE},
-    {"expcomp_mode", LEVEL(expcomp_mode), Expcomp_Mode_ON, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"expcomp_level", LEVEL(expcomp_level), 9, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"backlight", LEVEL(backlight), Backlight_Mode_ON, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"gain_limit", LEVEL(gain_limit), 5, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"manual_gain", LEVEL(manual_gain), 5, MANUAL_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"iris", LEVEL(iris), 9, MANUAL_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"shutter", LEVEL(shutter), 9, MANUAL_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"exposure_mode", LEVEL(exposure_mode), AUTO_EXPOSURE, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"rgain", LEVEL(rgain), 99, AUTO_EXPOSURE, MANUAL_WHITE_BALANCE},
-    {"bgain", LEVEL(bgain), 99, AUTO_EXPOSURE, MANUAL_WHITE_BALANCE},
-    {"temperature", LEVEL(temperature), 40, AUTO_EXPOSURE, TEMPERATURE},
-    {"wb_mode_onepush", [](int id, int) { return KIV_Set_wb_mode_onepush(id); }, 0, AUTO_EXPOSURE,
-     ONE_PUSH_WHITE_BALANCE},
+    {"saturation", 9}, {"hue", 9}, {"luminance", 9}, {"contrast", 9}, {"blackwhite_mode", BlackWhite_Mode_ON},
+    {"sharpness", 9}, {"gamma", 3}, {"drc", 3}, {"nr3d", 3}, {"csc_mode", CSC_BT709_full_range},
+    {"meter", Meter_Mode_Centor}, {"antiflicker", FLICKER_60HZ},
+    {"bright", 9, BRIGHT_PRIORITY}, {"expcomp_mode", Expcomp_Mode_ON}, {"expcomp_level", 9},
+    {"backlight", Backlight_Mode_ON}, {"gain_limit", 5}, {"manual_gain", 5, MANUAL_EXPOSURE},
+    {"iris", 9, MANUAL_EXPOSURE}, {"shutter", 9, MANUAL_EXPOSURE}, {"exposure_mode", AUTO_EXPOSURE},
+    {"rgain", 99, AUTO_EXPOSURE, MANUAL_WHITE_BALANCE}, {"bgain", 99, AUTO_EXPOSURE, MANUAL_WHITE_BALANCE},
+    {"temperature", 40, AUTO_EXPOSURE, TEMPERATURE},
+    {"wb_mode_onepush", 0, AUTO_EXPOSURE, ONE_PUSH_WHITE_BALANCE},
     // These ask for the lens.
-    {"wb_mode", LEVEL(wb_mode), AUTO_WHITE_BALANCE, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"rgain_tuning", LEVEL(rgain_tuning), 5, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"bgain_tuning", LEVEL(bgain_tuning), 5, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"shading", [](int id, int) { return KIV_Set_shading(id); }, 0, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"nr2d", LEVEL(nr2d), 3, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"style", LEVEL(style), style_clarity, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
-    {"restore",
-     [](int id, int) {
-         KIV_load_isp_para(id);
-         return 0;
-     },
-     0, AUTO_EXPOSURE, AUTO_WHITE_BALANCE},
+    {"wb_mode", AUTO_WHITE_BALANCE}, {"rgain_tuning", 5}, {"bgain_tuning", 5}, {"shading", 0}, {"nr2d", 3},
+    {"style", style_clarity}, {"restore", 0},
 };
+// clang-format on
 
 constexpr int kCamera = 4;
+
+Function function_of(const Row& row)
+{
+    for (const sim::host::NamedSetter& setter : sim::host::kSetters) {
+        if (setter.name == row.name) {
+            return setter.set;
+        }
+    }
+    return [](int id, int) { return KIV_load_isp_para(id), 0; };
+}
 
 void prepare(const Row& row)
 {
@@ -92,11 +68,11 @@ void prepare(const Row& row)
 
 // Copying a block costs more or less with the place of its copy on the stack, which is another in every process: each
 // run takes the next of the four places within a cache line.
-[[gnu::noinline]] void repeat(benchmark::State& state, const Row& row, std::size_t shift)
+[[gnu::noinline]] void repeat(benchmark::State& state, Function call, int value, std::size_t shift)
 {
     benchmark::DoNotOptimize(__builtin_alloca(shift + 1));
     for (auto _ : state) {
-        benchmark::DoNotOptimize(row.call(kCamera, row.value));
+        benchmark::DoNotOptimize(call(kCamera, value));
     }
 }
 
@@ -105,7 +81,7 @@ void register_setters()
     for (const Row& row : kRows) {
         benchmark::RegisterBenchmark(row.name, [&row, runs = 0U](benchmark::State& state) mutable {
             prepare(row);
-            repeat(state, row, 16 * (runs++ % 4));
+            repeat(state, function_of(row), row.value, 16 * (runs++ % 4));
         });
     }
 }
@@ -203,8 +179,8 @@ int main(int argc, char** argv)
     } else if (mode == "--once") {
         for (const Row& row : kRows) {
             prepare(row);
-            row.call(kCamera, row.value);
-            measured_call(row.call, row.value);
+            function_of(row)(kCamera, row.value);
+            measured_call(function_of(row), row.value);
             std::puts(row.name);
         }
     } else {
