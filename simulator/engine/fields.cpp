@@ -74,12 +74,23 @@ struct Entry {
 };
 
 #define FIELD(block, path, ...)                                                                                        \
-    Entry(#block, #path, nullptr, shape_of<decltype(Blocks::block.path)>(), offsetof(Blocks, block.path), 1, 0,        \
-          Values(__VA_ARGS__))
+    Entry                                                                                                              \
+    {                                                                                                                  \
+        #block, #path, nullptr, shape_of<decltype(Blocks::block.path)>(), offsetof(Blocks, block.path), 1, 0, Values   \
+        {                                                                                                              \
+            __VA_ARGS__                                                                                                \
+        }                                                                                                              \
+    }
 #define RECORD_FIELD(block, path, member, ...)                                                                         \
-    Entry(#block, #path, #member, shape_of<decltype(Blocks::block.path[0].member)>(),                                  \
-          offsetof(Blocks, block.path[0].member), sizeof(Blocks::block.path) / sizeof(Blocks::block.path[0]),          \
-          sizeof(Blocks::block.path[0]), Values(__VA_ARGS__))
+    Entry                                                                                                              \
+    {                                                                                                                  \
+        #block, #path, #member, shape_of<decltype(Blocks::block.path[0].member)>(),                                    \
+            offsetof(Blocks, block.path[0].member), sizeof(Blocks::block.path) / sizeof(Blocks::block.path[0]),        \
+            sizeof(Blocks::block.path[0]), Values                                                                      \
+        {                                                                                                              \
+            __VA_ARGS__                                                                                                \
+        }                                                                                                              \
+    }
 #define SYNC(block, done_first) FIELD(block, sync.sync_mode, RK_AIQ_UAPI_MODE_SYNC), FIELD(block, sync.done, done_first)
 
 // Sensible for exposure and white balance to start from; elsewhere values that nothing else would write.
