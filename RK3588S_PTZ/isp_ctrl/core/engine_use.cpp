@@ -56,9 +56,7 @@ template <typename Context>
 Context* take(Context*& slot, isp::EngineCalls& calls) ISP_REQUIRES(isp::engine_mutex)
 {
     Context* context = __atomic_exchange_n(&slot, nullptr, __ATOMIC_SEQ_CST);
-    if (context != nullptr) {
-        await_calls(calls);
-    }
+    await_calls(calls);
     return context;
 }
 
