@@ -56,6 +56,12 @@ finish() { # PACKAGE STRIP
         sed -i '/^Architecture:/a Multi-Arch: same' "$tree/DEBIAN/control"
     fi
     sed -i '/^Package-Type:/d' "$tree/DEBIAN/control" # its name ends in .deb
+    name=${1##*/}
+    name=${name%%_*}
+    if [[ $name == *-dbgsym ]]; then # its documents are those of the package it belongs to
+        mkdir -p "$tree/usr/share/doc"
+        ln -s "${name%-dbgsym}" "$tree/usr/share/doc/$name"
+    fi
     find "$tree" -name '*.a' -exec "$2" --strip-debug --enable-deterministic-archives {} +
     (cd "$tree" && find . -path ./DEBIAN -prune -o -type f -printf '%P\0' | sort -z | xargs -0 md5sum >DEBIAN/md5sums)
     name=${1##*/}
