@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <cmath>
 #include <deque>
 #include <memory>
@@ -255,6 +256,9 @@ bool read(const SourcePointer& source)
     socklen_t size = sizeof address;
     auto* const from = reinterpret_cast<sockaddr*>(&address);
     const ssize_t count = recvfrom(source->socket, bytes.data(), bytes.size(), MSG_DONTWAIT, from, &size);
+    if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
+        return false; // nothing is there after all
+    }
     const auto length = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
     if (source->kind == Kind::client) {
         if (count <= 0 || (!source->begun && bytes[0] != 0x81 && bytes[0] != 0x88)) { // browsers can be made to post
