@@ -2,7 +2,7 @@
 // engine.
 //   isp_bench [--benchmark_filter=NAME ...]  measures
 //   isp_bench --once     calls each setter once inside measured_call() and prints its name
-//   isp_bench --hour     processor time of the loops over a simulated hour
+//   isp_bench --hour     processor time of an hour's cycles of the loops
 #include "host/setters.h"
 #include "host/shading_file.h"
 #include "host/store.h"
@@ -10,6 +10,7 @@
 #include "isp_ctrl/core/seam.h"
 #include "loops.h"
 
+#include <algorithm>
 #include <benchmark/benchmark.h>
 #include <cstdio>
 #include <cstdlib>
@@ -51,12 +52,8 @@ constexpr int kCamera = 4;
 
 Function function_of(const Row& row)
 {
-    for (const sim::host::NamedSetter& setter : sim::host::kSetters) {
-        if (setter.name == row.name) {
-            return setter.set;
-        }
-    }
-    return [](int id, int) { return KIV_load_isp_para(id), 0; };
+    const auto* const setter = std::ranges::find(sim::host::kSetters, row.name, &sim::host::NamedSetter::name);
+    return setter != std::end(sim::host::kSetters) ? setter->set : [](int id, int) { return KIV_load_isp_para(id), 0; };
 }
 
 void prepare(const Row& row)
@@ -124,13 +121,11 @@ public:
 int measure(int argc, char** argv)
 {
     // Repetitions take turns at random, so that a slow moment of the machine meets all.
-    std::string defaults[] = {"--benchmark_repetitions=32", "--benchmark_min_time=0.01",
-                              "--benchmark_enable_random_interleaving=true"};
-    std::vector<char*> arguments{argv[0]};
-    for (std::string& argument : defaults) {
-        arguments.push_back(argument.data());
-    }
-    arguments.insert(arguments.end(), argv + 1, argv + argc);
+    std::vector<std::string> words{argv[0], "--benchmark_repetitions=32", "--benchmark_min_time=0.01",
+                                   "--benchmark_enable_random_interleaving=true"};
+    words.insert(words.end(), argv + 1, argv + argc);
+    std::vector<char*> arguments;
+    std::ranges::transform(words, std::back_inserter(arguments), [](std::string& word) { return word.data(); });
     int count = static_cast<int>(arguments.size());
     benchmark::Initialize(&count, arguments.data());
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) {

@@ -1,6 +1,5 @@
 #include "loops.h"
 
-#include "base/clock.h"
 #include "engine/engine.h"
 #include "host/lens.h"
 #include "isp_auto_iris.h"
@@ -9,21 +8,19 @@
 #include "isp_ctrl/core/seam.h"
 #include "platformpara/para_isp.h"
 
-#include <condition_variable>
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <limits>
-#include <mutex>
-#include <pthread.h>
+#include <semaphore>
 #include <thread>
 
 namespace loops
 {
 
 struct Loop {
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool resting = false;
+    std::binary_semaphore runs{0}, rests{0};
+    useconds_t period = 0;
     long cycles_left = 0;
     double began = 0.0;
     double seconds = 0.0;
@@ -44,23 +41,22 @@ double processor_time()
 }
 
 // The library's waits. A setter's waits, on the main thread, take no time.
-int wait_for_run(useconds_t)
+int wait_for_run(useconds_t period)
 {
     if (own == nullptr) {
         if (std::this_thread::get_id() == main_thread) {
             return 0;
         }
         own = starting;
+        own->period = period;
     }
     Loop& loop = *own;
     if (--loop.cycles_left > 0) {
         return 0;
     }
-    std::unique_lock lock(loop.mutex);
     loop.seconds = processor_time() - loop.began;
-    loop.resting = true;
-    loop.changed.notify_all();
-    loop.changed.wait(lock, [&] { return !loop.resting; });
+    loop.rests.release();
+    loop.runs.acquire();
     loop.began = processor_time();
     return 0;
 }
@@ -70,36 +66,17 @@ Loop* start(Start start_thread)
 {
     Loop* loop = starting = new Loop; // its thread never ends
     start_thread();
-    std::unique_lock lock(loop->mutex);
-    loop->changed.wait(lock, [&] { return loop->resting; });
+    loop->rests.acquire();
     return loop;
-}
-
-void start_exposure()
-{
-    KIV_Set_exposure_mode(0, SMART_EXPOSURE);
-}
-
-void start_balance()
-{
-    set_awb_follow_pano(1);
-    cam_awb_follow_pano_thread();
-}
-
-void start_iris()
-{
-    init_auto_iris_control([](iris_ctrl_param_t*) { return 0; });
 }
 
 } // namespace
 
 double run(Loop& loop, long cycles)
 {
-    std::unique_lock lock(loop.mutex);
     loop.cycles_left = cycles;
-    loop.resting = false;
-    loop.changed.notify_all();
-    loop.changed.wait(lock, [&] { return loop.resting; });
+    loop.runs.release();
+    loop.rests.acquire();
     return loop.seconds;
 }
 
@@ -112,9 +89,9 @@ std::vector<Measured> start_all()
     const auto automatic = [] { para_set_isp_exposure_mode_cur(0, AUTO_EXPOSURE); };
     smart();
     return {
-        {"exposure_cycle", start(start_exposure), smart},
-        {"balance_cycle", start(start_balance), [] {}},
-        {"iris_cycle", start(start_iris), automatic},
+        {"exposure_cycle", start([] { KIV_Set_exposure_mode(0, SMART_EXPOSURE); }), smart},
+        {"balance_cycle", start([] { set_awb_follow_pano(1), cam_awb_follow_pano_thread(); }), [] {}},
+        {"iris_cycle", start([] { init_auto_iris_control([](iris_ctrl_param_t*) { return 0; }); }), automatic},
     };
 }
 
@@ -145,62 +122,24 @@ void write_files(const std::string& folder)
     awb_calibration_s lines{};
     lines.rgain_k = lines.bgain_k = lines.rgain_k2 = lines.bgain_k2 = 1.1F;
     Iris_Info_Param iris{.autoFlag = 1, .curIris = 600, .maxIris = 0, .minIris = 0, .curZoom = 0, .irisStep = {}};
-    for (int i = 0; i < 13; ++i) {
-        iris.irisStep[i] = sim::host::kIrisCalibration[i];
-    }
+    std::ranges::copy(sim::host::kIrisCalibration, iris.irisStep);
     std::ofstream(wb_file, std::ios::binary).write(reinterpret_cast<const char*>(&lines), sizeof lines);
     std::ofstream(iris_device, std::ios::binary).write(reinterpret_cast<const char*>(&iris), sizeof iris);
     isp::seam.wb_calibration_file = wb_file.c_str();
     isp::seam.iris_device = iris_device.c_str();
 }
 
-// ---- An hour --------------------------------------------------------------------------------------------------------
-
-namespace
-{
-
-struct Hour {
-    char name[16] = {};
-    long cycles = 0;
-    double seconds = 0.0;
-};
-std::mutex hours_mutex;
-std::vector<Hour*>& hours = *new std::vector<Hour*>;
-thread_local Hour* hour = nullptr;
-thread_local double woke = 0.0;
-
-// A loop's wait, with the processor time between two waits added up; the wait's own is not part of it.
-int timed_wait(useconds_t duration)
-{
-    if (hour == nullptr) {
-        hour = new Hour;
-        pthread_getname_np(pthread_self(), hour->name, sizeof hour->name);
-        const std::lock_guard lock(hours_mutex);
-        hours.push_back(hour);
-    } else {
-        hour->seconds += processor_time() - woke;
-        ++hour->cycles;
-    }
-    sim::wait(duration);
-    woke = processor_time();
-    return 0;
-}
-
-} // namespace
-
 void play_hour()
 {
-    sim::install_clock();
-    isp::seam.usleep = timed_wait;
-    sim::wait(0); // from here on no time passes while this thread works
-    start_exposure();
-    start_balance();
-    start_iris();
-    sim::await_waiting(3);
-    sim::wait(sim::Microseconds{3'600'000'000});
     std::printf("%-16s %9s %14s %16s\n", "loop", "cycles", "CPU time, s", "of one core, %");
-    for (const Hour* h : hours) {
-        std::printf("%-16s %9ld %14.3f %16.4f\n", h->name, h->cycles, h->seconds, h->seconds / 36.0);
+    for (const auto& [name, loop, prepare] : start_all()) {
+        prepare();
+        const long cycles = 3'600'000'000L / loop->period;
+        double seconds = 0.0;
+        for (long i = 0; i < cycles; ++i) {
+            seconds += run(*loop, 1);
+        }
+        std::printf("%-16s %9ld %14.3f %16.4f\n", name, cycles, seconds, seconds / 36.0);
     }
 }
 

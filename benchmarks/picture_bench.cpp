@@ -14,88 +14,56 @@ using namespace sim::picture;
 constexpr int kWidth = 640;
 constexpr int kHeight = 480;
 
-void reduce_noise(Look& look)
-{
-    look.nr2d.eMode = ABAYER2DNR_OP_MODE_AUTO;
-    look.nr2d.stAuto.st2DParams.enable = 1;
-    std::ranges::fill(look.nr2d.stAuto.st2DParams.filter_strength, 3.0F);
-    std::ranges::fill(look.nr2d.stAuto.st2DParams.edgesofts, 3.0F);
-}
-
-void average_frames(Look& look)
-{
-    look.nr3d.eMode = ABAYERTNRV2_OP_MODE_AUTO;
-    look.nr3d.stAuto.st3DParams.enable = 1;
-    std::ranges::fill(look.nr3d.stAuto.st3DParams.lo_filter_strength, 6.0F);
-    std::ranges::fill(look.nr3d.stAuto.st3DParams.hi_filter_strength, 6.0F);
-}
-
-void correct_shading(Look& look)
-{
-    auto& grids = look.lsc.stManual;
-    look.vignetting = {0.58F, 0.55F, 0.53F};
-    look.lsc.byPass = false;
-    look.lsc.mode = RK_AIQ_LSC_MODE_MANUAL;
-    for (auto* grid :
-         {&grids.lsc_samples_red, &grids.lsc_samples_greenR, &grids.lsc_samples_greenB, &grids.lsc_samples_blue}) {
-        std::ranges::fill(grid->uCoeff, uint16_t{1500});
-    }
-}
-
-void compress_range(Look& look)
-{
-    look.drc.stAutoV30.DrcTuningPara.Enable = true;
-    std::ranges::fill(look.drc.stAutoV30.DrcTuningPara.DrcGain.DrcGain, 2.0F);
-}
-
-void sharpen(Look& look)
-{
-    look.sharp.eMode = ASHARP4_OP_MODE_AUTO;
-    look.sharp.stAuto.stParams.enable = 1;
-    std::ranges::fill(look.sharp.stAuto.stParams.sharp_ratio, 3.0F);
-}
-
-void convert_for_display(Look& look)
-{
-    constexpr float kFullRange[] = {0.2126F, 0.7152F, 0.0722F, -0.1146F, -0.3854F, 0.5F, 0.5F, -0.4542F, -0.0458F};
-    look.csm.param.op_mode = RK_AIQ_OP_MODE_MANUAL;
-    look.csm.param.c_offset = 128;
-    std::ranges::copy(kFullRange, look.csm.param.coeff);
-}
-
-constexpr struct {
+struct Stage {
     const char* name;
-    void (*change)(Look& look);
-} kStages[] = {
-    {"pipeline/at_rest", [](Look&) {}},
-    {"pipeline/noise_reduction", reduce_noise},
-    {"pipeline/temporal_filter", average_frames},
-    {"pipeline/and_something_moves",
-     [](Look& look) {
-         average_frames(look);
-         look.scene = find_scene("stage");
-         look.moving = true;
-     }},
-    {"pipeline/shading", correct_shading},
-    {"pipeline/range_compression", compress_range},
-    {"pipeline/sharpening", sharpen},
-    {"pipeline/display_matrix", convert_for_display},
-    {"pipeline/all",
-     [](Look& look) {
-         for (const auto stage :
-              {reduce_noise, average_frames, correct_shading, compress_range, sharpen, convert_for_display}) {
-             stage(look);
-         }
-     }},
+    void (*put_to_work)(Look& look);
 };
 
-Look look_with(void (*change)(Look& look))
-{
-    Look look = neutral_look();
-    look.sensor_gain = 4.0;
-    change(look);
-    return look;
-}
+constexpr Stage kStages[] = {
+    {"pipeline/noise_reduction",
+     [](Look& look) {
+         look.nr2d.eMode = ABAYER2DNR_OP_MODE_AUTO;
+         look.nr2d.stAuto.st2DParams.enable = 1;
+         std::ranges::fill(look.nr2d.stAuto.st2DParams.filter_strength, 3.0F);
+         std::ranges::fill(look.nr2d.stAuto.st2DParams.edgesofts, 3.0F);
+     }},
+    {"pipeline/temporal_filter",
+     [](Look& look) {
+         look.nr3d.eMode = ABAYERTNRV2_OP_MODE_AUTO;
+         look.nr3d.stAuto.st3DParams.enable = 1;
+         std::ranges::fill(look.nr3d.stAuto.st3DParams.lo_filter_strength, 6.0F);
+         std::ranges::fill(look.nr3d.stAuto.st3DParams.hi_filter_strength, 6.0F);
+     }},
+    {"pipeline/shading",
+     [](Look& look) {
+         auto& grids = look.lsc.stManual;
+         look.vignetting = {0.58F, 0.55F, 0.53F};
+         look.lsc.byPass = false;
+         look.lsc.mode = RK_AIQ_LSC_MODE_MANUAL;
+         for (auto* grid :
+              {&grids.lsc_samples_red, &grids.lsc_samples_greenR, &grids.lsc_samples_greenB, &grids.lsc_samples_blue}) {
+             std::ranges::fill(grid->uCoeff, uint16_t{1500});
+         }
+     }},
+    {"pipeline/range_compression",
+     [](Look& look) {
+         look.drc.stAutoV30.DrcTuningPara.Enable = true;
+         std::ranges::fill(look.drc.stAutoV30.DrcTuningPara.DrcGain.DrcGain, 2.0F);
+     }},
+    {"pipeline/sharpening",
+     [](Look& look) {
+         look.sharp.eMode = ASHARP4_OP_MODE_AUTO;
+         look.sharp.stAuto.stParams.enable = 1;
+         std::ranges::fill(look.sharp.stAuto.stParams.sharp_ratio, 3.0F);
+     }},
+    {"pipeline/display_matrix",
+     [](Look& look) {
+         constexpr float kFullRange[] = {0.2126F, 0.7152F, 0.0722F, -0.1146F, -0.3854F, 0.5F, 0.5F, -0.4542F, -0.0458F};
+         look.csm.param.op_mode = RK_AIQ_OP_MODE_MANUAL;
+         look.csm.param.c_offset = 128;
+         std::ranges::copy(kFullRange, look.csm.param.coeff);
+     }},
+};
 
 template <typename Work>
 void add(const char* name, Work work)
@@ -107,15 +75,31 @@ void add(const char* name, Work work)
     })->Unit(benchmark::kMillisecond);
 }
 
+constexpr std::size_t kTemporalFilter = 1; // of the stages
+
 } // namespace
 
 int main(int argc, char** argv)
 {
-    for (const auto& [name, change] : kStages) {
-        const Look look = look_with(change);
+    const auto add_picture = [](const char* name, const Look& look) {
         add(name, [look] { return render(look, kWidth, kHeight).pixels.size(); });
+    };
+    Look rest = neutral_look();
+    rest.sensor_gain = 4.0;
+    add_picture("pipeline/at_rest", rest);
+    Look all = rest;
+    for (const Stage& stage : kStages) {
+        Look look = rest;
+        stage.put_to_work(look);
+        stage.put_to_work(all);
+        add_picture(stage.name, look);
     }
-    const Look all = look_with(std::rbegin(kStages)->change);
+    Look moving = rest;
+    moving.scene = find_scene("stage");
+    moving.moving = true;
+    kStages[kTemporalFilter].put_to_work(moving);
+    add_picture("pipeline/and_something_moves", moving);
+    add_picture("pipeline/all", all);
     const Image image = render(all, kWidth, kHeight);
     add("metering", [all] { return metering(all)[0]; });
     add("write/png", [&image] { return encode_png(image).size(); });
