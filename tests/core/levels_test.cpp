@@ -12,7 +12,7 @@ namespace
 
 // The last level of a setter's table where that is not the setting's highest; kNoTable: a formula without a bound.
 constexpr int kNoTable = INT_MAX;
-constexpr std::pair<std::string_view, int> kTables[] = {
+const std::map<std::string_view, int> kLastLevels = {
     {"gain_limit", kNoTable},
     {"manual_gain", kNoTable},
     {"rgain", kNoTable},
@@ -26,22 +26,6 @@ constexpr std::pair<std::string_view, int> kTables[] = {
     {"nr3d", 11},
 };
 
-int last_level(const sim::host::Setting& setting)
-{
-    const auto* const table = std::ranges::find(kTables, setting.name, &std::pair<std::string_view, int>::first);
-    return table != std::end(kTables) ? table->second : setting.highest;
-}
-
-/// The settings whose levels have a maximum.
-std::vector<sim::host::Setting> bounded_settings()
-{
-    std::vector<sim::host::Setting> found;
-    std::ranges::copy_if(sim::host::kSettings, std::back_inserter(found), [](const sim::host::Setting& setting) {
-        return setting.setter == sim::host::Setter::level && setting.has_max();
-    });
-    return found;
-}
-
 std::vector<int> levels_around(int last)
 {
     std::vector<int> levels = {INT_MIN, INT_MIN + 1, -100, -2, -1, INT_MAX - 1, INT_MAX};
@@ -49,21 +33,6 @@ std::vector<int> levels_around(int last)
         levels.push_back(level);
     }
     return levels;
-}
-
-/// Every exposure mode with a name, and with each of them one of the white-balance modes.
-void for_each_mode(const std::function<void(int exposure_mode, int wb_mode)>& check)
-{
-    const auto wb_modes = names_of(setting("wb_mode"));
-    for (std::size_t i = 0; const sim::host::ValueName& mode : names_of(setting("exposure_mode"))) {
-        check(mode.value, wb_modes[i++ % wb_modes.size()].value);
-    }
-}
-
-bool same_record(int a, int b)
-{
-    const kiv_isp_param_s first = sim::host::stored_record(a), second = sim::host::stored_record(b);
-    return std::memcmp(&first, &second, sizeof first) == 0;
 }
 
 class Levels : public Bench
@@ -78,20 +47,6 @@ protected:
         for (const int camera : {kTested, kReference}) {
             start_camera(camera);
             store(camera, "expcomp_mode", Expcomp_Mode_ON);
-        }
-    }
-
-    /// Stores the first modes in which a setting takes effect or, if it never does, is at least stored.
-    static void enter_mode_of(const sim::host::Setting& setting)
-    {
-        const sim::host::Modes wanted = setting.effective != sim::host::kNoMode ? setting.effective : setting.accepted;
-        for (const sim::host::ModeSetting& mode : sim::host::kModeSettings) {
-            for (const sim::host::ValueName& name : names_of(*sim::host::find_setting(mode.name))) {
-                store(kTested, mode.name, name.value);
-                if ((wanted & sim::host::modes_of(sim::host::stored_record(kTested)) & mode.all) != 0) {
-                    break;
-                }
-            }
         }
     }
 };
@@ -161,22 +116,30 @@ TEST_F(Levels, TheTableOfSettingsHoldsInEveryMode)
     }
 }
 
+// Every exposure mode with a name, and with each of them one of the white-balance modes.
 TEST_F(Levels, ABoundedSettingIsStoredAndAppliedInRange)
 {
-    for (const sim::host::Setting& setting : bounded_settings()) {
+    const auto exposure_modes = names_of(setting("exposure_mode"));
+    const auto wb_modes = names_of(setting("wb_mode"));
+    for (const sim::host::Setting& setting : sim::host::kSettings) {
+        if (setting.setter != sim::host::Setter::level || !setting.has_max()) {
+            continue;
+        }
         prepare();
-        const int last = last_level(setting);
+        const auto table = kLastLevels.find(setting.name);
+        const int last = table != kLastLevels.end() ? table->second : setting.highest;
         // A store with a maximum beyond the table, too; the iris position is counted from the maximum, and a tone level
         // without a curve is refused.
         const bool iris = setting.name == "iris";
         const int raised = last == kNoTable || iris || setting.name == "gamma" ? setting.highest : last + 5;
-        for_each_mode([&](int exposure_mode, int wb_mode) {
+        for (std::size_t i = 0; i < exposure_modes.size(); ++i) {
             for (const int camera : {kTested, kReference}) {
-                store(camera, "exposure_mode", exposure_mode);
-                store(camera, "wb_mode", wb_mode);
+                store(camera, "exposure_mode", exposure_modes[i].value);
+                store(camera, "wb_mode", wb_modes[i % wb_modes.size()].value);
             }
-            const bool applies = sim::host::contains(setting.effective, sim::host::stored_record(kTested));
-            const bool stores = sim::host::contains(setting.stored, sim::host::stored_record(kTested));
+            const kiv_isp_param_s in_modes = sim::host::stored_record(kTested);
+            const bool applies = sim::host::contains(setting.effective, in_modes);
+            const bool stores = sim::host::contains(setting.stored, in_modes);
             for (const int maximum : std::set<int>{setting.highest, raised, iris ? raised : 3}) {
                 sim::host::set_maximum(setting, maximum);
                 const int highest = std::min(maximum, last);
@@ -185,18 +148,20 @@ TEST_F(Levels, ABoundedSettingIsStoredAndAppliedInRange)
                         continue; // no colour; not an iris step
                     }
                     SCOPED_TRACE(testing::Message() << setting.name << " " << level << ", maximum " << maximum
-                                                    << ", modes " << exposure_mode << " and " << wb_mode);
+                                                    << ", exposure mode " << exposure_modes[i].value);
                     const bool to_highest = setting.negative == sim::host::Negative::highest;
                     const int expected = level >= 0 ? std::min(level, highest) : to_highest ? highest : 0;
                     const int result = set(kTested, setting.name, level);
                     EXPECT_EQ(result, set(kReference, setting.name, expected));
-                    EXPECT_TRUE(same_record(kTested, kReference));
+                    const kiv_isp_param_s tested = sim::host::stored_record(kTested);
+                    const kiv_isp_param_s reference = sim::host::stored_record(kReference);
+                    EXPECT_EQ(std::memcmp(&tested, &reference, sizeof tested), 0);
                     EXPECT_THAT(differences(kTested, kReference), testing::IsEmpty());
                     EXPECT_TRUE(result == 0 || !applies);
-                    EXPECT_TRUE(stored(kTested, setting.name) == expected || !stores);
+                    EXPECT_TRUE(tested.*setting.member == expected || !stores);
                 }
             }
-        });
+        }
     }
 }
 

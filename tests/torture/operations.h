@@ -126,6 +126,7 @@ inline std::vector<Operation> refused()
 #define VOID_ID(function, ...) {#function, [](int id) { return function(id __VA_OPT__(, ) __VA_ARGS__), 0; }}
 #define BAD(function, ...) {#function "(" #__VA_ARGS__ ")", [](int) { return function(__VA_ARGS__); }}
     std::vector<Operation> list = {
+        ID(rk_isp_init, nullptr),
         ID(rk_isp_update),
         ID(rk_isp_stop),
         ID(rk_isp_resume),

@@ -3,7 +3,7 @@
 
 #include "isp_ctrl/white_balance/awb_calibration.h"
 #include "isp_ctrl/white_balance/awb_lines.h"
-#include "support/awb_calls.h"
+#include "white_balance/wb_bench.h"
 
 #include <bit>
 #include <cstring>

@@ -36,7 +36,7 @@ protected:
 
     static std::string line_of(int val, int result)
     {
-        return awb_line(calls_of([&] { EXPECT_EQ(Awb_Calibration(val), result) << "value " << val; }));
+        return bench::line_of([&] { EXPECT_EQ(Awb_Calibration(val), result) << "value " << val; });
     }
 };
 
@@ -204,6 +204,7 @@ TEST_F(AwbCalibration, FileFunctions)
     EXPECT_EQ(user_save_wb_calibration_file(&record, 0), 0);
     EXPECT_EQ(file_bytes(wb_file), "") << "nothing of the old file";
     EXPECT_EQ(user_load_wb_calibration_file(&record, 80), 0) << "nothing to read";
+    EXPECT_EQ(user_load_wb_calibration_file(&record, 0), 0) << "nothing wanted";
     record.d65_pano_rgain = 7.0F;
     record.d65_pano_bgain = 8.0F;
     EXPECT_EQ(user_save_wb_calibration_file(&record, 4), 0);

@@ -49,16 +49,16 @@ protected:
     static std::string start()
     {
         set_awb_follow_pano(1);
-        return awb_line(calls_of([] {
+        return line_of([] {
             EXPECT_EQ(cam_awb_follow_pano_thread(), 0);
             sim::await_waiting(1);
-        }));
+        });
     }
 
     /// The calls in a time, 34 ms for one pass.
     static std::string pass(sim::Microseconds duration = 34'000)
     {
-        return awb_line(calls_of([=] { sim::wait(duration); }));
+        return line_of([=] { sim::wait(duration); });
     }
 };
 
@@ -93,10 +93,10 @@ Record lines(float slope, float offset)
 TEST_F(AwbFollow, WithoutBeingEnabledItEndsAtItsFirstTest)
 {
     const long before = threads();
-    EXPECT_EQ(awb_line(calls_of([before] {
+    EXPECT_EQ(line_of([before] {
                   EXPECT_EQ(cam_awb_follow_pano_thread(), 0);
                   EXPECT_TRUE(eventually([before] { return threads() == before; }));
-              })),
+              }),
               "");
     set_awb_follow_pano(1); // too late: a thread is started once
     EXPECT_EQ(cam_awb_follow_pano_thread(), 0);
@@ -255,7 +255,7 @@ TEST_F(AwbFollow, OneThreadPerProcess)
 TEST_F(AwbFollow, ACalibrationEndsIt)
 {
     EXPECT_EQ(start(), kApply);
-    const std::string calibration = awb_line(calls_of([] { EXPECT_EQ(Awb_Calibration(1), 0); }));
+    const std::string calibration = line_of([] { EXPECT_EQ(Awb_Calibration(1), 0); });
     EXPECT_EQ(first_words(calibration, 4), "wait34000 GetMode0 GetMode2 GetMode3") << "no pass during the calibration";
     await_end();
 }

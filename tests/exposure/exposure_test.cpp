@@ -1,5 +1,7 @@
-// What each exposure setter makes of a level: in which modes and by which rule.
-#include "exposure_bench.h"
+// What each exposure setter makes of a level, in which modes and by which rule; and the exposure mode, of which the
+// field log has the calls that entering it makes, in order. Each test runs in a process of its own: the first mode
+// change of a process makes calls that no later one makes.
+#include "support/bench.h"
 
 #include <climits>
 
@@ -8,7 +10,31 @@ using namespace bench;
 namespace
 {
 
-using ExposureLevels = ExposureBench;
+constexpr int kCamera = 2;
+
+class Exposure : public Running<kCamera>
+{
+protected:
+    /// Initial values in store and engine, but for the mode.
+    static void begin(int mode)
+    {
+        sim::host::reset_store();
+        store(kCamera, "exposure_mode", mode);
+        const void* context = rkipc_aiq_get_ctx(kCamera);
+        sim::engine::poke(context, sim::engine::initial<Uapi_ExpSwAttrV2_t>());
+        sim::engine::poke(context, sim::engine::initial<Uapi_LinExpAttrV2_t>());
+        sim::engine::poke(context, sim::engine::initial<paRange_t>());
+    }
+
+    static Uapi_ExpSwAttrV2_t ae()
+    {
+        return held<Uapi_ExpSwAttrV2_t>(kCamera);
+    }
+    static float bias()
+    {
+        return held<Uapi_LinExpAttrV2_t>(kCamera).Params.Evbias;
+    }
+};
 
 float seconds(double denominator)
 {
@@ -25,7 +51,7 @@ int at(const Grid& grid, int row, int column)
 } // namespace
 
 // The steps' denominators stand in the names that the host shows for them, "1/200" for step 5.
-TEST_F(ExposureLevels, ShutterStepsAreTimesInSinglePrecision)
+TEST_F(Exposure, ShutterStepsAreTimesInSinglePrecision)
 {
     for (const sim::host::ValueName& step : names_of(setting("shutter"))) {
         SCOPED_TRACE(step.name);
@@ -67,7 +93,7 @@ TEST_F(ExposureLevels, ShutterStepsAreTimesInSinglePrecision)
                 ::testing::IsSupersetOf({"isp_ae_shutter: aiq ctx error\n\n", "isp_ae_shutter: aiq ctx error\n\n"}));
 }
 
-TEST_F(ExposureLevels, BiasFollowsBrightnessOrCompensationAndBacklight)
+TEST_F(Exposure, BiasFollowsBrightnessOrCompensationAndBacklight)
 {
     begin(BRIGHT_PRIORITY);
     for (int step = 0; step <= Bright_MAX; ++step) {
@@ -105,7 +131,7 @@ TEST_F(ExposureLevels, BiasFollowsBrightnessOrCompensationAndBacklight)
     }
 }
 
-TEST_F(ExposureLevels, GainsFollowTheirRules)
+TEST_F(Exposure, GainsFollowTheirRules)
 {
     for (int level = 0; level <= 15; ++level) {
         begin(AUTO_EXPOSURE);
@@ -123,7 +149,7 @@ TEST_F(ExposureLevels, GainsFollowTheirRules)
     }
 }
 
-TEST_F(ExposureLevels, AntiflickerIsOffInShutterPriority)
+TEST_F(Exposure, AntiflickerIsOffInShutterPriority)
 {
     // mode, flicker, frequency: -1: as it was
     const std::tuple<int, int, int> rows[] = {
@@ -146,7 +172,7 @@ TEST_F(ExposureLevels, AntiflickerIsOffInShutterPriority)
     }
 }
 
-TEST_F(ExposureLevels, IrisStepsArePositionsBelowTheMaximum)
+TEST_F(Exposure, IrisStepsArePositionsBelowTheMaximum)
 {
     // maximum, step, position: -1: refused
     const std::tuple<int, int, int> rows[] = {
@@ -168,7 +194,7 @@ TEST_F(ExposureLevels, IrisStepsArePositionsBelowTheMaximum)
 }
 
 // Nothing in the first row of the average; a pyramid of 8 in the middle; heavier towards the bottom.
-TEST_F(ExposureLevels, MeteringStoredGridsHaveTheirShape)
+TEST_F(Exposure, MeteringStoredGridsHaveTheirShape)
 {
     for (int cell = 0; cell < 225; ++cell) {
         EXPECT_EQ(AE_average_Weight_GridWeights[cell], cell < 15 ? 0 : 1);
@@ -178,7 +204,7 @@ TEST_F(ExposureLevels, MeteringStoredGridsHaveTheirShape)
     EXPECT_EQ(fingerprint(AE_bottom_Weight_GridWeights), 2373711674U);
 }
 
-TEST_F(ExposureLevels, MeteringModesLoadTheirGrid)
+TEST_F(Exposure, MeteringModesLoadTheirGrid)
 {
     static Grid weights; // as the engine holds them
     const auto set_meter = [](int meter) {
@@ -201,4 +227,37 @@ TEST_F(ExposureLevels, MeteringModesLoadTheirGrid)
         set_meter(meter);
         EXPECT_TRUE(std::ranges::equal(weights, sim::engine::initial<Uapi_ExpSwAttrV2_t>().GridWeights.uCoeff));
     }
+}
+
+TEST_F(Exposure, ModeIsStoredAndDecidesWhoExposes)
+{
+    for (const int mode : {0, 3, 10, 11, 13, 35, 33, 34, 1, -1}) {
+        const bool manual = mode == MANUAL_EXPOSURE || mode == SMART_EXPOSURE;
+        const bool named = mode != LOW_LIGHT && mode != 1 && mode != -1;
+        const bool keeps = mode == WIDE_DYNAMIC_RANGE || !named; // the engine's way
+        begin(SHUTTER_PRIORITY);
+        change<Uapi_ExpSwAttrV2_t>(
+            kCamera, [=](auto& ae) { ae.AecOpType = manual || keeps ? RK_AIQ_OP_MODE_AUTO : RK_AIQ_OP_MODE_MANUAL; });
+        EXPECT_EQ(KIV_Set_exposure_mode(kCamera, Exposure_Mode_E{mode}), named ? 0 : ISP_UNFIT) << mode;
+        EXPECT_EQ(stored(kCamera, "exposure_mode"), mode);
+        EXPECT_EQ(ae().AecOpType, manual ? RK_AIQ_OP_MODE_MANUAL : RK_AIQ_OP_MODE_AUTO) << mode;
+    }
+}
+
+TEST_F(Exposure, FirstChangeOfTheProcessAppliesDrc)
+{
+    const auto drc_calls = [](int camera, Exposure_Mode_E mode) {
+        return names_of_calls([=] { KIV_Set_exposure_mode(camera, mode); }, "rk_aiq_user_api2_adrc").size();
+    };
+    EXPECT_EQ(drc_calls(kCamera, LOW_LIGHT), 2);
+    start_camera(0);
+    EXPECT_EQ(drc_calls(0, MANUAL_EXPOSURE), 0);
+}
+
+TEST_F(Exposure, ModeCompanionsDoWhatTheySay)
+{
+    EXPECT_THAT(sensor_vpss_group, ::testing::ElementsAre(0, -1, -1, -1));
+    int values[] = {1, 2, 3, 4};
+    EXPECT_EQ(set_sensor_vpss_group(99, values), 0);
+    EXPECT_THAT(sensor_vpss_group, ::testing::ElementsAreArray(values));
 }
