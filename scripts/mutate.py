@@ -1,16 +1,16 @@
 #!/usr/bin/env python3
 """Counts which small changes to the library the tests notice.
 
-Changes one place at a time (a constant, a comparison, a sign, the order of two rows or calls, a dropped call), compiles
-what depends on it, links the test programs of a finished build with it, one after the other, and runs them until one
-fails. A change that does not compile is no mutant. The tree and the build stay as they are. Prints what nobody noticed;
-tests/golden/survivors.txt lists, with the reason, what is known to make no difference.
+Changes one place at a time (a constant, a comparison, a sign, the order of two rows or calls, a dropped call) in a copy
+of the tree, builds the library and then the test programs there, one after the other, and runs them until a test fails.
+A change that does not compile is no mutant. The copies, one for each job, stay in build/mutate for the next time.
+Prints what nobody noticed; tests/golden/survivors.txt lists, with the reason, what is known to make no difference.
 """
 
 import argparse
 import concurrent.futures
-import contextlib
 import dataclasses
+import filecmp
 import functools
 import json
 import os
@@ -21,15 +21,11 @@ import shutil
 import signal
 import subprocess
 import sys
-import tempfile
-import threading
-import time
+import xml.etree.ElementTree
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 LIBRARY = "RK3588S_PTZ"
-OBJECTS = "isp_ctrl_objects.dir"  # the build's folder of the library's objects
-ARCHIVE = "libisp_ctrl.a"
 SURVIVORS = ROOT / "tests/golden/survivors.txt"
 
 # Text that is no code: comments, strings, preprocessor lines, and traces, whose texts tests need not repeat.
@@ -44,9 +40,15 @@ SIGN = re.compile(r"(?<=[\w)\]] )([-+*/])(?= [\w(])|(?<=[\s(,])(-)(?=[\w(.])")
 BOOLEAN = re.compile(r"\b(true|false)\b")
 CALL = re.compile(r"^[ \t]+(?!return\b|if\b|for\b|while\b|switch\b|constexpr\b|const\b|using\b)[\w:.<>\[\]*]+[\w>](?:\(.*\)| [-+|]?= [^;{}]*);[ \t]*$", re.M)
 ROW = re.compile(r"^[ \t]+\{.*\},[ \t]*$", re.M)
-STEPS = re.compile(r"\b([A-Z]+)\((\w+)\)(,\s+)\1\((\w+)\)(?=,)")  # neighbours in a list of named steps
-FLIPPED = {"==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">", "&&": "||", "||": "&&"}
-SIGNED = {"+": "-", "-": "+", "*": "/", "/": "*"}
+STEPS = re.compile(r"\b(?=([A-Z]+)\((\w+)\)(,\s+)\1\((\w+)\),)")  # neighbours in a list of named steps
+FLIPPED = {"==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">", "&&": "||", "||": "&&",
+           "+": "-", "-": "+", "*": "/", "/": "*", "true": "false", "false": "true"}
+REPLACED = (
+    ("comparison", COMPARE, lambda m: FLIPPED[m.group()]),
+    ("sign", SIGN, lambda m: FLIPPED[m.group()] if m.group(1) else " "),
+    ("constant", BOOLEAN, lambda m: FLIPPED[m.group()]),
+    ("dropped", CALL, lambda m: ""),
+)
 
 
 @dataclasses.dataclass
@@ -98,184 +100,112 @@ def mutants_of(root, path):
             changed = f"{float(m.group(1)) + step * 10 ** -decimals:.{decimals}f}"
             if not changed.startswith("-"):
                 add(m.start(1), m.end(1), changed, "constant")
-    for m in COMPARE.finditer(code):
-        add(m.start(), m.end(), FLIPPED[m.group()], "comparison")
-    for m in SIGN.finditer(code):
-        add(m.start(), m.end(), SIGNED[m.group()] if m.group(1) else " ", "sign")
-    for m in BOOLEAN.finditer(code):
-        add(m.start(), m.end(), "false" if m.group() == "true" else "true", "constant")
+    for kind, pattern, new in REPLACED:
+        for m in pattern.finditer(code):
+            add(m.start(), m.end(), new(m), kind)
     for pattern in (ROW, CALL):
         lines = [m.span() for m in pattern.finditer(code)]
         for (a, b), (c, d) in zip(lines, lines[1:]):
             calls = pattern is ROW or ("(" in code[a:b] and "(" in code[c:d])  # two assignments seldom depend
             if c == b + 1 and calls and text[a:b] != text[c:d]:
                 add(a, d, text[c:d] + "\n" + text[a:b], "order")
-    at = 0
-    while m := STEPS.search(code, at):
-        add(m.start(), m.end(), f"{m[1]}({m[4]}){m[3]}{m[1]}({m[2]})", "order")
-        at = m.start() + 1
-    for m in CALL.finditer(code):
-        add(m.start(), m.end(), "", "dropped")
+    for m in STEPS.finditer(code):
+        add(m.start(1), m.end(4) + 1, f"{m[1]}({m[4]}){m[3]}{m[1]}({m[2]})", "order")
     return found
 
 
-class Programs:
-    """The test programs of a build, each linked anew with a changed library."""
+class Copy:
+    """One job's copy of the tree with its build."""
 
-    def __init__(self, build):
-        self.build = build
-        database = json.loads((build / "compile_commands.json").read_text())
-        self.objects = {}  # source -> (object, command)
-        for entry in database:
-            source, words = Path(entry["file"]), entry["command"].split()
-            if Path(words[0]).name == "ccache":  # would not see that a header is another one
-                del words[0]
-            name = words[words.index("-o") + 1]
-            if name.startswith(f"{LIBRARY}/CMakeFiles/{OBJECTS}"):
-                self.objects[source.relative_to(ROOT)] = (build / name, words)
-        self.links = {}  # program -> link command
-        for program in sorted((build / "tests").rglob("*_test*")):
-            if program.is_file() and os.access(program, os.X_OK) and program.suffix == "":
-                target = str(program.relative_to(build))
-                last = output("ninja", "-C", build, "-t", "commands", target).splitlines()[-1]
-                words = last.removeprefix(": && ").split(" && ")[0].split()
-                if ARCHIVE in words:
-                    self.links[target] = words
-        self.dependents = {}  # header -> sources
-        for source, (made, _) in self.objects.items():
-            for line in output("ninja", "-C", build, "-t", "deps", made.relative_to(build)).splitlines():
-                path = (build / line.strip()).resolve()
-                if path.suffix == ".h" and path.is_relative_to(ROOT / LIBRARY):
-                    self.dependents.setdefault(path.relative_to(ROOT), []).append(source)
+    def __init__(self, number):
+        self.tree = ROOT / "build/mutate" / str(number)
+        self.build = self.tree / "build/release"
+        listed = output("git", "-C", ROOT, "ls-files", "-z", "--cached", "--others", "--exclude-standard")
+        for source in (ROOT / name for name in listed.split("\0") if name):
+            copy = self.tree / source.relative_to(ROOT)
+            if source.exists() and not (copy.exists() and filecmp.cmp(source, copy, shallow=False)):
+                copy.parent.mkdir(parents=True, exist_ok=True)
+                shutil.copy(source, copy)
+        output("cmake", "--preset", "release", "-S", self.tree, "-DISP_CTRL_APP=OFF", "-DCMAKE_BUILD_TYPE=Release",
+               "-DCMAKE_CXX_FLAGS_RELEASE=-O1", "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld")
+        output("ninja", "-j1", "-C", self.build)
 
+    def tests(self):
+        """The tests of each test program, with their arguments."""
+        found = {}
+        for test in json.loads(output("ctest", "--test-dir", self.build, "--show-only=json-v1"))["tests"]:
+            program, *arguments = test["command"]
+            if Path(program).is_relative_to(self.build / "tests"):
+                found.setdefault(str(Path(program).relative_to(self.build)), {})[test["name"]] = tuple(arguments)
+        return found
 
-class Bench:
-    """One worker: a folder of its own, into which a changed library and the programs that test it are built."""
+    def usual_times(self):
+        """Of each test that passes on the unchanged library, in seconds."""
+        result = self.build / "unchanged.xml"
+        subprocess.run(["ctest", "--test-dir", self.build, "--output-junit", result], stdout=subprocess.DEVNULL)
+        return {case.get("name"): float(case.get("time")) for case in xml.etree.ElementTree.parse(result).iter("testcase")
+                if case.get("status") == "run"}
 
-    def __init__(self, programs, plan, folder):
-        self.programs, self.plan, self.folder = programs, plan, folder
-        (folder / "include").mkdir(parents=True)
+    def noticed(self, mutant, plan):
+        """Whether a test fails; None if the library cannot be built."""
+        source = self.tree / mutant.path
+        source.write_text(mutant.text[:mutant.begin] + mutant.new + mutant.text[mutant.end:])
+        try:
+            if not self.runs(300, "ninja", "-j1", "-C", self.build, "libisp_ctrl.a", "libisp_ctrl.so"):
+                return None
+            for program in plan.order(mutant.path):
+                if not self.runs(300, "ninja", "-j1", "-C", self.build, program) or not all(
+                        self.runs(5 * usual + 5, self.build / program, *arguments)
+                        for arguments, usual in plan.times[program].items()):
+                    plan.struck(mutant.path, program)
+                    return True
+            return False
+        finally:
+            source.write_text(mutant.text)
 
-    def compile(self, changed, text):
-        """Whether the library compiles with `text` in place of the file `changed`; its objects are then ready."""
-        overlay = self.folder / "include"
-        shutil.rmtree(overlay)
-        is_header = changed.suffix == ".h"
-        copy = overlay / changed.relative_to(LIBRARY)
-        copy.parent.mkdir(parents=True)
-        copy.write_text(text)
-        self.replaced = {}
-        for source in self.programs.dependents.get(changed, []) if is_header else [changed]:
-            made, words = self.programs.objects[source]
-            target = self.folder / f"{len(self.replaced)}.o"
-            words = list(words)
-            words[words.index("-o") + 1] = str(target)
-            words[words.index("-c") + 1] = str(ROOT / source if is_header else copy)
-            # Inlined as far as it goes where a header changed: a program's own copy would hide the change.
-            words += ["-w", "-g0", "-O2" if is_header else "-O1"]
-            words.insert(1, f"-I{overlay}")
-            if run_quietly(words, self.programs.build, 120) != 0:
-                return False
-            self.replaced[made] = target
-        return True
-
-    def link(self, target):
-        archive, program = self.folder / "changed.a", self.folder / "program"
-        archive.unlink(missing_ok=True)
-        objects = [str(self.replaced.get(made, made)) for made, _ in self.programs.objects.values()]
-        subprocess.run(["ar", "rcsT", archive, *objects], check=True)
-        words = [str(archive) if word == ARCHIVE else word for word in self.programs.links[target]]
-        words[words.index("-o") + 1] = str(program)
-        if run_quietly([*words, "-fuse-ld=lld", "-Wl,--strip-debug"], self.programs.build, 120) != 0:
-            sys.exit(f"{target} cannot be linked with the changed library")
-        return program
-
-    def noticed(self, mutant):
-        """Whether a test fails."""
-        for target in self.plan.order(mutant.path):
-            program = self.link(target)
-            with self.plan.alone if target in self.plan.serial else contextlib.nullcontext():
-                for chosen, usual in self.plan.times[target].items():
-                    if run_test(program, chosen, 5 * usual + 5) != 0:
-                        self.plan.struck(mutant.path, target)
-                        return True
-        return False
+    def runs(self, limit, *words):
+        process = subprocess.Popen(words, cwd=self.build / "tests", stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.DEVNULL, start_new_session=True)
+        try:
+            return process.wait(limit) == 0
+        except subprocess.TimeoutExpired:
+            os.killpg(process.pid, signal.SIGKILL)
+            return process.wait() == 0
 
 
 class Plan:
-    """Which programs and tests are run, and in which order: what noticed the last change to a file, then the quick."""
+    """Which tests are run, and in which order: the program that noticed the last change to a file, then the quick."""
 
-    def __init__(self, programs, longest):
-        self.times = {}  # program -> {filter: seconds}
+    def __init__(self, copy, options):
+        usual = copy.usual_times()
+        self.times = {}  # program -> {arguments of a test: seconds}
         self.last = {}
-        self.serial, self.alone = set(), threading.Lock()  # programs of which only one may run
-        for target in programs.links:
-            program = programs.build / target
-            listed = program.with_name(program.name + "[1]_tests.cmake")
-            if "RUN_SERIAL" in listed.read_text():
-                self.serial.add(target)
-            whole = timed(program, "*", longest)
-            if whole is not None:
-                self.times[target] = {"*": whole}
-            else:  # its tests need a process each
-                single = {name: timed(program, name, longest) for name in single_tests(program)}
-                for name in (name for name, seconds in single.items() if seconds is None):
-                    print(f"left out, fails on the unchanged library: {target} {name}", flush=True)
-                self.times[target] = {name: s for name, s in single.items() if s is not None}
-            if sum(self.times[target].values()) > longest:
-                print(f"left out, takes longer than {longest} s: {target}", flush=True)
-                del self.times[target]
+        for program, tests in copy.tests().items():
+            if options.tests and not any(text in program for text in options.tests):
+                continue
+            if failing := [name for name in tests if name not in usual]:
+                print("left out, fail on the unchanged library:", *failing, flush=True)
+            times = {arguments: usual[name] for name, arguments in tests.items() if name in usual}
+            if sum(times.values()) > options.longest:
+                print(f"left out, takes longer than {options.longest} s: {program}", flush=True)
+            else:
+                self.times[program] = times
 
     def order(self, path):
-        struck = self.last.get(path, [])
-        quick = sorted(self.times, key=lambda target: sum(self.times[target].values()))
-        return struck + [target for target in quick if target not in struck]
+        return sorted(self.times, key=lambda program: (program != self.last.get(path),
+                                                       sum(self.times[program].values())))
 
-    def struck(self, path, target):
-        self.last[path] = [target] + [other for other in self.last.get(path, []) if other != target]
+    def struck(self, path, program):
+        self.last[path] = program
 
 
 def output(*words):
     return subprocess.run(words, check=True, stdout=subprocess.PIPE, text=True).stdout
 
 
-def run_quietly(words, folder, limit):
-    process = subprocess.Popen(words, cwd=folder, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                               start_new_session=True)
-    try:
-        return process.wait(limit)
-    except subprocess.TimeoutExpired:
-        os.killpg(process.pid, signal.SIGKILL)
-        return process.wait()
-
-
-def run_test(program, chosen, limit):
-    return run_quietly([program, "--gtest_brief=1", "--gtest_fail_fast", f"--gtest_filter={chosen}"],
-                       program.parent, limit)
-
-
-def timed(program, chosen, limit):
-    begin = time.monotonic()
-    return time.monotonic() - begin if run_test(program, chosen, limit) == 0 else None
-
-
-def single_tests(program):
-    listed = subprocess.run([program, "--gtest_list_tests"], stdout=subprocess.PIPE, text=True).stdout
-    names, suite = [], ""
-    for line in listed.splitlines():
-        word = line.split("#")[0].strip()
-        if line.startswith(" "):
-            names.append(suite + word)
-        elif word.endswith("."):
-            suite = word
-    return names
-
-
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     option = parser.add_argument
-    option("--build", type=Path, default=ROOT / "build/release", metavar="FOLDER",
-           help="a finished build with tests (default: that of the preset release)")
     option("--sample", type=int, metavar="N",
            help="try N mutants that are not known to make no difference, the same ones at every run")
     option("--seed", type=int, default=1, metavar="N", help="of the sample")
@@ -293,8 +223,7 @@ def main():
     if options.list:
         print("\n".join(map(str, mutants)), f"\n{len(mutants)} of {total} mutants")
         return 0
-    with tempfile.TemporaryDirectory(prefix="isp_mutate_", ignore_cleanup_errors=True) as folder:
-        return work(options, mutants, total, Path(folder))
+    return work(options, mutants, total)
 
 
 def choose(options):
@@ -316,27 +245,22 @@ def choose(options):
     return mutants, total
 
 
-def work(options, mutants, total, folder):
-    programs = Programs(options.build.resolve())
-    if options.tests:
-        programs.links = {name: words for name, words in programs.links.items()
-                          if any(text in name for text in options.tests)}
-    plan = Plan(programs, options.longest)
+def work(options, mutants, total):
+    copies = queue.SimpleQueue()
+    with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
+        made = list(pool.map(Copy, range(options.jobs)))
+    plan = Plan(made[0], options)
     seconds = sum(sum(tests.values()) for tests in plan.times.values())
     print(f"{len(plan.times)} test programs, {seconds:.0f} s; {len(mutants)} of {total} mutants", flush=True)
-
-    benches = queue.SimpleQueue()
-    for job in range(options.jobs):
-        benches.put(Bench(programs, plan, folder / str(job)))
+    for copy in made:
+        copies.put(copy)
 
     def attempt(mutant):
-        bench = benches.get()
+        copy = copies.get()
         try:
-            changed = mutant.text[:mutant.begin] + mutant.new + mutant.text[mutant.end:]
-            compiled = bench.compile(mutant.path, changed)
-            return mutant, bench.noticed(mutant) if compiled else None
+            return mutant, copy.noticed(mutant, plan)
         finally:
-            benches.put(bench)
+            copies.put(copy)
 
     counts, unknown = {}, 0
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:

@@ -197,7 +197,9 @@ TEST_F(AwbCalibration, FileFunctions)
     }
     EXPECT_EQ(user_load_wb_calibration_file(&record, 80), -1) << "no file";
     isp::seam.shading_file = isp::seam.wb_calibration_file;
+    testing::internal::CaptureStderr();
     EXPECT_EQ(user_load_shading_file(reinterpret_cast<char*>(&record), 80), -1) << "no file";
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::StartsWith("open reg_file fail:"));
     EXPECT_EQ(user_load_shading_file(reinterpret_cast<char*>(&record), -1), -1);
     EXPECT_EQ(file_bytes(wb_file), "no file");
     write_bytes(wb_file, bytes(kExample, 100));
