@@ -1,4 +1,5 @@
 // The server's interface: requests, and events that other modules listen to.
+import { html, render } from './vendor/lit-html.js';
 
 async function request(method, path, body) {
   const isFile = body instanceof File;
@@ -30,6 +31,9 @@ export const getFiles = async () => (await request('GET', 'api/files')).files;
 export const putFile = (name, file) => request('PUT', pathOf(name), file);
 
 export const runCommand = (line) => request('POST', 'api/command', { line });
+
+/** The same where nothing is done with the answer: a refusal is said. */
+export const tryCommand = (line) => runCommand(line).catch((error) => say(error.message));
 
 /** Runs a sweep; its points, each with settings and figures. */
 export const sweep = async (line) => JSON.parse(
@@ -75,19 +79,11 @@ export function latestOnly(action) {
   };
 }
 
-export function element(tag, attributes = {}, ...children) {
-  const made = document.createElement(tag);
-  for (const [name, value] of Object.entries(attributes)) {
-    if (name.startsWith('on')) {
-      made.addEventListener(name.slice(2), value);
-    } else if (name in made && name !== 'list') {
-      made[name] = value;
-    } else {
-      made.setAttribute(name, value);
-    }
-  }
-  made.append(...children);
-  return made;
+/** The element that a template describes. */
+export function made(template) {
+  const holder = document.createElement('div');
+  render(template, holder);
+  return holder.firstElementChild;
 }
 
 /** A command's answer with links to the files that it wrote, and their pictures. */
@@ -97,9 +93,9 @@ export function linked(text) {
     if (!name) {
       return `${line}\n`;
     }
-    const picture = /\.(png|jpe?g)$/i.test(name)
-      ? [element('img', { src: `${pathOf(name)}?${Date.now()}`, alt: name, className: 'written' })] : [];
-    return element('a', { href: pathOf(name), download: name, className: 'written' }, `wrote ${name}`, ...picture);
+    const path = pathOf(name);
+    const picture = /\.(png|jpe?g)$/i.test(name) ? html`<img class="written" src="${path}?${Date.now()}" alt=${name}>` : '';
+    return html`<a class="written" href=${path} download=${name}>wrote ${name}${picture}</a>`;
   });
 }
 

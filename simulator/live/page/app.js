@@ -1,216 +1,140 @@
 // The page: what the server tells goes to cameras, controls, plots and log.
-import { element, getSettings, linked, listen, readable, runCommand, say, title } from './api.js';
+import { getSettings, listen, readable, title, tryCommand } from './api.js';
 import { Cameras } from './cameras.js';
 import { Controls, valueText } from './controls.js';
+import { Log, clockText } from './log.js';
 import { Measuring } from './measure.js';
 import { Plots } from './plot.js';
+import { html, render } from './vendor/lit-html.js';
 
-const node = (id) => document.getElementById(id);
 const SPEEDS = [0.1, 0.25, 0.5, 1, 2, 5, 10, 50];
-const MOST_LINES = 500;
-const CONTROL_LEVEL = 7; // of the lines about VISCA messages
 
-function clockText(seconds) {
-  const minutes = Math.floor(seconds / 60);
-  return `${minutes}:${(seconds - minutes * 60).toFixed(1).padStart(4, '0')}`;
-}
+// Plots and log stand beside the pictures where there is room, else below them.
+const PLOTS_ASIDE = matchMedia('(min-width: 1680px), (min-width: 1001px) and (min-height: 1000px)');
+const LOG_ASIDE = matchMedia('(min-width: 1680px) and (min-height: 900px)');
 
-/** The library's lines and the answers to commands. */
-class Log {
-  constructor() {
-    this.lines = node('log-lines');
-    this.filter = node('log-filter');
-    this.last = 0;
-    const offer = (value, text) => this.filter.append(element('option', { value }, text));
-    offer('all', 'all cameras');
-    for (let id = 0; id < 8; id += 1) {
-      offer(String(id), `camera ${id}`);
-    }
-    offer('said', 'my commands');
-    offer('visca', 'VISCA messages');
-    this.filter.addEventListener('change', () => {
-      for (const line of this.lines.children) {
-        line.hidden = !this.wants(line.dataset);
-      }
-      this.lines.scrollTop = this.lines.scrollHeight;
-    });
-    node('log-clear').addEventListener('click', () => this.lines.replaceChildren());
-  }
-
-  wants({ camera, level }) {
-    const { value } = this.filter;
-    return level === String(CONTROL_LEVEL) ? value === 'visca' : value === 'all' || camera === value || camera === 'said';
-  }
-
-  add(text, camera, time, className = '', level = 0) {
-    const atEnd = this.lines.scrollHeight - this.lines.scrollTop - this.lines.clientHeight < 30;
-    const tag = camera === null || camera === 'said' ? '' : `camera ${camera}`;
-    const line = element('div', { className },
-      element('time', {}, clockText(time)), element('span', { className: 'tag' }, tag),
-      element('span', {}, ...(className === 'answer' ? linked(text) : [text])));
-    Object.assign(line.dataset, { camera, level });
-    line.hidden = !this.wants(line.dataset);
-    this.lines.append(line);
-    const alike = [...this.lines.children].filter((each) => (each.dataset.level === String(CONTROL_LEVEL)) === (level === CONTROL_LEVEL));
-    if (alike.length > MOST_LINES) {
-      alike[0].remove();
-    }
-    if (atEnd) {
-      this.lines.scrollTop = this.lines.scrollHeight;
-    }
-  }
-
-  show(lines) {
-    for (const { number, time, camera, text, level } of lines) {
-      if (number > this.last) {
-        this.last = number;
-        this.add(text, camera, time, '', level);
-      }
-    }
-  }
-}
-
-/** Returns what runs a command and shows it and its answer in the log. */
-function setUpConsole(log, timeNow) {
-  const input = node('command');
-  const typed = [];
-  let place = 0;
-  const run = async (line) => {
-    log.add(`> ${line}`, 'said', timeNow(), 'typed');
-    try {
-      const { output } = await runCommand(line);
-      output.trimEnd().split('\n').filter(Boolean).forEach((text) => log.add(text, 'said', timeNow(), 'answer'));
-      say(output);
-    } catch (error) {
-      log.add(error.message, 'said', timeNow(), 'bad');
-      say(error.message);
-    }
-  };
-  node('console').addEventListener('submit', (event) => {
-    event.preventDefault();
-    const line = input.value.trim();
-    if (line) {
-      typed.push(line);
-      place = typed.length;
-      input.value = '';
-      run(line);
-    }
-  });
-  input.addEventListener('keydown', (event) => {
-    const step = { ArrowUp: -1, ArrowDown: 1 }[event.key];
-    if (step && place + step >= 0 && place + step <= typed.length) {
-      event.preventDefault();
-      place += step;
-      input.value = typed[place] ?? '';
-    }
-  });
-  return run;
-}
+const page = {
+  state: { time: 0, speed: 1, undo: '', busy: '' },
+  connection: 'connecting',
+  busySince: Infinity,
+  histograms: localStorage.getItem('histograms') !== 'off',
+};
 
 async function start() {
   const list = await getSettings();
   const modes = list.settings.find((setting) => setting.name === 'exposure_mode');
-  const log = new Log();
-  let time = 0;
-  const run = setUpConsole(log, () => time);
-
-  const plots = new Plots(node('plots'));
-  const cameras = new Cameras(node('cameras'), {
+  const log = new Log(() => page.state.time);
+  const plots = new Plots();
+  const cameras = new Cameras({
     modeName: (value) => readable(valueText(modes, value)),
     onSelect: (id) => {
       controls.select(id);
       plots.select(id);
-      node('plot-camera').textContent = `camera ${id}`;
       measuring.show();
+      update();
     },
-    onStart: (ids) => runCommand(`start ${ids.join(' ')}`).catch((error) => say(error.message)),
+    onPicture: () => measuring.show(),
+    measures: () => measuring.on,
   });
-  const measuring = new Measuring(cameras, node('measure-card'), node('measuring'));
-  const controls = new Controls({
-    choiceNode: node('camera-choice'),
-    tabsNode: node('tabs'),
-    pagesNode: node('pages'),
-    list,
+  const measuring = new Measuring(cameras);
+  const controls = new Controls(list, {
+    update,
     onCamera: (id) => cameras.select(id),
+    onReset: (id) => log.run(`reset ${id}`),
   });
 
-  const speed = node('speed');
-  speed.append(...SPEEDS.map((value) => element('option', { value: String(value) }, `${value} ×`)));
-  speed.addEventListener('change', () => runCommand(`speed ${speed.value}`).catch((error) => say(error.message)));
+  function template() {
+    const { time, speed, undo, busy } = page.state;
+    const [whose, what] = undo.split(': ');
+    return html`
+      <a class="skip" href="#panel">Skip to the controls</a>
+      <header class="bar">
+        <h1>isp-sim</h1>
+        <p class="clock"><span class="quiet">simulated time</span> <output>${clockText(time)}</output></p>
+        <label class="inline">Speed
+          <select @change=${(event) => tryCommand(`speed ${event.target.value}`)}>
+            ${[...new Set([...SPEEDS, speed])].map((value) => html`
+              <option value=${value} .selected=${value === speed}>${value} ×</option>`)}
+          </select>
+        </label>
+        <button type="button" id="undo" ?disabled=${!what} title="Ctrl+Z" @click=${() => log.run('undo')}>${
+  what ? `Undo ${whose}: ${title(what)}` : 'Undo'}</button>
+        <button type="button" id="histograms" aria-pressed=${page.histograms} title="Show a histogram in each picture"
+          @click=${toggleHistograms}>Histograms</button>
+        <button type="button" id="measuring" aria-pressed=${measuring.on} @click=${() => { measuring.toggle(); update(); }}
+          title="Figures of a rectangle, a loupe and sweeps">Measure</button>
+        <p class="busy" ?hidden=${performance.now() - page.busySince < 300}>${busy}</p>
+        <p id="connection" class="connection" role="status">${page.connection}</p>
+      </header>
+      <main>
+        <div class="stage">
+          <section class="cameras ${cameras.cards.size === 1 ? 'single' : ''}" aria-label="Cameras"
+            @pointerdown=${measuring.pointer} @pointermove=${measuring.pointer} @pointerup=${measuring.pointer}>
+            ${cameras.nodes()}
+          </section>
+          ${measuring.node}${PLOTS_ASIDE.matches ? '' : plots.node}${LOG_ASIDE.matches ? '' : log.node}
+        </div>
+        <div class="side">
+          ${controls.template()}${PLOTS_ASIDE.matches ? plots.node : ''}${LOG_ASIDE.matches ? log.node : ''}
+        </div>
+      </main>
+      <div id="said" class="visually-hidden" aria-live="polite"></div>`;
+  }
 
-  const histograms = node('histograms');
-  const showHistograms = (on) => {
-    histograms.setAttribute('aria-pressed', String(on));
-    document.body.classList.toggle('no-histograms', !on);
-    localStorage.setItem('histograms', on ? '' : 'off');
-  };
-  showHistograms(localStorage.getItem('histograms') !== 'off');
-  histograms.addEventListener('click', () => showHistograms(histograms.getAttribute('aria-pressed') !== 'true'));
+  function update() {
+    document.body.classList.toggle('no-histograms', !page.histograms);
+    document.body.classList.toggle('away', page.connection !== 'live');
+    document.body.classList.toggle('measuring', measuring.on);
+    render(template(), document.body);
+  }
 
-  const undo = node('undo');
-  undo.addEventListener('click', () => run('undo'));
-  node('reset').addEventListener('click', () => run(`reset ${cameras.selected}`));
+  function toggleHistograms() {
+    page.histograms = !page.histograms;
+    localStorage.setItem('histograms', page.histograms ? '' : 'off');
+    update();
+  }
+
+  for (const room of [PLOTS_ASIDE, LOG_ASIDE]) {
+    room.addEventListener('change', () => {
+      update();
+      log.toEnd();
+    });
+  }
   addEventListener('keydown', (event) => {
     if (event.key === 'Escape') {
       cameras.select(cameras.selected, false);
-    } else if (event.key === 'z' && (event.ctrlKey || event.metaKey) && event.target !== node('command')) {
+    } else if (event.key === 'z' && (event.ctrlKey || event.metaKey) && event.target.id !== 'command') {
       event.preventDefault();
-      undo.click();
+      document.getElementById('undo').click();
     }
   });
 
-  // Plots and log stand beside the pictures where there is room, else below them.
-  for (const [id, room] of [['plot-card', '(min-width: 1680px), (min-width: 1001px) and (min-height: 1000px)'],
-    ['log', '(min-width: 1680px) and (min-height: 900px)']]) {
-    const query = matchMedia(room);
-    const place = () => {
-      node(query.matches ? 'side' : 'stage').append(node(id));
-      node('log-lines').scrollTop = Number.MAX_SAFE_INTEGER;
-    };
-    query.addEventListener('change', place);
-    place();
-  }
-
-  let busySince = 0;
+  update();
   listen({
     pictures: (numbers) => cameras.tell(numbers),
     settings: (change) => controls.showSettings(change),
     log: (lines) => log.show(lines),
     state: (state) => {
-      if (state.time < time) { // another program serves now
+      if (state.time < page.state.time) { // another program serves now
         log.last = 0;
         plots.clear();
       }
-      time = state.time;
-      const [whose, what] = state.undo.split(': ');
-      undo.disabled = !what;
-      undo.textContent = what ? `Undo ${whose}: ${title(what)}` : 'Undo';
-      node('clock').textContent = clockText(time);
-      if (document.activeElement !== speed) {
-        if (![...speed.options].some((option) => Number(option.value) === state.speed)) {
-          speed.append(element('option', { value: String(state.speed) }, `${state.speed} ×`));
-        }
-        speed.value = String(state.speed);
-      }
-      busySince = state.busy ? busySince || performance.now() : 0;
-      node('busy').hidden = !busySince || performance.now() - busySince < 300;
-      node('busy').textContent = state.busy;
+      page.state = state;
+      page.busySince = state.busy ? Math.min(page.busySince, performance.now()) : Infinity;
       cameras.show(state.cameras);
-      controls.showState(state);
+      controls.state = state;
       plots.add(state);
+      update();
       const there = state.cameras.filter((camera) => camera.state !== 'none');
       if (there.length > 0 && !there.some((camera) => camera.id === cameras.selected)) {
         cameras.select(there[0].id);
       }
     },
     connection: (open) => {
-      node('connection').textContent = open ? 'live' : 'no connection';
-      document.body.classList.toggle('away', !open);
+      page.connection = open ? 'live' : 'no connection';
+      update();
     },
   });
 }
 
-start().catch((error) => {
-  node('connection').textContent = error.message;
-  document.body.classList.add('away');
-});
+start().catch((error) => render(html`<p class="bar">${error.message}</p>`, document.body));

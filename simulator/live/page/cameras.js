@@ -1,7 +1,8 @@
 // A card per running camera: its live picture with histogram, its exposure, a held still to compare with.
-import { element, latestOnly } from './api.js';
+import { latestOnly, made, tryCommand } from './api.js';
+import { html, render } from './vendor/lit-html.js';
 
-export function shutterText(seconds) {
+function shutterText(seconds) {
   if (!(seconds > 0)) {
     return '–';
   }
@@ -64,54 +65,23 @@ function drawHistogram(canvas, { counts, dark, bright }) {
 }
 
 class CameraCard {
-  constructor(id, actions) {
+  constructor(id, cameras, number = 0) {
     this.id = id;
+    this.cameras = cameras;
     this.live = null; // the picture shown last and the held one, as bitmaps
     this.still = null;
-    this.number = 0; // of the present picture, as the server told, and of the one shown
+    this.split = 50; // percent of the width that show the held one
+    this.number = number; // of the present picture, as the server told, and of the one shown
     this.shown = -1;
     this.visible = true;
-    this.picture = element('canvas', { className: 'picture', width: 640, height: 480, role: 'img' });
-    this.overlay = element('canvas', { className: 'overlay', ariaHidden: 'true' });
-    this.histogram = element('canvas', { className: 'histogram', width: 128, height: 56, role: 'img' });
-    this.name = element('button', {
-      type: 'button', className: 'name', onclick: () => actions.select(id), title: 'Show the controls of this camera',
-    }, `Camera ${id}`);
-    this.mode = element('span', { className: 'chip' });
-    this.enlarge = element('button', {
-      type: 'button', className: 'enlarge', onclick: () => actions.enlarge(id), 'aria-pressed': 'false',
-      ariaLabel: `Enlarge camera ${id}`,
-    }, 'Enlarge');
-    this.hold = element('button', {
-      type: 'button', onclick: () => this.toggleHold(), 'aria-pressed': 'false', ariaLabel: `Hold picture of camera ${id}`,
-    }, 'Hold');
-    this.split = element('input', {
-      type: 'range', className: 'split', min: 0, max: 100, value: 50, oninput: () => this.draw(),
-      'aria-label': `Camera ${id}: held picture on the left, live picture on the right`,
-    });
-    this.splitRow = element('div', { className: 'split-row', hidden: true }, 'held', this.split, 'live');
-    this.figures = {};
-    const figure = (key, label, hint) => {
-      this.figures[key] = element('dd', {}, '–');
-      return element('div', { title: hint }, element('dt', {}, label), this.figures[key]);
-    };
-    this.meter = element('i');
-    this.target = element('b');
-    this.frame = element('div', {
-      className: 'frame', onclick: () => document.body.dataset.tool || actions.enlarge(id),
-    }, this.picture, this.overlay, this.histogram);
-    this.node = element('article', { className: 'camera card', 'aria-label': `Camera ${id}` },
-      this.frame,
-      element('div', { className: 'camera-head' }, this.name, this.mode,
-        element('span', { className: 'buttons' }, this.hold, this.enlarge)),
-      this.splitRow,
-      element('dl', { className: 'figures' },
-        figure('time', 'time', 'Exposure time'), figure('gain', 'gain', 'Analogue times digital gain'),
-        figure('luma', 'luma', 'Measured luma and its target'), figure('wb', 'R / B', 'White-balance gains'),
-        figure('light', 'light', 'Colour temperature of the light'), figure('iris', 'iris', 'Aperture'),
-        figure('zoom', 'zoom', 'Position of the zoom, motor steps')),
-      element('div', { className: 'meter', title: 'Luma, and the target as a mark' }, this.meter, this.target));
-    this.node.dataset.camera = id;
+    this.picture = made(html`<canvas class="picture" width="640" height="480" role="img"></canvas>`);
+    this.overlay = made(html`<canvas class="overlay" aria-hidden="true"></canvas>`);
+    this.histogram = made(html`<canvas class="histogram" width="128" height="56" role="img"></canvas>`);
+    this.frame = made(html`
+      <div class="frame" @click=${() => cameras.measures() || this.enlarge()}>
+        ${this.picture}${this.overlay}${this.histogram}
+      </div>`);
+    this.node = made(html`<article data-camera=${id} aria-label="Camera ${id}"></article>`);
     this.observer = new IntersectionObserver(([entry]) => { this.visible = entry.isIntersecting; });
     this.observer.observe(this.node);
     this.sampler = new OffscreenCanvas(160, 120).getContext('2d', { willReadFrequently: true });
@@ -122,7 +92,18 @@ class CameraCard {
   close() {
     this.visible = false;
     this.observer.disconnect();
-    this.node.remove();
+  }
+
+  get selected() {
+    return this.cameras.selected === this.id;
+  }
+
+  get large() {
+    return this.cameras.enlarged && this.selected;
+  }
+
+  enlarge() {
+    this.cameras.select(this.id, !this.large);
   }
 
   tell(number) {
@@ -150,7 +131,7 @@ class CameraCard {
     this.live?.close();
     this.live = bitmap;
     this.draw();
-    this.node.dispatchEvent(new CustomEvent('picture', { bubbles: true }));
+    this.cameras.onPicture();
     this.sampler.drawImage(bitmap, 0, 0, 160, 120);
     const histogram = histogramOf(this.sampler.getImageData(0, 0, 160, 120).data);
     drawHistogram(this.histogram, histogram);
@@ -171,7 +152,7 @@ class CameraCard {
     const context = picture.getContext('2d');
     context.drawImage(live, 0, 0);
     if (still) {
-      const part = this.split.value / 100;
+      const part = this.split / 100;
       const x = Math.round(picture.width * part);
       context.drawImage(still, 0, 0, still.width * part, still.height, 0, 0, x, picture.height);
       context.fillStyle = '#fff';
@@ -186,84 +167,90 @@ class CameraCard {
     } else if (this.live) {
       this.still = await createImageBitmap(this.live);
     }
-    this.hold.setAttribute('aria-pressed', String(Boolean(this.still)));
-    this.splitRow.hidden = !this.still;
+    this.render();
     this.draw();
   }
 
-  show(state, modeName) {
-    const { figures } = this;
-    this.refresh();
-    this.mode.textContent = state.state === 'running' ? modeName : state.state;
-    figures.time.textContent = shutterText(state.time);
-    figures.gain.textContent = `×${state.gain.toFixed(2)}`;
-    figures.luma.textContent =
-      `${state.luma.toFixed(0)} of ${state.target.toFixed(0)}${state.at_limit ? ', at its limit' : ''}`;
-    figures.wb.textContent = `${state.red_gain.toFixed(2)} / ${state.blue_gain.toFixed(2)}`;
-    figures.light.textContent = `${Math.round(state.illuminant)} K`;
-    for (const key of ['iris', 'zoom']) {
-      figures[key].parentNode.hidden = state[key] === null;
-    }
-    if (state.iris !== null) {
-      figures.iris.textContent = fNumber(state.iris);
-      figures.zoom.textContent = Math.round(state.zoom);
-    }
-    this.meter.style.width = `${(state.luma / 255) * 100}%`;
-    this.target.style.left = `${(state.target / 255) * 100}%`;
-    this.picture.ariaLabel = `Live picture: ${figures.time.textContent}, gain ${state.gain.toFixed(1)}, ` +
-      `luma ${figures.luma.textContent}`;
-  }
-
-  setLarge(large, others) {
-    this.node.classList.toggle('large', large);
-    this.node.classList.toggle('small', others);
-    this.enlarge.setAttribute('aria-pressed', String(large));
-    this.enlarge.textContent = large ? 'Shrink' : 'Enlarge';
-    this.enlarge.ariaLabel = `${this.enlarge.textContent} camera ${this.id}`;
-    this.refresh();
+  render() {
+    const { id, state, large, still } = this;
+    const size = large ? 'large' : this.cameras.enlarged ? 'small' : '';
+    this.node.className = `camera card ${this.selected ? 'selected' : ''} ${size}`;
+    const luma = `${state.luma.toFixed(0)} of ${state.target.toFixed(0)}${state.at_limit ? ', at its limit' : ''}`;
+    this.picture.ariaLabel = `Live picture: ${shutterText(state.time)}, gain ${state.gain.toFixed(1)}, luma ${luma}`;
+    const figures = [
+      ['time', 'Exposure time', shutterText(state.time)],
+      ['gain', 'Analogue times digital gain', `×${state.gain.toFixed(2)}`],
+      ['luma', 'Measured luma and its target', luma],
+      ['R / B', 'White-balance gains', `${state.red_gain.toFixed(2)} / ${state.blue_gain.toFixed(2)}`],
+      ['light', 'Colour temperature of the light', `${Math.round(state.illuminant)} K`],
+      ...(state.iris === null ? [] : [
+        ['iris', 'Aperture', fNumber(state.iris)],
+        ['zoom', 'Position of the zoom, motor steps', Math.round(state.zoom)],
+      ]),
+    ];
+    const enlarge = large ? 'Shrink' : 'Enlarge';
+    render(html`
+      ${this.frame}
+      <div class="camera-head">
+        <button type="button" class="name" title="Show the controls of this camera"
+          @click=${() => this.cameras.select(id)}>${`Camera ${id}`}</button>
+        <span class="chip">${state.state === 'running' ? this.cameras.modeName(state.exposure_mode) : state.state}</span>
+        <span class="buttons">
+          <button type="button" aria-pressed=${Boolean(still)} aria-label="Hold picture of camera ${id}"
+            @click=${() => this.toggleHold()}>Hold</button>
+          <button type="button" class="enlarge" aria-pressed=${large} aria-label="${enlarge} camera ${id}"
+            @click=${() => this.enlarge()}>${enlarge}</button>
+        </span>
+      </div>
+      <div class="split-row" ?hidden=${!still}>
+        held
+        <input type="range" class="split" aria-label="Camera ${id}: held picture on the left, live picture on the right"
+          @input=${(event) => { this.split = event.target.value; this.draw(); }}>
+        live
+      </div>
+      <dl class="figures">
+        ${figures.map(([label, hint, text]) => html`<div title=${hint}><dt>${label}</dt><dd>${text}</dd></div>`)}
+      </dl>
+      <div class="meter" title="Luma, and the target as a mark">
+        <i .style=${`width: ${(state.luma / 255) * 100}%`}></i><b .style=${`left: ${(state.target / 255) * 100}%`}></b>
+      </div>`, this.node);
   }
 }
 
 export class Cameras {
-  constructor(node, { onSelect, modeName, onStart }) {
-    this.node = node;
+  constructor({ onSelect, onPicture, modeName, measures }) {
     this.cards = new Map();
     this.numbers = new Map();
     this.enlarged = false; // the selected one
     this.selected = null;
-    this.onSelect = onSelect;
-    this.modeName = modeName;
-    this.empty = element('div', { className: 'empty card' },
-      element('p', {}, 'No camera runs.'),
-      element('button', { type: 'button', className: 'primary', onclick: () => onStart([0, 1, 2, 3]) },
-        'Start cameras 0 to 3'));
+    Object.assign(this, { onSelect, onPicture, modeName, measures });
+    this.empty = made(html`
+      <div class="empty card">
+        <p>No camera runs.</p>
+        <button type="button" class="primary" @click=${() => tryCommand('start 0 1 2 3')}>Start cameras 0 to 3</button>
+      </div>`);
+  }
+
+  /** What stands in their place: the cards in order. */
+  nodes() {
+    const cards = [...this.cards.values()].sort((a, b) => a.id - b.id);
+    return this.told && cards.length === 0 ? [this.empty] : cards.map((card) => card.node);
   }
 
   show(states) {
+    this.told = true;
     for (const state of states) {
-      const there = this.cards.get(state.id);
       if (state.state === 'none') {
-        there?.close();
+        this.cards.get(state.id)?.close();
         this.cards.delete(state.id);
         continue;
       }
-      if (!there) {
-        const card = new CameraCard(state.id, {
-          select: (id) => this.select(id),
-          enlarge: (id) => this.select(id, !(this.enlarged && id === this.selected)),
-        });
-        card.number = this.numbers.get(state.id) ?? 0;
-        this.cards.set(state.id, card);
-        const later = [...this.node.children].find((child) => Number(child.dataset.camera) > state.id);
-        this.node.insertBefore(card.node, later ?? null);
-      }
-      this.cards.get(state.id).show(state, this.modeName(state.exposure_mode));
+      const card = this.cards.get(state.id) ?? new CameraCard(state.id, this, this.numbers.get(state.id));
+      this.cards.set(state.id, card);
+      card.state = state;
+      card.render();
+      card.refresh();
     }
-    this.empty.remove();
-    if (this.cards.size === 0) {
-      this.node.append(this.empty);
-    }
-    this.node.classList.toggle('single', this.cards.size === 1);
   }
 
   /** A picture's number, per camera; one of a camera that no state had is told by the card's next state. */
@@ -277,10 +264,7 @@ export class Cameras {
   select(id, enlarged = this.enlarged) {
     this.selected = id;
     this.enlarged = enlarged;
-    for (const [other, card] of this.cards) {
-      card.node.classList.toggle('selected', other === id);
-      card.setLarge(enlarged && other === id, enlarged && other !== id);
-    }
+    this.cards.forEach((card) => card.render());
     if (enlarged) {
       this.cards.get(id)?.node.scrollIntoView({ block: 'nearest' });
     }

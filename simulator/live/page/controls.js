@@ -1,8 +1,9 @@
 // The controls: one per setting of the server's list, grouped as there, and those of scene, lens, faults and
 // calibration.
 import {
-  element, getFiles, latestOnly, linked, putFile, putSetting, putSettings, readable, runCommand, say, title,
+  getFiles, latestOnly, linked, putFile, putSetting, putSettings, readable, runCommand, say, title,
 } from './api.js';
+import { html, nothing } from './vendor/lit-html.js';
 
 const TABS = { exposure: 'Exposure', white_balance: 'White balance', image: 'Image' }; // other groups are among the tools
 const ONE_PUSH_SECONDS = 4;
@@ -10,11 +11,6 @@ const CALIBRATION_SECONDS = 9;
 
 const DARKEST = -2.05; // the slider of the luminance is logarithmic; its lowest place is no light at all
 const luminanceAt = (place) => (place <= DARKEST ? 0 : Number((10 ** place).toPrecision(3)));
-
-const button = (text, onclick, attributes = {}) => element('button', { type: 'button', onclick, ...attributes }, text);
-
-let ids = 0;
-const newId = () => `c${(ids += 1)}`;
 
 export function valueText(setting, value) {
   return setting.names.find((known) => known.value === value)?.name ?? String(value);
@@ -43,12 +39,11 @@ const hasNoEffect = (setting) => Object.values(setting.modes).some((values) => v
 
 const sentence = (text) => (text ? `${text[0].toUpperCase()}${text.slice(1)}.` : '');
 
-/** A value as its control shows it: what it means, "1/60 s", and the level beside it where it has no name. */
-function shownValue(setting, value) {
+/** A value as its control shows it: what it means, "1/60 s", after the level where it has no name. */
+function meaningOf(setting, value) {
   const quantity = setting.quantities[value - setting.lowest] ?? '';
   const text = valueText(setting, value);
-  const named = text !== String(value);
-  return named ? [quantity || text] : [text, element('small', {}, ` ${quantity}`)];
+  return text !== String(value) ? [quantity || text] : [text, quantity];
 }
 
 /** How a setting is shown. */
@@ -71,521 +66,406 @@ function formOf(setting) {
   return modes || allNamed ? 'choice' : 'slider';
 }
 
+const button = (text, action, disabled = false) => html`
+  <button type="button" ?disabled=${disabled} @click=${action}>${text}</button>`;
+
 /** Buttons of which one is chosen; arrow keys move as among radio buttons, which they are. */
-function choice(label, options, onChoose, className = 'pills') {
-  const group = newId();
-  const inputs = new Map();
-  const node = element('div', { className, role: 'radiogroup', 'aria-label': label });
-  for (const [value, text] of options) {
-    const input = element('input', { type: 'radio', name: group, id: newId(), onchange: () => onChoose(value) });
-    inputs.set(value, input);
-    node.append(element('span', {}, input, element('label', { htmlFor: input.id }, text)));
-  }
-  return {
-    node,
-    show(value) {
-      for (const [other, input] of inputs) {
-        input.checked = other === value;
+const choice = (id, label, options, chosen, onChoose) => html`
+  <div class="pills" role="radiogroup" aria-label=${label} aria-describedby="${id}-note">
+    ${options.map(([value, text]) => html`<span><input type="radio" name=${id} id="${id}-${value}"
+      .checked=${value === chosen} @change=${() => onChoose(value)}><label for="${id}-${value}">${text}</label></span>`)}
+  </div>`;
+
+const slider = (id, { lowest, highest, step = 1 }, value, text, onMove, initial) => html`
+  <span class="control ranged">
+    <input type="range" id=${id} min=${lowest} max=${highest} step=${step} .value=${value} aria-valuetext=${text}
+      aria-describedby="${id}-note" @input=${(event) => onMove(Number(event.target.value))}>${initial}
+  </span>`;
+
+const switchOf = (id, on, onSwitch) => html`
+  <span class="control">
+    <input type="checkbox" class="switch" role="switch" id=${id} name=${id} .checked=${on} aria-describedby="${id}-note"
+      @change=${(event) => onSwitch?.(event.target.checked)}>
+  </span>`;
+
+/** A button that asks for a file. */
+const picker = (text, accept, onFile) => html`
+  <label class="picker">${text}<input type="file" accept=${accept} class="visually-hidden"
+    @change=${({ target }) => { onFile(target.files[0]); target.value = ''; }}></label>`;
+
+/** A bar that fills within so many seconds of simulated time since it was begun. */
+const progress = (begun, seconds, now) => html`
+  <progress max="1" aria-label="Progress" .value=${Math.min(1, (now - begun) / seconds) || 0} ?hidden=${begun === null}></progress>`;
+
+/** A line of the panel: what it is, its control, what the value means, what else is to be said. */
+const row = (id, label, control, { value = '', reset = '', note = '', kind = '', className = '', hint = '' } = {}) => html`
+  <div class="row ${className}" data-setting=${id}>
+    <label class="label" for=${id} title=${hint || nothing}>${label}</label>${control}
+    <output class="value">${value}</output>${reset}
+    <p class="note ${kind}" id="${id}-note">${note}</p>
+  </div>`;
+
+const section = (heading, ...content) => html`<section class="group"><h3>${heading}</h3>${content}</section>`;
+
+const output = async (line) => (await runCommand(line)).output;
+
+const download = (href, name) => Object.assign(document.createElement('a'), { href, download: name }).click();
+
+/** What a hand moves: shows at once where it was moved to, and what the server says a while after. */
+class Control {
+  constructor(controls, send, pause = 400) {
+    this.controls = controls;
+    this.pause = pause; // milliseconds
+    this.clear();
+    this.sendLatest = latestOnly(async (camera, value) => {
+      this.sending = true;
+      try {
+        this.tell(...await send(camera, value));
+      } catch (error) {
+        this.tell(error.message, 'bad');
       }
-    },
-  };
-}
-
-class Row {
-  constructor(setting, context) {
-    this.setting = setting;
-    this.context = context;
-    this.value = setting.initial;
-    this.touched = -Infinity;
-    this.label = element('label', { className: 'label', title: `${setting.name}: ${setting.effect}` },
-      title(setting.name));
-    this.text = element('output', { className: 'value' });
-    const back = `back to ${valueText(setting, setting.initial)}`;
-    this.reset = button('↺', () => this.put(setting.initial),
-      { className: 'reset', title: back, ariaLabel: `${title(setting.name)}: ${back}` });
-    this.note = element('p', { className: 'note', id: newId() });
-    this.control = this.makeControl();
-    this.node = element('div', { className: `row of-${this.form}` }, this.label, this.control, this.text, this.reset,
-      this.note);
-    this.node.dataset.setting = setting.name;
-    this.send = latestOnly((camera, value) => this.request(camera, value));
+      this.sending = false;
+      controls.update();
+      setTimeout(controls.update, pause);
+    });
   }
 
-  makeControl() {
-    const { setting } = this;
-    this.form = formOf(setting);
-    const described = { 'aria-describedby': this.note.id };
-    if (this.form === 'action') {
-      this.input = button(setting.name === 'wb_mode_onepush' ? 'Measure' : 'Apply', () => this.put(), described);
-      this.progress = element('progress', { max: 1, value: 0, hidden: true, 'aria-label': 'Progress' });
-      return element('span', { className: 'control' }, this.input, this.progress);
-    }
-    if (this.form === 'switch') {
-      const on = setting.names.find((known) => known.name === 'on').value;
-      const off = setting.names.find((known) => known.name === 'off').value;
-      this.input = element('input', {
-        type: 'checkbox', className: 'switch', role: 'switch', id: newId(), ...described,
-        onchange: () => this.put(this.input.checked ? on : off),
-      });
-      this.label.htmlFor = this.input.id;
-      this.showControl = (value) => { this.input.checked = value === on; };
-      return element('span', { className: 'control' }, this.input);
-    }
-    if (this.form === 'choice' || this.form === 'styles') {
-      const names = setting.names.every(({ name }) => Number(name) > 0)
-        ? [...setting.names].sort((a, b) => a.name - b.name) : setting.names;
-      const made = choice(title(setting.name), names.map(({ name, value }) => [value, readable(name)]),
-        (value) => this.put(value));
-      made.node.setAttribute('aria-describedby', this.note.id);
-      this.showControl = made.show;
-      return made.node;
-    }
-    const number = this.form === 'number';
-    this.input = element('input', {
-      type: number ? 'number' : 'range', min: setting.lowest, max: setting.highest, step: 1, id: newId(), ...described,
-      [number ? 'onchange' : 'oninput']: () => this.put(Number(this.input.value)),
-    });
-    this.label.htmlFor = this.input.id;
-    if (number) {
-      this.showControl = (value) => { this.input.value = value; };
-      return element('span', { className: 'control' }, this.input);
-    }
-    this.showControl = (value) => {
-      this.input.value = value;
-      this.input.ariaValueText = element('span', {}, ...shownValue(setting, value)).textContent.trim();
-    };
-    const mark = element('i', { className: 'initial', title: `initially ${valueText(setting, setting.initial)}` });
-    mark.style.setProperty('--at', (setting.initial - setting.lowest) / (setting.highest - setting.lowest));
-    return element('span', { className: 'control ranged' }, this.input, mark);
+  clear() {
+    this.touched = -Infinity;
+    this.tell('');
   }
 
   put(value) {
     this.touched = performance.now();
-    if (value !== undefined && this.showControl) {
-      this.showControl(value);
-      this.text.replaceChildren(...shownValue(this.setting, value));
-    }
-    this.send(this.context.camera(), value);
+    this.held = value;
+    this.sendLatest(this.controls.camera, value);
+    this.controls.update();
+  }
+
+  shown(value) {
+    return this.sending || performance.now() - this.touched < this.pause ? this.held ?? value : value;
+  }
+
+  /** What became of the value; it stands for a while. */
+  tell(text, kind = '') {
+    this.message = { text, kind, until: performance.now() + 12000 };
+  }
+
+  /** That, or else a reason why the control has no effect. */
+  note(reason = '') {
+    const { text, kind, until } = this.message;
+    return text && performance.now() < until ? { note: text, kind } : { note: reason };
+  }
+}
+
+/** The control of a setting. */
+class Row extends Control {
+  constructor(controls, setting) {
+    super(controls, (camera, value) => this.request(camera, value));
+    this.setting = setting;
+    this.form = formOf(setting);
+    this.idle = hasNoEffect(setting);
+    this.begun = null; // simulated time at which an action was
   }
 
   async request(camera, value) {
-    const { setting } = this;
-    const slow = setting.name === 'wb_mode_onepush';
-    this.node.classList.add('sending');
-    const progress = slow ? this.context.progress(this.progress, ONE_PUSH_SECONDS) : null;
+    const { name, kind } = this.setting;
+    this.begun = name === 'wb_mode_onepush' ? this.controls.state.time : null;
     try {
-      const { result, stored, text } = await putSetting(camera, setting.name, value);
-      this.tell(sentence(text || (setting.kind === 'action' ? 'done' : '')), result === 0 ? '' : result === -1 ? 'bad' : 'warn');
-      if (stored !== null && camera === this.context.camera()) {
-        this.value = stored;
+      const { result, stored, text } = await putSetting(camera, name, value);
+      if (stored !== null) {
+        this.controls.records.get(camera)[name] = stored;
       }
-    } catch (error) {
-      this.tell(error.message, 'bad');
-    }
-    progress?.end();
-    this.node.classList.remove('sending');
-    this.showLater(200);
-  }
-
-  tell(text, kind = '') {
-    this.message = text;
-    this.messageKind = kind;
-    this.showNote();
-    if (text) {
-      say(`${title(this.setting.name)}: ${text}`);
-      clearTimeout(this.timer);
-      this.timer = setTimeout(() => { this.message = ''; this.showNote(); }, 12000);
-    }
-  }
-
-  showNote() {
-    const reason = this.reason ?? '';
-    this.note.textContent = this.message || reason;
-    this.note.className = `note ${this.message ? this.messageKind : ''}`;
-  }
-
-  /** Shows the value, but not under the hand of who moves the control: so many milliseconds after. */
-  showLater(pause) {
-    clearTimeout(this.later);
-    const left = pause - (performance.now() - this.touched);
-    if (left > 0) {
-      this.later = setTimeout(() => this.showValue(), left);
-    } else {
-      this.showValue();
-    }
-  }
-
-  showValue() {
-    const { setting } = this;
-    if (this.showControl) {
-      this.showControl(this.value);
-      this.text.replaceChildren(...(this.form === 'slider' ? shownValue(setting, this.value) : []));
-    }
-    this.node.classList.toggle('changed', this.value !== setting.initial);
-  }
-
-  show(record) {
-    const { setting } = this;
-    this.value = record[setting.name] ?? this.value;
-    this.showLater(400);
-    this.reason = hasNoEffect(setting) ? '' : reasonOf(setting, record, this.context.settings);
-    this.node.classList.toggle('unused', Boolean(this.reason) && setting.kind !== 'action');
-    if (!setting.shown && !hasNoEffect(setting)) {
-      this.reason ||= 'not shown by the simulated picture';
-    }
-    if (setting.name === 'exposure_mode' && valueText(setting, record.exposure_mode) === 'smart') {
-      const { follows } = this.context;
-      this.reason = follows === null ? 'No camera is followed here: exposure stays as it is.' : `Follows camera ${follows}.`;
-    }
-    this.showNote();
-  }
-}
-
-function section(heading, ...children) {
-  return element('section', { className: 'group' }, element('h3', {}, heading), ...children);
-}
-
-function simpleRow(label, control, value = '') {
-  return element('div', { className: 'row' }, label, control, value);
-}
-
-function switchRow(label, onChange) {
-  const input = element('input', {
-    type: 'checkbox', className: 'switch', role: 'switch', id: newId(), onchange: () => onChange(input.checked),
-  });
-  return {
-    node: simpleRow(element('label', { className: 'label', htmlFor: input.id }, label),
-      element('span', { className: 'control' }, input)),
-    show(on) { input.checked = on; },
-  };
-}
-
-/** A button that asks for a file. */
-function picker(text, accept, onFile) {
-  const input = element('input', {
-    type: 'file', accept, className: 'visually-hidden',
-    onchange: () => {
-      onFile(input.files[0]);
-      input.value = '';
-    },
-  });
-  return element('label', { className: 'picker' }, text, input);
-}
-
-/** A slider for what is no setting: sends a command line. `show` follows what happens elsewhere. */
-function commandSlider(label, range, line, text) {
-  const output = element('output', { className: 'value' });
-  const note = element('p', { className: 'note', id: newId() });
-  let touched = -Infinity;
-  const send = latestOnly(async (value) => {
-    try {
-      await runCommand(line(value));
-      note.textContent = '';
-    } catch (error) {
-      note.textContent = error.message;
-      note.className = 'note bad';
-      say(error.message);
-    }
-  });
-  const input = element('input', {
-    type: 'range', ...range, id: newId(), 'aria-describedby': note.id,
-    oninput: () => {
-      touched = performance.now();
-      output.textContent = text(Number(input.value));
-      input.ariaValueText = output.textContent;
-      send(Number(input.value));
-    },
-  });
-  output.textContent = text(Number(input.value));
-  return {
-    node: element('div', { className: 'row' }, element('label', { className: 'label', htmlFor: input.id }, label),
-      element('span', { className: 'control ranged' }, input), output, note),
-    show(value) {
-      if (performance.now() - touched > 1500) {
-        input.value = value;
-        output.textContent = text(Number(input.value));
-        input.ariaValueText = output.textContent;
+      const told = sentence(text || (kind === 'action' ? 'done' : ''));
+      if (told) {
+        say(`${title(name)}: ${told}`);
       }
-    },
-  };
+      return [told, { 0: '', '-1': 'bad' }[result] ?? 'warn'];
+    } catch (error) {
+      say(`${title(name)}: ${error.message}`);
+      throw error;
+    } finally {
+      this.begun = null;
+    }
+  }
+
+  control(value) {
+    const { setting, form } = this;
+    const { name } = setting;
+    const put = (chosen) => this.put(chosen);
+    const valueOf = (text) => setting.names.find((known) => known.name === text).value;
+    switch (form) {
+      case 'action':
+        return html`
+          <span class="control">
+            <button type="button" aria-describedby="${name}-note" @click=${() => put()}>${
+  name === 'wb_mode_onepush' ? 'Measure' : 'Apply'}</button>
+            ${progress(this.begun, ONE_PUSH_SECONDS, this.controls.state.time)}
+          </span>`;
+      case 'switch':
+        return switchOf(name, value === valueOf('on'), (on) => put(valueOf(on ? 'on' : 'off')));
+      case 'choice':
+      case 'styles': {
+        const names = setting.names.every((known) => Number(known.name) > 0)
+          ? setting.names.toSorted((a, b) => a.name - b.name) : setting.names;
+        return choice(name, title(name), names.map((known) => [known.value, readable(known.name)]), value, put);
+      }
+      case 'number':
+        return html`
+          <span class="control">
+            <input type="number" id=${name} min=${setting.lowest} max=${setting.highest} .value=${value}
+              aria-describedby="${name}-note" @change=${(event) => put(Number(event.target.value))}>
+          </span>`;
+      default: {
+        const at = (setting.initial - setting.lowest) / (setting.highest - setting.lowest);
+        return slider(name, setting, value, meaningOf(setting, value).join(' ').trim(), put, html`
+          <i class="initial" title="initially ${valueText(setting, setting.initial)}" .style=${`--at: ${at}`}></i>`);
+      }
+    }
+  }
+
+  template(record) {
+    const { setting, form } = this;
+    const value = this.shown(record[setting.name] ?? setting.initial);
+    const reason = this.idle ? '' : reasonOf(setting, record, this.controls.settings);
+    const follows = setting.name === 'exposure_mode' && valueText(setting, value) === 'smart' ? this.controls.followed() : '';
+    const [meaning, quantity = ''] = form === 'slider' ? meaningOf(setting, value) : [''];
+    const back = `back to ${valueText(setting, setting.initial)}`;
+    const changed = value !== setting.initial ? 'changed' : '';
+    const unused = reason && setting.kind !== 'action' ? 'unused' : '';
+    return row(setting.name, title(setting.name), this.control(value), {
+      hint: `${setting.name}: ${setting.effect}`,
+      className: `of-${form} ${changed} ${unused}`,
+      value: html`${meaning}<small> ${quantity}</small>`,
+      reset: html`
+        <button type="button" class="reset" title=${back} aria-label="${title(setting.name)}: ${back}"
+          @click=${() => this.put(setting.initial)}>↺</button>`,
+      ...this.note(follows || reason || (setting.shown || this.idle ? '' : 'not shown by the simulated picture')),
+    });
+  }
 }
 
 export class Controls {
-  constructor({ choiceNode, tabsNode, pagesNode, list, onCamera }) {
-    this.list = list;
+  constructor(list, { update, onCamera, onReset }) {
+    Object.assign(this, { list, update, onCamera, onReset });
     this.settings = new Map(list.settings.map((setting) => [setting.name, setting]));
+    this.rows = list.settings.filter((setting) => setting.kind !== 'none').map((setting) => new Row(this, setting));
     this.records = new Map();
     this.camera = 0;
-    this.rows = [];
-    this.time = 0;
-    this.running = new Set();
-    this.onCamera = onCamera;
-    this.choiceNode = choiceNode;
-    this.context = {
-      settings: this.settings,
-      camera: () => this.camera,
-      progress: (bar, seconds) => this.progress(bar, seconds),
+    this.tab = 0;
+    this.notes = {}; // what became of commands, by section
+    this.begun = {}; // simulated times at which calibrations were, by light
+    this.over = ''; // time in which a luminance is reached
+    this.look = '';
+    this.looks = [];
+    const commanding = (line) => new Control(this, async (camera, value) => {
+      await runCommand(line(camera, value));
+      return [''];
+    }, 1500);
+    this.scene = commanding((camera, name) => `scene ${camera} ${name}`);
+    this.moving = commanding((camera, on) => `scene ${camera} ${this.state.cameras[camera].scene}${on ? ' moving' : ''}`);
+    this.luminance = commanding((camera, place) => `scene ${camera} ${luminanceAt(place)} ${this.over}`.trim());
+    this.light = commanding((camera, kelvin) => `illuminant ${camera} ${kelvin}`);
+    this.mains = commanding((camera, hertz) => `mains ${camera} ${hertz || 'off'}`);
+    this.zoom = commanding((_, steps) => `zoom ${steps}`);
+    this.iris = commanding((_, steps) => `iris to ${steps}`);
+    this.autoIris = commanding((_, on) => `iris auto ${on ? 'on' : 'off'}`);
+  }
+
+  select(camera) {
+    this.camera = camera;
+    this.rows.forEach((each) => each.clear());
+  }
+
+  showSettings({ camera, settings }) {
+    this.records.set(camera, { ...this.records.get(camera), ...settings });
+  }
+
+  followed() {
+    const { follows } = this.state.cameras[this.camera];
+    return follows === null ? 'No camera is followed here: exposure stays as it is.' : `Follows camera ${follows}.`;
+  }
+
+  /** Shows in a section's note what an action answers, or why it was refused. */
+  async attempt(place, action) {
+    try {
+      const text = (await action()).trim();
+      this.notes[place] = { text: text ? linked(text) : '', kind: '' };
+    } catch (error) {
+      this.notes[place] = { text: error.message, kind: 'bad' };
+      say(error.message);
+    }
+    this.update();
+  }
+
+  note(place) {
+    const { text, kind } = this.notes[place] ?? { text: '', kind: '' };
+    return html`<p class="note ${kind}" aria-live="polite">${text}</p>`;
+  }
+
+  settingsPage(belongs) {
+    const record = this.records.get(this.camera);
+    const rows = this.rows.filter(({ setting }) => belongs(setting.group));
+    const those = (wanted) => rows.filter(wanted).map((each) => each.template(record));
+    const idle = those((each) => each.idle);
+    return [
+      ...those((each) => each.form === 'styles'),
+      ...those((each) => each.form !== 'styles' && !each.idle),
+      idle.length > 0 ? html`
+        <details class="group"><summary>Kept or accepted, without effect</summary>${idle}</details>` : '',
+    ];
+  }
+
+  slider(id, label, range, control, value, textOf) {
+    const { lowest, highest, step } = range;
+    const place = Math.min(highest, lowest + Math.round((value - lowest) / step) * step);
+    const shown = control.shown(place);
+    return row(id, label, slider(id, range, shown, textOf(shown), (moved) => control.put(moved)),
+      { value: textOf(shown), ...control.note() });
+  }
+
+  switch(id, label, control, on) {
+    return row(id, label, switchOf(id, control.shown(on), (moved) => control.put(moved)), control.note());
+  }
+
+  scenePage() {
+    const { camera, state, list: { offers } } = this;
+    const { scene, moving, luminance, illuminant, mains } = state.cameras[camera];
+    const lamp = (name) => button(name, () => this.attempt('scene', () => output(`illuminant ${camera} ${name}`)));
+    const show = async (file) => {
+      const name = file.name.replace(/[^\w.-]/g, '_');
+      await putFile(name, file);
+      return output(`scene ${camera} ${name}`);
     };
+    return [
+      section('Scene in front of the camera',
+        choice('scene', 'Scene', offers.scenes.map((name) => [name, title(name)]), this.scene.shown(scene),
+          (name) => this.scene.put(name)),
+        this.switch('scene-moving', 'Moving', this.moving, moving),
+        picker('Photograph…', 'image/png,image/jpeg', (file) => this.attempt('scene', () => show(file)))),
+      section('Light',
+        this.slider('scene-luminance', 'Luminance, cd/m²', { lowest: DARKEST, highest: 4.7, step: 0.05 }, this.luminance,
+          Math.max(Math.log10(luminance), DARKEST),
+          (place) => (place >= 3 ? `${(10 ** place / 1000).toFixed(1)} k` : String(luminanceAt(place)))),
+        row('scene-over', 'is reached', html`
+          <select id="scene-over" @change=${(event) => { this.over = event.target.value; }}>
+            <option value="">at once</option>
+            ${[2, 10, 30].map((seconds) => html`<option value="${seconds}s">in ${seconds} s</option>`)}
+          </select>`),
+        this.slider('scene-light', 'Light, K', { lowest: 2000, highest: 10000, step: 100 }, this.light, illuminant, String),
+        row('scene-lamp', 'Lamp', html`<span class="buttons">${offers.illuminants.map(lamp)}</span>`),
+        row('scene-mains', 'Mains', choice('scene-mains', 'Mains', [[50, '50 Hz'], [60, '60 Hz'], [0, 'off']],
+          this.mains.shown(mains), (hertz) => this.mains.put(hertz)), this.mains.note())),
+      section('Lens of camera 0',
+        this.slider('lens-zoom', 'Zoom', { lowest: 0, highest: offers.zoom_longest, step: 50 }, this.zoom,
+          state.zoom_target, String),
+        this.slider('lens-iris', 'Iris position', { lowest: 0, highest: offers.iris_widest, step: 5 }, this.iris,
+          state.iris_target, String),
+        this.switch('lens-auto', 'Automatic iris', this.autoIris, state.auto_iris)),
+      this.note('scene'),
+    ];
+  }
+
+  toolsPage() {
+    const { camera, state, list: { offers } } = this;
+    const buttons = (...content) => html`<div class="buttons">${content}</div>`;
+    const tried = (text, place, action, disabled) => button(text, () => this.attempt(place, action), disabled);
+    const calibrate = (text, light) => buttons(
+      tried(text, 'white', async () => {
+        this.begun[light] = state.time;
+        return output(`calibrate ${light}`).finally(() => delete this.begun[light]);
+      }, light in this.begun),
+      progress(this.begun[light] ?? null, CALIBRATION_SECONDS, state.time));
+    const field = (id, label, input) => row(id, label, html`<span class="control">${input}</span>`);
+    const withLook = (command) => () => output(`${command} ${camera} ${this.look.trim()}.look`);
+    const findLooks = async () => {
+      this.looks = (await getFiles()).filter((name) => name.endsWith('.look')).map((name) => name.slice(0, -5));
+      this.update();
+    };
+    const take = async (file) => {
+      await putSettings(camera, file);
+      return `camera ${camera} has the settings of ${file.name}`;
+    };
+    const inject = (event) => {
+      event.preventDefault();
+      const { name, nth, code, always } = Object.fromEntries(new FormData(event.target));
+      this.attempt('faults', () => output(`fault ${name} ${nth} ${code}${always ? ' always' : ''}`));
+    };
+    return [
+      section('Cameras',
+        buttons(state.cameras.map(({ id, state: life }) => (life === 'running'
+          ? tried(`Release ${id}`, 'cameras', () => output(`release ${id}`))
+          : tried(`Start ${id}`, 'cameras', () => output(`start ${id}`))))),
+        this.note('cameras')),
+      section('Looks and pictures of this camera',
+        field('look', 'Look', html`
+          <input id="look" autocomplete="off" spellcheck="false" list="looks" placeholder="name" @focus=${findLooks}
+            @input=${(event) => { this.look = event.target.value; }}>
+          <datalist id="looks">${this.looks.map((name) => html`<option value=${name}></option>`)}</datalist>`),
+        buttons(tried('Keep', 'looks', withLook('save')), tried('Apply', 'looks', withLook('load')),
+          button('Export', () => download(`api/cameras/${camera}/settings`, `camera${camera}.json`)),
+          picker('Import…', '.json', (file) => this.attempt('looks', () => take(file)))),
+        buttons(tried('Picture as PNG', 'looks', () => output(`render ${camera} camera${camera}.png`)),
+          button('as JPEG', () => download(`api/cameras/${camera}/picture.jpg?width=1280`, `camera${camera}.jpg`))),
+        this.note('looks')),
+      section('White-balance calibration of cameras 0, 2 and 3',
+        calibrate('1. Measure D65', 'd65'), calibrate('2. Measure A', 'a'),
+        buttons(tried('Follow camera 3', 'white', () => output('follow wb on')),
+          tried('Stop following', 'white', () => output('follow wb off'))),
+        this.note('white')),
+      section('Make a call of the engine or host fail', html`
+        <form @submit=${inject}>
+          <datalist id="functions">${offers.functions.map((name) => html`<option value=${name}></option>`)}</datalist>
+          ${field('fault', 'Function', html`
+            <input id="fault" name="name" value=${offers.functions[0]} autocomplete="off" spellcheck="false" list="functions">`)}
+          ${field('fault-nth', 'Its call, from now', html`
+            <input id="fault-nth" name="nth" type="number" min="1" max="1000000" value="1">`)}
+          ${field('fault-code', 'Code', html`
+            <input id="fault-code" name="code" type="number" min="-32768" max="32767" value="-1">`)}
+          ${row('always', 'And all later calls', switchOf('always'))}
+          ${buttons(html`<button>Inject</button>`, tried('Clear all', 'faults', () => output('fault clear')))}
+        </form>`,
+        this.note('faults')),
+      section('Other settings', this.settingsPage((group) => !(group in TABS))),
+    ];
+  }
+
+  template() {
+    const { state, camera } = this;
+    if (!state) {
+      return '';
+    }
     const pages = [
       ...Object.entries(TABS).map(([group, text]) => [text, this.settingsPage((of) => of === group)]),
       ['Scene', this.scenePage()],
       ['Tools', this.toolsPage()],
     ];
-    this.makeTabs(tabsNode, pagesNode, pages);
-  }
-
-  makeTabs(tabsNode, pagesNode, pages) {
-    const tabs = pages.map(([text, page], i) => {
-      page.id = `page${i}`;
-      page.setAttribute('role', 'tabpanel');
-      page.setAttribute('aria-label', text);
-      return element('button', {
-        type: 'button', role: 'tab', 'aria-controls': page.id, onclick: () => open(i),
-        onkeydown: (event) => {
-          const step = { ArrowRight: 1, ArrowLeft: -1 }[event.key];
-          if (step) {
-            open((i + step + pages.length) % pages.length, true);
-          }
-        },
-      }, text);
-    });
-    const open = (chosen, focus) => {
-      tabs.forEach((tab, i) => {
-        tab.setAttribute('aria-selected', String(i === chosen));
-        tab.tabIndex = i === chosen ? 0 : -1;
-        pages[i][1].hidden = i !== chosen;
-      });
-      if (focus) {
-        tabs[chosen].focus();
+    const open = (tab) => {
+      this.tab = tab;
+      this.update();
+    };
+    const step = (event) => {
+      const by = { ArrowRight: 1, ArrowLeft: pages.length - 1 }[event.key];
+      if (by) {
+        open((this.tab + by) % pages.length);
+        event.target.parentNode.children[this.tab].focus();
       }
     };
-    tabsNode.append(...tabs);
-    pagesNode.append(...pages.map(([, page]) => page));
-    open(0);
-  }
-
-  settingsPage(belongs) {
-    const page = element('div', { className: 'page' });
-    const idle = element('details', { className: 'group' }, element('summary', {}, 'Kept or accepted, without effect'));
-    for (const setting of this.list.settings) {
-      if (!belongs(setting.group) || setting.kind === 'none') {
-        continue;
-      }
-      const row = new Row(setting, this.context);
-      this.rows.push(row);
-      if (setting.name === 'style') {
-        page.prepend(row.node);
-      } else {
-        (hasNoEffect(setting) ? idle : page).append(row.node);
-      }
-    }
-    if (idle.children.length > 1) {
-      page.append(idle);
-    }
-    return page;
-  }
-
-  /** Shows in a note what an action answers, or why it was refused. */
-  async attempt(action, note) {
-    try {
-      const text = (await action()).trim();
-      note.replaceChildren(...(text ? linked(text) : []));
-      note.className = 'note';
-    } catch (error) {
-      note.textContent = error.message;
-      note.className = 'note bad';
-      say(error.message);
-    }
-  }
-
-  /** Runs a command of the prompt. */
-  command(line, note) {
-    return this.attempt(async () => (await runCommand(line)).output, note);
-  }
-
-  scenePage() {
-    const offers = this.list.offers;
-    const note = element('p', { className: 'note', 'aria-live': 'polite' });
-    const over = element('select', { 'aria-label': 'Time in which the luminance is reached' },
-      ...['at once', '2s', '10s', '30s'].map((text) => element('option', { value: text === 'at once' ? '' : text },
-        text === 'at once' ? text : `in ${text.slice(0, -1)} s`)));
-    this.scene = choice('Scene', offers.scenes.map((name) => [name, title(name)]),
-      (name) => this.command(`scene ${this.camera} ${name}`, note), 'pills tiles');
-    this.luminance = commandSlider('Luminance, cd/m²', { min: DARKEST, max: 4.7, step: 0.05, value: 2 },
-      (value) => `scene ${this.camera} ${luminanceAt(value)} ${over.value}`.trim(),
-      (value) => (value >= 3 ? `${(10 ** value / 1000).toFixed(1)} k` : String(luminanceAt(value))));
-    this.light = commandSlider('Light, K', { min: 2000, max: 10000, step: 100, value: 5000 },
-      (value) => `illuminant ${this.camera} ${value}`, (value) => String(value));
-    this.zoom = commandSlider('Zoom', { min: 0, max: offers.zoom_longest, step: 50, value: 0 },
-      (value) => `zoom ${value}`, (value) => String(value));
-    this.iris = commandSlider('Iris position', { min: 0, max: offers.iris_widest, step: 5, value: offers.iris_widest },
-      (value) => `iris to ${value}`, (value) => String(value));
-    this.autoIris = switchRow('Automatic iris', (on) => this.command(`iris auto ${on ? 'on' : 'off'}`, note));
-    this.moving = switchRow('Moving', (on) => this.command(`scene ${this.camera} ${this.sceneName}${on ? ' moving' : ''}`, note));
-    this.mains = choice('Mains', [[50, '50 Hz'], [60, '60 Hz'], [0, 'off']],
-      (hertz) => this.command(`mains ${this.camera} ${hertz || 'off'}`, note));
-    const show = async (file) => {
-      const name = file.name.replace(/[^\w.-]/g, '_');
-      await putFile(name, file);
-      return (await runCommand(`scene ${this.camera} ${name}`)).output;
-    };
-    return element('div', { className: 'page' },
-      section('Scene in front of the camera', this.scene.node, this.moving.node,
-        picker('Photograph…', 'image/png,image/jpeg', (file) => this.attempt(() => show(file), note))),
-      section('Light', this.luminance.node, simpleRow(element('span', { className: 'label' }, 'is reached'), over),
-        this.light.node,
-        simpleRow(element('span', { className: 'label' }, 'Lamp'), element('span', { className: 'buttons' },
-          ...offers.illuminants.map((name) => button(name, () => this.command(`illuminant ${this.camera} ${name}`, note))))),
-        simpleRow(element('span', { className: 'label' }, 'Mains'), this.mains.node)),
-      section('Lens of camera 0', this.zoom.node, this.iris.node,
-        this.autoIris.node),
-      note);
-  }
-
-  toolsPage() {
-    const offers = this.list.offers;
-    const notes = [0, 1, 2, 3].map(() => element('p', { className: 'note', 'aria-live': 'polite' }));
-    [, , this.switchNote] = notes;
-    const calibrate = (text, which) => {
-      const bar = element('progress', { max: 1, value: 0, hidden: true, 'aria-label': 'Progress' });
-      const start = button(text, async () => {
-        const progress = this.progress(bar, CALIBRATION_SECONDS);
-        start.disabled = true;
-        await this.command(`calibrate ${which}`, notes[0]);
-        start.disabled = false;
-        progress.end();
-      });
-      return element('div', { className: 'buttons' }, start, bar);
-    };
-    const fault = {
-      name: element('input', { id: newId(), value: offers.functions[0] ?? '', autocomplete: 'off', spellcheck: false }),
-      nth: element('input', { id: newId(), type: 'number', min: 1, max: 1000000, value: 1 }),
-      code: element('input', { id: newId(), type: 'number', min: -32768, max: 32767, value: -1 }),
-      always: element('input', { id: newId(), type: 'checkbox', className: 'switch', role: 'switch' }),
-    };
-    const tried = (text, action) => button(text, () => this.attempt(action, notes[3]));
-    const download = (href, name) => element('a', { href, download: name }).click() ?? '';
-    const kept = element('datalist', { id: newId() });
-    const look = element('input', {
-      id: newId(), autocomplete: 'off', spellcheck: false, list: kept.id, placeholder: 'name',
-      onfocus: async () => kept.replaceChildren(...(await getFiles()).filter((name) => name.endsWith('.look'))
-        .map((name) => element('option', { value: name.slice(0, -5) }))),
-    });
-    const withLook = (command) => async () => (await runCommand(`${command} ${this.camera} ${look.value.trim()}.look`)).output;
-    const take = async (file) => {
-      await putSettings(this.camera, file);
-      return `camera ${this.camera} has the settings of ${file.name}`;
-    };
-
-    const names = element('datalist', { id: newId() }, ...offers.functions.map((name) => element('option', { value: name })));
-    fault.name.setAttribute('list', names.id);
-    const field = (text, input) => element('div', { className: 'row' },
-      element('label', { className: 'label', htmlFor: input.id }, text), element('span', { className: 'control' }, input));
-    return element('div', { className: 'page' },
-      section('Cameras',
-        element('div', { className: 'buttons wrap', id: 'camera-switches' }), notes[2]),
-      section('Looks and pictures of this camera',
-        field('Look', look), kept,
-        element('div', { className: 'buttons' }, tried('Keep', withLook('save')), tried('Apply', withLook('load')),
-          button('Export', () => download(`api/cameras/${this.camera}/settings`, `camera${this.camera}.json`)),
-          picker('Import…', '.json', (file) => this.attempt(() => take(file), notes[3]))),
-        element('div', { className: 'buttons' },
-          tried('Picture as PNG', async () => (await runCommand(`render ${this.camera} camera${this.camera}.png`)).output),
-          button('as JPEG', () => download(`api/cameras/${this.camera}/picture.jpg?width=1280`, `camera${this.camera}.jpg`))),
-        notes[3]),
-      section('White-balance calibration of cameras 0, 2 and 3',
-        calibrate('1. Measure D65', 'd65'), calibrate('2. Measure A', 'a'),
-        element('div', { className: 'buttons' },
-          button('Follow camera 3', () => this.command('follow wb on', notes[0])),
-          button('Stop following', () => this.command('follow wb off', notes[0]))),
-        notes[0]),
-      section('Make a call of the engine or host fail', names, field('Function', fault.name),
-        field('Its call, from now', fault.nth), field('Code', fault.code), field('And all later calls', fault.always),
-        element('div', { className: 'buttons' },
-          button('Inject', () => this.command(`fault ${fault.name.value} ${fault.nth.value} ${fault.code.value}` +
-            (fault.always.checked ? ' always' : ''), notes[1])),
-          button('Clear all', () => this.command('fault clear', notes[1]))),
-        notes[1]),
-      section('Other settings', ...this.settingsPage((group) => !(group in TABS)).children));
-  }
-
-  /** A bar that fills with simulated time. */
-  progress(bar, seconds) {
-    const started = this.time;
-    const running = { step: () => { bar.value = Math.min(1, (this.time - started) / seconds); } };
-    bar.hidden = false;
-    bar.value = 0;
-    this.running.add(running);
-    return {
-      end: () => {
-        this.running.delete(running);
-        bar.hidden = true;
-      },
-    };
-  }
-
-  /** Which cameras there are; the buttons that start and stop them. */
-  showCameras(states) {
-    const lives = states.map((state) => state.state).join();
-    if (lives === this.lives) {
-      return;
-    }
-    this.lives = lives;
-    const there = states.filter((state) => state.state !== 'none');
-    this.choice = choice('Camera', there.map(({ id }) => [id, `Camera ${id}`]), (id) => this.onCamera(id));
-    this.choice.show(this.camera);
-    this.choiceNode.replaceChildren(...this.choice.node.children);
-    document.getElementById('camera-switches').replaceChildren(...states.map(({ id, state }) => {
-      const [name, text] = state === 'running' ? ['release', 'Release'] : ['start', 'Start'];
-      return button(`${text} ${id}`, () => this.command(`${name} ${id}`, this.switchNote));
-    }));
-  }
-
-  select(camera) {
-    this.camera = camera;
-    this.choice?.show(camera);
-    for (const row of this.rows) {
-      row.touched = -Infinity;
-      row.message = '';
-    }
-    this.showRecord();
-  }
-
-  showSettings({ camera, settings }) {
-    this.records.set(camera, { ...this.records.get(camera), ...settings });
-    if (camera === this.camera) {
-      this.showRecord();
-    }
-  }
-
-  showRecord() {
-    const record = this.records.get(this.camera);
-    if (record) {
-      for (const row of this.rows) {
-        row.show(record);
-      }
-    }
-  }
-
-  showState(state) {
-    this.time = state.time;
-    for (const running of this.running) {
-      running.step();
-    }
-    this.showCameras(state.cameras);
-    const camera = state.cameras[this.camera];
-    if (this.context.follows !== camera.follows) {
-      this.context.follows = camera.follows;
-      this.showRecord();
-    }
-    this.light.show(camera.illuminant);
-    this.zoom.show(state.zoom_target);
-    this.iris.show(state.iris_target);
-    this.autoIris.show(state.auto_iris);
-    this.moving.show(camera.moving);
-    this.mains.show(camera.mains);
-    this.sceneName = camera.scene;
-    this.luminance.show(Math.max(Math.log10(camera.luminance), DARKEST));
-    this.scene.show(camera.scene);
+    const there = state.cameras.filter((each) => each.state !== 'none').map(({ id }) => [id, `Camera ${id}`]);
+    return html`
+      <section id="panel" class="panel card" aria-label="Controls" tabindex="-1">
+        <div class="panel-head">
+          ${choice('camera', 'Camera that the controls act on', there, camera, this.onCamera)}
+          <button type="button" id="reset" title="All settings of this camera to their initial values"
+            @click=${() => this.onReset(camera)}>Reset all</button>
+          <div class="tabs" role="tablist" aria-label="Controls" @keydown=${step}>
+            ${pages.map(([text], tab) => html`
+              <button type="button" role="tab" aria-controls="page${tab}" aria-selected=${tab === this.tab}
+                tabindex=${tab === this.tab ? 0 : -1} @click=${() => open(tab)}>${text}</button>`)}
+          </div>
+        </div>
+        ${pages.map(([text, content], tab) => html`
+          <div class="page" id="page${tab}" role="tabpanel" aria-label=${text} ?hidden=${tab !== this.tab}>${content}</div>`)}
+      </section>`;
   }
 }

@@ -1,6 +1,7 @@
 // A rectangle on the pictures whose figures are shown live, beside those of the held picture; a loupe under the pointer;
 // sweeps over settings, measured in the rectangle.
-import { element, putSetting, say, sweep } from './api.js';
+import { made, putSetting, say, sweep } from './api.js';
+import { html, render } from './vendor/lit-html.js';
 
 const WIDTH = 640; // of the picture that commands measure
 const HEIGHT = 480;
@@ -28,56 +29,30 @@ function figuresOf(bitmap, { x, y, w, h }) {
 }
 
 export class Measuring {
-  constructor(cameras, card, button) {
+  constructor(cameras) {
     this.cameras = cameras;
+    this.on = false;
     this.region = { x: 0.4, y: 0.4, w: 0.2, h: 0.2 };
-    this.loupe = element('canvas', { className: 'loupe', width: 132, height: 132, role: 'img', ariaLabel: 'Loupe' });
-    this.scale = element('button', { type: 'button', onclick: () => this.setZoom(this.zoom === 4 ? 1 : 4) });
-    this.pixel = element('output', {}, 'point at the picture');
-    this.cells = FIGURES.map(() => [element('td'), element('td')]);
-    this.place = element('button', {
-      type: 'button', className: 'name', title: 'Arrow keys move the rectangle, with Shift they size it',
-      onkeydown: (event) => this.key(event),
-    });
-    this.values = element('input', { placeholder: 'gamma 0..5 nr3d off,3,8', 'aria-label': 'Settings and their values' });
-    this.rows = element('table', { className: 'sweep' });
-    const form = element('form', { className: 'console', onsubmit: (event) => this.sweep(event) },
-      'Sweep', this.values, element('button', {}, 'Measure'));
-    card.append(
-      element('div', { className: 'measure' },
-        element('table', {},
-          element('tr', {}, element('th', {}, this.place), element('th', {}, 'live'), element('th', {}, 'held')),
-          ...FIGURES.map((name, i) => element('tr', {}, element('th', {}, name), ...this.cells[i]))),
-        element('div', {}, this.loupe, element('p', {}, this.scale, ' ', this.pixel))),
-      form, this.rows);
-    this.setZoom(4);
-    button.onclick = () => this.toggle(button, card);
-    cameras.node.addEventListener('picture', () => this.show());
-    for (const kind of ['pointerdown', 'pointermove', 'pointerup']) {
-      cameras.node.addEventListener(kind, (event) => this.pointer(event));
-    }
+    this.zoom = 4;
+    this.pixel = 'point at the picture';
+    this.loupe = made(html`<canvas class="loupe" width="132" height="132" role="img" aria-label="Loupe"></canvas>`);
+    this.node = made(html`<section class="card" aria-label="Measuring" id="measure-card"></section>`);
+    this.pointer = this.pointer.bind(this);
+    this.show();
+  }
+
+  toggle() {
+    this.on = !this.on;
+    this.show();
   }
 
   get card() {
     return this.cameras.cards.get(this.cameras.selected);
   }
 
-  setZoom(zoom) {
-    this.zoom = zoom;
-    this.scale.textContent = `${zoom} : 1`;
-  }
-
-  toggle(button, card) {
-    const on = document.body.dataset.tool !== 'measure';
-    document.body.dataset.tool = on ? 'measure' : '';
-    button.setAttribute('aria-pressed', String(on));
-    card.hidden = !on;
-    this.show();
-  }
-
   pointer(event) {
     const { card } = this;
-    if (document.body.dataset.tool !== 'measure' || !card?.frame.contains(event.target)) {
+    if (!this.on || !card?.frame.contains(event.target)) {
       return;
     }
     const box = card.picture.getBoundingClientRect();
@@ -95,6 +70,7 @@ export class Measuring {
         Math.abs(at.x - this.from.x), Math.abs(at.y - this.from.y));
       this.from = event.type === 'pointerup' ? null : this.from;
     }
+    this.show();
   }
 
   key(event) {
@@ -104,6 +80,7 @@ export class Measuring {
       const { x, y, w, h } = this.region;
       const [dx, dy] = [step[0] * 4 / WIDTH, step[1] * 4 / HEIGHT];
       this.setRegion(...(event.shiftKey ? [x, y, w + dx, h + dy] : [x + dx, y + dy, w, h]));
+      this.show();
     }
   }
 
@@ -111,7 +88,6 @@ export class Measuring {
     const width = Math.min(1, Math.max(w, 1 / WIDTH));
     const height = Math.min(1, Math.max(h, 1 / HEIGHT));
     this.region = { x: Math.min(Math.max(x, 0), 1 - width), y: Math.min(Math.max(y, 0), 1 - height), w: width, h: height };
-    this.show();
   }
 
   /** The rectangle in the pixels that commands measure. */
@@ -123,11 +99,10 @@ export class Measuring {
   }
 
   show() {
-    const on = document.body.dataset.tool === 'measure';
     for (const card of this.cameras.cards.values()) {
       const { overlay } = card;
       [overlay.width, overlay.height] = [overlay.clientWidth, overlay.clientHeight];
-      if (on && card === this.card) {
+      if (this.on && card === this.card) {
         const context = overlay.getContext('2d');
         const { x, y, w, h } = this.region;
         const box = [x * overlay.width, y * overlay.height, w * overlay.width, h * overlay.height];
@@ -137,15 +112,32 @@ export class Measuring {
         }
       }
     }
-    if (on && this.card) {
-      this.place.textContent = this.pixels().join(' ');
-      [this.card.live, this.card.still].forEach((bitmap, column) => {
-        const figures = bitmap ? figuresOf(bitmap, this.region) : [];
-        FIGURES.forEach((_, i) => {
-          this.cells[i][column].textContent = Number.isFinite(figures[i]) ? figures[i].toFixed(1) : '–';
-        });
-      });
-    }
+    this.node.hidden = !this.on;
+    const pictures = this.on ? [this.card?.live, this.card?.still] : [null, null];
+    const columns = pictures.map((bitmap) => (bitmap ? figuresOf(bitmap, this.region) : []));
+    const text = (value) => (Number.isFinite(value) ? value.toFixed(1) : '–');
+    render(html`
+      <div class="measure">
+        <table>
+          <tr>
+            <th><button type="button" class="name" title="Arrow keys move the rectangle, with Shift they size it"
+              @keydown=${(event) => this.key(event)}>${this.pixels().join(' ')}</button></th>
+            <th>live</th><th>held</th>
+          </tr>
+          ${FIGURES.map((name, i) => html`
+            <tr><th>${name}</th>${columns.map((figures) => html`<td>${text(figures[i])}</td>`)}</tr>`)}
+        </table>
+        <div>
+          ${this.loupe}
+          <p><button type="button" @click=${() => { this.zoom = this.zoom === 4 ? 1 : 4; this.show(); }}>${
+  this.zoom} : 1</button> <output>${this.pixel}</output></p>
+        </div>
+      </div>
+      <form class="console" @submit=${(event) => this.sweep(event)}>
+        Sweep <input name="values" placeholder="gamma 0..5 nr3d off,3,8" aria-label="Settings and their values">
+        <button>Measure</button>
+      </form>
+      <table class="sweep">${this.swept}</table>`, this.node);
   }
 
   look({ live }, { x, y }) {
@@ -157,38 +149,46 @@ export class Measuring {
       context.clearRect(0, 0, this.loupe.width, this.loupe.height);
       context.drawImage(live, px - (side >> 1), py - (side >> 1), side, side, 0, 0, this.loupe.width, this.loupe.height);
       const { data } = context.getImageData(this.loupe.width / 2, this.loupe.height / 2, 1, 1);
-      this.pixel.textContent = `${px} ${py}: ${data[0]} ${data[1]} ${data[2]}`;
+      this.pixel = `${px} ${py}: ${data[0]} ${data[1]} ${data[2]}`;
     }
   }
 
   async sweep(event) {
     event.preventDefault();
     const camera = this.cameras.selected;
-    const words = this.values.value.trim();
-    this.rows.replaceChildren(element('caption', {}, `sweeping ${words} …`));
+    const words = event.target.elements.values.value.trim();
+    this.tell(html`<caption>sweeping ${words} …</caption>`);
     try {
       const { points } = await sweep(`sweep ${camera} ${words} region ${this.pixels().join(' ')} --frames 4 sweep.csv`);
       const names = words.split(/\s+/).filter((_, i) => i % 2 === 0);
-      this.fill(camera, points, names, Object.keys(points[0]));
+      this.fill(camera, points, names);
     } catch (error) {
-      this.rows.replaceChildren(element('caption', {}, error.message));
+      this.tell(html`<caption>${error.message}</caption>`);
       say(error.message);
     }
   }
 
-  fill(camera, points, names, columns, by = null) {
-    const sorted = by === null ? points
-      : [...points].sort((a, b) => (typeof a[by] === 'number' ? a[by] - b[by] : a[by] < b[by] ? -1 : 1));
+  tell(swept) {
+    this.swept = swept;
+    this.show();
+  }
+
+  fill(camera, points, names) {
+    const columns = Object.keys(points[0]);
+    const sort = (by) => this.fill(camera, points.toSorted((a, b) => (a[by] < b[by] ? -1 : Number(a[by] > b[by]))), names);
     const apply = async (point) => {
       for (const name of names) {
         await putSetting(camera, name, point[name]); // in this order
       }
     };
-    this.rows.replaceChildren(
-      element('tr', {}, ...columns.map((column) => element('th', {}, element('button', {
-        type: 'button', onclick: () => this.fill(camera, points, names, columns, column),
-      }, column)))),
-      ...sorted.map((point) => element('tr', {}, ...columns.map((column, i) => element('td', {}, i > 0 ? String(point[column])
-        : element('button', { type: 'button', title: 'Set the camera so', onclick: () => apply(point) }, String(point[column])))))));
+    const [first, ...others] = columns;
+    this.tell(html`
+      <tr>${columns.map((column) => html`
+        <th><button type="button" @click=${() => sort(column)}>${column}</button></th>`)}</tr>
+      ${points.map((point) => html`
+        <tr>
+          <td><button type="button" title="Set the camera so" @click=${() => apply(point)}>${point[first]}</button></td>
+          ${others.map((column) => html`<td>${point[column]}</td>`)}
+        </tr>`)}`);
   }
 }

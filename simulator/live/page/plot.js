@@ -1,5 +1,6 @@
 // The last 60 simulated seconds of each camera as small plots beside each other.
-import { element } from './api.js';
+import { made } from './api.js';
+import { html } from './vendor/lit-html.js';
 
 const SECONDS = 60;
 const PLOTS = [
@@ -10,16 +11,25 @@ const PLOTS = [
 ];
 
 export class Plots {
-  constructor(node) {
+  constructor() {
+    const grid = made(html`<div class="plot-grid"></div>`);
+    this.name = made(html`<span class="quiet"></span>`);
+    this.node = made(html`
+      <section class="card plots" aria-label="The last 60 seconds" id="plot-card">
+        <h2>The last 60 seconds ${this.name}</h2>${grid}
+      </section>`);
     this.history = new Map();
     this.camera = 0;
     this.drawn = 0;
-    const style = (name) => getComputedStyle(document.documentElement).getPropertyValue(name).trim();
+    const probe = grid.appendChild(made(html`<i hidden></i>`)); // tells a colour as it is in the present scheme
+    const style = (name) => {
+      probe.style.color = `var(${name})`;
+      return getComputedStyle(probe).color;
+    };
     this.plots = PLOTS.map(({ label, keys, range, digits }) => {
-      const holder = element('figure', { className: 'plot' });
-      node.append(holder);
-      const now = element('output');
-      holder.append(element('figcaption', {}, label, now));
+      const now = made(html`<output></output>`);
+      const holder = made(html`<figure class="plot"><figcaption>${label}${now}</figcaption></figure>`);
+      grid.append(holder);
       const axis = { stroke: () => style('--quiet'), grid: { stroke: () => style('--line'), width: 1 }, ticks: { show: false }, font: '11px system-ui' };
       const plot = new uPlot({
         width: holder.clientWidth || 300,
@@ -86,6 +96,7 @@ export class Plots {
 
   select(camera) {
     this.camera = camera;
+    this.name.textContent = `camera ${camera}`;
     this.draw();
   }
 
