@@ -1,15 +1,21 @@
 // isp-sim: the library at work on a simulated camera, from a prompt or from scripts.
-#include "app/serve.h"
+#include "control/service.h"
+#ifdef ISP_CTRL_LIVE
+#include "live/server.h"
+#endif
 #include "prompt/commands.h"
 #include "prompt/interrupt.h"
 #include "prompt/reference.h"
 #include "prompt/shell.h"
+#include "session/bad_input.h"
+#include "session/cameras.h"
 #include "session/files.h"
 #include "session/session.h"
 #include "session/text.h"
 #include "visca/codec.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -17,6 +23,8 @@
 #include <fcntl.h>
 #include <iostream>
 #include <malloc.h>
+#include <optional>
+#include <poll.h>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -35,21 +43,74 @@ std::string default_folder()
     return (home != nullptr ? std::string(home) : std::string(".")) + "/.local/state/isp-sim";
 }
 
-int run(const std::string& folder, bool read_only, const std::vector<std::string>& scripts)
+/// What the command line asks for.
+struct Options {
+    std::string folder = default_folder();
+    std::vector<std::string> scripts;
+    std::optional<std::string> pages; ///< where to serve them
+    std::optional<std::string> controllers;
+    bool read_only = false;
+    bool json = false;
+    bool reference = false;
+    bool protocol = false;
+};
+
+/// Starts to serve and says where; returns what ends it.
+std::vector<void (*)()> start_serving(const Options& options)
 {
-    session::open_session(folder, read_only);
-    if (scripts.empty()) {
-        if (isatty(STDIN_FILENO) != 0) {
-            sim::use_paced_time(1.0); // a person types: cameras run on while the prompt waits
-        }
-        return prompt::run_prompt(session::session_folder() + "/history");
+    std::vector<void (*)()> ends;
+#ifdef ISP_CTRL_LIVE
+    if (options.pages) {
+        std::cout << live::start_serving(session::address_of(*options.pages)) << '\n';
+        ends.push_back(live::stop_serving);
     }
-    for (const std::string& script : scripts) {
-        if (const int status = prompt::run_script(script); status != 0) {
-            return status;
-        }
+#endif
+    if (options.controllers) {
+        const session::Address address = session::address_of(*options.controllers);
+        const int port = control::start_service(address);
+        std::cout << "VISCA: camera 0 at " << address.host << ':' << port << ", cameras 1 to " << session::kCameras - 1
+                  << " at the next ports\n";
+        ends.push_back(control::stop_service);
     }
-    return 0;
+    std::cout << std::flush;
+    return ends;
+}
+
+/// Runs the scripts, and then a prompt where there are none or where it serves. Without a terminal it serves until
+/// SIGTERM or SIGINT, which is what it waits for, and no failure.
+int run(const Options& options)
+{
+    session::open_session(options.folder, options.read_only);
+    const bool terminal = isatty(STDIN_FILENO) != 0;
+    const bool serves = options.pages || options.controllers;
+    if (serves) {
+        session::keep_time_paced();
+    } else if (terminal && options.scripts.empty()) {
+        sim::use_paced_time(1.0); // a person types: cameras run on while the prompt waits
+    }
+    const std::vector<void (*)()> ends = start_serving(options);
+    int status = 0;
+    for (auto script = options.scripts.begin(); status == 0 && script != options.scripts.end(); ++script) {
+        status = prompt::run_script(*script);
+    }
+    if (status == 0 && (serves ? terminal : options.scripts.empty())) {
+        status = prompt::run_prompt(session::session_folder() + "/history");
+    }
+    while (serves && !terminal && status == 0 && prompt::signal_received() == 0) {
+        pollfd signal = {.fd = prompt::signal_descriptor(), .events = POLLIN, .revents = 0};
+        poll(&signal, 1, -1);
+    }
+    if (!serves) {
+        return status;
+    }
+    std::ranges::for_each(ends, [](void (*end)()) { end(); });
+    try {
+        session::save_settings();
+    } catch (const session::BadInput& error) {
+        std::cerr << error.what() << '\n';
+        return 1;
+    }
+    return status == prompt::kInterrupted ? 0 : status;
 }
 
 int report(const char* what)
@@ -111,27 +172,20 @@ int main(int argc, char** argv)
     open_standard_descriptors();
     mallopt(M_ARENA_MAX, kArenas);
     CLI::App parser{"Runs the camera image-control library on a simulated camera."};
-    std::string folder = default_folder();
-    std::vector<std::string> scripts;
-    bool reference = false;
-    bool protocol = false;
-    std::string pages;
-    std::string controllers;
-    bool read_only = false;
-    bool json = false;
-    parser.add_option("--state", folder, "Folder of the camera's files: settings, shading, calibration")
+    Options options;
+    parser.add_option("--state", options.folder, "Folder of the camera's files: settings, shading, calibration")
         ->capture_default_str();
-    parser.add_flag("--reference", reference, "Print the reference of all settings and commands, and leave");
-    parser.add_flag("--visca-reference", protocol, "Print the commands of VISCA controllers, and leave");
+    parser.add_flag("--reference", options.reference, "Print the reference of all settings and commands, and leave");
+    parser.add_flag("--visca-reference", options.protocol, "Print the commands of VISCA controllers, and leave");
 #ifdef ISP_CTRL_LIVE
-    parser.add_option("--serve", pages, "Serve pages at [HOST:]PORT, 127.0.0.1 where no host is named")
+    parser.add_option("--serve", options.pages, "Serve pages at [HOST:]PORT, 127.0.0.1 where no host is named")
         ->type_name("[HOST:]PORT");
 #endif
-    parser.add_option("--visca", controllers, "Serve VISCA controllers at [HOST:]PORT, camera n at PORT + n")
+    parser.add_option("--visca", options.controllers, "Serve VISCA controllers at [HOST:]PORT, camera n at PORT + n")
         ->type_name("[HOST:]PORT");
-    parser.add_option("SCRIPT", scripts, "Scripts to run instead of a prompt");
-    parser.add_flag("--read-only", read_only, "Look without writing anything to the folder");
-    parser.add_flag("--json", json, "Answer in JSON, one object a command");
+    parser.add_option("SCRIPT", options.scripts, "Scripts to run instead of a prompt");
+    parser.add_flag("--read-only", options.read_only, "Look without writing anything to the folder");
+    parser.add_flag("--json", options.json, "Answer in JSON, one object a command");
     parser.set_version_flag("--version", "isp-sim " ISP_SIM_VERSION);
     try {
         parser.parse(argc, argv);
@@ -139,22 +193,19 @@ int main(int argc, char** argv)
         constexpr int kUsage = 2;
         return parser.exit(error) == 0 ? 0 : kUsage;
     }
-    for (const char* option : {"--serve", "--visca"}) {
-        if (const CLI::Option* given = parser.get_option_no_throw(option);
-            given != nullptr && *given && given->as<std::string>().empty()) {
+    for (const auto& [option, address] :
+         {std::pair("--serve", options.pages), std::pair("--visca", options.controllers)}) {
+        if (address && address->empty()) {
             return report((std::string(option) + ": an address to serve at is [HOST:]PORT").c_str());
         }
     }
     std::set_terminate(end_of_thread);
     prompt::catch_signals();
-    prompt::console().json = json;
-    if (reference || protocol) {
-        return guarded([&] { return print(protocol ? visca::reference() : prompt::settings_reference()); });
+    prompt::console().json = options.json;
+    if (options.reference || options.protocol) {
+        return guarded([&] { return print(options.protocol ? visca::reference() : prompt::settings_reference()); });
     }
-    int status = guarded([&] {
-        return !pages.empty() || !controllers.empty() ? serve(pages, controllers, folder, read_only, scripts)
-                                                      : run(folder, read_only, scripts);
-    });
+    int status = guarded([&] { return run(options); });
     const int closed = guarded([] {
         session::close_session();
         return print("");

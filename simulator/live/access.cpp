@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <microhttpd.h>
+#include <strings.h>
 
 namespace live
 {
@@ -30,35 +32,24 @@ constexpr Place kPlaces[] = {
     {"/api/cameras/N/settings/*", Route::setting, "GET or PUT", kMostJson, kJson},
 };
 
-bool same_name(std::string_view a, std::string_view b)
+bool same_name(const std::string& a, std::string_view b)
 {
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    return std::ranges::equal(a, b, {}, lower, lower);
+    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
 
-std::optional<std::size_t> number_of(std::string_view text, int base = 10)
+std::optional<std::size_t> number_of(std::string_view text)
 {
     std::size_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     return error == std::errc{} && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
 }
 
 /// A part of a path with %20 and the like decoded; nothing where that is no proper text.
 std::string decoded(std::string_view text)
 {
-    std::string result;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool plain = text[i] != '%';
-        const auto code = plain                 ? static_cast<unsigned char>(text[i])
-                          : text.size() - i > 2 ? number_of(text.substr(i + 1, 2), 16).value_or(0)
-                                                : 0;
-        if (code == 0) {
-            return "";
-        }
-        result += static_cast<char>(code);
-        i += plain ? 0 : 2;
-    }
-    return result;
+    std::string result(text);
+    result.resize(MHD_http_unescape(result.data()));
+    return result.find('\0') == std::string::npos ? result : "";
 }
 
 /// Fits a path to a place; false where it is another's.
@@ -79,7 +70,7 @@ bool fits(const Place& place, std::string_view path, Target& target)
 }
 
 /// Whether a Host header names this server. A page of another site whose name leads here sends that name.
-bool is_own_host(const Head& head, const std::string& host, const Address& own)
+bool is_own_host(const Head& head, const std::string& host, const session::Address& own)
 {
     const std::string port = std::to_string(own.port);
     const bool v6 = head.local.find(':') != std::string::npos;
@@ -116,7 +107,7 @@ Target target_of(const Head& head)
     constexpr Place kAsset = {"", Route::asset, "GET", 0, {}};
     Target target;
     const Place* place = &kAsset;
-    if (find_asset(head.path) == nullptr) {
+    if (!page().contains(head.path)) {
         place = std::ranges::find_if(kPlaces, [&](const Place& one) { return fits(one, head.path, target); });
     }
     if (place == std::end(kPlaces)) {
@@ -145,7 +136,7 @@ std::size_t length_of(const Head& head)
     return number_of(head.header("Content-Length")).value_or(0);
 }
 
-std::optional<Refusal> refusal_of(const Head& head, const Target& target, const Address& own)
+std::optional<Refusal> refusal_of(const Head& head, const Target& target, const session::Address& own)
 {
     const std::string host = head.header("Host");
     const std::string type = head.header("Content-Type");
@@ -172,8 +163,17 @@ std::optional<Refusal> refusal_of(const Head& head, const Target& target, const 
 std::string_view type_of(std::string_view name)
 {
     constexpr std::pair<std::string_view, std::string_view> kTypes[] = {
-        {".png", "image/png"}, {".jpg", "image/jpeg"}, {".jpeg", "image/jpeg"}, {".svg", "image/svg+xml"},
-        {".csv", "text/csv"},  {".ini", "text/plain"}, {".isp", "text/plain"},  {".txt", "text/plain"},
+        {"/", "text/html; charset=utf-8"},
+        {".css", "text/css"},
+        {".js", "text/javascript"},
+        {".png", "image/png"},
+        {".jpg", "image/jpeg"},
+        {".jpeg", "image/jpeg"},
+        {".svg", "image/svg+xml"},
+        {".csv", "text/csv"},
+        {".ini", "text/plain"},
+        {".isp", "text/plain"},
+        {".txt", "text/plain"},
     };
     const auto* const found =
         std::ranges::find_if(kTypes, [&](const auto& type) { return name.ends_with(type.first); });

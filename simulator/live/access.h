@@ -2,7 +2,7 @@
 #pragma once
 
 #include "live/interface.h"
-#include "live/server.h"
+#include "session/listen.h"
 
 namespace live
 {
@@ -40,7 +40,7 @@ Target target_of(const Head& head);
 
 /// Why a request is refused, if it is: its length is ambiguous, it comes from a page of another site, there is nothing
 /// at its path, its method or body is not what belongs there.
-std::optional<Refusal> refusal_of(const Head& head, const Target& target, const Address& own);
+std::optional<Refusal> refusal_of(const Head& head, const Target& target, const session::Address& own);
 
 /// Whether the end of the request is certain: one way of telling the length of its body, and that one proper.
 bool is_framed(const Head& head);

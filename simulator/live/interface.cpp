@@ -1,7 +1,6 @@
 #include "live/interface.h"
 
 #include "host/store.h"
-#include "prompt/camera_line.h"
 #include "prompt/commands.h"
 #include "prompt/commands/pictures.h"
 #include "session/change.h"
@@ -146,12 +145,10 @@ Json state_json(const View& view, bool with_settings)
     const bool led = view.cameras[0].settings.exposure_mode == SMART_EXPOSURE &&
                      view.cameras[static_cast<std::size_t>(leader)].life == sim::engine::Life::running;
     Json cameras = Json::array();
-    for (int id = 0; id < kCameras; ++id) {
-        const Camera& camera = view.cameras[static_cast<std::size_t>(id)];
-        cameras.push_back(
-            prompt::camera_json({id, camera.life, camera.settings, camera.live, camera.scene, view.lens}));
+    for (const Camera& camera : view.cameras) {
+        cameras.push_back(prompt::camera_json(camera));
         cameras.back().update({{"busy", camera.busy},
-                               {"follows", led && id == get_FeaturesIspId() ? Json(leader) : Json()},
+                               {"follows", led && camera.id == get_FeaturesIspId() ? Json(leader) : Json()},
                                {"picture", camera.picture},
                                {"moving", camera.look && camera.look->moving}});
         if (with_settings) {
@@ -163,8 +160,8 @@ Json state_json(const View& view, bool with_settings)
             {"busy", view.busy},
             {"undo", view.undo},
             {"auto_iris", view.auto_iris},
-            {"iris_target", view.lens.iris_target},
-            {"zoom_target", view.lens.zoom_target},
+            {"iris_target", view.cameras[0].lens.iris_target},
+            {"zoom_target", view.cameras[0].lens.zoom_target},
             {"cameras", cameras}};
 }
 
@@ -196,7 +193,7 @@ Json put_record(int camera, const Json& body)
         throw Refusal{400, R"(a body is {"settings": {"hue": 3}})"};
     }
     const session::Lanes lane({camera}, "a record of settings");
-    Camera now;
+    Camera now{};
     now.settings = sim::host::stored_record(camera);
     for (const auto& [name, value] : given.items()) {
         const Setting& setting = known_setting(name);

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cctype>
 #include <deque>
-#include <iterator>
 #include <mutex>
 #include <string_view>
 
@@ -23,12 +22,13 @@ constexpr int kTraceLevel = 6;
 
 // Never destroyed: threads may still write while the process ends.
 std::mutex& mutex = *new std::mutex;
-std::deque<Line>& lines = *new std::deque<Line>;
-std::deque<Line>& messages = *new std::deque<Line>; // of the control protocol, so that many of these displace no others
+std::deque<prompt::Json>& lines = *new std::deque<prompt::Json>;
+std::deque<prompt::Json>& messages =
+    *new std::deque<prompt::Json>; // of the control protocol, so that many of these displace no others
 std::uint64_t last_number = 0;
 
-/// The camera that a line names, or else the one for which the thread that writes it acts.
-int camera_of(const std::string& text)
+/// The camera that a line names, or else the one for which the thread that writes it acts; null for none.
+prompt::Json camera_of(const std::string& text)
 {
     for (const std::string_view name : {"cam_id is ", "camera_id is ", "ID: "}) {
         const std::size_t place = text.find(name);
@@ -37,7 +37,8 @@ int camera_of(const std::string& text)
             return number[0] - '0';
         }
     }
-    return session::acting_camera();
+    const int acting = session::acting_camera();
+    return acting >= 0 ? prompt::Json(acting) : prompt::Json();
 }
 
 /// "[module KIV_Set_hue +88  ]hue:3\n\n" becomes "KIV_Set_hue: hue:3".
@@ -55,11 +56,13 @@ std::string plain(std::string text)
 
 void keep(int level, const char* text)
 {
-    Line line{0, session::seconds_now(), camera_of(text), level, plain(text)};
     const std::lock_guard lock(mutex);
-    line.number = ++last_number;
-    std::deque<Line>& kept = level == sim::host::kControlLevel ? messages : lines;
-    kept.push_back(std::move(line));
+    std::deque<prompt::Json>& kept = level == sim::host::kControlLevel ? messages : lines;
+    kept.push_back({{"number", ++last_number},
+                    {"time", session::seconds_now()},
+                    {"camera", camera_of(text)},
+                    {"level", level},
+                    {"text", plain(text)}});
     if (kept.size() > kKept) {
         kept.pop_front();
     }
@@ -73,14 +76,16 @@ void keep_log_lines()
     sim::host::set_log_callback(keep);
 }
 
-std::vector<Line> log_lines_after(std::uint64_t number)
+prompt::Json log_lines_after(std::uint64_t number)
 {
     const std::lock_guard lock(mutex);
-    std::vector<Line> found;
-    for (const std::deque<Line>* kept : {&lines, &messages}) {
-        std::ranges::copy_if(*kept, std::back_inserter(found), [&](const Line& line) { return line.number > number; });
+    const auto number_of = [](const prompt::Json& line) { return line["number"].get<std::uint64_t>(); };
+    std::vector<prompt::Json> found;
+    for (const auto* kept : {&lines, &messages}) {
+        const auto first = std::ranges::upper_bound(*kept, number, {}, number_of);
+        found.insert(found.end(), first, kept->end());
     }
-    std::ranges::sort(found, {}, &Line::number);
+    std::ranges::sort(found, {}, number_of);
     found.resize(std::min(found.size(), kAtOnce));
     return found;
 }

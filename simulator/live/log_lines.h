@@ -1,25 +1,18 @@
 // The library's last log lines, for pages that show them.
 #pragma once
 
+#include "prompt/json.h"
+
 #include <cstdint>
-#include <string>
-#include <vector>
 
 namespace live
 {
 
-struct Line {
-    std::uint64_t number; ///< counts the lines, from 1
-    double seconds;       ///< simulated
-    int camera;           ///< -1 where the line tells none
-    int level;
-    std::string text; ///< without prefix and line feeds
-};
-
 /// Starts to keep the last lines.
 void keep_log_lines();
 
-/// Those kept after `number`, oldest first, at most 200. Any thread.
-std::vector<Line> log_lines_after(std::uint64_t number);
+/// Those kept after the one of that number, oldest first, at most 200: each with its number, which counts the lines
+/// from 1, the simulated time, the camera or null, the level and the text without prefix and line feeds. Any thread.
+prompt::Json log_lines_after(std::uint64_t number);
 
 } // namespace live

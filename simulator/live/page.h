@@ -1,18 +1,14 @@
 // The files of the page, inside the program.
 #pragma once
 
+#include <map>
 #include <string_view>
 
 namespace live
 {
 
-struct Asset {
-    std::string_view path; ///< as a browser asks for it
-    std::string_view type;
-    std::string_view content;
-};
+using Files = std::map<std::string_view, std::string_view>; ///< contents by the path that a browser asks for
 
-/// Null for a path that is none of the page's.
-const Asset* find_asset(std::string_view path);
+const Files& page();
 
 } // namespace live

@@ -349,6 +349,7 @@ MHD_Result act(Client& client)
         throw Refusal{503, "the program ends"};
     }
     const Target& target = exchange.target;
+    const std::string& path = exchange.head.path;
     if (target.changes) {
         return start_work(client);
     }
@@ -359,10 +360,8 @@ MHD_Result act(Client& client)
         throw Refusal{404, "camera " + std::to_string(target.camera) + " has no engine"};
     }
     switch (target.route) {
-    case Route::asset: {
-        const Asset& asset = *find_asset(exchange.head.path);
-        return reply(client, {.body = std::string(asset.content), .type = std::string(asset.type)});
-    }
+    case Route::asset:
+        return reply(client, {.body = std::string(page().at(path)), .type = std::string(type_of(path))});
     case Route::settings:
         return reply(client, {.body = text_of(settings_json())});
     case Route::state:

@@ -5,7 +5,6 @@
 #include "live/pictures.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace live
 {
@@ -83,17 +82,12 @@ std::string changed_settings(const View& view, const View* before)
 {
     std::string text;
     for (std::size_t id = 0; id < kCameras; ++id) {
-        const Camera& now = view.cameras[id];
-        if (before != nullptr && std::memcmp(&now.settings, &before->cameras[id].settings, sizeof now.settings) == 0 &&
-            now.csc_mode == before->cameras[id].csc_mode) {
-            continue;
-        }
-        Json changed = stored_json(now);
+        Json changed = stored_json(view.cameras[id]);
         const Json old = before != nullptr ? stored_json(before->cameras[id]) : Json::object();
         for (auto it = changed.begin(); it != changed.end();) {
             it = old.contains(it.key()) && old[it.key()] == *it ? changed.erase(it) : std::next(it);
         }
-        text += event("settings", {{"camera", id}, {"settings", changed}});
+        text += changed.empty() ? "" : event("settings", {{"camera", id}, {"settings", changed}});
     }
     return text;
 }
@@ -108,20 +102,6 @@ std::string changed_pictures(const View& view, std::array<std::uint64_t, kCamera
         }
     }
     return changed.empty() ? "" : event("pictures", changed);
-}
-
-std::string log_lines(std::uint64_t& told)
-{
-    Json lines = Json::array();
-    for (const Line& line : log_lines_after(told)) {
-        lines.push_back({{"number", line.number},
-                         {"time", line.seconds},
-                         {"camera", line.camera >= 0 ? Json(line.camera) : Json()},
-                         {"level", line.level},
-                         {"text", line.text}});
-        told = line.number;
-    }
-    return lines.empty() ? "" : event("log", lines);
 }
 
 bool News::operator()(std::string& part, Clock::time_point& again)
@@ -139,7 +119,10 @@ bool News::operator()(std::string& part, Clock::time_point& again)
             part += event("state", state_json(*view, false));
             told = view;
         }
-        part += log_lines(line);
+        if (const Json lines = log_lines_after(line); !lines.empty()) {
+            line = lines.back()["number"];
+            part += event("log", lines);
+        }
     }
     if (part.empty() && now - sent >= kHeartbeat) {
         part = ":\n\n"; // finds out whether the page is still there

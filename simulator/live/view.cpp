@@ -38,7 +38,8 @@ bool same_but_for_frame(sim::picture::Look look, const sim::picture::Look& other
 
 Camera camera_view(int id, const Camera& before)
 {
-    Camera camera;
+    Camera camera{};
+    camera.id = id;
     camera.settings = session::shown_settings(id);
     camera.csc_mode = session::csc_mode_of(id);
     camera.busy = session::busy_with(id);
@@ -46,6 +47,7 @@ Camera camera_view(int id, const Camera& before)
     camera.life = sim::engine::life(engine);
     camera.live = sim::engine::readings(id);
     camera.scene = session::scene_of(id)->name;
+    camera.lens = sim::host::lens_state();
     if (engine != nullptr) {
         const sim::picture::Look look = session::look_of(id);
         const bool lively = look.moving || look.lamp.flicker * look.lamp.mains > 0.0;
@@ -67,7 +69,6 @@ void take()
     view->pace = sim::pace();
     view->busy = session::present_turn();
     view->undo = session::next_undo();
-    view->lens = sim::host::lens_state();
     view->auto_iris = session::auto_iris_on();
     for (int id = 0; id < kCameras; ++id) {
         const auto place = static_cast<std::size_t>(id);

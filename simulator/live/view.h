@@ -2,10 +2,8 @@
 // without asking library or simulator.
 #pragma once
 
-#include "engine/engine.h"
-#include "host/lens.h"
-#include "host/settings.h"
 #include "picture/picture.h"
+#include "prompt/camera_line.h"
 #include "session/cameras.h"
 
 #include <array>
@@ -23,13 +21,9 @@ using session::kCameras;
 
 using Clock = std::chrono::steady_clock;
 
-struct Camera {
-    sim::engine::Life life = sim::engine::Life::unknown;
-    kiv_isp_param_s settings{};
-    std::optional<int> csc_mode; ///< which no store keeps; none before it is set
-    std::string busy;            ///< what holds it; empty while it is free
-    sim::engine::Readings live;
-    std::string scene;                              ///< its name
+struct Camera : prompt::CameraFacts {
+    std::optional<int> csc_mode;                    ///< which no store keeps; none before it is set
+    std::string busy;                               ///< what holds it; empty while it is free
     std::shared_ptr<const sim::picture::Look> look; ///< null without an engine; the same object while nothing changes
                                                     ///< but noise, which is renewed a few times a second
     std::uint64_t picture = 0;                      ///< the look's number, which no other look has; 0 without one
@@ -41,7 +35,6 @@ struct View {
     double pace = 1.0;    ///< of simulated time
     std::string busy;     ///< the command that runs
     std::string undo;     ///< the change that undo would take back
-    sim::host::LensState lens;
     bool auto_iris = false;
     std::array<Camera, kCameras> cameras;
 };

@@ -36,32 +36,23 @@ function drawHistogram(canvas, { counts, dark, bright }) {
   context.clearRect(0, 0, width, height);
   const sorted = [...counts[0], ...counts[1], ...counts[2]].sort((a, b) => b - a);
   const top = Math.max(sorted[6], 1); // a few peaks may stick out
-  context.globalCompositeOperation = 'lighter';
-  ['#e0433b', '#35b04a', '#3f7df0'].forEach((colour, channel) => {
+  const fill = (colour, points) => {
     context.fillStyle = colour;
     context.beginPath();
-    context.moveTo(0, height);
-    counts[channel].forEach((count, i) => {
-      const y = height - Math.min(1, count / top) * (height - 4);
-      context.lineTo((i / 64) * width, y);
-      context.lineTo(((i + 1) / 64) * width, y);
-    });
-    context.lineTo(width, height);
+    points.forEach(([x, y]) => context.lineTo(x, y));
     context.fill();
+  };
+  context.globalCompositeOperation = 'lighter';
+  ['#e0433b', '#35b04a', '#3f7df0'].forEach((colour, channel) => {
+    const steps = [...counts[channel]].map((count) => height - Math.min(1, count / top) * (height - 4));
+    fill(colour, [[0, height], ...steps.flatMap((y, i) => [[(i / 64) * width, y], [((i + 1) / 64) * width, y]]), [width, height]]);
   });
   context.globalCompositeOperation = 'source-over';
-  const mark = (x, step, share) => { // a triangle in the corner where pixels are clipped
+  for (const [x, step, share] of [[0, 14, dark], [width, -14, bright]]) { // a triangle in the corner where pixels are clipped
     if (share > 0.001) {
-      context.fillStyle = '#ffd23f';
-      context.beginPath();
-      context.moveTo(x, 0);
-      context.lineTo(x + step, 0);
-      context.lineTo(x, Math.abs(step));
-      context.fill();
+      fill('#ffd23f', [[x, 0], [x + step, 0], [x, 14]]);
     }
-  };
-  mark(0, 14, dark);
-  mark(width, -14, bright);
+  }
 }
 
 class CameraCard {

@@ -113,17 +113,12 @@ const download = (href, name) => Object.assign(document.createElement('a'), { hr
 
 /** What a hand moves: shows at once where it was moved to, and what the server says a while after. */
 class Control {
-  constructor(controls, send, pause = 400) {
-    this.controls = controls;
-    this.pause = pause; // milliseconds
+  constructor(controls, label, send, pause = 400) {
+    Object.assign(this, { controls, label, pause }); // milliseconds
     this.clear();
     this.sendLatest = latestOnly(async (camera, value) => {
       this.sending = true;
-      try {
-        this.tell(...await send(camera, value));
-      } catch (error) {
-        this.tell(error.message, 'bad');
-      }
+      await send(camera, value).then((told) => this.tell(...told), (error) => this.tell(error.message, 'bad'));
       this.sending = false;
       controls.update();
       setTimeout(controls.update, pause);
@@ -149,19 +144,22 @@ class Control {
   /** What became of the value; it stands for a while. */
   tell(text, kind = '') {
     this.message = { text, kind, until: performance.now() + 12000 };
+    if (text) {
+      say(`${this.label}: ${text}`);
+    }
   }
 
   /** That, or else a reason why the control has no effect. */
   note(reason = '') {
     const { text, kind, until } = this.message;
-    return text && performance.now() < until ? { note: text, kind } : { note: reason };
+    return text && performance.now() < until ? { note: text, kind } : { note: reason, kind: '' };
   }
 }
 
 /** The control of a setting. */
 class Row extends Control {
   constructor(controls, setting) {
-    super(controls, (camera, value) => this.request(camera, value));
+    super(controls, title(setting.name), (camera, value) => this.request(camera, value));
     this.setting = setting;
     this.form = formOf(setting);
     this.idle = hasNoEffect(setting);
@@ -171,22 +169,11 @@ class Row extends Control {
   async request(camera, value) {
     const { name, kind } = this.setting;
     this.begun = name === 'wb_mode_onepush' ? this.controls.state.time : null;
-    try {
-      const { result, stored, text } = await putSetting(camera, name, value);
-      if (stored !== null) {
-        this.controls.records.get(camera)[name] = stored;
-      }
-      const told = sentence(text || (kind === 'action' ? 'done' : ''));
-      if (told) {
-        say(`${title(name)}: ${told}`);
-      }
-      return [told, { 0: '', '-1': 'bad' }[result] ?? 'warn'];
-    } catch (error) {
-      say(`${title(name)}: ${error.message}`);
-      throw error;
-    } finally {
-      this.begun = null;
+    const { result, stored, text } = await putSetting(camera, name, value).finally(() => { this.begun = null; });
+    if (stored !== null) {
+      this.controls.records.get(camera)[name] = stored;
     }
+    return [sentence(text || (kind === 'action' ? 'done' : '')), { 0: '', '-1': 'bad' }[result] ?? 'warn'];
   }
 
   control(value) {
@@ -208,7 +195,7 @@ class Row extends Control {
       case 'styles': {
         const names = setting.names.every((known) => Number(known.name) > 0)
           ? setting.names.toSorted((a, b) => a.name - b.name) : setting.names;
-        return choice(name, title(name), names.map((known) => [known.value, readable(known.name)]), value, put);
+        return choice(name, this.label, names.map((known) => [known.value, readable(known.name)]), value, put);
       }
       case 'number':
         return html`
@@ -233,12 +220,12 @@ class Row extends Control {
     const back = `back to ${valueText(setting, setting.initial)}`;
     const changed = value !== setting.initial ? 'changed' : '';
     const unused = reason && setting.kind !== 'action' ? 'unused' : '';
-    return row(setting.name, title(setting.name), this.control(value), {
+    return row(setting.name, this.label, this.control(value), {
       hint: `${setting.name}: ${setting.effect}`,
       className: `of-${form} ${changed} ${unused}`,
       value: html`${meaning}<small> ${quantity}</small>`,
       reset: html`
-        <button type="button" class="reset" title=${back} aria-label="${title(setting.name)}: ${back}"
+        <button type="button" class="reset" title=${back} aria-label="${this.label}: ${back}"
           @click=${() => this.put(setting.initial)}>↺</button>`,
       ...this.note(follows || reason || (setting.shown || this.idle ? '' : 'not shown by the simulated picture')),
     });
@@ -258,18 +245,7 @@ export class Controls {
     this.over = ''; // time in which a luminance is reached
     this.look = '';
     this.looks = [];
-    const commanding = (line) => new Control(this, async (camera, value) => {
-      await runCommand(line(camera, value));
-      return [''];
-    }, 1500);
-    this.scene = commanding((camera, name) => `scene ${camera} ${name}`);
-    this.moving = commanding((camera, on) => `scene ${camera} ${this.state.cameras[camera].scene}${on ? ' moving' : ''}`);
-    this.luminance = commanding((camera, place) => `scene ${camera} ${luminanceAt(place)} ${this.over}`.trim());
-    this.light = commanding((camera, kelvin) => `illuminant ${camera} ${kelvin}`);
-    this.mains = commanding((camera, hertz) => `mains ${camera} ${hertz || 'off'}`);
-    this.zoom = commanding((_, steps) => `zoom ${steps}`);
-    this.iris = commanding((_, steps) => `iris to ${steps}`);
-    this.autoIris = commanding((_, on) => `iris auto ${on ? 'on' : 'off'}`);
+    this.commands = {}; // the controls of what is no setting
   }
 
   select(camera) {
@@ -316,21 +292,41 @@ export class Controls {
     ];
   }
 
-  slider(id, label, range, control, value, textOf) {
+  /** The control of what a command line sets. */
+  commanding(id, label, lineOf) {
+    this.commands[id] ??= new Control(this, label, async (camera, value) => {
+      await runCommand(lineOf(value, camera));
+      return [''];
+    }, 1500);
+    return this.commands[id];
+  }
+
+  slider(id, label, range, value, lineOf, textOf = String) {
     const { lowest, highest, step } = range;
-    const place = Math.min(highest, lowest + Math.round((value - lowest) / step) * step);
-    const shown = control.shown(place);
+    const control = this.commanding(id, label, lineOf);
+    const shown = control.shown(Math.min(highest, lowest + Math.round((value - lowest) / step) * step));
     return row(id, label, slider(id, range, shown, textOf(shown), (moved) => control.put(moved)),
       { value: textOf(shown), ...control.note() });
   }
 
-  switch(id, label, control, on) {
+  switch(id, label, on, lineOf) {
+    const control = this.commanding(id, label, lineOf);
     return row(id, label, switchOf(id, control.shown(on), (moved) => control.put(moved)), control.note());
+  }
+
+  choice(id, label, options, chosen, lineOf) {
+    const control = this.commanding(id, label, lineOf);
+    return [choice(id, label, options, control.shown(chosen), (value) => control.put(value)), control.note()];
   }
 
   scenePage() {
     const { camera, state, list: { offers } } = this;
-    const { scene, moving, luminance, illuminant, mains } = state.cameras[camera];
+    const now = state.cameras[camera];
+    const sceneOf = (id) => this.state.cameras[id].scene;
+    const [scenes, sceneNote] = this.choice('scene', 'Scene', offers.scenes.map((name) => [name, title(name)]), now.scene,
+      (name, id) => `scene ${id} ${name}`);
+    const [mains, mainsNote] = this.choice('scene-mains', 'Mains', [[50, '50 Hz'], [60, '60 Hz'], [0, 'off']], now.mains,
+      (hertz, id) => `mains ${id} ${hertz || 'off'}`);
     const lamp = (name) => button(name, () => this.attempt('scene', () => output(`illuminant ${camera} ${name}`)));
     const show = async (file) => {
       const name = file.name.replace(/[^\w.-]/g, '_');
@@ -339,29 +335,29 @@ export class Controls {
     };
     return [
       section('Scene in front of the camera',
-        choice('scene', 'Scene', offers.scenes.map((name) => [name, title(name)]), this.scene.shown(scene),
-          (name) => this.scene.put(name)),
-        this.switch('scene-moving', 'Moving', this.moving, moving),
+        scenes, html`<p class="note ${sceneNote.kind}" id="scene-note">${sceneNote.note}</p>`,
+        this.switch('scene-moving', 'Moving', now.moving, (on, id) => `scene ${id} ${sceneOf(id)}${on ? ' moving' : ''}`),
         picker('Photograph…', 'image/png,image/jpeg', (file) => this.attempt('scene', () => show(file)))),
       section('Light',
-        this.slider('scene-luminance', 'Luminance, cd/m²', { lowest: DARKEST, highest: 4.7, step: 0.05 }, this.luminance,
-          Math.max(Math.log10(luminance), DARKEST),
+        this.slider('scene-luminance', 'Luminance, cd/m²', { lowest: DARKEST, highest: 4.7, step: 0.05 },
+          Math.max(Math.log10(now.luminance), DARKEST),
+          (place, id) => `scene ${id} ${luminanceAt(place)} ${this.over}`.trim(),
           (place) => (place >= 3 ? `${(10 ** place / 1000).toFixed(1)} k` : String(luminanceAt(place)))),
         row('scene-over', 'is reached', html`
           <select id="scene-over" @change=${(event) => { this.over = event.target.value; }}>
             <option value="">at once</option>
             ${[2, 10, 30].map((seconds) => html`<option value="${seconds}s">in ${seconds} s</option>`)}
           </select>`),
-        this.slider('scene-light', 'Light, K', { lowest: 2000, highest: 10000, step: 100 }, this.light, illuminant, String),
+        this.slider('scene-light', 'Light, K', { lowest: 2000, highest: 10000, step: 100 }, now.illuminant,
+          (kelvin, id) => `illuminant ${id} ${kelvin}`),
         row('scene-lamp', 'Lamp', html`<span class="buttons">${offers.illuminants.map(lamp)}</span>`),
-        row('scene-mains', 'Mains', choice('scene-mains', 'Mains', [[50, '50 Hz'], [60, '60 Hz'], [0, 'off']],
-          this.mains.shown(mains), (hertz) => this.mains.put(hertz)), this.mains.note())),
+        row('scene-mains', 'Mains', mains, mainsNote)),
       section('Lens of camera 0',
-        this.slider('lens-zoom', 'Zoom', { lowest: 0, highest: offers.zoom_longest, step: 50 }, this.zoom,
-          state.zoom_target, String),
-        this.slider('lens-iris', 'Iris position', { lowest: 0, highest: offers.iris_widest, step: 5 }, this.iris,
-          state.iris_target, String),
-        this.switch('lens-auto', 'Automatic iris', this.autoIris, state.auto_iris)),
+        this.slider('lens-zoom', 'Zoom', { lowest: 0, highest: offers.zoom_longest, step: 50 }, state.zoom_target,
+          (steps) => `zoom ${steps}`),
+        this.slider('lens-iris', 'Iris position', { lowest: 0, highest: offers.iris_widest, step: 5 }, state.iris_target,
+          (steps) => `iris to ${steps}`),
+        this.switch('lens-auto', 'Automatic iris', state.auto_iris, (on) => `iris auto ${on ? 'on' : 'off'}`)),
       this.note('scene'),
     ];
   }

@@ -8,12 +8,12 @@ const HEIGHT = 480;
 const LOUPE = 33; // pixels of the picture at 4 : 1
 const FIGURES = ['red', 'green', 'blue', 'luma', 'noise', 'S/N, dB', 'clipped, %', 'black, %'];
 
-/** Figures of a region (0 to 1) of a bitmap, in levels of 255. */
-function figuresOf(bitmap, { x, y, w, h }) {
-  const width = Math.max(1, Math.round(w * bitmap.width));
-  const height = Math.max(1, Math.round(h * bitmap.height));
+/** Figures of a region of a bitmap, in levels of 255. */
+function figuresOf(bitmap, region) {
+  const [x, y, w, h] = region.map((value) => Math.round(value * bitmap.width / WIDTH));
+  const [width, height] = [Math.max(1, w), Math.max(1, h)];
   const context = new OffscreenCanvas(width, height).getContext('2d', { willReadFrequently: true });
-  context.drawImage(bitmap, -Math.round(x * bitmap.width), -Math.round(y * bitmap.height));
+  context.drawImage(bitmap, -x, -y);
   const { data } = context.getImageData(0, 0, width, height);
   const sum = [0, 0, 0, 0, 0, 0, 0]; // red, green, blue, luma, its square, clipped, black
   for (let i = 0; i < data.length; i += 4) {
@@ -32,7 +32,7 @@ export class Measuring {
   constructor(cameras) {
     this.cameras = cameras;
     this.on = false;
-    this.region = { x: 0.4, y: 0.4, w: 0.2, h: 0.2 };
+    this.region = [256, 192, 128, 96]; // left, top, width and height in the picture that commands measure
     this.zoom = 4;
     this.pixel = 'point at the picture';
     this.loupe = made(html`<canvas class="loupe" width="132" height="132" role="img" aria-label="Loupe"></canvas>`);
@@ -66,36 +66,28 @@ export class Measuring {
       card.frame.style.touchAction = 'none';
       this.from = at;
     } else if (this.from) {
-      this.setRegion(Math.min(at.x, this.from.x), Math.min(at.y, this.from.y),
-        Math.abs(at.x - this.from.x), Math.abs(at.y - this.from.y));
+      const { from } = this;
+      this.setRegion(Math.min(at.x, from.x) * WIDTH, Math.min(at.y, from.y) * HEIGHT,
+        Math.abs(at.x - from.x) * WIDTH, Math.abs(at.y - from.y) * HEIGHT);
       this.from = event.type === 'pointerup' ? null : this.from;
     }
     this.show();
   }
 
   key(event) {
-    const step = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] }[event.key];
+    const step = { ArrowLeft: [-4, 0], ArrowRight: [4, 0], ArrowUp: [0, -4], ArrowDown: [0, 4] }[event.key];
     if (step) {
       event.preventDefault();
-      const { x, y, w, h } = this.region;
-      const [dx, dy] = [step[0] * 4 / WIDTH, step[1] * 4 / HEIGHT];
-      this.setRegion(...(event.shiftKey ? [x, y, w + dx, h + dy] : [x + dx, y + dy, w, h]));
+      const move = event.shiftKey ? [0, 0, ...step] : [...step, 0, 0];
+      this.setRegion(...this.region.map((value, i) => value + move[i]));
       this.show();
     }
   }
 
-  setRegion(x, y, w, h) {
-    const width = Math.min(1, Math.max(w, 1 / WIDTH));
-    const height = Math.min(1, Math.max(h, 1 / HEIGHT));
-    this.region = { x: Math.min(Math.max(x, 0), 1 - width), y: Math.min(Math.max(y, 0), 1 - height), w: width, h: height };
-  }
-
-  /** The rectangle in the pixels that commands measure. */
-  pixels() {
-    const { x, y, w, h } = this.region;
-    const [left, top] = [Math.min(Math.round(x * WIDTH), WIDTH - 1), Math.min(Math.round(y * HEIGHT), HEIGHT - 1)];
-    return [left, top, Math.max(1, Math.min(Math.round(w * WIDTH), WIDTH - left)),
-      Math.max(1, Math.min(Math.round(h * HEIGHT), HEIGHT - top))];
+  setRegion(...region) {
+    const [x, y, w, h] = region.map(Math.round);
+    const [width, height] = [Math.min(WIDTH, Math.max(w, 1)), Math.min(HEIGHT, Math.max(h, 1))];
+    this.region = [Math.min(Math.max(x, 0), WIDTH - width), Math.min(Math.max(y, 0), HEIGHT - height), width, height];
   }
 
   show() {
@@ -104,8 +96,7 @@ export class Measuring {
       [overlay.width, overlay.height] = [overlay.clientWidth, overlay.clientHeight];
       if (this.on && card === this.card) {
         const context = overlay.getContext('2d');
-        const { x, y, w, h } = this.region;
-        const box = [x * overlay.width, y * overlay.height, w * overlay.width, h * overlay.height];
+        const box = this.region.map((value) => value * overlay.width / WIDTH);
         for (const [colour, width] of [['#000', 3], ['#fff', 1]]) {
           Object.assign(context, { strokeStyle: colour, lineWidth: width });
           context.strokeRect(...box);
@@ -121,7 +112,7 @@ export class Measuring {
         <table>
           <tr>
             <th><button type="button" class="name" title="Arrow keys move the rectangle, with Shift they size it"
-              @keydown=${(event) => this.key(event)}>${this.pixels().join(' ')}</button></th>
+              @keydown=${(event) => this.key(event)}>${this.region.join(' ')}</button></th>
             <th>live</th><th>held</th>
           </tr>
           ${FIGURES.map((name, i) => html`
@@ -157,13 +148,14 @@ export class Measuring {
     event.preventDefault();
     const camera = this.cameras.selected;
     const words = event.target.elements.values.value.trim();
-    this.tell(html`<caption>sweeping ${words} …</caption>`);
+    const caption = (text) => html`<caption>${text}</caption>`;
+    this.tell(caption(`sweeping ${words} …`));
     try {
-      const { points } = await sweep(`sweep ${camera} ${words} region ${this.pixels().join(' ')} --frames 4 sweep.csv`);
+      const { points } = await sweep(`sweep ${camera} ${words} region ${this.region.join(' ')} --frames 4 sweep.csv`);
       const names = words.split(/\s+/).filter((_, i) => i % 2 === 0);
       this.fill(camera, points, names);
     } catch (error) {
-      this.tell(html`<caption>${error.message}</caption>`);
+      this.tell(caption(error.message));
       say(error.message);
     }
   }

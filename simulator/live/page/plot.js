@@ -3,6 +3,7 @@ import { made } from './api.js';
 import { html } from './vendor/lit-html.js';
 
 const SECONDS = 60;
+const MOST_POINTS = 1200;
 const PLOTS = [
   { label: 'Luma', keys: ['luma', 'target'], range: [0, 255], digits: 0 },
   { label: 'Time, ms', keys: ['ms'], digits: 2 },
@@ -30,7 +31,16 @@ export class Plots {
       const now = made(html`<output></output>`);
       const holder = made(html`<figure class="plot"><figcaption>${label}${now}</figcaption></figure>`);
       grid.append(holder);
-      const axis = { stroke: () => style('--quiet'), grid: { stroke: () => style('--line'), width: 1 }, ticks: { show: false }, font: '11px system-ui' };
+      const axis = {
+        stroke: () => style('--quiet'),
+        grid: { stroke: () => style('--line'), width: 1 },
+        ticks: { show: false },
+        font: '11px system-ui',
+      };
+      const around = (_, low, high) => { // what is constant is in the middle
+        const margin = high > low * 1.02 ? (high - low) * 0.1 : low * 0.1 + 0.01;
+        return [Math.max(0, low - margin), high + margin];
+      };
       const plot = new uPlot({
         width: holder.clientWidth || 300,
         height: 118,
@@ -38,7 +48,7 @@ export class Plots {
         cursor: { y: false, sync: { key: 'cameras' } },
         scales: {
           x: { time: false, range: (_, low, high) => [high - SECONDS, high] },
-          y: { range: range ?? ((_, low, high) => (high > low * 1.02 ? [Math.max(0, low - (high - low) * 0.1), high + (high - low) * 0.1] : [low * 0.9 - 0.01, high * 1.1 + 0.01])) },
+          y: { range: range ?? around },
         },
         axes: [
           {
@@ -69,24 +79,12 @@ export class Plots {
   }
 
   add(state) {
-    for (const camera of state.cameras) {
-      if (camera.state !== 'running') {
-        continue;
-      }
+    for (const camera of state.cameras.filter((each) => each.state === 'running')) {
       const points = this.history.get(camera.id) ?? [];
-      this.history.set(camera.id, points);
-      if (points.length > 0 && state.time <= points.at(-1).x) {
-        continue;
-      }
-      points.push({
-        x: state.time, luma: camera.luma, target: camera.target, ms: camera.time * 1000, gain: camera.gain,
-        iris: camera.iris,
-      });
-      while (points[0].x < state.time - SECONDS) {
-        points.shift();
-      }
-      if (points.length > 1200) {
-        points.splice(0, points.length - 1200);
+      if (points.length === 0 || state.time >= points.at(-1).x + SECONDS / MOST_POINTS) {
+        const { luma, target, gain, iris } = camera;
+        const kept = points.filter(({ x }) => x >= state.time - SECONDS);
+        this.history.set(camera.id, [...kept, { x: state.time, luma, target, ms: camera.time * 1000, gain, iris }]);
       }
     }
     if (performance.now() - this.drawn > 200) {
