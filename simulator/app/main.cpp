@@ -94,7 +94,7 @@ int run(const Options& options)
         status = prompt::run_script(*script);
     }
     if (status == 0 && (serves ? terminal : options.scripts.empty())) {
-        status = prompt::run_prompt(session::session_folder() + "/history");
+        status = prompt::run_prompt(session::paths().folder + "/history");
     }
     while (serves && !terminal && status == 0 && prompt::signal_received() == 0) {
         pollfd signal = {.fd = prompt::signal_descriptor(), .events = POLLIN, .revents = 0};

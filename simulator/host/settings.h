@@ -1,9 +1,9 @@
 // The settings of a camera as a table, with their values by name; made from the lists of isp_settings.h.
 #pragma once
 
+#include "base/number.h"
 #include "isp_settings.h"
 
-#include <charconv>
 #include <cstddef>
 #include <optional>
 #include <span>
@@ -240,12 +240,7 @@ inline std::optional<int> value_of(const Setting& setting, std::string_view text
             return known.value;
         }
     }
-    int value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc{} || end != text.data() + text.size()) {
-        return std::nullopt;
-    }
-    return value;
+    return number_in<int>(text);
 }
 
 /// A value as value_of() reads it back: its name, or its number when it has none.

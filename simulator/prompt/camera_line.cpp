@@ -5,9 +5,7 @@
 #include "prompt/commands.h"
 #include "session/cameras.h"
 #include "session/look.h"
-
-#include <iomanip>
-#include <sstream>
+#include "session/text.h"
 
 namespace prompt
 {
@@ -17,15 +15,6 @@ namespace
 
 constexpr std::size_t kWide = 120; // from which the columns of cameras in different modes are below each other
 
-template <typename... Values>
-std::string field(const Values&... values)
-{
-    std::ostringstream text;
-    text << std::fixed << std::setprecision(2);
-    (text << ... << values);
-    return text.str();
-}
-
 constexpr const char* kLives[] = {"none", "initialised", "prepared", "running", "stopped", "none"}; // by Life
 
 } // namespace
@@ -34,17 +23,16 @@ std::string camera_line(int camera, std::size_t width)
 {
     const sim::engine::Readings live = session::readings_of(camera);
     const sim::host::LensState lens = sim::host::lens_state();
-    const auto w = [](int columns) { return std::setw(columns); };
+    const std::string state = session::state_of(camera);
     // In the order in which they are left out last to first.
     const std::string fields[] = {
-        field(w(8), session::seconds_now(), " s  ",
-              session::state_of(camera) == "running" ? "camera " : session::state_of(camera) + " ", camera),
-        field("  ", std::left, w(width < kWide ? 4 : 18), session::mode_name(camera), std::right, w(7), live.time * 1e3,
-              " ms"),
-        field("  gain ", w(5), live.analog_gain * live.isp_dgain),
-        field("  luma ", w(6), live.mean_luma, " of ", w(6), live.target_luma),
-        field("  wb ", live.wb_gain.rgain, "/", live.wb_gain.bgain),
-        field(std::setprecision(0), "  iris ", lens.iris, "  zoom ", lens.zoom),
+        session::format("%8.2f s  %s %d", session::seconds_now(), state == "running" ? "camera" : state.c_str(),
+                        camera),
+        session::format("  %-*s%7.2f ms", width < kWide ? 4 : 18, session::mode_name(camera).c_str(), live.time * 1e3),
+        session::format("  gain %5.2f", live.analog_gain * live.isp_dgain),
+        session::format("  luma %6.2f of %6.2f", live.mean_luma, live.target_luma),
+        session::format("  wb %.2f/%.2f", double{live.wb_gain.rgain}, double{live.wb_gain.bgain}),
+        session::format("  iris %.0f  zoom %.0f", lens.iris, lens.zoom),
     };
     std::string line;
     for (const std::string& next : fields) {
@@ -109,36 +97,28 @@ Json json_of(const kiv_isp_param_s& record)
     return settings;
 }
 
-std::string differences(const kiv_isp_param_s& record, const kiv_isp_param_s& other, const std::string& title)
+Differences differences(const kiv_isp_param_s& record, const kiv_isp_param_s& other, const std::string& title,
+                        const char* key)
 {
-    std::ostringstream text;
+    Differences found;
     for (const sim::host::Setting& setting : sim::host::kSettings) {
-        if (record.*setting.member != other.*setting.member) {
-            text << std::left << std::setw(24) << setting.name << std::setw(20)
-                 << sim::host::name_of(setting, record.*setting.member) << "(" << title << " "
-                 << sim::host::name_of(setting, other.*setting.member) << ")\n";
+        const int now = record.*setting.member;
+        const int then = other.*setting.member;
+        if (now != then) {
+            found.text += session::format("%-24s%-20s(%s %s)\n", std::string(setting.name).c_str(),
+                                          sim::host::name_of(setting, now).c_str(), title.c_str(),
+                                          sim::host::name_of(setting, then).c_str());
+            found.json[std::string(setting.name)] = {{"now", json_of(setting, now)}, {key, json_of(setting, then)}};
         }
     }
-    return text.str();
-}
-
-Json json_of_differences(const kiv_isp_param_s& record, const kiv_isp_param_s& other, const char* title)
-{
-    Json differing = Json::object();
-    for (const sim::host::Setting& setting : sim::host::kSettings) {
-        if (record.*setting.member != other.*setting.member) {
-            differing[std::string(setting.name)] = {{"now", json_of(setting, record.*setting.member)},
-                                                    {title, json_of(setting, other.*setting.member)}};
-        }
-    }
-    return differing;
+    return found;
 }
 
 void tell_changes(int camera, const kiv_isp_param_s& before)
 {
-    const kiv_isp_param_s record = sim::host::stored_record(camera);
-    out() << "camera " << camera << '\n' << differences(record, before, "before");
-    answer({{"camera", camera}, {"changes", json_of_differences(record, before)}});
+    const Differences changes = differences(sim::host::stored_record(camera), before, "before");
+    out() << "camera " << camera << '\n' << changes.text;
+    answer({{"camera", camera}, {"changes", changes.json}});
 }
 
 } // namespace prompt

@@ -34,11 +34,14 @@ Json json_of(const sim::host::Setting& setting, int value);
 /// Settings by name.
 Json json_of(const kiv_isp_param_s& record);
 
-/// A line per setting in which two records differ, "hue                     3  (TITLE 7)".
-std::string differences(const kiv_isp_param_s& record, const kiv_isp_param_s& other, const std::string& title);
-
-/// The same for programs: {"hue": {"now": 3, "was": 7}}, with the title for "was".
-Json json_of_differences(const kiv_isp_param_s& record, const kiv_isp_param_s& other, const char* title = "was");
+/// In which settings two records differ: a line each, "hue                     3  (TITLE 7)", and for programs
+/// {"hue": {"now": 3, "KEY": 7}}.
+struct Differences {
+    std::string text;
+    Json json = Json::object();
+};
+Differences differences(const kiv_isp_param_s& record, const kiv_isp_param_s& other, const std::string& title,
+                        const char* key = "was");
 
 /// Tells how the settings of a camera differ from those before.
 void tell_changes(int camera, const kiv_isp_param_s& before);

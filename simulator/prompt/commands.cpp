@@ -18,7 +18,10 @@ namespace prompt
 namespace
 {
 
-/// A command at work.
+/// The command that this thread runs.
+struct Running;
+thread_local Running* running = nullptr;
+
 struct Running {
     const Command& command;
     RunOptions& options;
@@ -29,13 +32,17 @@ struct Running {
     std::size_t misuses_before = sim::engine::misuses().size();
     int faults_before = sim::faults_struck();
 
+    Running* outer = std::exchange(running, this); // a script's
+
+    ~Running()
+    {
+        running = outer;
+    }
     std::ostream& output() const
     {
         return options.output != nullptr ? *options.output : std::cout;
     }
 };
-
-thread_local Running* running = nullptr;
 
 /// "; did you mean NAME?" for the one of some names that begins with a word or is nearly it, or else another text.
 std::string suggestion(std::string word, const Words& names, const std::string& otherwise)
@@ -59,14 +66,7 @@ std::string suggestion(std::string word, const Words& names, const std::string& 
 
 void run(const Command& command, const Words& words, RunOptions& options)
 {
-    Running present{command, options};
-    struct Former {
-        Running* before;
-        ~Former()
-        {
-            running = before;
-        }
-    } const former{std::exchange(running, &present)};
+    const Running present{command, options};
     if (words.size() < command.least || words.size() > command.most) {
         refuse_usage();
     }
@@ -90,52 +90,17 @@ Words words_of(const std::string& line)
 
 std::span<const Group> command_groups()
 {
-    static const Group groups[] = {
-        {"Cameras", kCameraCommands},
-        {"Settings", kSettingCommands},
-        {"Settings as files", kSettingFileCommands},
-        {"Scene", kSceneCommands},
-        {"Lens", kLensCommands},
-        {"Time and recordings", kTimeCommands},
-        {"Pictures", kPictureCommands},
-        {"Trying values", kTrialCommands},
-        {"Calibration and following", kFollowingCommands},
-        {"Looking inside", kEngineCommands},
-        {"The program", kGeneralCommands},
-    };
+    static const Group groups[] = {kCameraCommands,    kSettingCommands, kSettingFileCommands, kSceneCommands,
+                                   kLensCommands,      kTimeCommands,    kPictureCommands,     kTrialCommands,
+                                   kFollowingCommands, kEngineCommands,  kGeneralCommands};
     return groups;
-}
-
-Words command_names()
-{
-    Words names;
-    for (const Group& group : command_groups()) {
-        for (const Command& command : group.commands) {
-            names.emplace_back(command.name);
-        }
-    }
-    return names;
-}
-
-Words setting_names()
-{
-    Words names;
-    for (const sim::host::Setting& setting : sim::host::kSettingsAndCommands) {
-        names.emplace_back(setting.name);
-    }
-    return names;
 }
 
 const Command* find_command(std::string_view name)
 {
-    for (const Group& group : command_groups()) {
-        for (const Command& command : group.commands) {
-            if (command.name == name) {
-                return &command;
-            }
-        }
-    }
-    return nullptr;
+    auto commands = all_commands();
+    const auto found = std::ranges::find(commands, name, &Command::name);
+    return found != commands.end() ? &*found : nullptr;
 }
 
 RunOptions& console()
@@ -152,7 +117,8 @@ bool run_line(const std::string& line, RunOptions& options)
     }
     const Command* command = find_command(words[0]);
     if (command == nullptr) {
-        throw BadInput("there is no command " + words[0] + suggestion(words[0], command_names(), "; help lists them"));
+        throw BadInput("there is no command " + words[0] +
+                       suggestion(words[0], names_of(all_commands()), "; help lists them"));
     }
     words.erase(words.begin());
     if (command->run == nullptr) {
@@ -237,7 +203,8 @@ const sim::host::Setting& setting_named(const std::string& word)
 {
     const sim::host::Setting* setting = sim::host::find_setting(word);
     if (setting == nullptr) {
-        throw BadInput("there is no setting " + word + suggestion(word, setting_names(), "; help settings lists them"));
+        throw BadInput("there is no setting " + word +
+                       suggestion(word, names_of(sim::host::kSettingsAndCommands), "; help settings lists them"));
     }
     return *setting;
 }

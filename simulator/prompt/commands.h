@@ -3,14 +3,17 @@
 #pragma once
 
 #include "base/clock.h"
+#include "base/number.h"
 #include "host/settings.h"
 #include "prompt/interrupt.h"
 #include "prompt/json.h"
 #include "session/bad_input.h"
 #include "session/lanes.h"
 
-#include <charconv>
+#include <functional>
 #include <iosfwd>
+#include <optional>
+#include <ranges>
 #include <span>
 #include <sstream>
 #include <string>
@@ -43,32 +46,35 @@ struct Command {
 
 inline constexpr std::size_t kMany = 64;
 
-// The groups, a file each.
-extern const std::span<const Command> kCameraCommands;
-extern const std::span<const Command> kSettingCommands;
-extern const std::span<const Command> kSettingFileCommands;
-extern const std::span<const Command> kSceneCommands;
-extern const std::span<const Command> kLensCommands;
-extern const std::span<const Command> kTimeCommands;
-extern const std::span<const Command> kPictureCommands;
-extern const std::span<const Command> kTrialCommands;
-extern const std::span<const Command> kFollowingCommands;
-extern const std::span<const Command> kEngineCommands;
-extern const std::span<const Command> kGeneralCommands;
-
 struct Group {
     std::string_view title; ///< what one wants to do
     std::span<const Command> commands;
 };
 
+extern const Group kCameraCommands, kSettingCommands, kSettingFileCommands, kSceneCommands, kLensCommands,
+    kTimeCommands, kPictureCommands, kTrialCommands, kFollowingCommands, kEngineCommands, kGeneralCommands;
+
 /// In the order of the help.
 std::span<const Group> command_groups();
 
+/// The commands of all groups.
+inline auto all_commands()
+{
+    return command_groups() | std::views::transform(&Group::commands) | std::views::join;
+}
+
+/// The names of commands, settings or values.
+Words names_of(auto&& all)
+{
+    Words names;
+    for (const auto& each : all) {
+        names.emplace_back(each.name);
+    }
+    return names;
+}
+
 /// Null when there is no such command.
 const Command* find_command(std::string_view name);
-
-Words command_names();
-Words setting_names();
 
 /// What the library calls of engine and host, and what can be made to fail.
 extern const std::span<const std::string_view> kCalledFunctions;
@@ -114,15 +120,14 @@ void wrote(const std::string& file);
 template <typename Number>
 Number number(const std::string& word, Number lowest, Number highest, const char* what)
 {
-    Number value{};
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
-    const bool in_range = value >= lowest && value <= highest; // false for nan
-    if (error != std::errc{} || end != word.data() + word.size() || !in_range) {
+    const auto value = sim::number_in<Number>(word);
+    const bool in_range = value && *value >= lowest && *value <= highest; // false for nan
+    if (!in_range) {
         std::ostringstream message;
         message << what << " is a number from " << lowest << " to " << highest << "; got " << word;
         throw BadInput(message.str());
     }
-    return value;
+    return *value;
 }
 
 int camera_id(const std::string& word);
@@ -137,6 +142,20 @@ std::string range_text(const sim::host::Setting& setting);
 
 /// Throws BadInput, with the reason where the engine names one, unless a call of the library returned 0.
 void check(int result, const std::string& what);
+
+/// " 0 3" for 0 and 3.
+std::string listed(const auto& values)
+{
+    std::ostringstream text;
+    for (const auto& value : values) {
+        text << ' ' << value;
+    }
+    return text.str();
+}
+
+/// Lets time pass until exposure and white balance of cameras stay where they are for so many frames. Returns those
+/// that move after so many seconds, or nothing.
+std::optional<std::vector<int>> settle(const std::function<std::vector<int>()>& cameras, int frames, double most);
 
 /// Lets something that takes long run, with a line per simulated second.
 template <typename Action>

@@ -41,25 +41,20 @@ Words candidates(const std::string& argument, const Words& before, const std::st
     const bool third = before.size() > 2;
     Words names;
     if (argument == "SETTING" || argument == "NAME") {
-        names = setting_names();
+        names = names_of(sim::host::kSettingsAndCommands);
         if (argument == "NAME") {
-            std::ranges::move(command_names(), std::back_inserter(names));
+            std::ranges::move(names_of(all_commands()), std::back_inserter(names));
         }
     } else if (argument == "VALUE" || argument == "A" || argument == "B") {
         if (const auto* setting = third ? sim::host::find_setting(before[2]) : nullptr; setting != nullptr) {
-            for (const sim::host::ValueName& name : sim::host::names_of(*setting)) {
-                names.emplace_back(name.name);
-            }
+            names = names_of(sim::host::names_of(*setting));
         }
     } else if (argument == "BLOCK") {
         names = sim::engine::block_names();
     } else if (argument == "FIELD" && third) {
         const char id = before[1][0];
         const bool known = before[1].size() == 1 && id >= '0' && id < '0' + session::kCameras;
-        for (const sim::engine::Field& field :
-             sim::engine::describe(session::engine_of(known ? id - '0' : 0), before[2])) {
-            names.push_back(field.name);
-        }
+        names = names_of(sim::engine::describe(session::engine_of(known ? id - '0' : 0), before[2]));
     } else if (argument == "FUNCTION") {
         names.assign(kCalledFunctions.begin(), kCalledFunctions.end());
     } else if (argument == "CAM") {
@@ -109,7 +104,7 @@ Words completions(const std::string& line)
         begun = before.back();
         before.pop_back();
     }
-    Words all = before.empty() ? command_names() : Words();
+    Words all = before.empty() ? names_of(all_commands()) : Words();
     if (const Command* command = before.empty() ? nullptr : find_command(before[0]); command != nullptr) {
         const std::string forms = std::string(command->arguments) + " | ";
         for (std::size_t from = 0, to = forms.find(" | "); to != std::string::npos;

@@ -70,10 +70,8 @@ std::string settings_reference()
     text += "\n# Further operations on a camera\n\n";
     add_table(text, sim::host::kCommands);
     text += "\n# Commands of isp-sim\n\n| Command | Effect |\n|---|---|\n";
-    for (const Group& group : command_groups()) {
-        for (const Command& command : group.commands) {
-            text += "| `" + cell(usage_of(command)) + "` | " + std::string(command.help) + " |\n";
-        }
+    for (const Command& command : all_commands()) {
+        text += "| `" + cell(usage_of(command)) + "` | " + std::string(command.help) + " |\n";
     }
     return text;
 }

@@ -3,10 +3,8 @@
 #include "host/durable_file.h"
 #include "session/bad_input.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <sstream>
 
@@ -69,9 +67,6 @@ std::string marks_and_ids(const std::string& csv)
     }
     std::istringstream file(text);
     std::string line;
-    if (!file) {
-        throw session::BadInput(csv + ": " + std::strerror(errno));
-    }
     if (!std::getline(file, line) || !line.starts_with("seconds,iris,zoom")) {
         throw session::BadInput(csv + " is not a recorded run");
     }

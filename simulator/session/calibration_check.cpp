@@ -12,7 +12,6 @@
 #include <cstring>
 #include <filesystem>
 #include <iostream>
-#include <sstream>
 #include <utility>
 
 namespace session
@@ -40,40 +39,23 @@ constexpr Line kLines[] = {
     {"blue of camera 2", &awb_calibration_s::bgain_k2, &awb_calibration_s::bgain_b2, &rk_aiq_wb_gain_t::bgain},
 };
 
-/// 0, or an errno value; EINVAL for a file of another size.
-int read_record(const std::string& path, awb_calibration_s& record, std::size_t& size)
-{
-    std::string bytes;
-    const int error = sim::host::read_file(path, 4096, bytes);
-    size = bytes.size();
-    if (error == 0 && bytes.size() == sizeof record) {
-        std::memcpy(&record, bytes.data(), sizeof record);
-        return 0;
-    }
-    return error != 0 ? error : EINVAL;
-}
-
-bool is_zero(const awb_calibration_s& record, const Line& line)
-{
-    return record.*line.k == 0.0F && record.*line.b == 0.0F;
-}
-
 } // namespace
 
 std::string calibration_problem(const std::string& path)
 {
     awb_calibration_s record{};
-    std::size_t size = 0;
-    const int error = read_record(path, record, size);
+    std::string bytes;
+    const int error = sim::host::read_file(path, 4096, bytes);
     if (error == ENOENT) {
         return {};
     }
-    if (error != 0) {
+    if (error != 0 || bytes.size() != sizeof record) {
         const std::string expected = " instead of " + std::to_string(sizeof record) + " bytes";
-        return path + ": " + (error != EINVAL ? std::strerror(error) : std::to_string(size) + expected) +
+        return path + ": " + (error != 0 ? sim::host::error_text(error) : std::to_string(bytes.size()) + expected) +
                "; no camera follows it";
     }
-    if (std::ranges::all_of(kLines, [&](const Line& line) { return is_zero(record, line); })) {
+    std::memcpy(&record, bytes.data(), sizeof record);
+    if (std::ranges::all_of(kLines, [&](const Line& l) { return record.*l.k == 0.0F && record.*l.b == 0.0F; })) {
         return {}; // the first light alone, which nothing follows
     }
     for (const Line& line : kLines) {
@@ -85,21 +67,13 @@ std::string calibration_problem(const std::string& path)
             const float gain = record.*line.k * panorama + record.*line.b;
             const bool usual = gain >= kLowestGain && gain <= kHighestGain;
             if (!usual) {
-                std::ostringstream text;
-                text << path << ": the line for " << line.name << " gives a gain of " << gain << " at " << kelvin
-                     << " K; following cameras show wrong colours";
-                return text.str();
+                return path +
+                       format(": the line for %s gives a gain of %g at %g K; following cameras show wrong colours",
+                              line.name, double{gain}, kelvin);
             }
         }
     }
     return {};
-}
-
-bool has_first_light(const std::string& path)
-{
-    awb_calibration_s record{};
-    std::size_t size = 0;
-    return read_record(path, record, size) == 0;
 }
 
 void report_changed_calibration()
@@ -107,12 +81,12 @@ void report_changed_calibration()
     namespace fs = std::filesystem;
     static std::pair<fs::file_time_type, std::uintmax_t> reported;
     std::error_code missing;
-    const std::pair present{fs::last_write_time(calibration_path(), missing),
-                            fs::file_size(calibration_path(), missing)};
+    const std::pair present{fs::last_write_time(paths().calibration, missing),
+                            fs::file_size(paths().calibration, missing)};
     if (std::exchange(reported, present) == present) {
         return;
     }
-    if (const std::string problem = calibration_problem(calibration_path()); !problem.empty()) {
+    if (const std::string problem = calibration_problem(paths().calibration); !problem.empty()) {
         std::cerr << "isp-sim: " << printable(problem) << '\n';
     }
 }

@@ -9,9 +9,6 @@ namespace session
 /// Empty where the file is in order or not there.
 std::string calibration_problem(const std::string& path);
 
-/// Whether the file holds a first light that a second one can complete.
-bool has_first_light(const std::string& path);
-
 /// Says on standard error what is wrong with the session's calibration, if the file changed since the last time.
 void report_changed_calibration();
 

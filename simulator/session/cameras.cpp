@@ -1,5 +1,6 @@
 #include "session/cameras.h"
 
+#include "base/number.h"
 #include "engine/engine.h"
 #include "host/settings.h"
 #include "host/store.h"
@@ -11,7 +12,6 @@
 
 #include <array>
 #include <atomic>
-#include <charconv>
 #include <numeric>
 #include <vector>
 
@@ -29,7 +29,7 @@ bool start_camera(int camera)
 {
     const Lanes lane({camera}, "start");
     note_csc_mode(camera, std::nullopt);
-    if (rk_isp_init(camera, session_folder().data()) != 0) {
+    if (rk_isp_init(camera, std::string(paths().folder).data()) != 0) {
         return false;
     }
     KIV_load_isp_para(camera);
@@ -85,14 +85,12 @@ std::vector<int> cameras_with_engine()
 
 void set_illuminant(int camera, const std::string& name)
 {
-    double kelvin = 0.0;
-    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), kelvin);
-    if (error == std::errc{} && end == name.data() + name.size()) {
-        const bool usual = kelvin >= 1500.0 && kelvin <= 12000.0; // false for nan
+    if (const auto kelvin = sim::number_in<double>(name)) {
+        const bool usual = *kelvin >= 1500.0 && *kelvin <= 12000.0; // false for nan
         if (!usual) {
             throw BadInput("an illuminant has 1500 to 12000 K or a name: A, TL84, D50, D65");
         }
-        sim::engine::set_illuminant(camera, kelvin);
+        sim::engine::set_illuminant(camera, *kelvin);
     } else if (!sim::engine::set_illuminant(camera, name)) {
         throw BadInput("unknown illuminant " + name + "; give kelvin or A, TL84, D50, D65");
     }

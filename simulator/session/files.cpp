@@ -17,8 +17,8 @@
 #include <iostream>
 #include <mutex>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace session
 {
@@ -28,14 +28,11 @@ namespace
 
 namespace fs = std::filesystem;
 
-/// Where the files are. The library keeps pointers into these.
-struct Files {
-    std::string folder;
-    std::string calibration;
-    std::string shading;
-    std::string iris;
+struct Files : FilePaths {
     std::string otp;
     std::string lens_command;
+    int lock = -1;           ///< open as long as the process runs
+    std::string copy;        ///< the folder, where that is a copy
     bool in_copy = false;    ///< though the folder's own were meant
     bool changed = false;    ///< since they were loaded
     std::string saved_store; ///< as last loaded or saved, to write only what changed
@@ -50,12 +47,13 @@ constexpr std::string_view kOwnFiles[] = {
 void check_own_files(const std::string& folder)
 {
     for (const std::string_view name : kOwnFiles) {
-        const std::string path = folder + "/" + std::string(name);
-        struct stat status{};
-        const bool followed = name == "settings.ini";
-        const bool there = (followed ? stat(path.c_str(), &status) : lstat(path.c_str(), &status)) == 0;
-        if (there && !(name == "files" ? S_ISDIR(status.st_mode) : S_ISREG(status.st_mode))) {
-            throw BadInput(path + ": not a " + (name == "files" ? "folder" : "regular file"));
+        const fs::path path = folder + "/" + std::string(name);
+        std::error_code missing;
+        const fs::file_status status =
+            name == "settings.ini" ? fs::status(path, missing) : fs::symlink_status(path, missing);
+        if (fs::exists(status) &&
+            status.type() != (name == "files" ? fs::file_type::directory : fs::file_type::regular)) {
+            throw BadInput(path.string() + ": not a " + (name == "files" ? "folder" : "regular file"));
         }
     }
 }
@@ -76,6 +74,7 @@ std::string store_as_text()
 void prepare_files(const std::string& folder)
 {
     files.folder = folder;
+    files.store = folder + "/settings.ini";
     files.calibration = folder + "/wb.dat";
     files.shading = folder + "/shading.data";
     files.iris = folder + "/sm_af_iris_value";
@@ -90,9 +89,6 @@ void prepare_files(const std::string& folder)
         throw_if(sim::host::write_shading_file(files.shading));
     }
 }
-
-int lock_file = -1; // open as long as the process runs
-std::string copy;
 
 /// The folder's absolute name. Throws BadInput unless it is there and may be entered.
 std::string usable(const std::string& path)
@@ -111,13 +107,13 @@ std::string usable(const std::string& path)
 /// Takes the lock; false where no lock can be written.
 bool take_lock(const std::string& folder)
 {
-    lock_file = sim::host::open_regular(folder + "/lock", O_RDWR | O_CREAT | O_NOFOLLOW);
-    if (lock_file < 0) {
+    files.lock = sim::host::open_regular(folder + "/lock", O_RDWR | O_CREAT | O_NOFOLLOW);
+    if (files.lock < 0) {
         return false;
     }
-    const bool locked = flock(lock_file, LOCK_EX | LOCK_NB) == 0;
+    const bool locked = flock(files.lock, LOCK_EX | LOCK_NB) == 0;
     char holder[32] = "";
-    const ssize_t size = read(lock_file, holder, sizeof holder);
+    const ssize_t size = read(files.lock, holder, sizeof holder);
     const std::string process(holder, size > 0 ? static_cast<std::size_t>(size) : 0);
     if (process.find_first_not_of("0123456789\n") != std::string::npos || process.size() == sizeof holder) {
         throw BadInput(folder + "/lock: not the lock of a session"); // and not overwritten by one
@@ -127,19 +123,13 @@ bool take_lock(const std::string& folder)
                        "; --read-only looks without writing");
     }
     const std::string own = std::to_string(getpid()) + '\n';
-    return ftruncate(lock_file, 0) == 0 && lseek(lock_file, 0, SEEK_SET) == 0 &&
-           sim::host::write_all(lock_file, own) == 0;
+    return ftruncate(files.lock, 0) == 0 && lseek(files.lock, 0, SEEK_SET) == 0 &&
+           sim::host::write_all(files.lock, own) == 0;
 }
 
-struct StateFolder {
-    std::string path; ///< absolute
-    bool copied;      ///< a copy, which leave_folder() removes
-    std::string note; ///< for the user, where the copy was not asked for
-};
-
-/// A temporary folder with copies of settings, shading and calibration. `reason` says why nothing can be written to the
-/// original; empty where that is the user's wish.
-StateFolder copy_of_folder(const std::string& path, const std::string& reason)
+/// Makes a temporary folder with copies of settings, shading and calibration. `reason` says why nothing can be written
+/// to the original; empty where that is the user's wish.
+void copy_folder(const std::string& path, const std::string& reason)
 {
     const std::string folder = usable(path);
     std::error_code error;
@@ -148,21 +138,18 @@ StateFolder copy_of_folder(const std::string& path, const std::string& reason)
         throw BadInput((reason.empty() ? "" : reason + "; ") +
                        "cannot make a folder for a copy: " + (error ? error.message() : std::strerror(errno)));
     }
-    copy = pattern;
+    files.copy = pattern;
     for (const char* file : {"settings.ini", "shading.data", "wb.dat"}) {
         const fs::path from = fs::path(folder) / file;
         std::error_code missing;
-        if (fs::exists(from, missing) && !fs::copy_file(from, fs::path(copy) / file, error)) {
+        if (fs::exists(from, missing) && !fs::copy_file(from, fs::path(pattern) / file, error)) {
             throw BadInput(from.string() + ": " + error.message());
         }
     }
-    return {.path = copy,
-            .copied = true,
-            .note = reason.empty() ? "" : reason + "; looking at a copy, what you change is not kept"};
 }
 
-/// The folder itself, or a copy where nothing can be written.
-StateFolder enter_folder(const std::string& path)
+/// Enters the folder itself. Returns why nothing can be written there, or nothing.
+std::string enter_folder(const std::string& path)
 {
     std::error_code error;
     if (!fs::exists(path, error) && !error) {
@@ -173,10 +160,15 @@ StateFolder enter_folder(const std::string& path)
     }
     const std::string folder = usable(path);
     if (!take_lock(folder)) {
-        return copy_of_folder(path, folder + ": " + sim::host::error_text(errno));
+        return folder + ": " + sim::host::error_text(errno);
     }
     sim::host::remove_temporaries(folder);
-    return {.path = folder, .copied = false, .note = {}};
+    try {
+        prepare_files(folder);
+    } catch (const BadInput& failed) {
+        return failed.what();
+    }
+    return {};
 }
 
 } // namespace
@@ -194,9 +186,9 @@ bool is_own_file(const std::string& path)
 std::string named_files_folder()
 {
     const std::string folder = files.folder + "/files";
-    struct stat status{};
-    if ((mkdir(folder.c_str(), 0777) != 0 && errno != EEXIST) || lstat(folder.c_str(), &status) != 0 ||
-        !S_ISDIR(status.st_mode)) {
+    std::error_code error;
+    fs::create_directory(folder, error);
+    if (fs::symlink_status(folder, error).type() != fs::file_type::directory) {
         throw BadInput("cannot use the folder " + folder);
     }
     return folder;
@@ -208,25 +200,20 @@ void enter_files(const std::string& folder, bool look_only)
     if (fs::is_directory(folder, missing)) {
         check_own_files(folder);
     }
-    StateFolder state = look_only ? copy_of_folder(folder, "") : enter_folder(folder);
-    try {
-        prepare_files(state.path);
-    } catch (const BadInput& error) {
-        if (state.copied) {
-            throw;
-        }
-        state = copy_of_folder(folder, error.what());
-        prepare_files(state.path);
+    const std::string unwritable = look_only ? "" : enter_folder(folder);
+    if (look_only || !unwritable.empty()) {
+        copy_folder(folder, unwritable);
+        prepare_files(files.copy);
     }
-    files.in_copy = state.copied && !look_only;
-    if (!state.note.empty()) {
-        std::cerr << "isp-sim: " << printable(state.note) << '\n';
+    files.in_copy = !unwritable.empty();
+    if (files.in_copy) {
+        std::cerr << "isp-sim: " << printable(unwritable + "; looking at a copy, what you change is not kept") << '\n';
     }
 }
 
 void load_settings()
 {
-    const std::string path = store_path();
+    const std::string& path = files.store;
     std::error_code error;
     if (fs::file_size(path, error) == 0 && !error) {
         fs::rename(path, path + ".empty", error);
@@ -248,7 +235,7 @@ void save_settings()
     if (text == files.saved_store) {
         return;
     }
-    const sim::host::FileResult saved = sim::host::save_store(store_path());
+    const sim::host::FileResult saved = sim::host::save_store(files.store);
     if (!saved) {
         throw BadInput(saved.message);
     }
@@ -261,29 +248,9 @@ bool settings_are_lost()
     return files.in_copy && files.changed;
 }
 
-std::string session_folder()
+const FilePaths& paths()
 {
-    return files.folder;
-}
-
-std::string store_path()
-{
-    return files.folder + "/settings.ini";
-}
-
-std::string shading_path()
-{
-    return files.shading;
-}
-
-std::string calibration_path()
-{
-    return files.calibration;
-}
-
-std::string iris_path()
-{
-    return files.iris;
+    return files;
 }
 
 void fit_lens(const std::string& model)
@@ -298,10 +265,9 @@ void fit_lens(const std::string& model)
 
 void leave_folder()
 {
-    if (!copy.empty()) {
+    if (!files.copy.empty()) {
         std::error_code ignored;
-        fs::remove_all(copy, ignored);
-        copy.clear();
+        fs::remove_all(std::exchange(files.copy, {}), ignored);
     }
 }
 

@@ -15,11 +15,15 @@ void enter_files(const std::string& folder, bool look_only);
 /// Removes the copy, if there is one.
 void leave_folder();
 
-std::string session_folder();
-std::string store_path();
-std::string shading_path();
-std::string calibration_path();
-std::string iris_path(); ///< the device from which the lens service learns of the iris
+/// Where the files are; while the session lasts, since the library keeps pointers into these.
+struct FilePaths {
+    std::string folder;
+    std::string store;
+    std::string calibration;
+    std::string shading;
+    std::string iris; ///< the device from which the lens service learns of the iris
+};
+const FilePaths& paths();
 
 /// Whether a path names one of the files that the program itself keeps in the session's folder.
 bool is_own_file(const std::string& path);

@@ -6,8 +6,8 @@
 #include <condition_variable>
 #include <list>
 #include <mutex>
+#include <numeric>
 #include <optional>
-#include <thread>
 #include <utility>
 
 namespace session
@@ -17,10 +17,18 @@ namespace
 {
 
 constexpr std::chrono::seconds kPatience{30};
+constexpr std::chrono::hours kForever{100000};
 
-/// Somebody in a queue: the cameras as bits, and what for.
+constexpr unsigned kTurn = 1U << 31U; // the lane of what belongs to no camera
+
+unsigned lane_of(int camera)
+{
+    return 1U << static_cast<unsigned>(camera);
+}
+
+/// Somebody in the queue: lanes as bits, and what for.
 struct Place {
-    unsigned cameras;
+    unsigned lanes;
     std::string what;
     bool holds;
 };
@@ -36,97 +44,65 @@ thread_local int acting = -1;
 const Place* before(std::list<Place>::const_iterator place)
 {
     const auto found =
-        std::find_if(places.cbegin(), place, [&](const Place& p) { return (p.cameras & place->cameras) != 0; });
+        std::find_if(places.cbegin(), place, [&](const Place& p) { return (p.lanes & place->lanes) != 0; });
     return found != place ? &*found : nullptr;
 }
 
-std::string busy_text(const Place& with, unsigned cameras)
+/// What a lane is held for; empty while it is free.
+std::string held_for(unsigned lane)
 {
-    return "camera " + std::to_string(std::countr_zero(with.cameras & cameras)) + " is busy with " + with.what;
+    const std::lock_guard lock(mutex);
+    const auto found = std::ranges::find_if(places, [&](const Place& p) { return p.holds && (p.lanes & lane) != 0; });
+    return found != places.end() ? found->what : std::string();
 }
 
-// ---- The turn
-
-std::mutex turn_mutex;
-std::condition_variable turn_ended;
-std::optional<std::string> present;
-std::thread::id actor;
-
-bool is_own()
+void take(unsigned lanes, const std::string& what, std::chrono::steady_clock::duration patience = kPatience)
 {
-    return present && actor == std::this_thread::get_id();
-}
-
-void take(std::unique_lock<std::mutex>& lock, const std::string& what)
-{
-    turn_ended.wait(lock, [] { return !present.has_value(); });
-    present = what;
-    actor = std::this_thread::get_id();
-}
-
-void end()
-{
-    std::unique_lock lock(turn_mutex);
-    present.reset();
-    lock.unlock();
-    turn_ended.notify_one();
-}
-
-} // namespace
-
-Lanes::Lanes(std::initializer_list<int> cameras, const std::string& what) : acting_before_(acting)
-{
-    for (const int camera : cameras) {
-        held_ |= 1U << static_cast<unsigned>(camera);
-    }
-    held_ &= ~own_lanes;
-    if (held_ != 0) {
-        std::optional<TurnAside> aside;
-        std::unique_lock lock(mutex);
-        const auto place = places.insert(places.end(), {held_, what, false});
-        if (before(place) != nullptr) {
-            lock.unlock();
-            aside.emplace();
-            lock.lock();
-            if (!changed.wait_until(lock, std::chrono::steady_clock::now() + kPatience,
-                                    [&] { return before(place) == nullptr; })) {
-                const std::string text = busy_text(*before(place), held_);
-                places.erase(place);
-                lock.unlock();
-                changed.notify_all();
-                throw Busy(text);
-            }
-        }
-        place->holds = true;
-        own_lanes |= held_;
-    }
-    acting = cameras.size() == 1 ? *cameras.begin() : -1;
-}
-
-Lanes::~Lanes()
-{
-    acting = acting_before_;
-    if (held_ == 0) {
-        return;
-    }
-    own_lanes &= ~held_;
+    std::optional<TurnAside> aside;
     std::unique_lock lock(mutex);
-    places.erase(std::ranges::find_if(places, [&](const Place& p) { return p.holds && p.cameras == held_; }));
+    const auto place = places.insert(places.end(), {lanes, what, false});
+    if (before(place) != nullptr) {
+        lock.unlock();
+        aside.emplace();
+        lock.lock();
+        if (!changed.wait_until(lock, std::chrono::steady_clock::now() + patience,
+                                [&] { return before(place) == nullptr; })) {
+            const Place with = *before(place);
+            places.erase(place);
+            lock.unlock();
+            changed.notify_all();
+            const unsigned common = with.lanes & lanes;
+            throw Busy((common == kTurn ? "" : "camera " + std::to_string(std::countr_zero(common)) + " is ") +
+                       "busy with " + with.what);
+        }
+    }
+    place->holds = true;
+    own_lanes |= lanes;
+}
+
+void release(unsigned lanes)
+{
+    own_lanes &= ~lanes;
+    std::unique_lock lock(mutex);
+    places.erase(std::ranges::find_if(places, [&](const Place& p) { return p.holds && p.lanes == lanes; }));
     lock.unlock();
     changed.notify_all();
 }
 
-std::string busy_with(int camera)
+} // namespace
+
+Hold::Hold(unsigned lanes, const std::string& what) : held_(lanes & ~own_lanes)
 {
-    const std::lock_guard lock(mutex);
-    const auto found = std::ranges::find_if(
-        places, [&](const Place& p) { return p.holds && (p.cameras & (1U << static_cast<unsigned>(camera))) != 0; });
-    return found != places.end() ? found->what : std::string();
+    if (held_ != 0) {
+        take(held_, what);
+    }
 }
 
-int acting_camera()
+Hold::~Hold()
 {
-    return acting;
+    if (held_ != 0) {
+        release(held_);
+    }
 }
 
 ActingFor::ActingFor(int camera) : before_(std::exchange(acting, camera)) {}
@@ -136,48 +112,44 @@ ActingFor::~ActingFor()
     acting = before_;
 }
 
-Turn::Turn(const std::string& what)
+int acting_camera()
 {
-    std::unique_lock lock(turn_mutex);
-    own_ = !is_own();
-    if (own_) {
-        if (!turn_ended.wait_until(lock, std::chrono::steady_clock::now() + kPatience,
-                                   [] { return !present.has_value(); })) {
-            throw Busy("busy with " + *present);
-        }
-        take(lock, what);
-    }
+    return acting;
 }
 
-Turn::~Turn()
+Lanes::Lanes(std::initializer_list<int> cameras, const std::string& what)
+    : hold_(std::accumulate(cameras.begin(), cameras.end(), 0U,
+                            [](unsigned lanes, int camera) { return lanes | lane_of(camera); }),
+            what),
+      acting_(cameras.size() == 1 ? *cameras.begin() : -1)
 {
-    if (own_) {
-        end();
-    }
 }
+
+std::string busy_with(int camera)
+{
+    return held_for(lane_of(camera));
+}
+
+Turn::Turn(const std::string& what) : Hold(kTurn, what) {}
 
 TurnAside::TurnAside()
 {
-    std::unique_lock lock(turn_mutex);
-    if (is_own()) {
-        what_ = *present;
-        lock.unlock();
-        end();
+    if ((own_lanes & kTurn) != 0) {
+        what_ = present_turn();
+        release(kTurn);
     }
 }
 
 TurnAside::~TurnAside()
 {
     if (!what_.empty()) {
-        std::unique_lock lock(turn_mutex);
-        take(lock, what_);
+        take(kTurn, what_, kForever);
     }
 }
 
 std::string present_turn()
 {
-    const std::lock_guard lock(turn_mutex);
-    return present.value_or("");
+    return held_for(kTurn);
 }
 
 void wait_in_turn(sim::Microseconds duration)

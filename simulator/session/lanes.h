@@ -20,26 +20,6 @@ struct Busy : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-class Lanes
-{
-public:
-    /// `what` tells others what the cameras are busy with. A camera that this thread holds already is not waited for.
-    /// While it waits, a turn of this thread is given up. Throws Busy after 30 s.
-    Lanes(std::initializer_list<int> cameras, const std::string& what);
-    ~Lanes();
-    Lanes& operator=(Lanes&&) = delete;
-
-private:
-    unsigned held_ = 0; ///< a bit per camera
-    int acting_before_;
-};
-
-/// What a camera is busy with; empty while it is free. Any thread.
-std::string busy_with(int camera);
-
-/// The camera for which this thread acts; -1 for none or several.
-int acting_camera();
-
 /// Names one of several cameras, while it lives, as the one for which this thread acts.
 class ActingFor
 {
@@ -52,16 +32,41 @@ private:
     int before_;
 };
 
-/// A turn, which ends with its scope. A thread that has the turn gets another at once. Throws Busy after 30 s.
-class Turn
+/// The camera for which this thread acts; -1 for none or several.
+int acting_camera();
+
+/// Lanes, a bit each, from its beginning to its end; what this thread holds already is not waited for.
+class Hold
 {
 public:
-    explicit Turn(const std::string& what); ///< what the turn is for
-    ~Turn();
-    Turn& operator=(Turn&&) = delete;
+    Hold(unsigned lanes, const std::string& what);
+    ~Hold();
+    Hold& operator=(Hold&&) = delete;
 
 private:
-    bool own_;
+    unsigned held_;
+};
+
+class Lanes
+{
+public:
+    /// `what` tells others what the cameras are busy with. While it waits, a turn of this thread is given up. Throws
+    /// Busy after 30 s.
+    Lanes(std::initializer_list<int> cameras, const std::string& what);
+
+private:
+    Hold hold_;
+    ActingFor acting_;
+};
+
+/// What a camera is busy with; empty while it is free. Any thread.
+std::string busy_with(int camera);
+
+/// A turn, which ends with its scope; `what` is what it is for. Throws Busy after 30 s.
+class Turn : Hold
+{
+public:
+    explicit Turn(const std::string& what);
 };
 
 /// Gives this thread's turn up, if it has it, and takes it again at the end: for what takes long and needs none.

@@ -1,10 +1,10 @@
 #include "session/listen.h"
 
+#include "base/number.h"
 #include "session/bad_input.h"
 
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -52,9 +52,8 @@ Address address_of(const std::string& text)
     if (!v6 && address.host.find(':') != std::string::npos) {
         throw BadInput("an IPv6 address to serve at stands in brackets: [" + address.host + "]:" + port);
     }
-    const auto [end, error] = std::from_chars(port.data(), port.data() + port.size(), address.port);
-    if (error != std::errc{} || end != port.data() + port.size() || address.port < 0 || address.port > 65535 ||
-        address.host.empty()) {
+    address.port = sim::number_in<int>(port).value_or(-1);
+    if (address.port < 0 || address.port > 65535 || address.host.empty()) {
         throw BadInput("an address to serve at is [HOST:]PORT, not " + text);
     }
     return address;

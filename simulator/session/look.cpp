@@ -6,10 +6,10 @@
 #include "host/shading_file.h"
 #include "host/store.h"
 #include "session/cameras.h"
+#include "session/text.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <mutex>
 #include <string_view>
 #include <utility>
@@ -108,24 +108,18 @@ sim::picture::Image picture_of(int camera, int frames)
 std::vector<std::string> caption_of(int camera)
 {
     const sim::engine::Readings live = sim::engine::readings(camera);
-    const sim::picture::SceneRef scene = scene_of(camera);
-    const auto text = [](double value, const char* format) {
-        std::array<char, 32> written{};
-        std::snprintf(written.data(), written.size(), format, value);
-        return std::string(written.data());
-    };
-    std::string state = "camera " + std::to_string(camera) + "  \u00b7  " + scene->name + " ";
-    state += text(live.luminance, "%.4g cd/m\u00b2 ") + text(live.kelvin, "%.0f K  \u00b7  ");
-    state += live.time > 0.0 ? text(1.0 / live.time, "1/%.0f s  ") : "";
-    state += text(live.analog_gain * live.isp_dgain, "gain %.3g  ");
+    std::string state = "camera " + std::to_string(camera) + "  \u00b7  " + scene_of(camera)->name + " ";
+    state += format("%.4g cd/m\u00b2 %.0f K  \u00b7  ", live.luminance, live.kelvin);
+    state += live.time > 0.0 ? format("1/%.0f s  ", 1.0 / live.time) : "";
+    state += format("gain %.3g  ", live.analog_gain * live.isp_dgain);
     if (camera == kZoomCamera) {
         const sim::host::LensState lens = sim::host::lens_state();
         const double opening = std::min(lens.iris, sim::host::widest_iris(lens.zoom));
-        state += opening > 0.0 ? text(1.8 * sim::host::kIrisWidest / opening, "F%.2g  ") : "iris closed  ";
-        state += lens.zoom > 0.0 ? text(sim::host::magnification(lens.zoom), "zoom %.1fx  ") : "";
+        state += opening > 0.0 ? format("F%.2g  ", 1.8 * sim::host::kIrisWidest / opening) : "iris closed  ";
+        state += lens.zoom > 0.0 ? format("zoom %.1fx  ", sim::host::magnification(lens.zoom)) : "";
     }
-    state += text(live.mean_luma, "luma %.0f  \u00b7  ") + text(double{live.wb_gain.rgain}, "wb %.2f/") +
-             text(double{live.wb_gain.bgain}, "%.2f");
+    state += format("luma %.0f  \u00b7  wb %.2f/%.2f", live.mean_luma, double{live.wb_gain.rgain},
+                    double{live.wb_gain.bgain});
 
     std::string changed;
     const kiv_isp_param_s record = sim::host::stored_record(camera);

@@ -76,7 +76,7 @@ void close_session()
 void set_auto_iris_on(bool on)
 {
     if (on && !state.iris_loop_started) {
-        throw_if(state.lens_service.open(iris_path(), 0));
+        throw_if(state.lens_service.open(paths().iris, 0));
         isp::seam.lens_service_port = static_cast<unsigned short>(state.lens_service.port());
         state.lens_service.publish();
         if (init_auto_iris_control(set_auto_iris) != 0) {

@@ -1,6 +1,9 @@
 #include "session/text.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstdio>
 
 namespace session
 {
@@ -43,6 +46,16 @@ std::string printable(std::string_view text, std::size_t most)
         text.remove_prefix(std::max<std::size_t>(size, 1));
     }
     return shown;
+}
+
+std::string format(const char* form, ...)
+{
+    std::array<char, 512> written{};
+    std::va_list values;
+    va_start(values, form);
+    std::vsnprintf(written.data(), written.size(), form, values);
+    va_end(values);
+    return written.data();
 }
 
 } // namespace session

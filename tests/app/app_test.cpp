@@ -165,7 +165,7 @@ TEST_F(App, ASignalEndsTheWaitAndKeepsSettingsAndRecording)
         prompt::forget_signal();
         session::close_session();
         sim::host::reset_store();
-        ASSERT_TRUE(sim::host::load_store(session::store_path()));
+        ASSERT_TRUE(sim::host::load_store(session::paths().store));
         EXPECT_EQ(stored(0, "hue"), 4);
         std::stringstream rows;
         rows << std::ifstream(csv).rdbuf();
@@ -266,7 +266,7 @@ TEST_F(App, SettingsOfAScriptAreInTheStoresFile)
 {
     ASSERT_EQ(prompt::run_script(script("set 3 gamma 0.63\nset 3 antiflicker 60hz\n")), 0);
     sim::host::reset_store();
-    ASSERT_TRUE(sim::host::load_store(session::store_path()));
+    ASSERT_TRUE(sim::host::load_store(session::paths().store));
     EXPECT_EQ(stored(3, "gamma"), ISP_GAMMA_0_63);
     EXPECT_EQ(stored(3, "antiflicker"), FLICKER_60HZ);
 }

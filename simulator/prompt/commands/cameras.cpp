@@ -103,6 +103,6 @@ constexpr Command kCommands[] = {
 
 } // namespace
 
-const std::span<const Command> kCameraCommands = kCommands;
+const Group kCameraCommands = {"Cameras", kCommands};
 
 } // namespace prompt

@@ -3,16 +3,15 @@
 #include "isp_ctrl.h"
 #include "prompt/commands.h"
 #include "prompt/commands/pictures.h"
-#include "session/calibration_check.h"
 #include "session/cameras.h"
 #include "session/files.h"
 #include "session/lanes.h"
 #include "session/look.h"
+#include "session/text.h"
 
 #include <algorithm>
-#include <iomanip>
+#include <filesystem>
 #include <ostream>
-#include <unistd.h>
 
 namespace prompt
 {
@@ -35,7 +34,9 @@ void calibrate(const Words& words)
     for (const int camera : {0, 2, 3}) {
         camera_with_engine(std::to_string(camera));
     }
-    if (!first && !session::has_first_light(session::calibration_path())) {
+    const std::string& lines = session::paths().calibration;
+    std::error_code missing;
+    if (!first && std::filesystem::file_size(lines, missing) != sizeof(awb_calibration_s)) {
         throw BadInput("the first reference light is missing: calibrate d65, then calibrate a");
     }
     const session::Lanes lanes({0, 2, 3}, "calibration");
@@ -43,12 +44,9 @@ void calibrate(const Words& words)
         session::set_illuminant(camera, first ? "D65" : "A");
     }
     check(with_progress("measuring", [&] { return Awb_Calibration(first ? 1 : 2); }), "calibration");
-    if (first) {
-        out() << "first light kept; now calibrate a\n";
-    } else {
-        out() << (access(session::calibration_path().c_str(), F_OK) == 0 ? "calibration written\n"
-                                                                         : "no usable calibration found\n");
-    }
+    out() << (first                                     ? "first light kept; now calibrate a\n"
+              : std::filesystem::exists(lines, missing) ? "calibration written\n"
+                                                        : "no usable calibration found\n");
 }
 
 /// How far the gains in force are from those that make a grey neutral, in per cent: the greater of red and blue.
@@ -75,14 +73,12 @@ void balance(const Words& words)
         if (!session::has_engine(camera)) {
             continue;
         }
-        std::ostringstream label;
-        label << "camera " << camera << ", gain error " << std::fixed << std::setprecision(2) << gain_error(camera)
-              << " %";
-        out() << label.str() << '\n';
-        pictures.push_back(session::panel_of(camera, label.str()));
+        const std::string label = session::format("camera %d, gain error %.2f %%", camera, gain_error(camera));
+        out() << label << '\n';
+        pictures.push_back(session::panel_of(camera, label));
     }
     if (words.size() == 1) {
-        write_picture(picture_argument(words[0]), sim::picture::contact_sheet(pictures, 3));
+        write_sheet(picture_argument(words[0]), pictures, 3);
     }
 }
 
@@ -95,6 +91,6 @@ constexpr Command kCommands[] = {
 
 } // namespace
 
-const std::span<const Command> kFollowingCommands = kCommands;
+const Group kFollowingCommands = {"Calibration and following", kCommands};
 
 } // namespace prompt

@@ -137,6 +137,6 @@ constexpr Command kCommands[] = {
 
 } // namespace
 
-const std::span<const Command> kGeneralCommands = kCommands;
+const Group kGeneralCommands = {"The program", kCommands};
 
 } // namespace prompt

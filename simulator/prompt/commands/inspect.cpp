@@ -82,11 +82,7 @@ void block(const Words& words)
     const int camera = camera_with_engine(words[0]);
     std::vector<Field> fields = sim::engine::describe(session::engine_of(camera), words[1]);
     if (fields.empty()) {
-        std::string names;
-        for (const std::string& name : sim::engine::block_names()) {
-            names += " " + name;
-        }
-        throw BadInput("there is no block " + words[1] + "; the blocks are" + names);
+        throw BadInput("there is no block " + words[1] + "; the blocks are" + listed(sim::engine::block_names()));
     }
     if (words.size() > 2) {
         std::erase_if(fields, [&](const Field& field) { return field.name.find(words[2]) == std::string::npos; });
@@ -165,6 +161,6 @@ constexpr Command kCommands[] = {
 
 const std::span<const std::string_view> kCalledFunctions = kFunctions;
 
-const std::span<const Command> kEngineCommands = kCommands;
+const Group kEngineCommands = {"Looking inside", kCommands};
 
 } // namespace prompt

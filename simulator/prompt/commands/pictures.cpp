@@ -30,18 +30,17 @@ void render(const Words& words)
     for (const std::string& camera : cameras) {
         panels.push_back(session::panel_of(camera_with_engine(camera), "", frames));
     }
-    write_picture(path, sim::picture::contact_sheet(panels, panels.size() == 4 ? 2 : 3));
+    write_sheet(path, panels, panels.size() == 4 ? 2 : 3);
 }
 
 // ---- Figures --------------------------------------------------------------------------------------------------------
 
 /// The chart's patches that are in view, the levels and at the end the figures of the whole picture.
-Json all_figures_of(int camera)
+void add_all_figures(Json& figures, int camera)
 {
     using namespace sim::picture;
     const Image image = session::picture_of(camera);
     const float magnification = session::magnification_of(camera);
-    Json figures = {{"camera", camera}};
     Json patches = Json::array();
     for (int i = 0; i < kPatches && session::scene_of(camera)->name == "chart"; ++i) {
         const Area area = patch_area(image, i, magnification);
@@ -77,10 +76,91 @@ Json all_figures_of(int camera)
     }
     figures["levels"] = levels;
     figures.update(figures_json(session::figures_of(camera)));
-    return figures;
 }
 
-/// A line per figure; a list of figures has a line of their names above it.
+void measure(const Words& words)
+{
+    const int camera = camera_with_engine(words[0]);
+    const bool file = words.size() % 2 == 0;
+    if (words.size() == 3 || words.size() == 4) {
+        throw BadInput("a region is X Y W H");
+    }
+    Json figures = {{"camera", camera}};
+    if (words.size() > 2) {
+        figures.update(figures_json(session::figures_of(camera, region_argument(std::span(words).subspan(1, 4)))));
+    } else {
+        add_all_figures(figures, camera);
+    }
+    if (!file) {
+        out() << table_of(figures, false);
+        answer(figures);
+        return;
+    }
+    throw_if(sim::host::write_durably(file_argument(words.back()), table_of(figures, true)));
+    wrote(words.back());
+}
+
+template <sim::picture::Image (*Graph)(const sim::picture::Image&)>
+void graph(const Words& words)
+{
+    const int camera = camera_with_engine(words[0]);
+    const sim::picture::Panel panel{"", Graph(session::picture_of(camera)), session::caption_of(camera)};
+    write_sheet(picture_argument(words[1]), {panel}, 1);
+}
+
+constexpr Command kCommands[] = {
+    {"render", "CAM... FILE.png|.jpg [--frames N]",
+     "what cameras show, side by side: the frame of this moment, or the mean of N", 2, 11, render, Kind::looks},
+    {"measure", "CAM [X Y W H] [FILE.csv]",
+     "colours, colour differences and noise of the chart's patches, levels and figures of any scene; or the figures "
+     "of a region of the picture of 640 x 480",
+     1, 6, measure, Kind::looks},
+    {"histogram", "CAM FILE.png|.jpg", "how often each level occurs", 2, 2, graph<sim::picture::histogram_graph>,
+     Kind::looks},
+    {"waveform", "CAM FILE.png|.jpg", "the levels of each column", 2, 2, graph<sim::picture::waveform_graph>,
+     Kind::looks},
+};
+
+} // namespace
+
+Words take(Words& words, const std::string& option, std::size_t count, const std::string& needs)
+{
+    const auto place = std::ranges::find(words, option);
+    if (place == words.end()) {
+        return {};
+    }
+    if (static_cast<std::size_t>(words.end() - place) <= count) {
+        throw BadInput(option + " needs " + needs);
+    }
+    const auto last = place + static_cast<std::ptrdiff_t>(count) + 1;
+    Words taken(place, last);
+    words.erase(place, last);
+    return taken;
+}
+
+int frames_option(Words& words)
+{
+    const Words frames = take(words, "--frames", 1, "a number");
+    return frames.empty() ? 1 : number<int>(frames[1], 1, 1000, "a number of frames");
+}
+
+sim::picture::Area region_argument(std::span<const std::string> words)
+{
+    const int x = number<int>(words[0], 0, session::kPictureWidth - 1, "the left side of a region");
+    const int y = number<int>(words[1], 0, session::kPictureHeight - 1, "the upper side of a region");
+    return {x, y, x + number<int>(words[2], 1, session::kPictureWidth - x, "the width of the region"),
+            y + number<int>(words[3], 1, session::kPictureHeight - y, "the height of the region")};
+}
+
+Json figures_json(const session::Figures& figures)
+{
+    Json json = Json::object();
+    for (const auto& [name, value] : figures) {
+        json[std::string(name)] = rounded(value, 5);
+    }
+    return json;
+}
+
 std::string table_of(const Json& figures, bool csv)
 {
     std::ostringstream table;
@@ -118,84 +198,6 @@ std::string table_of(const Json& figures, bool csv)
     return table.str();
 }
 
-void measure(const Words& words)
-{
-    const int camera = camera_with_engine(words[0]);
-    const bool file = words.size() % 2 == 0;
-    if (words.size() == 3 || words.size() == 4) {
-        throw BadInput("a region is X Y W H");
-    }
-    Json figures;
-    if (words.size() > 2) {
-        figures = {{"camera", camera}};
-        figures.update(figures_json(session::figures_of(camera, region_argument(std::span(words).subspan(1, 4)))));
-    } else {
-        figures = all_figures_of(camera);
-    }
-    if (!file) {
-        out() << table_of(figures, false);
-        answer(figures);
-        return;
-    }
-    throw_if(sim::host::write_durably(file_argument(words.back()), table_of(figures, true)));
-    wrote(words.back());
-}
-
-template <sim::picture::Image (*Graph)(const sim::picture::Image&)>
-void graph(const Words& words)
-{
-    const int camera = camera_with_engine(words[0]);
-    const sim::picture::Panel panel{"", Graph(session::picture_of(camera)), session::caption_of(camera)};
-    write_picture(picture_argument(words[1]), sim::picture::contact_sheet({panel}, 1));
-}
-
-constexpr Command kCommands[] = {
-    {"render", "CAM... FILE.png|.jpg [--frames N]",
-     "what cameras show, side by side: the frame of this moment, or the mean of N", 2, 11, render, Kind::looks},
-    {"measure", "CAM [X Y W H] [FILE.csv]",
-     "colours, colour differences and noise of the chart's patches, levels and figures of any scene; or the figures of "
-     "a "
-     "region of the picture of 640 x 480",
-     1, 6, measure, Kind::looks},
-    {"histogram", "CAM FILE.png|.jpg", "how often each level occurs", 2, 2, graph<sim::picture::histogram_graph>,
-     Kind::looks},
-    {"waveform", "CAM FILE.png|.jpg", "the levels of each column", 2, 2, graph<sim::picture::waveform_graph>,
-     Kind::looks},
-};
-
-} // namespace
-
-int frames_option(Words& words)
-{
-    const auto option = std::ranges::find(words, "--frames");
-    if (option == words.end()) {
-        return 1;
-    }
-    if (option + 1 == words.end()) {
-        throw BadInput("--frames needs a number");
-    }
-    const int frames = number<int>(*(option + 1), 1, 1000, "a number of frames");
-    words.erase(option, option + 2);
-    return frames;
-}
-
-sim::picture::Area region_argument(std::span<const std::string> words)
-{
-    const int x = number<int>(words[0], 0, session::kPictureWidth - 1, "the left side of a region");
-    const int y = number<int>(words[1], 0, session::kPictureHeight - 1, "the upper side of a region");
-    return {x, y, x + number<int>(words[2], 1, session::kPictureWidth - x, "the width of the region"),
-            y + number<int>(words[3], 1, session::kPictureHeight - y, "the height of the region")};
-}
-
-Json figures_json(const session::Figures& figures)
-{
-    Json json = Json::object();
-    for (const auto& [name, value] : figures) {
-        json[std::string(name)] = rounded(value, 5);
-    }
-    return json;
-}
-
 std::string picture_argument(const std::string& word)
 {
     for (const char* ending : {".png", ".jpg", ".jpeg"}) {
@@ -206,12 +208,12 @@ std::string picture_argument(const std::string& word)
     throw BadInput("a picture is a .png or .jpg file; got " + word);
 }
 
-void write_picture(const std::string& path, const sim::picture::Image& image)
+void write_sheet(const std::string& path, const std::vector<sim::picture::Panel>& panels, int columns)
 {
-    throw_if(sim::picture::save(path, image));
+    throw_if(sim::picture::save(path, sim::picture::contact_sheet(panels, columns)));
     wrote(path);
 }
 
-const std::span<const Command> kPictureCommands = kCommands;
+const Group kPictureCommands = {"Pictures", kCommands};
 
 } // namespace prompt

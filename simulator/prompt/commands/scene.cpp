@@ -1,4 +1,5 @@
 // What is in front of the cameras; the lens: its model, zoom, iris and shading file; and the video input.
+#include "base/number.h"
 #include "engine/engine.h"
 #include "host/lens.h"
 #include "host/shading_file.h"
@@ -19,19 +20,12 @@ namespace prompt
 namespace
 {
 
-bool is_number(const std::string& word)
-{
-    double value = 0.0;
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
-    return error != std::errc::invalid_argument && end == word.data() + word.size();
-}
-
 /// A number is a luminance, the name of a drawn scene that scene, any other name with a dot a photograph.
 void scene(const Words& words)
 {
     const int camera = camera_id(words[0]);
     const std::string& what = words[1];
-    if (is_number(what)) {
+    if (sim::number_in<double>(what)) {
         const double seconds = words.size() > 2 ? static_cast<double>(duration(words[2])) / 1e6 : 0.0;
         sim::engine::set_luminance(camera, number<double>(what, 0.0, 200000.0, "a luminance in cd/m2"), seconds);
         return;
@@ -42,11 +36,8 @@ void scene(const Words& words)
     }
     sim::picture::SceneRef wanted = sim::picture::find_scene(what);
     if (wanted == nullptr && what.find('.') == std::string::npos) {
-        std::string names;
-        for (const std::string_view name : sim::picture::scene_names()) {
-            names += " " + std::string(name);
-        }
-        throw BadInput("there is no scene " + what + "; the scenes are" + names + " and any PNG or JPEG file");
+        throw BadInput("there is no scene " + what + "; the scenes are" + listed(sim::picture::scene_names()) +
+                       " and any PNG or JPEG file");
     }
     if (wanted == nullptr) {
         std::string failed;
@@ -120,7 +111,7 @@ void fps(const Words& words)
 
 void shading(const Words& words)
 {
-    const std::string path = words.size() > 1 ? file_argument(words[1]) : session::shading_path();
+    const std::string path = words.size() > 1 ? file_argument(words[1]) : session::paths().shading;
     std::string failed;
     if (words[0] == "write") {
         failed = sim::host::write_shading_file(path);
@@ -143,7 +134,7 @@ constexpr Command kLens[] = {
 
 } // namespace
 
-const std::span<const Command> kSceneCommands = kScene;
-const std::span<const Command> kLensCommands = kLens;
+const Group kSceneCommands = {"Scene", kScene};
+const Group kLensCommands = {"Lens", kLens};
 
 } // namespace prompt

@@ -116,7 +116,7 @@ void show(const Words& words)
     if (words.size() > 1) {
         std::ranges::for_each(sim::host::kSettings, print);
     } else {
-        const std::string changed = differences(record, sim::host::initial_record(), "initially");
+        const std::string changed = differences(record, sim::host::initial_record(), "initially").text;
         out() << (changed.empty() ? "every setting has its initial value; show " + words[0] + " all lists them\n"
                                   : changed);
     }
@@ -186,11 +186,10 @@ void diff(const Words& words)
     const bool other_camera = words[1].size() == 1 && words[1][0] >= '0' && words[1][0] <= '9';
     const kiv_isp_param_s other =
         other_camera ? sim::host::stored_record(camera_id(words[1])) : settings_in(words[1], camera);
-    const std::string title = (other_camera ? "camera " : "") + words[1] + ":";
-    const std::string differing = differences(sim::host::stored_record(camera), other, title);
-    answer(
-        {{"camera", camera}, {"differences", json_of_differences(sim::host::stored_record(camera), other, "other")}});
-    out() << (differing.empty() ? "no setting differs\n" : differing);
+    const Differences found =
+        differences(sim::host::stored_record(camera), other, (other_camera ? "camera " : "") + words[1] + ":", "other");
+    answer({{"camera", camera}, {"differences", found.json}});
+    out() << (found.text.empty() ? "no setting differs\n" : found.text);
 }
 
 constexpr Command kFiles[] = {
@@ -201,7 +200,7 @@ constexpr Command kFiles[] = {
 
 } // namespace
 
-const std::span<const Command> kSettingCommands = kChanging;
-const std::span<const Command> kSettingFileCommands = kFiles;
+const Group kSettingCommands = {"Settings", kChanging};
+const Group kSettingFileCommands = {"Settings as files", kFiles};
 
 } // namespace prompt

@@ -7,9 +7,9 @@
 #include "session/cameras.h"
 #include "session/recording.h"
 #include "session/session.h"
+#include "session/text.h"
 
 #include <algorithm>
-#include <iomanip>
 #include <iostream>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -17,6 +17,24 @@
 
 namespace prompt
 {
+
+std::optional<std::vector<int>> settle(const std::function<std::vector<int>()>& cameras, int frames, double most)
+{
+    const double started = session::seconds_now();
+    for (int quiet = 0; quiet < frames;) {
+        pass_time(session::kFramePeriod);
+        std::vector<int> moving = cameras();
+        std::erase_if(moving, [](int camera) {
+            const sim::engine::Readings live = session::readings_of(camera);
+            return (live.converged || !live.automatic) && live.wb_converged;
+        });
+        quiet = moving.empty() ? quiet + 1 : 0;
+        if (quiet < frames && session::seconds_now() - started > most) {
+            return moving;
+        }
+    }
+    return std::nullopt;
+}
 
 namespace
 {
@@ -85,56 +103,37 @@ void watch(const Words& words)
     }
 }
 
-/// Settled: exposure and white balance of every running camera stay where they are for half a second.
 void wait_settled(const Words& words)
 {
     if (words[0] != "settled") {
         refuse_usage();
     }
-    const double most = words.size() > 1 ? number<double>(words[1], 0.1, 3600.0, "a number of seconds") : 30.0;
     constexpr int kFrames = 15;
+    const double most = words.size() > 1 ? number<double>(words[1], 0.1, 3600.0, "a number of seconds") : 30.0;
     const double started = session::seconds_now();
-    std::vector<int> limited;
-    for (int quiet = 0; quiet < kFrames;) {
-        pass_time(session::kFramePeriod);
-        std::string moving;
-        limited.clear();
-        for (const int camera : session::cameras_with_engine()) {
-            const sim::engine::Readings live = session::readings_of(camera);
-            if ((live.automatic && !live.converged) || !live.wb_converged) {
-                moving += " " + std::to_string(camera);
-            } else if (live.at_limit) {
-                limited.push_back(camera);
-            }
-        }
-        quiet = moving.empty() ? quiet + 1 : 0;
-        if (session::seconds_now() - started > most && quiet < kFrames) {
-            throw BadInput("not settled after " + (words.size() > 1 ? words[1] : "30") + " s: cameras" + moving);
-        }
+    if (const auto moving = settle(session::cameras_with_engine, kFrames, most)) {
+        throw BadInput("not settled after " + (words.size() > 1 ? words[1] : "30") + " s: cameras" + listed(*moving));
     }
     const double took = session::seconds_now() - started;
-    std::string cameras;
-    for (const int camera : limited) {
-        cameras += " " + std::to_string(camera);
-    }
-    out() << "settled after " << std::fixed << std::setprecision(2) << took << " s"
-          << (cameras.empty() ? "" : "; at the limit of their exposure: cameras" + cameras) << "\n";
+    std::vector<int> limited = session::cameras_with_engine();
+    std::erase_if(limited, [](int camera) { return !session::readings_of(camera).at_limit; });
+    out() << session::format("settled after %.2f s", took)
+          << (limited.empty() ? "" : "; at the limit of their exposure: cameras" + listed(limited)) << '\n';
     answer({{"settled_after", rounded(took)}, {"at_limit", limited}});
 }
 
 void tell_settling(const std::vector<session::Settling>& all)
 {
     Json settling = Json::array();
-    out() << std::fixed;
     for (const session::Settling& each : all) {
-        out() << std::setprecision(2) << std::setw(8) << each.seconds << " s  camera " << each.camera << "  ";
+        out() << session::format("%8.2f s  camera %d  ", each.seconds, each.camera);
         settling.push_back({{"mark", each.mark}, {"seconds", rounded(each.seconds)}, {"camera", each.camera}});
         if (each.unsettled != nullptr) {
             out() << each.unsettled;
             settling.back()["unsettled"] = each.unsettled;
         } else {
-            out() << "settled after " << std::setw(5) << each.after << " s  overshoot " << std::setprecision(1)
-                  << std::setw(5) << each.overshoot << " %  luma " << std::setw(6) << each.luma;
+            out() << session::format("settled after %5.2f s  overshoot %5.1f %%  luma %6.1f", each.after,
+                                     each.overshoot, each.luma);
             settling.back().update({{"settled_after", rounded(each.after)},
                                     {"overshoot_percent", rounded(each.overshoot)},
                                     {"luma", rounded(each.luma)}});
@@ -156,10 +155,7 @@ void record(const Words& words)
 
 void say(const Words& words)
 {
-    std::string text;
-    for (const std::string& word : words) {
-        text += (text.empty() ? "" : " ") + word;
-    }
+    const std::string text = listed(words).substr(1);
     out() << "-- " << text << '\n';
     session::mark_recording(text);
 }
@@ -183,6 +179,6 @@ constexpr Command kCommands[] = {
 
 } // namespace
 
-const std::span<const Command> kTimeCommands = kCommands;
+const Group kTimeCommands = {"Time and recordings", kCommands};
 
 } // namespace prompt

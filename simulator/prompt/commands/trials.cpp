@@ -11,8 +11,8 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <map>
 #include <ostream>
+#include <ranges>
 
 namespace prompt
 {
@@ -42,36 +42,21 @@ Axis axis_of(const std::string& name)
     return {&setting, {}};
 }
 
-/// Lets a camera settle for at most ten seconds; whether it did.
-bool settle(int camera)
-{
-    constexpr int kQuiet = 5; // frames
-    constexpr int kMost = 300;
-    int quiet = 0;
-    for (int frame = 0; frame < kMost && quiet < kQuiet; ++frame) {
-        pass_time(session::kFramePeriod);
-        const sim::engine::Readings live = session::readings_of(camera);
-        quiet = (live.converged || !live.automatic) && live.wb_converged ? quiet + 1 : 0;
-    }
-    return quiet == kQuiet;
-}
-
 /// One combination of values, in force on the camera.
 struct Point {
     std::vector<int> values;
     std::string title; // "gamma 0.45, drc 3"
     std::string note;  // what of it does not show
-    session::Figures figures;
+    Json figures;
     sim::picture::Panel panel;
 };
 
 Point try_out(int camera, session::Trial& trial, const std::vector<Axis>& axes, std::size_t number)
 {
     Point point;
-    point.values.resize(axes.size());
-    for (std::size_t i = axes.size(); i-- > 0;) {
-        point.values[i] = axes[i].values[number % axes[i].values.size()];
-        number /= axes[i].values.size();
+    for (const Axis& axis : axes | std::views::reverse) {
+        point.values.insert(point.values.begin(), axis.values[number % axis.values.size()]);
+        number /= axis.values.size();
     }
     for (std::size_t i = 0; i < axes.size(); ++i) {
         const Setting& setting = *axes[i].setting;
@@ -94,7 +79,7 @@ Point try_out(int camera, session::Trial& trial, const std::vector<Axis>& axes, 
                 (point.note.empty() ? "" : "; ") + (axes.size() > 1 ? std::string(axis.setting->name) + " " : "") + why;
         }
     }
-    if (!settle(camera)) {
+    if (settle([&] { return std::vector{camera}; }, 5, 9.99)) {
         point.note += point.note.empty() ? "not settled" : "; not settled";
     }
     return point;
@@ -114,7 +99,7 @@ void show_side_by_side(int camera, const Axis& axis, const std::string& path, in
             out() << point.title << ", " << panels.size() << " of " << axis.values.size() << '\n' << std::flush;
         }
     }
-    write_picture(path, sim::picture::contact_sheet(panels, columns));
+    write_sheet(path, panels, columns);
 }
 
 void compare(const Words& words)
@@ -168,33 +153,17 @@ std::vector<int> values_of(const Setting& setting, const std::string& text)
     return values;
 }
 
-/// Takes an option and the words after it out of `words`; nothing where it is not there.
-Words take(Words& words, const std::string& option, std::size_t count)
-{
-    const auto place = std::ranges::find(words, option);
-    if (place == words.end()) {
-        return {};
-    }
-    if (static_cast<std::size_t>(words.end() - place) <= count) {
-        throw BadInput(option + " needs " + std::to_string(count) + " more words");
-    }
-    const auto last = place + static_cast<std::ptrdiff_t>(count) + 1;
-    Words taken(place, last);
-    words.erase(place, last);
-    return taken;
-}
-
 Plan plan_of(Words words)
 {
     Plan plan;
     plan.camera = camera_with_engine(words[0]);
     words.erase(words.begin());
     plan.frames = frames_option(words);
-    const bool all = !take(words, "--all", 0).empty();
-    if (const Words by = take(words, "--by", 1); !by.empty()) {
+    const bool all = !take(words, "--all", 0, "").empty();
+    if (const Words by = take(words, "--by", 1, "1 more words"); !by.empty()) {
         plan.by = by[1];
     }
-    if (const Words region = take(words, "region", 4); !region.empty()) {
+    if (const Words region = take(words, "region", 4, "4 more words"); !region.empty()) {
         plan.region = region_argument(std::span(region).subspan(1));
     }
     if (words.size() > 2 && words.size() % 2 == 0) {
@@ -220,19 +189,13 @@ Plan plan_of(Words words)
     return plan;
 }
 
-double figure(const Point& point, std::string_view name)
-{
-    const auto found = std::ranges::find(point.figures, name, [](const auto& each) { return each.first; });
-    return found != point.figures.end() ? found->second : 0.0;
-}
-
 Json json_of(const Plan& plan, const Point& point)
 {
     Json row = Json::object();
     for (std::size_t i = 0; i < plan.axes.size(); ++i) {
         row[std::string(plan.axes[i].setting->name)] = sim::host::name_of(*plan.axes[i].setting, point.values[i]);
     }
-    row.update(figures_json(point.figures));
+    row.update(point.figures);
     row["note"] = point.note;
     return row;
 }
@@ -240,38 +203,28 @@ Json json_of(const Plan& plan, const Point& point)
 /// Writes what was measured, in the order of the sweep, and the sheet in order of a figure.
 void write_down(const Plan& plan, std::vector<Point>& points)
 {
-    std::string table;
     Json rows = Json::array();
     for (const Point& point : points) {
-        const Json row = json_of(plan, point);
-        std::string names;
-        std::string values;
-        for (const auto& [name, value] : row.items()) {
-            names += (names.empty() ? "" : ",") + name;
-            values +=
-                (&value == &row.front() ? "" : ",") + (value.is_string() ? value.get<std::string>() : value.dump());
-        }
-        table += (table.empty() ? names + "\n" : "") + values + "\n";
-        rows.push_back(row);
+        rows.push_back(json_of(plan, point));
     }
-    throw_if(sim::host::write_durably(file_argument(plan.table), table));
+    Json texts = rows;
+    for (Json& row : texts) {
+        for (Json& cell : row) {
+            cell = cell.is_string() ? cell : Json(cell.dump());
+        }
+    }
+    throw_if(sim::host::write_durably(file_argument(plan.table), table_of({{"points", texts}}, true)));
     wrote(plan.table);
     if (!plan.sheet.empty()) {
-        std::multimap<double, Point*> in_order;
-        for (Point& point : points) {
-            in_order.emplace(figure(point, plan.by), &point);
-        }
+        std::ranges::stable_sort(points, {}, [&](const Point& point) { return point.figures.value(plan.by, 0.0); });
         std::vector<sim::picture::Panel> panels;
-        for (const auto& [figure, place] : in_order) {
-            Point& point = *place;
+        for (Point& point : points) {
             if (!plan.by.empty()) {
-                point.panel.caption.insert(point.panel.caption.begin(),
-                                           plan.by + " " + figures_json(point.figures)[plan.by].dump());
+                point.panel.caption.insert(point.panel.caption.begin(), plan.by + " " + point.figures[plan.by].dump());
             }
             panels.push_back(std::move(point.panel));
         }
-        const int columns = static_cast<int>(std::ceil(std::sqrt(static_cast<double>(panels.size()))));
-        write_picture(plan.sheet, sim::picture::contact_sheet(panels, columns));
+        write_sheet(plan.sheet, panels, static_cast<int>(std::ceil(std::sqrt(static_cast<double>(panels.size())))));
     }
     answer({{"camera", plan.camera}, {"file", plan.table}, {"of", plan.points}, {"points", rows}});
 }
@@ -287,14 +240,14 @@ void sweep(const Words& words)
     try {
         while (points.size() < plan.points) {
             Point point = try_out(plan.camera, trial, plan.axes, points.size());
-            point.figures = session::figures_of(plan.camera, plan.region, plan.frames);
+            point.figures = figures_json(session::figures_of(plan.camera, plan.region, plan.frames));
             if (!plan.sheet.empty()) {
                 const sim::picture::Look look = session::look_of(plan.camera);
                 point.panel = {
                     point.title, sim::picture::render_mean(look, plan.frames, kPanelWidth, kPanelHeight), {point.note}};
             }
             points.push_back(std::move(point));
-            if (!plan.by.empty() && figures_json(points.front().figures).count(plan.by) == 0) {
+            if (!plan.by.empty() && !points.front().figures.contains(plan.by)) {
                 throw BadInput("there is no figure " + plan.by + " here");
             }
             if (const Clock::time_point now = Clock::now(); now - told > std::chrono::seconds(1)) {
@@ -327,6 +280,6 @@ constexpr Command kCommands[] = {
 
 } // namespace
 
-const std::span<const Command> kTrialCommands = kCommands;
+const Group kTrialCommands = {"Trying values", kCommands};
 
 } // namespace prompt
