@@ -2,7 +2,6 @@
 // engine.
 //   isp_bench [--benchmark_filter=NAME ...]  measures
 //   isp_bench --once     calls each setter once inside measured_call() and prints its name
-//   isp_bench --hour     processor time of an hour's cycles of the loops
 #include "host/setters.h"
 #include "host/shading_file.h"
 #include "host/store.h"
@@ -169,9 +168,7 @@ int main(int argc, char** argv)
 
     const std::string mode = argc > 1 ? argv[1] : "";
     int result = 0;
-    if (mode == "--hour") {
-        loops::play_hour();
-    } else if (mode == "--once") {
+    if (mode == "--once") {
         for (const Row& row : kRows) {
             prepare(row);
             function_of(row)(kCamera, row.value);

@@ -9,7 +9,6 @@
 #include "platformpara/para_isp.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <fstream>
 #include <limits>
 #include <semaphore>
@@ -20,7 +19,6 @@ namespace loops
 
 struct Loop {
     std::binary_semaphore runs{0}, rests{0};
-    useconds_t period = 0;
     long cycles_left = 0;
     double began = 0.0;
     double seconds = 0.0;
@@ -41,14 +39,13 @@ double processor_time()
 }
 
 // The library's waits. A setter's waits, on the main thread, take no time.
-int wait_for_run(useconds_t period)
+int wait_for_run(useconds_t /*period*/)
 {
     if (own == nullptr) {
         if (std::this_thread::get_id() == main_thread) {
             return 0;
         }
         own = starting;
-        own->period = period;
     }
     Loop& loop = *own;
     if (--loop.cycles_left > 0) {
@@ -127,20 +124,6 @@ void write_files(const std::string& folder)
     std::ofstream(iris_device, std::ios::binary).write(reinterpret_cast<const char*>(&iris), sizeof iris);
     isp::seam.wb_calibration_file = wb_file.c_str();
     isp::seam.iris_device = iris_device.c_str();
-}
-
-void play_hour()
-{
-    std::printf("%-16s %9s %14s %16s\n", "loop", "cycles", "CPU time, s", "of one core, %");
-    for (const auto& [name, loop, prepare] : start_all()) {
-        prepare();
-        const long cycles = 3'600'000'000L / loop->period;
-        double seconds = 0.0;
-        for (long i = 0; i < cycles; ++i) {
-            seconds += run(*loop, 1);
-        }
-        std::printf("%-16s %9ld %14.3f %16.4f\n", name, cycles, seconds, seconds / 36.0);
-    }
 }
 
 } // namespace loops

@@ -23,9 +23,6 @@ std::vector<Measured> start_all();
 /// Runs a loop for so many cycles; the processor time of its thread, in seconds.
 double run(Loop& loop, long cycles);
 
-/// Runs the cycles of an hour, each after a rest, and prints the processor time of each loop.
-void play_hour();
-
 /// Puts the records that the loops read where the library finds them: calibration lines, an iris at rest.
 void write_files(const std::string& folder);
 

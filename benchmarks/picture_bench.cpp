@@ -1,10 +1,9 @@
-// isp_picture_bench: the way of a picture of 640 x 480 from the scene to a file. The pipeline at rest, with one stage
-// at work at a time, with all of them, and the two writers.
+// isp_picture_bench: the way of a picture of 640 x 480 from the scene to a file. The pipeline at rest, with its
+// temporal filter, with all stages at work, and the two writers.
 #include "picture/picture.h"
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
-#include <iterator>
 
 namespace
 {
@@ -14,56 +13,39 @@ using namespace sim::picture;
 constexpr int kWidth = 640;
 constexpr int kHeight = 480;
 
-struct Stage {
-    const char* name;
-    void (*put_to_work)(Look& look);
-};
+void filter_in_time(Look& look)
+{
+    look.nr3d.eMode = ABAYERTNRV2_OP_MODE_AUTO;
+    look.nr3d.stAuto.st3DParams.enable = 1;
+    std::ranges::fill(look.nr3d.stAuto.st3DParams.lo_filter_strength, 6.0F);
+    std::ranges::fill(look.nr3d.stAuto.st3DParams.hi_filter_strength, 6.0F);
+}
 
-constexpr Stage kStages[] = {
-    {"pipeline/noise_reduction",
-     [](Look& look) {
-         look.nr2d.eMode = ABAYER2DNR_OP_MODE_AUTO;
-         look.nr2d.stAuto.st2DParams.enable = 1;
-         std::ranges::fill(look.nr2d.stAuto.st2DParams.filter_strength, 3.0F);
-         std::ranges::fill(look.nr2d.stAuto.st2DParams.edgesofts, 3.0F);
-     }},
-    {"pipeline/temporal_filter",
-     [](Look& look) {
-         look.nr3d.eMode = ABAYERTNRV2_OP_MODE_AUTO;
-         look.nr3d.stAuto.st3DParams.enable = 1;
-         std::ranges::fill(look.nr3d.stAuto.st3DParams.lo_filter_strength, 6.0F);
-         std::ranges::fill(look.nr3d.stAuto.st3DParams.hi_filter_strength, 6.0F);
-     }},
-    {"pipeline/shading",
-     [](Look& look) {
-         auto& grids = look.lsc.stManual;
-         look.vignetting = {0.58F, 0.55F, 0.53F};
-         look.lsc.byPass = false;
-         look.lsc.mode = RK_AIQ_LSC_MODE_MANUAL;
-         for (auto* grid :
-              {&grids.lsc_samples_red, &grids.lsc_samples_greenR, &grids.lsc_samples_greenB, &grids.lsc_samples_blue}) {
-             std::ranges::fill(grid->uCoeff, uint16_t{1500});
-         }
-     }},
-    {"pipeline/range_compression",
-     [](Look& look) {
-         look.drc.stAutoV30.DrcTuningPara.Enable = true;
-         std::ranges::fill(look.drc.stAutoV30.DrcTuningPara.DrcGain.DrcGain, 2.0F);
-     }},
-    {"pipeline/sharpening",
-     [](Look& look) {
-         look.sharp.eMode = ASHARP4_OP_MODE_AUTO;
-         look.sharp.stAuto.stParams.enable = 1;
-         std::ranges::fill(look.sharp.stAuto.stParams.sharp_ratio, 3.0F);
-     }},
-    {"pipeline/display_matrix",
-     [](Look& look) {
-         constexpr float kFullRange[] = {0.2126F, 0.7152F, 0.0722F, -0.1146F, -0.3854F, 0.5F, 0.5F, -0.4542F, -0.0458F};
-         look.csm.param.op_mode = RK_AIQ_OP_MODE_MANUAL;
-         look.csm.param.c_offset = 128;
-         std::ranges::copy(kFullRange, look.csm.param.coeff);
-     }},
-};
+void put_all_to_work(Look& look)
+{
+    filter_in_time(look);
+    look.nr2d.eMode = ABAYER2DNR_OP_MODE_AUTO;
+    look.nr2d.stAuto.st2DParams.enable = 1;
+    std::ranges::fill(look.nr2d.stAuto.st2DParams.filter_strength, 3.0F);
+    std::ranges::fill(look.nr2d.stAuto.st2DParams.edgesofts, 3.0F);
+    look.vignetting = {0.58F, 0.55F, 0.53F};
+    look.lsc.byPass = false;
+    look.lsc.mode = RK_AIQ_LSC_MODE_MANUAL;
+    auto& grids = look.lsc.stManual;
+    for (auto* grid :
+         {&grids.lsc_samples_red, &grids.lsc_samples_greenR, &grids.lsc_samples_greenB, &grids.lsc_samples_blue}) {
+        std::ranges::fill(grid->uCoeff, uint16_t{1500});
+    }
+    look.drc.stAutoV30.DrcTuningPara.Enable = true;
+    std::ranges::fill(look.drc.stAutoV30.DrcTuningPara.DrcGain.DrcGain, 2.0F);
+    look.sharp.eMode = ASHARP4_OP_MODE_AUTO;
+    look.sharp.stAuto.stParams.enable = 1;
+    std::ranges::fill(look.sharp.stAuto.stParams.sharp_ratio, 3.0F);
+    constexpr float kFullRange[] = {0.2126F, 0.7152F, 0.0722F, -0.1146F, -0.3854F, 0.5F, 0.5F, -0.4542F, -0.0458F};
+    look.csm.param.op_mode = RK_AIQ_OP_MODE_MANUAL;
+    look.csm.param.c_offset = 128;
+    std::ranges::copy(kFullRange, look.csm.param.coeff);
+}
 
 template <typename Work>
 void add(const char* name, Work work)
@@ -75,31 +57,25 @@ void add(const char* name, Work work)
     })->Unit(benchmark::kMillisecond);
 }
 
-constexpr std::size_t kTemporalFilter = 1; // of the stages
-
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const auto add_picture = [](const char* name, const Look& look) {
-        add(name, [look] { return render(look, kWidth, kHeight).pixels.size(); });
-    };
     Look rest = neutral_look();
     rest.sensor_gain = 4.0;
-    add_picture("pipeline/at_rest", rest);
-    Look all = rest;
-    for (const Stage& stage : kStages) {
-        Look look = rest;
-        stage.put_to_work(look);
-        stage.put_to_work(all);
-        add_picture(stage.name, look);
-    }
-    Look moving = rest;
+    Look filtered = rest;
+    filter_in_time(filtered);
+    Look moving = filtered;
     moving.scene = find_scene("stage");
     moving.moving = true;
-    kStages[kTemporalFilter].put_to_work(moving);
-    add_picture("pipeline/and_something_moves", moving);
-    add_picture("pipeline/all", all);
+    Look all = rest;
+    put_all_to_work(all);
+    for (const auto& [name, look] : {std::pair{"pipeline/at_rest", rest},
+                                     {"pipeline/temporal_filter", filtered},
+                                     {"pipeline/and_something_moves", moving},
+                                     {"pipeline/all", all}}) {
+        add(name, [look = look] { return render(look, kWidth, kHeight).pixels.size(); });
+    }
     const Image image = render(all, kWidth, kHeight);
     add("metering", [all] { return metering(all)[0]; });
     add("write/png", [&image] { return encode_png(image).size(); });
