@@ -18,13 +18,6 @@
 #include <fstream>
 #include <sstream>
 
-// Fontconfig, which finds the labels' font, keeps some memory for the life of the process.
-extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions()
-{
-    return "leak:libfontconfig";
-}
-
 namespace
 {
 
@@ -126,6 +119,10 @@ TEST_F(App, BadInputGetsOneClearLineAndChangesNothing)
         EXPECT_THAT(said, testing::HasSubstr(row.says)) << row.line;
         EXPECT_THAT(said, testing::Not(testing::HasSubstr("\n"))) << row.line;
     }
+    bench::write_bytes(folder + "/wide.csv", "seconds,iris,zoom" + std::string(98, ',') + "x\n");
+    EXPECT_EQ(refusal("plot " + folder + "/wide.csv x.svg"), folder + "/wide.csv has more than 100 columns");
+    prompt::run_line("record " + folder + "/r.csv");
+    EXPECT_EQ(refusal("say " + std::string(201, 'x')), "the marks of a frame have at most 200 bytes");
     const kiv_isp_param_s after = sim::host::stored_record(0);
     EXPECT_EQ(std::memcmp(&before, &after, sizeof before), 0);
 }
@@ -141,15 +138,6 @@ TEST_F(App, AConfinedCommandWritesOnlyInTheSessionsFolderAndWhereItIsTold)
     EXPECT_TRUE(prompt::run_line("shading write new.data", options));
     EXPECT_TRUE(std::filesystem::exists(folder + "/files/new.data"));
     EXPECT_EQ(output.str(), "shading file written\n");
-}
-
-TEST_F(App, AScriptEndsAtItsFirstWrongCommandAndNamesTheLine)
-{
-    const std::string path = script("# a comment\nset 0 hue 3\nset 0 hue 99\nset 0 hue 5\n");
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(prompt::run_script(path), 1);
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::StartsWith(path + ":3: hue accepts 0 to 14; got 99"));
-    EXPECT_EQ(stored(0, "hue"), 3);
 }
 
 // A frame's tick raises the signal while the script waits.
@@ -211,6 +199,8 @@ TEST(Program, LosesNothingAndSaysWhy)
         {"$SIM --no-such", "*--no-such*2"},
         {"echo set 0 hue 3 | $SIM", "*\n0"},
         {"echo show 0 hue | $SIM", "hue*3\n0"},
+        {"cd $DIR; printf '# a\nset 0 hue 3\nset 0 hue 99\nset 0 hue 5\n' >s; $SIM s; grep -m1 hue settings.ini; rm s",
+         "*\ns:3: hue accepts 0 to 14; got 99\nhue = 3\n0"},
         {"$SIM /", "/:1: Is a directory\n1"},
         {"${SIM%% *} --state /dev/null", "*/dev/null*something else\n1"},
         {"$SIM --reference >/dev/full", "*No space left on device\n1"},
@@ -260,24 +250,6 @@ TEST(Program, LosesNothingAndSaysWhy)
         EXPECT_EQ(fnmatch((std::string(says) + "\n").c_str(), output.c_str(), 0), 0) << shell << "\n" << output;
     }
     std::filesystem::remove_all(folder);
-}
-
-TEST_F(App, SettingsOfAScriptAreInTheStoresFile)
-{
-    ASSERT_EQ(prompt::run_script(script("set 3 gamma 0.63\nset 3 antiflicker 60hz\n")), 0);
-    sim::host::reset_store();
-    ASSERT_TRUE(sim::host::load_store(session::paths().store));
-    EXPECT_EQ(stored(3, "gamma"), ISP_GAMMA_0_63);
-    EXPECT_EQ(stored(3, "antiflicker"), FLICKER_60HZ);
-}
-
-TEST_F(App, ComparingPutsTheSettingBack)
-{
-    ASSERT_EQ(
-        prompt::run_script(script("start 0\nset 0 saturation 9\ncompare 0 saturation 0 14 " + folder + "/c.png\n")), 0);
-    EXPECT_EQ(stored(0, "saturation"), 9);
-    EXPECT_EQ(bench::held<acp_attrib_t>(0).saturation, 83 + 90);
-    EXPECT_TRUE(std::filesystem::exists(folder + "/c.png"));
 }
 
 // One after the other; each line's output as a pattern.

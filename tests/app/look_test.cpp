@@ -2,6 +2,7 @@
 #include "base/clock.h"
 #include "engine/engine.h"
 #include "prompt/commands.h"
+#include "prompt/json.h"
 #include "session/bad_input.h"
 #include "session/look.h"
 #include "session/session.h"
@@ -37,6 +38,16 @@ protected:
     void run(const std::string& line)
     {
         prompt::run_line(line, options);
+    }
+
+    /// What a program is told.
+    prompt::Json answer(const std::string& line)
+    {
+        said.str("");
+        options.json = true;
+        run(line);
+        const std::string text = said.str();
+        return prompt::Json::parse(text.substr(text.rfind('\n', text.size() - 2) + 1));
     }
 
     /// Mean of the picture before the tone curve, but for the top row of cells, which average metering leaves out.
@@ -134,6 +145,9 @@ TEST_F(AppLook, ComparingStopsWhereASetterFailsAndPutsBack)
     run("compare 0 meter average top " + path);
     EXPECT_TRUE(std::filesystem::exists(path));
     EXPECT_EQ(session::caption_of(0).back(), "meter smart");
+    run("set 0 saturation 9");
+    run("compare 0 saturation 0 14 " + path);
+    EXPECT_EQ(bench::held<acp_attrib_t>(0).saturation, 83 + 90);
 }
 
 TEST_F(AppLook, FiguresShowAWrongWhiteBalanceAndOverexposure)
@@ -141,31 +155,23 @@ TEST_F(AppLook, FiguresShowAWrongWhiteBalanceAndOverexposure)
     const auto figures = [this](const std::string& change) {
         run(change);
         run("run 3s");
-        run("measure 0 " + pattern + "/m.csv");
-        std::map<std::string, std::vector<double>> rows;
-        std::ifstream lines(pattern + "/m.csv");
-        for (std::string line, name; std::getline(lines, line);) {
-            std::istringstream fields(line);
-            std::getline(fields, name, ',');
-            for (std::string field; std::getline(fields, field, ',');) {
-                rows[name].push_back(std::atof(field.c_str()));
-            }
-        }
-        return rows;
+        return answer("measure 0");
     };
-    auto plain = figures("scene 0 100");
-    EXPECT_LT(plain["silver"][3], 3.0) << "CIEDE2000";
-    EXPECT_GT(plain["white"][5], 40.0) << "signal to noise";
-    EXPECT_LT(plain["clipped_percent"][0], 5.0);
-    EXPECT_NEAR(plain["edge_contrast"][0], 195.0, 20.0);
+    constexpr std::size_t kWhite = 18; // of 24 patches, followed by silver
+    const prompt::Json plain = figures("scene 0 100");
+    EXPECT_EQ(plain["patches"][kWhite]["patch"], "white");
+    EXPECT_LT(plain["patches"][kWhite + 1]["ciede2000"], 3.0);
+    EXPECT_GT(plain["patches"][kWhite]["snr_db"], 40.0);
+    EXPECT_LT(plain["clipped_percent"], 5.0);
+    EXPECT_NEAR(plain["edge_contrast"].get<double>(), 195.0, 20.0);
     double share = 0.0;
-    for (int first = 0; first < 256; first += 16) {
-        share += plain[std::to_string(first)].back();
+    for (const prompt::Json& level : plain["levels"]) {
+        share += level["luma_percent"].get<double>();
     }
     EXPECT_NEAR(share, 100.0, 0.1);
-    EXPECT_GT(figures("set 0 wb_mode temperature")["silver"][3], 4.0);
+    EXPECT_GT(figures("set 0 wb_mode temperature")["patches"][kWhite + 1]["ciede2000"], 4.0);
     run("set 0 exposure_mode bright_priority");
-    EXPECT_GT(figures("set 0 bright 20")["clipped_percent"][0], 60.0);
+    EXPECT_GT(figures("set 0 bright 20")["clipped_percent"], 60.0);
 }
 
 TEST_F(AppLook, SettingsAreShownAsTheListSays)
@@ -240,31 +246,19 @@ TEST_F(AppLook, SettingsAreShownAsTheListSays)
 
 TEST_F(AppLook, ASweepMeasuresEveryCombinationTheSameAtEveryRunAndPutsBack)
 {
+    const std::string csv = pattern + "/s.csv";
     const auto swept = [&](const std::string& what) {
-        const std::string csv = pattern + "/s.csv";
-        run("sweep 0 " + what + " " + csv + " " + pattern + "/s.png");
-        std::ostringstream text;
-        text << std::ifstream(csv).rdbuf();
-        return text.str();
+        return answer("sweep 0 " + what + " " + csv + " " + pattern + "/s.png")["points"];
     };
     run("scene 0 10");
-    const std::string text = swept("nr3d off,3,8 nr2d 0 gamma 0.45,0.63 --frames 2 --by noise");
-    EXPECT_TRUE(text.starts_with("nr3d,nr2d,gamma,red,green,blue,luma,")) << text;
-    std::vector<double> noise;
-    std::istringstream lines(text);
-    std::string line;
-    std::getline(lines, line);
-    const auto column = std::count(line.begin(), line.begin() + static_cast<std::ptrdiff_t>(line.find("noise")), ',');
-    while (std::getline(lines, line)) {
-        std::istringstream cells(line);
-        for (int i = 0; i <= column; ++i) {
-            std::getline(cells, line, ',');
-        }
-        noise.push_back(std::stod(line));
-    }
-    ASSERT_EQ(noise.size(), 6U);
-    EXPECT_NEAR(noise[2] / noise[0], 1.0 / std::sqrt(1.0 + 1.8), 0.08) << "3D noise reduction 3 has a strength of 1.8";
-    EXPECT_NEAR(noise[4] / noise[0], 1.0 / std::sqrt(1.0 + 6.0), 0.08);
+    const prompt::Json points = swept("nr3d off,3,8 nr2d 0 gamma 0.45,0.63 --frames 2 --by noise");
+    std::string heading;
+    std::getline(std::ifstream(csv) >> std::ws, heading);
+    EXPECT_TRUE(heading.starts_with("nr3d,nr2d,gamma,red,green,blue,luma,")) << heading;
+    ASSERT_EQ(points.size(), 6U);
+    const auto noise = [&](std::size_t point) { return points[point]["noise"].get<double>(); };
+    EXPECT_NEAR(noise(2) / noise(0), 1.0 / std::sqrt(1.0 + 1.8), 0.08) << "3D noise reduction 3 has a strength of 1.8";
+    EXPECT_NEAR(noise(4) / noise(0), 1.0 / std::sqrt(1.0 + 6.0), 0.08);
     EXPECT_EQ(bench::stored(0, "nr3d"), NR3D_AUTO);
     EXPECT_EQ(session::caption_of(0).back().find("nr3d"), std::string::npos);
     EXPECT_GT(std::filesystem::file_size(pattern + "/s.png"), 1000U);

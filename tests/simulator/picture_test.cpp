@@ -17,13 +17,6 @@
 #include <utility>
 #include <vector>
 
-// Fontconfig, which finds the labels' font, keeps some memory for the life of the process.
-extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions()
-{
-    return "leak:libfontconfig";
-}
-
 namespace
 {
 

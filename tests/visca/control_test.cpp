@@ -12,12 +12,6 @@
 
 #include <netinet/in.h>
 
-extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions()
-{
-    return "leak:libfontconfig";
-}
-
 namespace
 {
 
