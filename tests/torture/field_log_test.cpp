@@ -162,8 +162,11 @@ Log log_of(const Operation& operation, int variant, bool engines, const std::str
     std::vector<sim::Call> calls = sim::recorded_calls();
     const auto is_line = [](const sim::Call& call) { return call.function == "line"; };
     const bool with_threads = std::ranges::find(calls, "pthread_create", &sim::Call::function) != calls.end();
-    if (with_threads) {
-        std::ranges::stable_partition(calls, is_line);
+    if (with_threads) { // the lines first
+        std::vector<sim::Call> others;
+        std::ranges::remove_copy_if(calls, std::back_inserter(others), is_line);
+        std::erase_if(calls, [&](const sim::Call& call) { return !is_line(call); });
+        std::ranges::move(others, std::back_inserter(calls));
     }
     Lines in_full;
     auto line = log.lines.begin();

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <map>
 #include <ostream>
 #include <ranges>
 
@@ -216,9 +217,13 @@ void write_down(const Plan& plan, std::vector<Point>& points)
     throw_if(sim::host::write_durably(file_argument(plan.table), table_of({{"points", texts}}, true)));
     wrote(plan.table);
     if (!plan.sheet.empty()) {
-        std::ranges::stable_sort(points, {}, [&](const Point& point) { return point.figures.value(plan.by, 0.0); });
-        std::vector<sim::picture::Panel> panels;
+        std::multimap<double, Point*> in_order; // equal figures in the order of the sweep
         for (Point& point : points) {
+            in_order.emplace(point.figures.value(plan.by, 0.0), &point);
+        }
+        std::vector<sim::picture::Panel> panels;
+        for (const auto& [figure, place] : in_order) {
+            Point& point = *place;
             if (!plan.by.empty()) {
                 point.panel.caption.insert(point.panel.caption.begin(), plan.by + " " + point.figures[plan.by].dump());
             }
