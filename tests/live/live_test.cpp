@@ -371,7 +371,8 @@ TEST_F(Live, PicturesOfManyStreamsDoNotHoldUpASingleOne)
     EXPECT_TRUE(bench::eventually([&] { return std::ranges::all_of(streamed, is_new); }));
     want(single, live::Wanted::single);
     EXPECT_TRUE(bench::eventually([&] { return is_new(single); }));
-    for (const live::Camera& camera : live::latest_view()->cameras) {
+    const auto view = live::latest_view();
+    for (const live::Camera& camera : view->cameras) {
         before = std::max(before, camera.picture);
     }
     std::this_thread::sleep_for(300ms); // the noise is another
