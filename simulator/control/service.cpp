@@ -228,7 +228,12 @@ void take(const SourcePointer& client, const Bytes& bytes, std::optional<std::ui
     }
     camera.commands.push_back(message);
     if (camera.commands.size() == 1) {
-        std::thread(work, std::ref(camera)).detach();
+        try {
+            std::thread(work, std::ref(camera)).detach();
+        } catch (const std::exception&) {
+            camera.commands.clear();
+            complete(*message, {false, "the machine has no thread left for it"});
+        }
     }
 }
 
