@@ -111,7 +111,7 @@ protected:
         std::string text;
         char buffer[65536];
         for (;;) {
-            const ssize_t count = recv(sock, buffer, sizeof buffer, 0);
+            const ssize_t count = TEMP_FAILURE_RETRY(recv(sock, buffer, sizeof buffer, 0));
             if (count < 0 && errno != ECONNRESET) {
                 ADD_FAILURE() << "the connection does not end: " << std::strerror(errno);
                 text.clear();
@@ -167,7 +167,7 @@ protected:
         std::string told;
         char buffer[65536];
         while (!enough(told)) {
-            const ssize_t count = recv(sock, buffer, sizeof buffer, 0);
+            const ssize_t count = TEMP_FAILURE_RETRY(recv(sock, buffer, sizeof buffer, 0));
             if (count <= 0) {
                 ADD_FAILURE() << path << " ends with " << told.substr(0, 300);
                 break;

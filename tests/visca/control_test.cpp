@@ -55,7 +55,7 @@ protected:
     {
         std::string heard;
         for (Bytes more(64); replies > 0;) {
-            const ssize_t count = recv(sock, more.data(), more.size(), 0);
+            const ssize_t count = TEMP_FAILURE_RETRY(recv(sock, more.data(), more.size(), 0));
             if (count <= 0) {
                 return heard + " end";
             }
