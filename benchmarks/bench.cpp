@@ -1,5 +1,4 @@
-// isp_bench: processor time of every setter, the restore, a style and one cycle of each loop through the simulated
-// engine.
+// isp_bench: processor time of every setter, the restore and a style through the simulated engine.
 //   isp_bench [--benchmark_filter=NAME ...]  measures
 //   isp_bench --once     calls each setter once inside measured_call() and prints its name
 #include "host/setters.h"
@@ -7,7 +6,6 @@
 #include "host/store.h"
 #include "isp_ctrl.h"
 #include "isp_ctrl/core/seam.h"
-#include "loops.h"
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
@@ -82,46 +80,12 @@ void register_setters()
     }
 }
 
-void register_loops()
-{
-    for (const loops::Measured& measured : loops::start_all()) {
-        const auto run = [measured](benchmark::State& state) {
-            measured.prepare();
-            constexpr long kBatch = 1000;
-            while (state.KeepRunningBatch(kBatch)) {
-                state.SetIterationTime(loops::run(*measured.loop, kBatch));
-            }
-        };
-        benchmark::RegisterBenchmark(measured.name, run)->UseManualTime();
-    }
-}
-
-/// Prints the median of a call's repetitions, as rows of docs/speed.md.
-class MedianReporter : public benchmark::BenchmarkReporter
-{
-public:
-    bool ReportContext(const Context&) override
-    {
-        return true;
-    }
-
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        for (const Run& run : runs) {
-            if (run.aggregate_name == "median") {
-                const bool own_time = run.run_name.time_type == "manual_time";
-                std::printf("| %s | %.1f |\n", run.run_name.function_name.c_str(),
-                            own_time ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime());
-            }
-        }
-    }
-};
-
 int measure(int argc, char** argv)
 {
     // Repetitions take turns at random, so that a slow moment of the machine meets all.
     std::vector<std::string> words{argv[0], "--benchmark_repetitions=32", "--benchmark_min_time=0.01",
-                                   "--benchmark_enable_random_interleaving=true"};
+                                   "--benchmark_enable_random_interleaving=true",
+                                   "--benchmark_report_aggregates_only=true"};
     words.insert(words.end(), argv + 1, argv + argc);
     std::vector<char*> arguments;
     std::ranges::transform(words, std::back_inserter(arguments), [](std::string& word) { return word.data(); });
@@ -130,13 +94,8 @@ int measure(int argc, char** argv)
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) {
         return 2;
     }
-    std::puts("| Call | ns |\n|---|--:|");
-    MedianReporter reporter;
     register_setters();
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::ClearRegisteredBenchmarks();
-    register_loops();
-    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::RunSpecifiedBenchmarks();
     return 0;
 }
 
@@ -159,10 +118,8 @@ int main(int argc, char** argv)
     const std::string shading_file = folder + "/shading.data";
     sim::host::write_shading_file(shading_file);
     isp::seam.shading_file = shading_file.c_str();
-    loops::write_files(folder);
-    loops::start_cameras();
     rk_isp_init(kCamera, nullptr);
-    KIV_Set_exposure_mode(3, AUTO_EXPOSURE); // the process's first change of mode does more than later ones
+    KIV_Set_exposure_mode(kCamera, AUTO_EXPOSURE); // the process's first change of mode does more than later ones
     isp::seam.sleep = [](unsigned) { return 0U; };
     isp::seam.usleep = [](useconds_t) { return 0; };
 
@@ -179,6 +136,5 @@ int main(int argc, char** argv)
         result = measure(argc, argv);
     }
     std::filesystem::remove_all(folder);
-    std::fflush(stdout);
-    std::_Exit(result); // the loops' threads still wait
+    return result;
 }
