@@ -1,10 +1,9 @@
 #!/usr/bin/env bash
 # Writes anew what is generated and kept, from the release build: all of it, or only what is named. Look at the difference
 # before you commit it.
-#   scripts/update.sh [settings] [visca] [guide] [field-log] [abi] [instructions] [pictures]
+#   scripts/update.sh [settings] [visca] [field-log] [abi] [instructions] [pictures]
 # settings      docs/settings.md, from the list of settings and the commands
 # visca         the table of commands in docs/visca.md
-# guide         the list of symbols in docs/integration.md, from the comments in common_include/
 # field-log     tests/golden/field-log.txt, from what the library logs
 # abi           tests/library/abi and the lists of exported and imported symbols, on x86-64
 # instructions  tests/golden/instructions.txt, as valgrind counts them
@@ -15,7 +14,7 @@ root=$PWD
 build=$root/build/release
 names=("$@")
 if (($# == 0)); then
-    names=(settings visca guide field-log abi instructions pictures)
+    names=(settings visca field-log abi instructions pictures)
 fi
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
@@ -34,10 +33,6 @@ update_visca() {
     build isp-sim
     { sed '/^| Command/,$d' docs/visca.md && "$build/isp-sim" --visca-reference; } >"$folder/visca.md"
     cp "$folder/visca.md" docs/visca.md
-}
-
-update_guide() {
-    scripts/guide.py
 }
 
 update_field_log() {
