@@ -24,7 +24,6 @@
 #include <iostream>
 #include <malloc.h>
 #include <optional>
-#include <poll.h>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -96,9 +95,8 @@ int run(const Options& options)
     if (status == 0 && (serves ? terminal : options.scripts.empty())) {
         status = prompt::run_prompt(session::paths().folder + "/history");
     }
-    while (serves && !terminal && status == 0 && prompt::signal_received() == 0) {
-        pollfd signal = {.fd = prompt::signal_descriptor(), .events = POLLIN, .revents = 0};
-        poll(&signal, 1, -1);
+    if (serves && !terminal && status == 0) {
+        prompt::wait_readable(-1);
     }
     if (!serves) {
         return status;

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 namespace prompt
@@ -79,11 +80,6 @@ void catch_signals()
     sigaction(SIGXFSZ, &action, nullptr);
 }
 
-int signal_received()
-{
-    return received.load();
-}
-
 void forget_signal()
 {
     char bytes[64];
@@ -94,17 +90,24 @@ void forget_signal()
 
 bool asked_to_end()
 {
-    return ends_program(signal_received());
+    return ends_program(received);
 }
 
-int signal_descriptor()
+bool wait_readable(int descriptor)
 {
-    return pipe_ends[0];
+    pollfd waits[] = {{.fd = descriptor, .events = POLLIN, .revents = 0},
+                      {.fd = pipe_ends[0], .events = POLLIN, .revents = 0}};
+    while (received == 0) {
+        if (poll(waits, std::size(waits), -1) > 0 && waits[0].revents != 0) {
+            return true;
+        }
+    }
+    return false;
 }
 
 void throw_if_interrupted()
 {
-    if (signal_received() != 0 || ends.reached()) {
+    if (received != 0 || ends.reached()) {
         throw Interrupted{};
     }
 }
@@ -133,7 +136,7 @@ void pass_time(sim::Microseconds duration)
 Hurry::Hurry()
     : pace_(sim::pace()), tick_(sim::every(slice(), [this, end = ends, begun = Clock::now()] {
           const bool held = session::time_stays_paced() && Clock::now() - begun > kLongestHold;
-          if (pace_ > 0.0 && !hurried_ && (held || signal_received() != 0 || end.reached())) {
+          if (pace_ > 0.0 && !hurried_ && (held || received != 0 || end.reached())) {
               hurried_ = true;
               sim::use_paced_time(kHurry);
           }

@@ -1,5 +1,5 @@
 // Signals that end a command or the program, taken in one place: a command stops where it waits, and whoever waits for
-// input polls a descriptor as well.
+// input is woken up.
 #pragma once
 
 #include "base/clock.h"
@@ -18,16 +18,13 @@ struct Interrupted {
 /// beyond the limit of file sizes fails.
 void catch_signals();
 
-/// The last signal since forget_signal(), 0 where there was none. A request to end the program is not overwritten by
-/// an interrupt. Any thread.
-int signal_received();
+/// Whether the last signal since forget_signal() asks the whole program to end; such a request is not overwritten by an
+/// interrupt. Any thread.
+bool asked_to_end();
 void forget_signal();
 
-/// Whether that signal asks the whole program to end.
-bool asked_to_end();
-
-/// Readable as soon as a signal has arrived, until forget_signal().
-int signal_descriptor();
+/// Waits until a descriptor, -1 for none, can be read; false as soon as a signal has arrived.
+bool wait_readable(int descriptor);
 
 /// Throws Interrupted if a signal has arrived, or what the calling thread does is to end.
 void throw_if_interrupted();

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <poll.h>
 #include <unistd.h>
 
 namespace prompt
@@ -30,12 +29,7 @@ LineReader::~LineReader()
 
 bool LineReader::read_more()
 {
-    throw_if_interrupted();
-    pollfd waits[] = {{.fd = descriptor_, .events = POLLIN, .revents = 0},
-                      {.fd = signal_descriptor(), .events = POLLIN, .revents = 0}};
-    while (poll(waits, std::size(waits), -1) < 0 && errno == EINTR) {
-        throw_if_interrupted();
-    }
+    wait_readable(descriptor_);
     throw_if_interrupted();
     char bytes[4096];
     const ssize_t count = read(descriptor_, bytes, sizeof bytes);

@@ -16,7 +16,6 @@
 #include <cstring>
 #include <editline/readline.h>
 #include <iostream>
-#include <poll.h>
 #include <unistd.h>
 
 namespace prompt
@@ -97,18 +96,13 @@ std::optional<std::string> read_line()
 {
     typed.reset();
     rl_callback_handler_install("isp> ", take_line);
-    pollfd waits[] = {{.fd = STDIN_FILENO, .events = POLLIN, .revents = 0},
-                      {.fd = signal_descriptor(), .events = POLLIN, .revents = 0}};
     while (!typed) {
-        const int ready = poll(waits, std::size(waits), -1);
-        if (signal_received() != 0) {
+        if (!wait_readable(STDIN_FILENO)) {
             rl_callback_handler_remove();
             std::cout << '\n';
             return std::nullopt;
         }
-        if (ready > 0 && waits[0].revents != 0) {
-            rl_callback_read_char();
-        }
+        rl_callback_read_char();
     }
     return typed;
 }

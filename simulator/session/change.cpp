@@ -73,13 +73,11 @@ Outcome change_setting(int camera, const sim::host::Setting& setting, int value,
     const std::string name(setting.name);
     const Lanes lane({camera}, name);
     remember_engine(camera);
-    Change change{.camera = camera, .what = name, .before = sim::host::stored_record(camera), .after = {}};
+    const Undoable undoable(camera, name, origin != Origin::prompt);
     Outcome outcome;
     outcome.result = apply(camera, setting, value);
-    change.after = sim::host::stored_record(camera);
-    note_change(change, origin != Origin::prompt);
     if (setting.member != nullptr) {
-        outcome.stored = change.after.*setting.member;
+        outcome.stored = sim::host::stored(camera, setting);
     }
     outcome.text = outcome_text(camera, setting, value, outcome.result);
     return outcome;

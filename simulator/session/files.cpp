@@ -58,15 +58,15 @@ void check_own_files(const std::string& folder)
     }
 }
 
-std::string store_as_text()
+/// The stored settings of all cameras, to be compared.
+std::string stored_bytes()
 {
-    std::string text;
+    std::string bytes;
     for (int camera = 0; camera < sim::host::kCameras; ++camera) {
-        for (const sim::host::Setting& setting : sim::host::kSettings) {
-            text += std::to_string(sim::host::stored(camera, setting)) + ' ';
-        }
+        const kiv_isp_param_s record = sim::host::stored_record(camera);
+        bytes.append(reinterpret_cast<const char*>(&record), sizeof record);
     }
-    return text;
+    return bytes;
 }
 
 /// Points the library's fixed paths into a folder, and writes what is written at start, to learn whether the folder is
@@ -224,22 +224,22 @@ void load_settings()
     if (!loaded && loaded.status != sim::host::FileResult::Status::missing) {
         throw BadInput(loaded.message);
     }
-    files.saved_store = loaded ? store_as_text() : std::string();
+    files.saved_store = loaded ? stored_bytes() : std::string();
 }
 
 void save_settings()
 {
     static std::mutex saving;
     const std::lock_guard lock(saving);
-    std::string text = store_as_text();
-    if (text == files.saved_store) {
+    std::string bytes = stored_bytes();
+    if (bytes == files.saved_store) {
         return;
     }
     const sim::host::FileResult saved = sim::host::save_store(files.store);
     if (!saved) {
         throw BadInput(saved.message);
     }
-    files.saved_store = std::move(text);
+    files.saved_store = std::move(bytes);
     files.changed = true;
 }
 

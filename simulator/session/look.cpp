@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <array>
 #include <mutex>
-#include <string_view>
 #include <utility>
 
 namespace session
@@ -36,18 +35,13 @@ InFront in_front_of(int camera)
 /// What the samples in force were made from.
 struct Metered {
     sim::picture::SceneRef scene;
-    float magnification = 0.0F; // none were made yet
-    rk_aiq_lsc_attrib_t lsc{};
-    rk_aiq_wb_gain_t wb_gain{};
+    float magnification = 0.0F;        // none were made yet
+    sim::picture::EngineBlocks blocks; // shading and white balance alone
+
+    bool operator==(const Metered&) const = default;
 };
 
 std::array<Metered, kCameras> metered; // by the thread that runs the frames
-
-template <typename T>
-std::string_view bytes_of(const T& block)
-{
-    return {reinterpret_cast<const char*>(&block), sizeof block};
-}
 
 } // namespace
 
@@ -77,14 +71,10 @@ sim::picture::Look look_of(int camera)
     const InFront in_front = in_front_of(camera);
     look.scene = in_front.scene;
     look.magnification = magnification_of(camera);
-    look.acp = sim::engine::peek<acp_attrib_t>(engine);
-    look.gamma = sim::engine::peek<rk_aiq_gamma_attrib_V2_t>(engine);
-    look.drc = sim::engine::peek<drc_attrib_t>(engine);
-    look.sharp = sim::engine::peek<rk_aiq_sharp_attrib_v4_t>(engine);
-    look.lsc = sim::engine::peek<rk_aiq_lsc_attrib_t>(engine);
-    look.nr2d = sim::engine::peek<rk_aiq_bayer2dnr_attrib_v2_t>(engine);
-    look.nr3d = sim::engine::peek<rk_aiq_bayertnr_attrib_v2_t>(engine);
-    look.csm = sim::engine::peek<rk_aiq_uapi_acsm_attrib_t>(engine);
+    const auto fill = [&](auto&... blocks) {
+        ((blocks = sim::engine::peek<std::remove_cvref_t<decltype(blocks)>>(engine)), ...);
+    };
+    fill(look.acp, look.gamma, look.drc, look.sharp, look.lsc, look.nr2d, look.nr3d, look.csm);
     look.wb_gain = live.wb_gain;
     look.neutral_red = live.neutral_gain.rgain;
     look.neutral_blue = live.neutral_gain.bgain;
@@ -146,11 +136,10 @@ void meter_scenes()
 {
     for (const int camera : cameras_with_engine()) {
         Metered& last = metered[static_cast<std::size_t>(camera)];
-        const void* engine = engine_of(camera);
-        Metered now{scene_of(camera), magnification_of(camera), sim::engine::peek<rk_aiq_lsc_attrib_t>(engine),
-                    sim::engine::readings(camera).wb_gain};
-        if (now.scene == last.scene && now.magnification == last.magnification &&
-            bytes_of(now.lsc) == bytes_of(last.lsc) && bytes_of(now.wb_gain) == bytes_of(last.wb_gain)) {
+        Metered now{scene_of(camera), magnification_of(camera), {}};
+        now.blocks.lsc = sim::engine::peek<rk_aiq_lsc_attrib_t>(engine_of(camera));
+        now.blocks.wb_gain = sim::engine::readings(camera).wb_gain;
+        if (now == last) {
             continue;
         }
         const sim::picture::Metering samples = sim::picture::metering(look_of(camera));

@@ -45,7 +45,17 @@ Trial::Trial(int camera) : camera_(camera)
 Trial::~Trial()
 {
     try {
-        put_back();
+        const Lanes lane({camera_}, "putting settings back");
+        const std::lock_guard lock(mutex);
+        const Tried& tried = *trial_of(camera_);
+        if (tried.varied) {
+            kiv_isp_param_s record = sim::host::stored_record(camera_);
+            take_back(tried.change, record);
+            put_settings(camera_, record);
+            if (tried.csc_mode && tried.csc_mode != csc_mode_of(camera_)) {
+                apply(camera_, *sim::host::find_setting("csc_mode"), *tried.csc_mode);
+            }
+        }
     } catch (const Busy&) { // the camera stays as it is
     }
     const std::lock_guard lock(mutex);
@@ -71,24 +81,6 @@ int Trial::set(const sim::host::Setting& setting, int value)
         }
     }
     return result;
-}
-
-void Trial::put_back()
-{
-    const Lanes lane({camera_}, "putting settings back");
-    const std::lock_guard lock(mutex);
-    Tried& tried = *trial_of(camera_);
-    if (!tried.varied) {
-        return;
-    }
-    kiv_isp_param_s record = sim::host::stored_record(camera_);
-    take_back(tried.change, record);
-    put_settings(camera_, record);
-    if (tried.csc_mode && tried.csc_mode != csc_mode_of(camera_)) {
-        apply(camera_, *sim::host::find_setting("csc_mode"), *tried.csc_mode);
-    }
-    tried.change.before = tried.change.after = record;
-    tried.varied = false;
 }
 
 bool on_trial(int camera)

@@ -26,9 +26,6 @@ public:
     /// Sets one more value, in the camera's lane; the library's result.
     int set(const sim::host::Setting& setting, int value);
 
-    /// Puts back what it varied so far.
-    void put_back();
-
 private:
     int camera_;
 };

@@ -36,19 +36,7 @@ std::optional<Change> last()
     return history.empty() ? std::nullopt : std::optional(history.back());
 }
 
-} // namespace
-
-void take_back(const Change& change, kiv_isp_param_s& record)
-{
-    for (const sim::host::Setting& setting : sim::host::kSettings) {
-        const int before = change.before.*setting.member;
-        const int after = change.after.*setting.member;
-        if (before != after && record.*setting.member == after) {
-            record.*setting.member = before;
-        }
-    }
-}
-
+/// Adds a change to the history unless nothing differs.
 void note_change(const Change& change, bool goes_on)
 {
     const std::lock_guard lock(mutex);
@@ -69,15 +57,29 @@ void note_change(const Change& change, bool goes_on)
     last_change = now;
 }
 
-Undoable::Undoable(int camera, const std::string& what)
-    : change_{.camera = camera, .what = what, .before = sim::host::stored_record(camera), .after = {}}
+} // namespace
+
+void take_back(const Change& change, kiv_isp_param_s& record)
+{
+    for (const sim::host::Setting& setting : sim::host::kSettings) {
+        const int before = change.before.*setting.member;
+        const int after = change.after.*setting.member;
+        if (before != after && record.*setting.member == after) {
+            record.*setting.member = before;
+        }
+    }
+}
+
+Undoable::Undoable(int camera, const std::string& what, bool goes_on)
+    : change_{.camera = camera, .what = what, .before = sim::host::stored_record(camera), .after = {}},
+      goes_on_(goes_on)
 {
 }
 
 Undoable::~Undoable()
 {
     change_.after = sim::host::stored_record(change_.camera);
-    note_change(change_);
+    note_change(change_, goes_on_);
 }
 
 void put_settings(int camera, const kiv_isp_param_s& record)
@@ -89,7 +91,7 @@ void put_settings(int camera, const kiv_isp_param_s& record)
     }
 }
 
-std::optional<Change> undo_change()
+std::optional<Undone> undo_change()
 {
     const std::optional<Change> seen = last();
     if (!seen) {
@@ -97,22 +99,17 @@ std::optional<Change> undo_change()
     }
     const Lanes lane({seen->camera}, "undo");
     std::unique_lock lock(mutex);
-    if (history.empty()) {
-        return std::nullopt;
-    }
-    const Change change = history.back(); // no longer the one that was seen, perhaps
-    if (change.camera != seen->camera) {
+    if (history.empty() || history.back().camera != seen->camera) { // no longer the one that was seen
         throw Busy("others change settings; undo again");
     }
+    const Change change = history.back();
     history.pop_back();
     lock.unlock();
-    Change undone = change;
-    undone.before = sim::host::stored_record(change.camera);
-    kiv_isp_param_s record = undone.before;
+    const kiv_isp_param_s before = sim::host::stored_record(change.camera);
+    kiv_isp_param_s record = before;
     take_back(change, record);
     put_settings(change.camera, record);
-    undone.after = sim::host::stored_record(change.camera);
-    return undone;
+    return Undone{change.camera, before};
 }
 
 std::string next_undo()

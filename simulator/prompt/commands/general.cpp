@@ -27,20 +27,19 @@ void echo(const Words& words)
 }
 
 /// A paragraph in lines that fit the width, the first after what is already there.
-void print_wrapped(const std::string& text, int indent)
+void print_wrapped(const std::string& text, std::size_t indent)
 {
-    constexpr int kWidth = 79;
+    constexpr std::size_t kWidth = 79;
     std::istringstream words(text);
-    int column = indent;
-    for (std::string word; words >> word; column += static_cast<int>(word.size())) {
-        if (column > indent && column + 1 + static_cast<int>(word.size()) > kWidth) {
-            out() << '\n' << std::setw(indent) << "";
-            column = indent;
+    std::string line;
+    for (std::string word; words >> word;) {
+        if (!line.empty() && indent + line.size() + 1 + word.size() > kWidth) {
+            out() << line << '\n' << std::string(indent, ' ');
+            line.clear();
         }
-        out() << (column > indent ? " " : "") << word;
-        column += column > indent ? 1 : 0;
+        line += (line.empty() ? "" : " ") + word;
     }
-    out() << '\n';
+    out() << line << '\n';
 }
 
 void list_commands()

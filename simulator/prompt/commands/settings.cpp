@@ -124,7 +124,7 @@ void show(const Words& words)
 
 void undo(const Words& /*words*/)
 {
-    const std::optional<session::Change> undone = session::undo_change();
+    const std::optional<session::Undone> undone = session::undo_change();
     if (!undone) {
         throw BadInput("there is nothing to undo");
     }

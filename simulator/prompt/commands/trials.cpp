@@ -45,9 +45,9 @@ Axis axis_of(const std::string& name)
 
 /// One combination of values, in force on the camera.
 struct Point {
-    std::vector<int> values;
-    std::string title; // "gamma 0.45, drc 3"
-    std::string note;  // what of it does not show
+    Json row = Json::object(); // the values by name
+    std::string title;         // "gamma 0.45, drc 3"
+    std::string note;          // what of it does not show
     Json figures;
     sim::picture::Panel panel;
 };
@@ -55,33 +55,35 @@ struct Point {
 Point try_out(int camera, session::Trial& trial, const std::vector<Axis>& axes, std::size_t number)
 {
     Point point;
-    for (const Axis& axis : axes | std::views::reverse) {
-        point.values.insert(point.values.begin(), axis.values[number % axis.values.size()]);
-        number /= axis.values.size();
+    std::vector<int> values(axes.size());
+    for (std::size_t i = axes.size(); i-- > 0; number /= axes[i].values.size()) {
+        values[i] = axes[i].values[number % axes[i].values.size()];
     }
     for (std::size_t i = 0; i < axes.size(); ++i) {
         const Setting& setting = *axes[i].setting;
-        const int result = trial.set(setting, point.values[i]);
-        const std::string value = std::string(setting.name) + " " + sim::host::name_of(setting, point.values[i]);
+        const std::string name = sim::host::name_of(setting, values[i]);
+        const std::string value = std::string(setting.name) + " " + name;
+        const int result = trial.set(setting, values[i]);
         if (result != ISP_SUCCESS && result != ISP_UNFIT && result != ISP_EXCUTE_BYARM) {
             throw BadInput(value + " failed with " + std::to_string(result));
         }
+        point.row[std::string(setting.name)] = name;
         point.title += (i > 0 ? ", " : "") + value;
     }
     const kiv_isp_param_s record = sim::host::stored_record(camera);
+    const auto note = [&](const std::string& text) { point.note += (point.note.empty() ? "" : "; ") + text; };
     for (std::size_t i = 0; i < axes.size(); ++i) {
-        const Axis& axis = axes[i];
-        const std::string mode = sim::host::unused_mode(axis.setting->effective, record);
-        const std::string why = !sim::host::shows(*axis.setting, point.values[i]) ? std::string(sim::host::kNotShown)
-                                : axis.setting->is_mode() || mode.empty()         ? ""
-                                                                                  : "not applied in " + mode;
-        if (!why.empty()) {
-            point.note +=
-                (point.note.empty() ? "" : "; ") + (axes.size() > 1 ? std::string(axis.setting->name) + " " : "") + why;
+        const Setting& setting = *axes[i].setting;
+        const std::string subject = axes.size() > 1 ? std::string(setting.name) + " " : "";
+        const std::string mode = sim::host::unused_mode(setting.effective, record);
+        if (!sim::host::shows(setting, values[i])) {
+            note(subject + std::string(sim::host::kNotShown));
+        } else if (!setting.is_mode() && !mode.empty()) {
+            note(subject + "not applied in " + mode);
         }
     }
     if (settle([&] { return std::vector{camera}; }, 5, 9.99)) {
-        point.note += point.note.empty() ? "not settled" : "; not settled";
+        note("not settled");
     }
     return point;
 }
@@ -190,23 +192,14 @@ Plan plan_of(Words words)
     return plan;
 }
 
-Json json_of(const Plan& plan, const Point& point)
-{
-    Json row = Json::object();
-    for (std::size_t i = 0; i < plan.axes.size(); ++i) {
-        row[std::string(plan.axes[i].setting->name)] = sim::host::name_of(*plan.axes[i].setting, point.values[i]);
-    }
-    row.update(point.figures);
-    row["note"] = point.note;
-    return row;
-}
-
 /// Writes what was measured, in the order of the sweep, and the sheet in order of a figure.
 void write_down(const Plan& plan, std::vector<Point>& points)
 {
     Json rows = Json::array();
     for (const Point& point : points) {
-        rows.push_back(json_of(plan, point));
+        rows.push_back(point.row);
+        rows.back().update(point.figures);
+        rows.back()["note"] = point.note;
     }
     Json texts = rows;
     for (Json& row : texts) {
