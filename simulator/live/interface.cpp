@@ -5,7 +5,6 @@
 #include "prompt/commands/pictures.h"
 #include "session/change.h"
 #include "session/lanes.h"
-#include "session/undo.h"
 
 #include <algorithm>
 

@@ -1,10 +1,10 @@
 #include "live/view.h"
 
+#include "session/change.h"
 #include "session/lanes.h"
 #include "session/look.h"
 #include "session/session.h"
 #include "session/trial.h"
-#include "session/undo.h"
 
 #include <mutex>
 

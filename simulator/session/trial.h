@@ -8,7 +8,7 @@
 
 #include "host/settings.h"
 
-#include "session/undo.h"
+#include "session/change.h"
 
 #include <optional>
 

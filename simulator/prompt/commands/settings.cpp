@@ -6,7 +6,6 @@
 #include "session/cameras.h"
 #include "session/change.h"
 #include "session/lanes.h"
-#include "session/undo.h"
 
 #include <algorithm>
 #include <cstring>
