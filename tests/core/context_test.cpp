@@ -1,7 +1,5 @@
-// When a trace line is written and how, and the plan that the board asks for.
+// The plan that the board asks for.
 #include "support/bench.h"
-
-#include <set>
 
 using namespace bench;
 
@@ -9,25 +7,6 @@ namespace
 {
 
 using Context = Bench;
-
-// Above level 5 only; "[module FUNCTION +LINE]MESSAGE", the line being the statement's own.
-TEST_F(Context, TraceLines)
-{
-    start_camera(2);
-    for (const int level : {INT_MIN, 0, 5, 6, 7, INT_MAX}) {
-        sim::host::set_module_level(level);
-        sim::host::start_log_capture();
-        KIV_Set_luminance(2, Luminance_E{20});
-        sim::host::stop_log_capture();
-        sim::host::set_module_level(0);
-        std::set<std::string> places; // "[module KIV_Set_luminance +94  ]"
-        for (const sim::host::LogLine& line : sim::host::captured_log()) {
-            places.insert(line.text.substr(0, std::string_view("[module KIV_Set_luminance +1234]").size()));
-        }
-        EXPECT_EQ(places.size(), level <= 5 ? 0 : 3) << "level " << level;
-        EXPECT_THAT(places, testing::Each(testing::MatchesRegex("\\[module KIV_Set_luminance \\+[0-9]+ *\\]")));
-    }
-}
 
 // The flag of the one-time-programmable memory.
 TEST_F(Context, TheOtpFlagDecidesThePlan)

@@ -1,12 +1,10 @@
 // Lens type: what the vendor storage's output means, and what happens when it cannot be asked.
 #include "host/vendor_storage.h"
 #include "support/bench.h"
-#include "support/threads.h"
 
 #include <csignal>
 #include <sys/resource.h>
 #include <sys/time.h>
-#include <thread>
 
 using namespace bench;
 
@@ -99,21 +97,6 @@ TEST_F(LensType, IsReadOnWhereSignalsInterrupt)
     setitimer(ITIMER_REAL, &often, nullptr);
     EXPECT_EQ(type_with("sleep 0.1; echo " NAME), KIV_LEN_SR1053);
     setitimer(ITIMER_REAL, &never, nullptr);
-}
-
-TEST_F(LensType, ThreadsAskAtOnce)
-{
-    isp::seam.lens_command = "echo " NAME;
-    const auto ask = [] {
-        for (int i = 0; i < 30; ++i) {
-            EXPECT_EQ(KIV_Get_Len_Types(), KIV_LEN_SR1053);
-        }
-    };
-    const long files = entries("/proc/self/fd");
-    std::thread other(ask);
-    ask();
-    other.join();
-    EXPECT_EQ(entries("/proc/self/fd"), files);
 }
 
 } // namespace

@@ -21,6 +21,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -140,12 +141,6 @@ inline Words words(const std::string& line)
     return {std::istream_iterator<std::string>(stream), {}};
 }
 
-/// A call as text, "function(id, value)".
-inline std::string text(const sim::Call& call)
-{
-    return call.function + "(" + std::to_string(call.id) + ", " + std::to_string(call.value) + ")";
-}
-
 /// The calls that the library makes while `action` runs, in order: all of them, or those whose names begin with
 /// `prefix`.
 template <typename Action>
@@ -177,14 +172,11 @@ std::vector<std::string> traces_of(Action action)
     action();
     sim::host::stop_log_capture();
     sim::host::set_module_level(0);
+    static const std::regex kLine(R"(\[module (\w+) \+\d+ *\]([^]*))");
     std::vector<std::string> traces;
     for (const sim::host::LogLine& line : sim::host::captured_log()) {
-        // "[module NAME +LINE]MESSAGE"
-        const std::size_t name = std::string_view("[module ").size();
-        const std::size_t name_end = line.text.find(" +");
-        const std::size_t prefix_end = line.text.find(']');
-        if (line.level == 6 && name_end != std::string::npos && prefix_end != std::string::npos) {
-            traces.push_back(line.text.substr(name, name_end - name) + ": " + line.text.substr(prefix_end + 1));
+        if (std::smatch match; line.level == 6 && std::regex_match(line.text, match, kLine)) {
+            traces.push_back(match.str(1) + ": " + match.str(2));
         }
     }
     return traces;

@@ -1,6 +1,7 @@
 // Threads of this process as the kernel counts them, for tests of the threads that the library starts.
 #pragma once
 
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -57,31 +58,25 @@ inline bool asleep(pid_t thread)
     return line.find(") S ") != std::string::npos;
 }
 
-/// Whether this thread is detached.
+/// Whether this thread is detached; from now on it is.
 inline bool detached()
 {
-    int state = PTHREAD_CREATE_JOINABLE;
-    pthread_attr_t attributes;
-    pthread_getattr_np(pthread_self(), &attributes);
-    pthread_attr_getdetachstate(&attributes, &state);
-    pthread_attr_destroy(&attributes);
-    return state == PTHREAD_CREATE_DETACHED;
+    return pthread_detach(pthread_self()) == EINVAL;
 }
 
 /// Runs a thread that detaches itself; 0, or -1. A body that ends its thread must not return.
 template <void (*Body)()>
 int on_thread(bool may_return)
 {
-    static int returns;
     pthread_t thread{};
-    const auto start = [](void* given) -> void* {
+    const auto start = [](void* abort_at_return) -> void* {
         Body();
-        if (given == nullptr) {
+        if (abort_at_return != nullptr) {
             std::abort();
         }
         return nullptr;
     };
-    return pthread_create(&thread, nullptr, start, may_return ? &returns : nullptr) == 0 ? 0 : -1;
+    return pthread_create(&thread, nullptr, start, may_return ? nullptr : &thread) == 0 ? 0 : -1;
 }
 
 /// Waits in real time until `holds`, ten seconds at the most; whether it came to hold.

@@ -43,32 +43,23 @@ void replace(std::string& text, const std::string& what, const std::string& by)
     }
 }
 
-std::set<std::pair<std::string, int>> logged_at; // functions and source lines that were logged
+using Places = std::set<std::pair<std::string, int>>; // functions and source lines
+Places logged_at;
 
-/// The places that are not within the function that they name.
-std::vector<std::string> places_elsewhere()
+/// The logged places that are not within the function that they name.
+Places places_elsewhere()
 {
-    std::multimap<std::string, std::pair<int, int>> texts; // of the library's functions: first and last line
+    static const std::regex kBegin(R"([^ #/}].*?(\w+)\(.*[^;])"); // of a function
+    Places elsewhere = logged_at;
     for (const auto& file : std::filesystem::recursive_directory_iterator(LIBRARY_SOURCES)) {
         std::ifstream source(file.path());
         std::string line, name;
-        for (int number = 1, first = 1; std::getline(source, line); ++number) {
-            const std::size_t end = line.find('(');
-            if (end != std::string::npos && line.find_first_of(" #/}") != 0 && line.back() != ';') {
-                name = line.substr(0, end);
-                name = name.substr(name.find_last_of(" :*&") + 1);
-                first = number;
-            } else if (line == "}") {
-                texts.insert({name, {first, number}});
+        std::smatch begin;
+        for (int number = 1; std::getline(source, line); ++number) {
+            if (std::regex_match(line, begin, kBegin)) {
+                name = begin[1];
             }
-        }
-    }
-    std::vector<std::string> elsewhere;
-    for (const auto& [function, line] : logged_at) {
-        const auto [from, to] = texts.equal_range(function);
-        if (std::none_of(from, to,
-                         [=](const auto& text) { return text.second.first < line && line < text.second.second; })) {
-            elsewhere.push_back(function + " +" + std::to_string(line));
+            elsewhere.erase({name, number});
         }
     }
     return elsewhere;
@@ -243,14 +234,16 @@ std::string page_of(const Found& found, const std::string& name, bool with_place
 std::string entries(const Operation& operation)
 {
     const bool sequence = operation.name == "KIV_Set_style" || operation.name == "KIV_load_isp_para"; // of setters
-    const int variants = operation.name == "Awb_Calibration" ? 2 : sequence || operation.once ? 1 : kVariants;
+    const bool calibration = operation.name == "Awb_Calibration"; // one for each light
+    const bool starts_once = operation.once && !calibration;
+    const int variants = calibration ? 2 : sequence || starts_once ? 1 : kVariants;
     Found sound, failed;
     for (const bool engines : {true, false}) {
         for (int variant = 0; variant < variants; ++variant) {
             const Log log = log_of(operation, variant, engines);
             add(sound, log.entry, torture::modes_of(variant) + (engines ? "" : " and no engine"));
             std::map<std::string, int> made;
-            for (const std::string& function : sequence || operation.once || !engines ? Lines{} : log.calls) {
+            for (const std::string& function : sequence || starts_once || !engines ? Lines{} : log.calls) {
                 const int nth = ++made[function];
                 const Log disturbed = log_of(operation, variant, engines, function, nth);
                 add(failed, difference(log.lines, disturbed.lines) + (disturbed.end != log.end ? disturbed.end : ""),

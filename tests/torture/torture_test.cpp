@@ -86,7 +86,7 @@ void vanish()
 Outcome run(const Operation& operation, int variant, const Fault* fault, bool engines, bool traces)
 {
     World world(variant, engines);
-    sim::host::set_module_level(traces ? 6 : 5);
+    sim::host::set_module_level(traces ? INT_MAX : 5);
     sim::host::start_log_capture();
     const long threads = bench::threads();
     const long files = bench::entries("/proc/self/fd");
