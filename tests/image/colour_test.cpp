@@ -42,15 +42,9 @@ int saturation()
 
 TEST_F(Colour, ALevelBecomesOneFieldByItsRule)
 {
-    acp_attrib_t expected = sim::engine::initial<acp_attrib_t>();
     for (const Rule& rule : kRules) {
-        sim::host::set_maximum(setting(rule.name), rule.last);
-        for (int level = 0; level <= rule.last; ++level) {
-            SCOPED_TRACE(testing::Message() << rule.name << " " << level);
-            set(kCamera, rule.name, level);
-            rule.apply(expected, level);
-            expect_engine(kCamera, expected);
-        }
+        expect_levels(kCamera, rule.name, rule.last, sim::engine::initial<acp_attrib_t>(),
+                      [&](auto& acp, int level) { rule.apply(acp, level); });
     }
 }
 

@@ -204,6 +204,20 @@ void expect_engine(int camera, const Blocks&... blocks)
     EXPECT_THAT(differences(camera, 7), ::testing::IsEmpty());
 }
 
+/// Checks what each level of a setting up to `last` makes of a block that a camera's engine holds, and of nothing else.
+template <typename Block, typename Rule>
+void expect_levels(int camera, std::string_view name, int last, Block block, Rule rule)
+{
+    sim::host::set_maximum(setting(name), last); // with the levels that have no name
+    sim::engine::poke(rkipc_aiq_get_ctx(camera), block);
+    for (int level = 0; level <= last; ++level) {
+        SCOPED_TRACE(::testing::Message() << name << " " << level);
+        EXPECT_EQ(set(camera, name, level), 0);
+        rule(block, level);
+        expect_engine(camera, block);
+    }
+}
+
 /// Stands for all values of a table and their order (FNV-1a, a value a step).
 template <typename Table>
 std::uint32_t fingerprint(const Table& table)
