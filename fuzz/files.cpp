@@ -3,8 +3,8 @@
 #include "fuzz_world.h"
 #include "host/shading_file.h"
 
-#include <cmath>
 #include <cstring>
+#include <functional>
 
 namespace
 {
@@ -68,34 +68,23 @@ public:
     void run(std::uint8_t kind, std::string_view bytes)
     {
         const std::string settings = folder + "/settings.ini";
-        switch (kind % 6) {
-        case 0:
-            bench::write_bytes(wb_file, bytes);
-            load_calibration(wb_file);
-            break;
-        case 1:
-            sim::host::write_shading_file(shading_file);
-            bench::write_bytes(shading_file, changed(read_all(shading_file), bytes));
-            load_shading(shading_file);
-            break;
-        case 2:
-            bench::write_bytes(shading_file, bytes);
-            load_shading(shading_file);
-            break;
-        case 3:
-            bench::write_bytes(otp_file, bytes);
-            getreadotp();
-            break;
-        case 4:
-            sim::host::save_store(settings);
-            bench::write_bytes(settings, changed(read_all(settings), bytes));
-            load_settings(settings);
-            break;
-        default:
-            bench::write_bytes(settings, bytes);
-            load_settings(settings);
-            break;
+        const struct {
+            const std::string& path;
+            std::function<void(const std::string& path)> write_valid, load;
+        } files[] = {
+            {wb_file, {}, load_calibration},
+            {otp_file, {}, [](const std::string&) { getreadotp(); }},
+            {shading_file, {}, load_shading},
+            {shading_file, [](const std::string& path) { sim::host::write_shading_file(path); }, load_shading},
+            {settings, {}, load_settings},
+            {settings, [](const std::string& path) { sim::host::save_store(path); }, load_settings},
+        };
+        const auto& [path, write_valid, load] = files[kind % std::size(files)];
+        if (write_valid) {
+            write_valid(path);
         }
+        bench::write_bytes(path, write_valid ? changed(read_all(path), bytes) : bytes);
+        load(path);
     }
 };
 

@@ -33,13 +33,10 @@ inline void require(bool holds, const char* what)
 
 inline void require_no_misuse()
 {
-    for (const std::string& line : sim::engine::misuses()) {
-        std::fprintf(stderr, "%s\n", line.c_str());
+    for (const auto& misuses : {sim::engine::misuses(), sim::host::misuses()}) {
+        std::ranges::for_each(misuses, [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); });
+        require(misuses.empty(), "engine and store are used rightly");
     }
-    for (const std::string& line : sim::host::misuses()) {
-        std::fprintf(stderr, "%s\n", line.c_str());
-    }
-    require(sim::engine::misuses().empty() && sim::host::misuses().empty(), "engine and store are used rightly");
 }
 
 } // namespace fuzz

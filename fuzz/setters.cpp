@@ -12,19 +12,6 @@ constexpr std::size_t kSetterCount = std::size(bench::kSetters);
 
 constexpr int kExtremes[] = {INT_MIN, INT_MAX, -1, 255, 256, 65536};
 
-int level_of(std::uint8_t kind, std::uint8_t value)
-{
-    return kind < 250 ? value : kExtremes[value % std::size(kExtremes)];
-}
-
-void set(const bench::NamedSetter& setter, int camera, int level)
-{
-    const bool smart = setter.name == "exposure_mode" && level == SMART_EXPOSURE; // would start a thread
-    if (!smart) {
-        setter.set(camera, level);
-    }
-}
-
 constexpr void (*kLife[])(int camera) = {
     [](int camera) { rk_isp_init(camera, nullptr); },
     [](int camera) { rk_isp_stop(camera); },
@@ -56,7 +43,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const std::size_t what = bytes[at] % (kSetterCount + 4);
         const int camera = bytes[at + 1] < 250 ? bytes[at + 1] % 8 : kExtremes[bytes[at + 1] % std::size(kExtremes)];
         if (what < kSetterCount) {
-            set(bench::kSetters[what], camera, level_of(bytes[at + 2], bytes[at + 3]));
+            const bench::NamedSetter& setter = bench::kSetters[what];
+            const int level = bytes[at + 2] < 250 ? bytes[at + 3] : kExtremes[bytes[at + 3] % std::size(kExtremes)];
+            if (setter.name != "exposure_mode" || level != SMART_EXPOSURE) { // which would start a thread
+                setter.set(camera, level);
+            }
         } else if (what == kSetterCount) {
             sim::inject_fault(kFailing[bytes[at + 2] % std::size(kFailing)], bytes[at + 3] % 4 + 1, -1);
         } else if (what == kSetterCount + 1) {

@@ -1,9 +1,9 @@
 // Calls of the system, for an executable that links sim_system: recorded under their own names and taking faults like
-// every simulated call. The record's value holds the flags of open(), the type of socket() and the mode of fopen() and
-// popen(), whose first character is its lowest byte; its id is the protocol of socket(). To open(), read(), write() and
-// unlink() a positive code is the errno of the failure, a negative one lets a read or write transfer only so many
-// bytes; the others fail whatever the code. No process is started and nothing is sent: popen() returns the name of a
-// lens, sendto() drops the datagram.
+// every simulated call. The record's value holds the flags of open(), the type of socket(), where the file of mmap()
+// would be read next and the mode of fopen() and popen(), whose first character is its lowest byte; its id is the
+// protocol of socket(). To open(), read(), write() and unlink() a positive code is the errno of the failure, a negative
+// one lets a read or write transfer only so many bytes; the others fail whatever the code. No process is started and
+// nothing is sent: popen() returns the name of a lens, sendto() drops the datagram.
 #include "base/calls.h"
 
 #include <algorithm>
@@ -108,7 +108,9 @@ int __wrap_pclose(std::FILE*)
 
 void* __wrap_mmap(void* address, std::size_t size, int protection, int flags, int fd, off_t offset)
 {
-    return fails("mmap", ENOMEM) ? MAP_FAILED : __real_mmap(address, size, protection, flags, fd, offset);
+    return fails("mmap", ENOMEM, -1, lseek(fd, 0, SEEK_CUR))
+               ? MAP_FAILED
+               : __real_mmap(address, size, protection, flags, fd, offset);
 }
 
 int __wrap_socket(int domain, int type, int protocol)

@@ -3,6 +3,7 @@
 #include "support/bench.h"
 
 #include <cstring>
+#include <map>
 #include <set>
 
 using namespace bench;

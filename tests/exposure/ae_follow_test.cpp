@@ -179,24 +179,6 @@ TEST_F(AeFollow, RunsOnceAndEndsWithinACycle)
     }
 }
 
-TEST_F(AeFollow, EndsWithAnEngineFailureUntilTheModeIsSetAgain)
-{
-    for (const char* failing : {kQuery, kGet, kSet}) {
-        SCOPED_TRACE(failing);
-        follow();
-        measure(1.0F, 0.005F);
-        cycles();
-        measure(5.0F, 0.015F);
-        sim::inject_fault(failing, 1, -7);
-        EXPECT_THAT(traces_of([] { cycles(); }), // no farewell
-                    ElementsAre(::testing::EndsWith("failed with 0xfffffff9!\n\n")));
-        EXPECT_TRUE(becomes(0));
-        follow();
-        EXPECT_EQ(running(), 1);
-        EXPECT_EQ(manual().GainValue, 5.25F); // a new thread writes at once
-    }
-}
-
 TEST_F(AeFollow, AStartWhileTheThreadIsEndingIsNotLost)
 {
     follow();

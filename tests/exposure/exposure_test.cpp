@@ -87,10 +87,6 @@ TEST_F(Exposure, ShutterStepsAreTimesInSinglePrecision)
         EXPECT_EQ(ae().stAdvanced.SetLinAeRange.stExpTimeRange.Max, seconds(30.0));
         EXPECT_EQ(ae().stAdvanced.SetLinAeRange.stExpTimeRange.Min, seconds(fastest)) << maximum;
     }
-    // Shutter priority goes through to its end without an engine.
-    store(5, "exposure_mode", SHUTTER_PRIORITY);
-    EXPECT_THAT(traces_of([] { set(5, "shutter", 4); }),
-                ::testing::IsSupersetOf({"isp_ae_shutter: aiq ctx error\n\n", "isp_ae_shutter: aiq ctx error\n\n"}));
 }
 
 TEST_F(Exposure, BiasFollowsBrightnessOrCompensationAndBacklight)

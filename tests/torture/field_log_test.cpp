@@ -3,13 +3,11 @@
 #include "torture/operations.h"
 #include "torture/world.h"
 
-#include <fcntl.h>
 #include <map>
 #include <mutex>
 #include <numeric>
 #include <regex>
 #include <set>
-#include <sys/socket.h>
 #include <thread>
 
 namespace

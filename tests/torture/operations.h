@@ -122,6 +122,7 @@ inline std::vector<Operation> refused()
     static int sensors[] = {0, 1};
     static awb_calibration_s record;
     static float figure;
+    static std::string too_long(256, 'd');
 #define ID(function, ...) {#function, [](int id) { return static_cast<int>(function(id __VA_OPT__(, ) __VA_ARGS__)); }}
 #define VOID_ID(function, ...) {#function, [](int id) { return function(id __VA_OPT__(, ) __VA_ARGS__), 0; }}
 #define BAD(function, ...) {#function "(" #__VA_ARGS__ ")", [](int) { return function(__VA_ARGS__); }}
@@ -148,6 +149,7 @@ inline std::vector<Operation> refused()
         VOID_ID(set_colortemp_bgain, 1.5F),
         VOID_ID(KIV_load_isp_para),
         ID(KIV_Get_csc_mode),
+        BAD(rk_isp_init, 1, too_long.data()),
         BAD(rk_isp_init_group, 1, nullptr, 2, nullptr),
         BAD(rk_isp_init_group, 1, sensors, 0, nullptr),
         BAD(rk_isp_init_group, 1, sensors, 8, nullptr),

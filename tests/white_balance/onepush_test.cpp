@@ -20,16 +20,11 @@ protected:
         put_balance(kCamera, kHeld);
     }
 
-    static constexpr Balance kHeld = {
-        RK_AIQ_WB_MODE_MANUAL, RK_AIQ_MWB_MODE_CCT, {1.1F, 1.2F, 1.3F, 1.4F}, true, {0.0F, 0.12F, 0.13F, 0.0F}};
-
-    static Balance now_holding(float red, float blue)
-    {
-        Balance b = kHeld;
-        b.manual_mode = RK_AIQ_MWB_MODE_WBGAIN;
-        b.gains = {red, 1.0F, 1.0F, blue};
+    inline static const Balance kHeld = [] {
+        Balance b = with_offset(kBefore, 0.0F, 0.0F);
+        b.mode = RK_AIQ_WB_MODE_MANUAL;
         return b;
-    }
+    }();
 };
 
 TEST_F(OnePush, MeasuresRemembersAndHolds)
@@ -52,19 +47,16 @@ TEST_F(OnePush, MeasuresRemembersAndHolds)
             EXPECT_EQ(get_onepush_rgain(kCamera), red_kept);
             EXPECT_EQ(get_onepush_bgain(kCamera), blue_kept);
             EXPECT_EQ(get_onepush_ggain(kCamera), green_kept);
-            EXPECT_EQ(balance(kCamera),
-                      now_holding(tuned(red_kept / 1000.0L, level), tuned(blue_kept / 1000.0L, 20 - level)));
+            EXPECT_EQ(balance(kCamera), with_offset(holding(tuned(red_kept / 1000.0L, level), 1.0F,
+                                                            tuned(blue_kept / 1000.0L, 20 - level)),
+                                                    0.0F, 0.0F));
         }
     }
 }
 
 TEST_F(OnePush, FailuresLeaveWhatWasReached)
 {
-    const Balance running = [] {
-        Balance b = kHeld;
-        b.mode = RK_AIQ_WB_MODE_AUTO;
-        return b;
-    }();
+    const Balance running = with_offset(kBefore, 0.0F, 0.0F);
     // word: of the sequence
     const std::tuple<std::size_t, bool, sim::Microseconds, Balance> rows[] = {
         {0, false, 0, kHeld},          {1, false, 0, kHeld},          {3, false, 3'000'000, running},
