@@ -83,6 +83,7 @@ void make_pictures()
             if (changed.wait_for(lock, kIdle) == std::cv_status::timeout && !idle) {
                 idle = true;
                 kept.fill({});
+                sim::picture::forget_drawings();
                 malloc_trim(0);
             }
             continue;

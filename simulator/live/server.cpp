@@ -316,8 +316,10 @@ Answer file_answer(const Exchange& exchange)
     const std::string& name = exchange.target.name;
     const std::string& path = exchange.head.path; // whose last part is the name with %20 and the like
     std::string contents;
-    if (sim::host::read_file(path_of_file(name), kLargestFile, contents, O_NOFOLLOW) != 0) {
-        throw Refusal{404, "there is no file " + session::printable(name)};
+    if (const int error = sim::host::read_file(path_of_file(name), kLargestFile, contents, O_NOFOLLOW); error != 0) {
+        const bool scarce = error == EMFILE || error == ENFILE || error == ENOMEM;
+        throw scarce ? Refusal{503, sim::host::error_text(error)}
+                     : Refusal{404, "there is no file " + session::printable(name)};
     }
     return {.body = contents,
             .type = std::string(type_of(name)),

@@ -117,6 +117,9 @@ Look neutral_look();
 /// The picture. The same look gives the same image. Empty unless both sides are 1 to kMaxSide.
 Image render(const Look& look, int width, int height);
 
+/// Gives up the drawings of scenes that are kept for the next picture, some 100 MB at most. Any thread.
+void forget_drawings();
+
 /// The mean of so many frames, of which the look's is the first; and the n-th picture taken into those before it.
 Image render_mean(const Look& look, int frames, int width, int height);
 void add_to_mean(Image& mean, Image image, int n);

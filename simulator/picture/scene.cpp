@@ -320,6 +320,9 @@ struct Drawing {
     std::shared_ptr<const Drawn> drawn;
 };
 
+std::mutex drawings_mutex;
+std::list<Drawing> drawings; // the last used first
+
 } // namespace
 
 float mean_level(const Scene& scene)
@@ -356,8 +359,6 @@ std::shared_ptr<const Drawn> draw_scene(const SceneRef& wanted, float magnificat
 {
     constexpr std::size_t kKept = 16;       // drawings
     constexpr int kLargestKept = 2'000'000; // pixels
-    static std::mutex mutex;
-    static std::list<Drawing> drawings; // the last used first
 
     const SceneRef scene = wanted ? wanted : built_in().front();
     const auto is_wanted = [&](const Drawing& d) {
@@ -365,7 +366,7 @@ std::shared_ptr<const Drawn> draw_scene(const SceneRef& wanted, float magnificat
                d.drawn->planes.width == width && d.drawn->planes.height == height;
     };
     {
-        const std::lock_guard lock(mutex);
+        const std::lock_guard lock(drawings_mutex);
         if (const auto found = std::ranges::find_if(drawings, is_wanted); found != drawings.end()) {
             drawings.splice(drawings.begin(), drawings, found);
             return found->drawn;
@@ -387,13 +388,19 @@ std::shared_ptr<const Drawn> draw_scene(const SceneRef& wanted, float magnificat
     }
     auto made = std::make_shared<const Drawn>(std::move(drawn));
     if (width <= kLargestKept / height) {
-        const std::lock_guard lock(mutex);
+        const std::lock_guard lock(drawings_mutex);
         drawings.push_front({scene, magnification, moving, made});
         if (drawings.size() > kKept) {
             drawings.pop_back();
         }
     }
     return made;
+}
+
+void forget_drawings()
+{
+    const std::lock_guard lock(drawings_mutex);
+    drawings.clear();
 }
 
 } // namespace sim::picture

@@ -8,6 +8,7 @@
 #include "session/bad_input.h"
 #include "session/calibration_check.h"
 #include "session/files.h"
+#include "session/recording.h"
 #include "session/session.h"
 #include "support/bench.h"
 
@@ -123,6 +124,10 @@ TEST_F(App, BadInputGetsOneClearLineAndChangesNothing)
     EXPECT_EQ(refusal("plot " + folder + "/wide.csv x.svg"), folder + "/wide.csv has more than 100 columns");
     prompt::run_line("record " + folder + "/r.csv");
     EXPECT_EQ(refusal("say " + std::string(201, 'x')), "the marks of a frame have at most 200 bytes");
+    for (int row = 0; row < 1'000'001; ++row) {
+        session::record_frame();
+    }
+    EXPECT_EQ(refusal("record stop"), folder + "/r.csv: a recording has at most 1000000 rows; it ends here");
     const kiv_isp_param_s after = sim::host::stored_record(0);
     EXPECT_EQ(std::memcmp(&before, &after, sizeof before), 0);
 }
