@@ -384,15 +384,11 @@ TEST_F(Live, PicturesOfManyStreamsDoNotHoldUpASingleOne)
 
 TEST_F(Live, WithoutAThreadOrADescriptorItServesWhomItCan)
 {
-    pthread_attr_t usual{};
-    pthread_attr_t huge{}; // no thread has room for such a stack
-    pthread_getattr_default_np(&usual);
-    pthread_attr_init(&huge);
-    pthread_attr_setstacksize(&huge, std::size_t{1} << 47U);
-    pthread_setattr_default_np(&huge);
-    EXPECT_THAT(run("list").body, HasSubstr("no thread left"));
-    EXPECT_EQ(ask("GET", "/api/state").status, 200);
-    pthread_setattr_default_np(&usual);
+    {
+        const bench::NoThreads none;
+        EXPECT_THAT(run("list").body, HasSubstr("no thread left"));
+        EXPECT_EQ(ask("GET", "/api/state").status, 200);
+    }
     EXPECT_EQ(run("list").status, 200);
 
     const std::string get = "GET /api/files/none HTTP/1.1\r\n" + host();

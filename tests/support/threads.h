@@ -49,6 +49,28 @@ inline int threads_named(const std::string& name)
     return count;
 }
 
+/// While it lives, no thread can be had: none has room for its stack.
+class NoThreads
+{
+public:
+    NoThreads()
+    {
+        pthread_getattr_default_np(&usual_);
+        pthread_attr_t huge{};
+        pthread_attr_init(&huge);
+        pthread_attr_setstacksize(&huge, std::size_t{1} << 47U);
+        pthread_setattr_default_np(&huge);
+    }
+    ~NoThreads()
+    {
+        pthread_setattr_default_np(&usual_);
+    }
+    NoThreads& operator=(NoThreads&&) = delete;
+
+private:
+    pthread_attr_t usual_{};
+};
+
 /// Whether a thread sleeps, for example because it waits for a lock.
 inline bool asleep(pid_t thread)
 {

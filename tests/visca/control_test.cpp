@@ -8,6 +8,7 @@
 #include "session/look.h"
 #include "session/session.h"
 #include "support/bench.h"
+#include "support/threads.h"
 #include "visca/codec.h"
 
 #include <netinet/in.h>
@@ -178,6 +179,17 @@ TEST_F(Control, EveryCommandIsAnsweredAndStoredAndShownAndSteppedToItsEnds)
         }
         set("expcomp_mode", 3);
     }
+}
+
+TEST_F(Control, WithoutAThreadOnlyTheCommandFails)
+{
+    const int sock = client();
+    const std::string hue = "81 01 04 4F 00 00 00 03 FF";
+    {
+        const bench::NoThreads none;
+        EXPECT_EQ(ask(sock, hue, 2), "90 41 FF 90 61 41 FF");
+    }
+    EXPECT_EQ(ask(sock, hue, 2), "90 41 FF 90 51 FF");
 }
 
 TEST_F(Control, TwoCommandsAreUnderWayAtMostAndNobodyWaitsForThem)
