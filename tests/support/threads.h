@@ -1,7 +1,6 @@
 // Threads of this process as the kernel counts them, for tests of the threads that the library starts.
 #pragma once
 
-#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -80,10 +79,15 @@ inline bool asleep(pid_t thread)
     return line.find(") S ") != std::string::npos;
 }
 
-/// Whether this thread is detached; from now on it is.
+/// Whether this thread is detached.
 inline bool detached()
 {
-    return pthread_detach(pthread_self()) == EINVAL;
+    int state = PTHREAD_CREATE_JOINABLE;
+    pthread_attr_t attributes;
+    pthread_getattr_np(pthread_self(), &attributes);
+    pthread_attr_getdetachstate(&attributes, &state);
+    pthread_attr_destroy(&attributes);
+    return state == PTHREAD_CREATE_DETACHED;
 }
 
 /// Runs a thread that detaches itself; 0, or -1. A body that ends its thread must not return.
