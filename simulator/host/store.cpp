@@ -173,3 +173,16 @@ void note_misuse(std::string line)
     static_assert(sim::host::find_setting(#name) == &sim::host::kSettings[FIELD(name)], "the record's order");         \
     ACCESS_##access(name)
 ISP_SETTINGS(DEFINE)
+
+kiv_isp_param_s* para_get_isp_style_param(int id, int style)
+{
+    const int fault = sim::note_call(__func__, id, style);
+    return sim::host::known(__func__, id) && fault == 0 ? sim::host::preset_of(style) : nullptr;
+}
+
+int para_isp_style_excute_by_arm(void)
+{
+    const int applies = sim::host::host_applies_styles() ? 1 : 0;
+    const int fault = sim::note_call(__func__, -1, applies);
+    return fault != 0 ? fault : applies;
+}

@@ -1,9 +1,7 @@
 // The presets as the settings in which they differ from the initial ones, in the order of the styles.
 #include "host/styles.h"
 
-#include "base/calls.h"
 #include "host/settings.h"
-#include "host/store.h"
 
 #include <array>
 #include <atomic>
@@ -97,9 +95,20 @@ void remove_preset(int style)
     g_removed[static_cast<std::size_t>(style)] = true;
 }
 
+kiv_isp_param_s* preset_of(int style)
+{
+    const bool there = 0 <= style && style < kStyles && !g_removed[static_cast<std::size_t>(style)];
+    return there ? &g_presets[static_cast<std::size_t>(style)] : nullptr;
+}
+
 void set_host_applies_styles(bool applies)
 {
     g_host_applies.store(applies, std::memory_order_relaxed);
+}
+
+bool host_applies_styles()
+{
+    return g_host_applies.load(std::memory_order_relaxed);
 }
 
 void reset_presets()
@@ -110,24 +119,3 @@ void reset_presets()
 }
 
 } // namespace sim::host
-
-kiv_isp_param_s* para_get_isp_style_param(int id, int style)
-{
-    using namespace sim::host;
-    const int fault = sim::note_call("para_get_isp_style_param", id, style);
-    if (id < 0 || id >= kCameras) {
-        note_misuse("para_get_isp_style_param: no record " + std::to_string(id));
-        return nullptr;
-    }
-    if (fault != 0 || style < 0 || style >= kStyles || g_removed[static_cast<std::size_t>(style)]) {
-        return nullptr;
-    }
-    return &g_presets[static_cast<std::size_t>(style)];
-}
-
-int para_isp_style_excute_by_arm(void)
-{
-    const int applies = sim::host::g_host_applies.load(std::memory_order_relaxed) ? 1 : 0;
-    const int fault = sim::note_call("para_isp_style_excute_by_arm", -1, applies);
-    return fault != 0 ? fault : applies;
-}

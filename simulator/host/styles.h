@@ -13,8 +13,11 @@ inline constexpr int kStyles = 14;
 void set_preset(int style, const kiv_isp_param_s& preset);
 void remove_preset(int style);
 
+kiv_isp_param_s* preset_of(int style); ///< null where there is none
+
 /// Whether the host says that it applies styles itself; not at first. Any thread.
 void set_host_applies_styles(bool applies);
+bool host_applies_styles();
 
 void reset_presets(); ///< as delivered, and the library applies them
 
