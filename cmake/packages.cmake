@@ -68,7 +68,7 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
 )
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+set(CPACK_DEBIAN_COMPRESSION_TYPE gzip) # scripts/package.sh packs them anew
 
 # For another processor than this machine's, what the packages need is found in the tree of that processor's packages,
 # which scripts/package.sh makes, and in what these say of their libraries. Of the C library this is its own version; what

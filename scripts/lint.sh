@@ -28,7 +28,7 @@ mapfile -t sources < <(
 clang-format-19 --dry-run --Werror "${sources[@]}"
 echo "clang-format: ${#sources[@]} files"
 
-# Each file once, and as it is without precompiled headers: it includes what it uses.
+# Each file once, although the library is compiled twice, and as it is without precompiled headers.
 database=$(mktemp -d)
 trap 'rm -rf "$database"' EXIT
 python3 - "$build/compile_commands.json" "$database/compile_commands.json" "$@" <<'PYTHON'

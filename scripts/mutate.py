@@ -215,15 +215,10 @@ def main():
            help="only those that nobody noticed in an earlier run with this output")
     option("--longest", type=float, default=20.0, metavar="SECONDS", help="leave out test programs that take longer")
     option("--strict", action="store_true", help="fail when one that is not noticed is no known survivor")
-    option("--list", action="store_true", help="print the mutants and change nothing")
     option("--jobs", type=int, default=os.cpu_count(), metavar="N")
     options = parser.parse_args()
 
-    mutants, total = choose(options)
-    if options.list:
-        print("\n".join(map(str, mutants)), f"\n{len(mutants)} of {total} mutants")
-        return 0
-    return work(options, mutants, total)
+    return work(options, *choose(options))
 
 
 def choose(options):

@@ -74,23 +74,12 @@ struct Entry {
 };
 
 #define FIELD(block, path, ...)                                                                                        \
-    Entry                                                                                                              \
-    {                                                                                                                  \
-        #block, #path, nullptr, shape_of<decltype(Blocks::block.path)>(), offsetof(Blocks, block.path), 1, 0, Values   \
-        {                                                                                                              \
-            __VA_ARGS__                                                                                                \
-        }                                                                                                              \
-    }
+    Entry(#block, #path, nullptr, shape_of<decltype(Blocks::block.path)>(), offsetof(Blocks, block.path), 1, 0,        \
+          Values(__VA_ARGS__))
 #define RECORD_FIELD(block, path, member, ...)                                                                         \
-    Entry                                                                                                              \
-    {                                                                                                                  \
-        #block, #path, #member, shape_of<decltype(Blocks::block.path[0].member)>(),                                    \
-            offsetof(Blocks, block.path[0].member), sizeof(Blocks::block.path) / sizeof(Blocks::block.path[0]),        \
-            sizeof(Blocks::block.path[0]), Values                                                                      \
-        {                                                                                                              \
-            __VA_ARGS__                                                                                                \
-        }                                                                                                              \
-    }
+    Entry(#block, #path, #member, shape_of<decltype(Blocks::block.path[0].member)>(),                                  \
+          offsetof(Blocks, block.path[0].member), sizeof(Blocks::block.path) / sizeof(Blocks::block.path[0]),          \
+          sizeof(Blocks::block.path[0]), Values(__VA_ARGS__))
 #define SYNC(block, done_first) FIELD(block, sync.sync_mode, RK_AIQ_UAPI_MODE_SYNC), FIELD(block, sync.done, done_first)
 
 // Sensible for exposure and white balance to start from; elsewhere values that nothing else would write.
@@ -132,8 +121,8 @@ constexpr Entry kFields[] = {
     FIELD(lin_ae, Params.ToleranceIn, 6.25),
     FIELD(lin_ae, Params.ToleranceOut, 8.75),
     FIELD(lin_ae, Params.DySetpoint.array_size, kSetpoints),
-    Entry{"lin_ae", "Params.DySetpoint.DySetpoint", nullptr, shape_of<float[kSetpoints]>(), offsetof(Blocks, setpoints),
-          1, 0, Values{60.0, -1.5}},
+    Entry("lin_ae", "Params.DySetpoint.DySetpoint", nullptr, shape_of<float[kSetpoints]>(), offsetof(Blocks, setpoints),
+          1, 0, Values(60.0, -1.5)),
 
     FIELD(gain_range, max, 15.5),
     FIELD(gain_range, min, 1.0),

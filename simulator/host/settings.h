@@ -166,27 +166,11 @@ struct ValueName {
 inline constexpr Setting kSettingsAndCommands[] = {
 #define ISP_ROW(member, name, type, kind, access, form, setter, lowest, highest, initial, group, unit, number, block,  \
                 effective, accepted, stored, effect)                                                                   \
-    Setting{#name,                                                                                                     \
-            #type,                                                                                                     \
-            std::string_view(#kind) == "choice",                                                                       \
-            Access::access,                                                                                            \
-            Setter::form,                                                                                              \
-            lowest,                                                                                                    \
-            highest,                                                                                                   \
-            initial,                                                                                                   \
-            #group,                                                                                                    \
-            unit,                                                                                                      \
-            #number,                                                                                                   \
-            []([[maybe_unused]] int level, [[maybe_unused]] double named) -> double { return number; },                \
-            #block,                                                                                                    \
-            effective,                                                                                                 \
-            accepted,                                                                                                  \
-            stored,                                                                                                    \
-            effect,                                                                                                    \
-            member,                                                                                                    \
-            note_of(#name).source,                                                                                     \
-            note_of(#name).negative,                                                                                   \
-            note_of(#name).shown},
+    Setting(                                                                                                           \
+        #name, #type, std::string_view(#kind) == "choice", Access::access, Setter::form, lowest, highest, initial,     \
+        #group, unit, #number,                                                                                         \
+        []([[maybe_unused]] int level, [[maybe_unused]] double named) -> double { return number; }, #block, effective, \
+        accepted, stored, effect, member, note_of(#name).source, note_of(#name).negative, note_of(#name).shown),
 #define ISP_SETTING(name, ...) ISP_ROW(&kiv_isp_param_s::name, name, __VA_ARGS__)
 #define ISP_COMMAND(name, ...) ISP_ROW(nullptr, name, __VA_ARGS__)
     ISP_SETTINGS(ISP_SETTING) ISP_COMMANDS(ISP_COMMAND)
