@@ -21,7 +21,7 @@ namespace
 
 constexpr std::string_view kLeftOut[] = {"record",   "plot",    "render",  "compare", "styles", "histogram",
                                          "waveform", "balance", "shading", "iris",    "speed",  "watch",
-                                         "trace",    "lens",    "follow",  "quit"};
+                                         "trace",    "lens",    "follow",  "quit",    "sweep"};
 
 } // namespace
 
