@@ -16,7 +16,7 @@ struct Picture {
     std::uint64_t number; ///< of the view's camera that it shows
 };
 
-/// Who waits for a picture. Single ones and those of streams have the same share of the time, and within their kind
+/// Who waits for a picture. Single ones have two thirds of the time, those of streams the rest, and within their kind
 /// each its turn, so that many streams do not hold up a page.
 enum class Wanted { single, streamed };
 
