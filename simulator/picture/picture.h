@@ -190,9 +190,6 @@ struct Panel {
 /// The panels, `columns` beside each other. Empty when there is no image, or the sheet would exceed kMaxSide.
 Image contact_sheet(const std::vector<Panel>& panels, int columns);
 
-Image histogram_graph(const Image& image); ///< of channels and luma
-Image waveform_graph(const Image& image);  ///< the luma levels of each column of the image, black below
-
 // ---- Files --------------------------------------------------------------------------------------------------------
 
 /// 8 bits per channel; JPEG with a quality of 1 to 100. Empty when there is no picture.

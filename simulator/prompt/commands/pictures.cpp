@@ -4,6 +4,7 @@
 #include "host/durable_file.h"
 #include "prompt/commands.h"
 #include "prompt/json.h"
+#include "prompt/plots.h"
 #include "session/cameras.h"
 #include "session/figures.h"
 #include "session/look.h"
@@ -100,12 +101,12 @@ void measure(const Words& words)
     wrote(words.back());
 }
 
-template <sim::picture::Image (*Graph)(const sim::picture::Image&)>
+template <void (*Plot)(const sim::picture::Image&, const std::string&, const std::string&)>
 void graph(const Words& words)
 {
     const int camera = camera_with_engine(words[0]);
-    const sim::picture::Panel panel{"", Graph(session::picture_of(camera)), session::caption_of(camera)};
-    write_sheet(picture_argument(words[1]), {panel}, 1);
+    Plot(session::picture_of(camera), session::caption_of(camera).at(0), file_argument(words[1]));
+    wrote(words[1]);
 }
 
 constexpr Command kCommands[] = {
@@ -115,10 +116,8 @@ constexpr Command kCommands[] = {
      "colours, colour differences and noise of the chart's patches, levels and figures of any scene; or the figures "
      "of a region of the picture of 640 x 480",
      1, 6, measure, Kind::looks},
-    {"histogram", "CAM FILE.png|.jpg", "how often each level occurs", 2, 2, graph<sim::picture::histogram_graph>,
-     Kind::looks},
-    {"waveform", "CAM FILE.png|.jpg", "the levels of each column", 2, 2, graph<sim::picture::waveform_graph>,
-     Kind::looks},
+    {"histogram", "CAM FILE.svg|.png", "how often each level occurs", 2, 2, graph<plot_histogram>, Kind::looks},
+    {"waveform", "CAM FILE.svg|.png", "the levels of each column", 2, 2, graph<plot_waveform>, Kind::looks},
 };
 
 } // namespace

@@ -3,7 +3,7 @@
 #include "prompt/commands.h"
 #include "prompt/interrupt.h"
 #include "prompt/json.h"
-#include "prompt/run_plot.h"
+#include "prompt/plots.h"
 #include "session/cameras.h"
 #include "session/recording.h"
 #include "session/session.h"

@@ -1,4 +1,4 @@
-#include "prompt/run_plot.h"
+#include "prompt/plots.h"
 
 #include "host/durable_file.h"
 #include "session/bad_input.h"
@@ -20,7 +20,7 @@ constexpr std::size_t kLargestRun = 256 << 20; // bytes
 // Needs csv, ids, run and the terminal. A colour per camera, the same in all panels: dark enough on white, and apart
 // for colour-blind eyes. A camera's line is thinner than that of the one before, so that equal curves do not hide each
 // other.
-constexpr const char* kLayout = R"gnuplot(
+constexpr const char* kRun = R"gnuplot(
 colours = '#0072b2 #d55e00 #009e73 #cc79a7 #e69f00 #56b4e9 #000000 #b2a800'
 reading(i, name) = column('camera'.word(ids, i).'_'.name)
 thickness(i) = 2 + 1.6 * (words(ids) - i)
@@ -46,6 +46,36 @@ set ylabel 'iris, steps'; name = 'iris'; @lens
 set format x '%g'; set xlabel 'seconds' offset 0,0.5
 set ylabel 'zoom, steps'; name = 'zoom'; @lens
 unset multiplot
+)gnuplot";
+
+// Needs $levels, a row per level, and title. A root keeps rare levels visible, and the scale leaves black and white
+// out, which would dwarf all others.
+constexpr const char* kHistogram = R"gnuplot(
+set title title
+set nonlinear y via sqrt(y) inverse y**2
+stats [1:254] $levels using 0:(column(2) > column(1) ? column(2) : column(1)) nooutput
+set yrange [0:STATS_max_y * 1.1 + 0.01]
+set xrange [0:255]
+set xtics 0,51
+set format y '%g %%'
+set grid
+set style fill transparent solid 0.4 noborder
+plot $levels using 0:1 with filledcurves y=0 linecolor rgb '#d52a1e' title 'red', \
+     '' using 0:2 with filledcurves y=0 linecolor rgb '#1e9e3a' title 'green', \
+     '' using 0:3 with filledcurves y=0 linecolor rgb '#2a50e0' title 'blue', \
+     '' using 0:4 with lines linewidth 1.5 linecolor rgb '#222222' title 'luma'
+)gnuplot";
+
+// Needs $levels, a row per column of the image, and title.
+constexpr const char* kWaveform = R"gnuplot(
+set title title
+set palette defined (0 '#16161a', 0.01 '#1f4a2a', 1 '#a0ffb0')
+set cbrange [0:4]
+unset colorbox
+set autoscale fix
+set format y '%g %%'
+set tics out
+plot $levels matrix using 2:($1 / 2.55):3 with image notitle
 )gnuplot";
 
 std::string in_quotes(const std::string& text)
@@ -97,14 +127,9 @@ std::string marks_and_ids(const std::string& csv)
     return script.str();
 }
 
-} // namespace
-
-void plot_run(const std::string& csv_name, const std::string& picture_name)
+void draw(const std::string& script, int width, int height, const std::string& picture_name)
 {
-    // To gnuplot a name that begins with | or < is a command.
-    const std::string csv = std::filesystem::absolute(csv_name).string();
     const std::string picture = std::filesystem::absolute(picture_name).string();
-    const std::string script = marks_and_ids(csv);
     const bool svg = picture.ends_with(".svg");
     if (!svg && !picture.ends_with(".png")) {
         throw session::BadInput("a plot is an .svg or a .png file; got " + picture);
@@ -112,14 +137,52 @@ void plot_run(const std::string& csv_name, const std::string& picture_name)
     std::FILE* gnuplot = popen("gnuplot 2>/dev/null", "w");
     const bool written =
         gnuplot != nullptr &&
-        std::fprintf(gnuplot,
-                     "set terminal %s size 1000,1060 noenhanced font 'DejaVu Sans,10'\nset output %s\n"
-                     "csv = %s\nrun = %s\n%s%s",
-                     svg ? "svg" : "pngcairo", in_quotes(picture).c_str(), in_quotes(csv).c_str(),
-                     in_quotes(std::filesystem::path(csv).stem().string()).c_str(), script.c_str(), kLayout) > 0;
+        std::fprintf(gnuplot, "set terminal %s size %d,%d noenhanced font 'DejaVu Sans,10'\nset output %s\n%s",
+                     svg ? "svg" : "pngcairo", width, height, in_quotes(picture).c_str(), script.c_str()) > 0;
     if (gnuplot == nullptr || pclose(gnuplot) != 0 || !written) {
         throw session::BadInput("gnuplot could not draw " + picture);
     }
+}
+
+} // namespace
+
+void plot_run(const std::string& csv_name, const std::string& picture)
+{
+    // To gnuplot a name that begins with | or < is a command.
+    const std::string csv = std::filesystem::absolute(csv_name).string();
+    const std::string marks = marks_and_ids(csv);
+    draw("csv = " + in_quotes(csv) + "\nrun = " + in_quotes(std::filesystem::path(csv).stem().string()) + '\n' + marks +
+             kRun,
+         1000, 1060, picture);
+}
+
+void plot_histogram(const sim::picture::Image& image, const std::string& title, const std::string& picture)
+{
+    const sim::picture::Histogram levels = histogram(image);
+    std::ostringstream script;
+    script << "title = " << in_quotes(title) << ".sprintf('  ·  black %.1f %%, clipped %.1f %%', "
+           << 100.0 * levels.black << ", " << 100.0 * levels.clipped << ")\n$levels << end\n";
+    for (std::size_t level = 0; level < 256; ++level) {
+        for (const auto& count : levels.count) {
+            script << 100.0 * count[level] / static_cast<double>(image.pixels.size()) << ' ';
+        }
+        script << '\n';
+    }
+    draw(script.str() + "end\n" + kHistogram, 848, 464, picture);
+}
+
+void plot_waveform(const sim::picture::Image& image, const std::string& title, const std::string& picture)
+{
+    std::ostringstream script;
+    script << "title = " << in_quotes(title) << "\n$levels << end\n";
+    for (int x = 0; x < image.width; ++x) {
+        const sim::picture::Histogram levels = histogram(image, {x, 0, x + 1, image.height});
+        for (const int count : levels.count[3]) {
+            script << 100.0 * count / image.height << ' ';
+        }
+        script << '\n';
+    }
+    draw(script.str() + "end\n" + kWaveform, 848, 464, picture);
 }
 
 } // namespace prompt
