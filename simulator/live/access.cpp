@@ -34,7 +34,7 @@ constexpr Place kPlaces[] = {
 
 bool same_name(const std::string& a, std::string_view b)
 {
-    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
+    return a.size() == b.size() && strncasecmp(a.c_str(), std::string(b).c_str(), a.size()) == 0;
 }
 
 std::optional<std::size_t> number_of(std::string_view text)

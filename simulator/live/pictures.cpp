@@ -69,6 +69,7 @@ std::shared_ptr<const Picture> made_of(std::size_t place, const std::shared_ptr<
         const auto jpeg = sim::picture::encode_jpeg(sim::picture::render(*camera.look, width, width * 3 / 4), kQuality);
         picture.jpeg.assign(jpeg.begin(), jpeg.end());
     } catch (const std::exception&) { // no memory: an empty picture says so to whoever waits
+        picture.jpeg.clear();
     }
     return std::make_shared<const Picture>(std::move(picture));
 }

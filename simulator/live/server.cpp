@@ -532,7 +532,9 @@ void serve_once()
         const bool watched = client.suspended && !client.gone; // by libmicrohttpd it is not
         waits.push_back({.fd = watched ? client.socket : -1, .events = POLLRDHUP, .revents = 0});
     }
-    fd_set reading{}, writing{}, failing{};
+    fd_set reading{};
+    fd_set writing{};
+    fd_set failing{};
     MHD_socket highest = 0;
     MHD_get_fdset(serving->daemon, &reading, &writing, &failing, &highest);
     for (int descriptor = 0; descriptor <= highest; ++descriptor) {

@@ -78,7 +78,7 @@ struct EngineBlocks {
     }
     bool operator==(const EngineBlocks& other) const
     {
-        return std::memcmp(this, &other, sizeof *this) == 0;
+        return std::memcmp(this, &other, sizeof *this) == 0; // NOLINT(bugprone-suspicious-memory-comparison)
     }
 };
 

@@ -164,7 +164,7 @@ auto with_progress(const std::string& what, Action action)
     int seconds = 0;
     std::ostream& output = out(); // of this thread, which is not the one that ticks
     const int handle = sim::every(1000000, [&] { output << what << ": " << ++seconds << " s\n" << std::flush; });
-    const auto result = [&] {
+    auto result = [&] {
         const session::TurnAside others_may_act;
         const Hurry hurry;
         return action();

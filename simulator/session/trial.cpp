@@ -6,6 +6,7 @@
 #include "session/lanes.h"
 
 #include <array>
+#include <iostream>
 #include <mutex>
 
 namespace session
@@ -56,7 +57,8 @@ Trial::~Trial()
                 apply(camera_, *sim::host::find_setting("csc_mode"), *tried.csc_mode);
             }
         }
-    } catch (const Busy&) { // the camera stays as it is
+    } catch (const Busy& busy) {
+        std::cerr << "isp-sim: settings that were tried stay: " << busy.what() << '\n';
     }
     const std::lock_guard lock(mutex);
     trial_of(camera_).reset();

@@ -167,7 +167,7 @@ std::string table_of(const Json& figures, bool csv)
     const auto row = [&](const auto& cells) {
         for (std::size_t i = 0; i < cells.size(); ++i) {
             table << (csv && i > 0 ? "," : "") << (i > 0 ? std::right : std::left) << std::setw(csv ? 0 : 16);
-            const Json cell = cells[i];
+            const Json& cell = cells[i];
             if (cell.is_number_float()) {
                 table << cell.template get<double>();
             } else {
