@@ -134,7 +134,7 @@ void draw(const std::string& script, int width, int height, const std::string& p
     if (!svg && !picture.ends_with(".png")) {
         throw session::BadInput("a plot is an .svg or a .png file; got " + picture);
     }
-    std::FILE* gnuplot = popen("gnuplot 2>/dev/null", "w");
+    std::FILE* gnuplot = popen("gnuplot >/dev/null 2>&1", "w");
     const bool written =
         gnuplot != nullptr &&
         std::fprintf(gnuplot, "set terminal %s size %d,%d noenhanced font 'DejaVu Sans,10'\nset output %s\n%s",

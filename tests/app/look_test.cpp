@@ -292,12 +292,15 @@ TEST_F(AppLook, ARecordedRunTellsHowExposureSettled)
     EXPECT_EQ(start, 0.0);
     EXPECT_TRUE(dark > 0.1 && dark < 1.5) << dark;
     EXPECT_TRUE(overshoot >= 0.0 && overshoot < 5.0) << overshoot;
+    testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     for (const std::string& drawn : {"plot " + csv, std::string("histogram 0"), std::string("waveform 0")}) {
         run(drawn + " " + pattern + "/drawn.svg");
         EXPECT_GT(std::filesystem::file_size(pattern + "/drawn.svg"), 10000U) << drawn;
         std::filesystem::remove(pattern + "/drawn.svg");
+        EXPECT_THROW(run(drawn + " " + pattern + "/missing/drawn.png"), session::BadInput) << drawn;
     }
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
