@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Checks how the code is written: clang-format everywhere, clang-tidy on the library and the simulator, shellcheck on
 # the scripts. The tools are named with their version, on which their results depend.
-#   scripts/lint.sh [FOLDER...]      clang-tidy in these folders alone; takes the compile commands of build/release
+#   scripts/lint.sh [FOLDER...]      clang-tidy in these folders alone
 #   scripts/lint.sh --staged         no clang-tidy, and only files that the next commit changes; works as a commit hook
 set -euo pipefail
 if [[ ${1-} == --staged || $0 == */pre-commit ]]; then
@@ -12,7 +12,6 @@ if [[ ${1-} == --staged || $0 == */pre-commit ]]; then
     exec git diff --cached --check
 fi
 cd "$(dirname "$0")/.."
-build=build/release
 if (($# == 0)); then
     set -- RK3588S_PTZ simulator
 fi
@@ -28,20 +27,12 @@ mapfile -t sources < <(
 clang-format-19 --dry-run --Werror "${sources[@]}"
 echo "clang-format: ${#sources[@]} files"
 
-# Each file once, although the library is compiled twice, and as it is without precompiled headers.
-database=$(mktemp -d)
-trap 'rm -rf "$database"' EXIT
-python3 - "$build/compile_commands.json" "$database/compile_commands.json" "$@" <<'PYTHON'
-import json, os, re, sys
-commands = {os.path.relpath(entry["file"]): entry for entry in json.load(open(sys.argv[1]))}
-checked = [entry for file, entry in sorted(commands.items()) if file.startswith(tuple(sys.argv[3:]))]
-for entry in checked:  # without the headers that g++ has compiled before
-    entry["command"] = re.sub(r"-Winvalid-pch -include \S+", "", entry["command"])
-json.dump(checked, open(sys.argv[2], "w"))
-print("clang-tidy:", len(checked), "files", flush=True)
-sys.exit(not checked)
-PYTHON
-if ! run-clang-tidy-19 -j 2 -quiet -p "$database" >"$build/clang-tidy.log" 2>&1; then
-    grep -E '(error|warning): ' "$build/clang-tidy.log" | sort -u
+# Files one by one, as the preset debug compiles them.
+cmake --preset debug -B build/lint -DISP_CTRL_TESTS=OFF >/dev/null
+mapfile -t checked < <(find "$@" -name '*.cpp' -printf "^$PWD/%p\$\n")
+echo "clang-tidy: ${#checked[@]} files"
+((${#checked[@]} > 0))
+if ! run-clang-tidy-19 -j 2 -quiet -p build/lint "${checked[@]}" >build/lint/log 2>&1; then
+    grep -E '(error|warning): ' build/lint/log | sort -u
     exit 1
 fi

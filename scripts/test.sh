@@ -77,6 +77,7 @@ if [[ ${1-} == --all ]]; then
     ctest --test-dir build/release -L page --no-tests=error --output-on-failure >"$logs/test-page.log" 2>&1 &
     page=$!
 fi
+rm -rf build/asan/profiles
 build_and_test asan
 if [[ ${1-} == --all ]]; then
     build_and_test tsan

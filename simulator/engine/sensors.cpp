@@ -23,7 +23,7 @@ struct Sensor {
 };
 
 std::mutex mutex; // taken before a context's lock
-std::array<Sensor, kSensors> sensors;
+std::array<Sensor, kSensors> all_sensors;
 
 // Calls `change` with the sensor of a valid index.
 template <typename Change>
@@ -31,7 +31,7 @@ void with_sensor(int index, Change change)
 {
     if (index >= 0 && index < kSensors) {
         const std::lock_guard lock(mutex);
-        change(sensors[static_cast<std::size_t>(index)]);
+        change(all_sensors[static_cast<std::size_t>(index)]);
     }
 }
 
@@ -63,7 +63,7 @@ bool sensor_present(int index)
 void reset_sensors()
 {
     const std::lock_guard lock(mutex);
-    sensors.fill({});
+    all_sensors.fill({});
 }
 
 void set_sensor_present(int index, bool present)
@@ -118,13 +118,13 @@ void set_aperture(int index, double transmission)
 void run_frame(double seconds)
 {
     const std::lock_guard sensors_lock(mutex);
-    for (Sensor& sensor : sensors) {
+    for (Sensor& sensor : all_sensors) {
         advance(sensor, seconds);
     }
     for (Context& context : contexts) {
         const std::lock_guard lock(context.lock);
         if (context.life == Life::running) {
-            const Sensor& sensor = sensors[static_cast<std::size_t>(context.sensors[0])];
+            const Sensor& sensor = all_sensors[static_cast<std::size_t>(context.sensors[0])];
             run_exposure(context.blocks, sensor.luminance * sensor.transmission, sensor.samples);
             run_white_balance(context.blocks, sensor.illuminant, sensor.response);
         }

@@ -21,8 +21,8 @@ constexpr std::size_t kAtOnce = 200;
 constexpr int kTraceLevel = 6;
 
 // Never destroyed: threads may still write while the process ends.
-std::mutex& mutex = *new std::mutex;
-std::deque<prompt::Json>& lines = *new std::deque<prompt::Json>;
+std::mutex& lines_mutex = *new std::mutex;
+std::deque<prompt::Json>& program_lines = *new std::deque<prompt::Json>;
 std::deque<prompt::Json>& messages =
     *new std::deque<prompt::Json>; // of the control protocol, so that many of these displace no others
 std::uint64_t last_number = 0;
@@ -56,8 +56,8 @@ std::string plain(std::string text)
 
 void keep(int level, const char* text)
 {
-    const std::lock_guard lock(mutex);
-    std::deque<prompt::Json>& kept = level == sim::host::kControlLevel ? messages : lines;
+    const std::lock_guard lock(lines_mutex);
+    std::deque<prompt::Json>& kept = level == sim::host::kControlLevel ? messages : program_lines;
     kept.push_back({{"number", ++last_number},
                     {"time", session::seconds_now()},
                     {"camera", camera_of(text)},
@@ -78,10 +78,10 @@ void keep_log_lines()
 
 prompt::Json log_lines_after(std::uint64_t number)
 {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(lines_mutex);
     const auto number_of = [](const prompt::Json& line) { return line["number"].get<std::uint64_t>(); };
     std::vector<prompt::Json> found;
-    for (const auto* kept : {&lines, &messages}) {
+    for (const auto* kept : {&program_lines, &messages}) {
         const auto first = std::ranges::upper_bound(*kept, number, {}, number_of);
         found.insert(found.end(), first, kept->end());
     }

@@ -24,9 +24,9 @@ struct Kept {
     std::uint64_t turn = 0;       ///< when it was made last
 };
 
-std::mutex mutex;
-std::condition_variable changed;
-std::array<Kept, kCameras * kSizes> kept;
+std::mutex pictures_mutex;
+std::condition_variable work_changed;
+std::array<Kept, kCameras * kSizes> kept_pictures;
 std::array<Clock::duration, 2> spent{}; // time per kind, that of streams doubled: a page's pictures are single ones
 std::uint64_t turns = 0;
 bool ending = false;
@@ -43,7 +43,7 @@ std::size_t place_of(int camera, int width)
 Kept* next_of(std::size_t kind)
 {
     const auto turn = [&](const Kept& one) { return one.wanted[kind] ? one.turn : UINT64_MAX; };
-    Kept& next = *std::ranges::min_element(kept, {}, turn);
+    Kept& next = *std::ranges::min_element(kept_pictures, {}, turn);
     return next.wanted[kind] ? &next : nullptr;
 }
 
@@ -76,14 +76,14 @@ std::shared_ptr<const Picture> made_of(std::size_t place, const std::shared_ptr<
 
 void make_pictures()
 {
-    std::unique_lock lock(mutex);
+    std::unique_lock lock(pictures_mutex);
     bool idle = true;
     while (!ending) {
         const auto [next, kind] = next_wanted();
         if (next == nullptr) {
-            if (changed.wait_for(lock, kIdle) == std::cv_status::timeout && !idle) {
+            if (work_changed.wait_for(lock, kIdle) == std::cv_status::timeout && !idle) {
                 idle = true;
-                kept.fill({});
+                kept_pictures.fill({});
                 sim::picture::forget_drawings();
                 malloc_trim(0);
             }
@@ -94,7 +94,7 @@ void make_pictures()
         next->turn = ++turns;
         lock.unlock();
         const Clock::time_point begun = Clock::now();
-        auto picture = made_of(static_cast<std::size_t>(next - kept.data()), next->picture);
+        auto picture = made_of(static_cast<std::size_t>(next - kept_pictures.data()), next->picture);
         lock.lock();
         spent[kind] += (Clock::now() - begun) * (kind == static_cast<std::size_t>(Wanted::streamed) ? 2 : 1);
         next->picture = std::move(picture);
@@ -114,25 +114,25 @@ void start_pictures(std::function<void()> made)
 void stop_pictures()
 {
     {
-        const std::lock_guard lock(mutex);
+        const std::lock_guard lock(pictures_mutex);
         ending = true;
     }
-    changed.notify_all();
+    work_changed.notify_all();
     maker.join();
-    kept.fill({});
+    kept_pictures.fill({});
 }
 
 void want_picture(int camera, int width, Wanted wanted)
 {
-    const std::lock_guard lock(mutex);
-    kept[place_of(camera, width)].wanted[static_cast<std::size_t>(wanted)] = true;
-    changed.notify_all();
+    const std::lock_guard lock(pictures_mutex);
+    kept_pictures[place_of(camera, width)].wanted[static_cast<std::size_t>(wanted)] = true;
+    work_changed.notify_all();
 }
 
 std::shared_ptr<const Picture> last_picture(int camera, int width)
 {
-    const std::lock_guard lock(mutex);
-    return kept[place_of(camera, width)].picture;
+    const std::lock_guard lock(pictures_mutex);
+    return kept_pictures[place_of(camera, width)].picture;
 }
 
 } // namespace live

@@ -27,7 +27,7 @@ std::function<void()> after_view;
 std::uint64_t looks = static_cast<std::uint64_t>(
     std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch()).count());
 
-std::mutex mutex; // guards the latest view alone
+std::mutex latest_mutex; // guards the latest view alone
 std::shared_ptr<const View> latest;
 
 bool same_but_for_frame(sim::picture::Look look, const sim::picture::Look& other)
@@ -76,7 +76,7 @@ void take()
     }
     taken_at = Clock::now();
     {
-        const std::lock_guard lock(mutex);
+        const std::lock_guard lock(latest_mutex);
         latest = std::move(view);
     }
     if (after_view) {
@@ -88,7 +88,7 @@ void take()
 
 std::shared_ptr<const View> latest_view()
 {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(latest_mutex);
     return latest;
 }
 

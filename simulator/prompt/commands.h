@@ -45,6 +45,7 @@ struct Command {
 };
 
 inline constexpr std::size_t kMany = 64;
+inline constexpr int kNameWidth = 24; ///< of the settings' names in lists
 
 struct Group {
     std::string_view title; ///< what one wants to do

@@ -65,7 +65,7 @@ After run(const std::string& line, const std::string& where)
 
 // ---- The prompt. libedit calls back with a line; waiting for its characters is done here, so that a signal ends it.
 
-std::vector<std::string> candidates;
+std::vector<std::string> offered;
 std::optional<std::string> typed;
 bool end_of_input = false;
 
@@ -73,12 +73,12 @@ char* next_candidate(const char* /*text*/, int state)
 {
     static std::size_t at = 0;
     at = state == 0 ? 0 : at + 1;
-    return at < candidates.size() ? strdup(candidates[at].c_str()) : nullptr;
+    return at < offered.size() ? strdup(offered[at].c_str()) : nullptr;
 }
 
 char** complete(const char* text, int /*start*/, int end)
 {
-    candidates = completions(std::string(rl_line_buffer).substr(0, static_cast<std::size_t>(end)));
+    offered = completions(std::string(rl_line_buffer).substr(0, static_cast<std::size_t>(end)));
     rl_attempted_completion_over = 1;
     return rl_completion_matches(text, next_candidate);
 }

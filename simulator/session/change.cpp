@@ -19,7 +19,7 @@ namespace session
 namespace
 {
 
-std::mutex mutex; // of everything here
+std::mutex history_mutex; // of everything here
 
 std::string outcome_text(int camera, const sim::host::Setting& setting, int value, int result)
 {
@@ -79,14 +79,14 @@ bool same(const kiv_isp_param_s& one, const kiv_isp_param_s& other)
 
 std::optional<Change> last()
 {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(history_mutex);
     return history.empty() ? std::nullopt : std::optional(history.back());
 }
 
 /// Adds a change to the history unless nothing differs.
 void note_change(const Change& change, bool goes_on)
 {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(history_mutex);
     const Clock::time_point now = Clock::now();
     const bool same_slider = goes_on && !history.empty() && history.back().camera == change.camera &&
                              history.back().what == change.what && now - last_change < kGoesOn;
@@ -132,7 +132,7 @@ Outcome change_setting(int camera, const sim::host::Setting& setting, int value,
 void remember_engine(int camera)
 {
     sim::engine::Snapshot now = has_engine(camera) ? sim::engine::snapshot(engine_of(camera)) : sim::engine::Snapshot();
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(history_mutex);
     engines_before[static_cast<std::size_t>(camera)] = std::move(now);
 }
 
@@ -145,7 +145,7 @@ void remember_engines()
 
 sim::engine::Snapshot remembered(int camera)
 {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(history_mutex);
     return engines_before[static_cast<std::size_t>(camera)];
 }
 
@@ -188,7 +188,7 @@ std::optional<Undone> undo_change()
         return std::nullopt;
     }
     const Lanes lane({seen->camera}, "undo");
-    std::unique_lock lock(mutex);
+    std::unique_lock lock(history_mutex);
     if (history.empty() || history.back().camera != seen->camera) { // no longer the one that was seen
         throw Busy("others change settings; undo again");
     }

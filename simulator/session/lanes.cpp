@@ -33,8 +33,8 @@ struct Place {
     bool holds;
 };
 
-std::mutex mutex;
-std::condition_variable changed;
+std::mutex lanes_mutex;
+std::condition_variable lanes_changed;
 std::list<Place> places; // in order of arrival, holders included
 
 thread_local unsigned own_lanes = 0;
@@ -51,7 +51,7 @@ const Place* before(std::list<Place>::const_iterator place)
 /// What a lane is held for; empty while it is free.
 std::string held_for(unsigned lane)
 {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(lanes_mutex);
     const auto found = std::ranges::find_if(places, [&](const Place& p) { return p.holds && (p.lanes & lane) != 0; });
     return found != places.end() ? found->what : std::string();
 }
@@ -59,18 +59,18 @@ std::string held_for(unsigned lane)
 void take(unsigned lanes, const std::string& what, std::chrono::steady_clock::duration patience = kPatience)
 {
     std::optional<TurnAside> aside;
-    std::unique_lock lock(mutex);
+    std::unique_lock lock(lanes_mutex);
     const auto place = places.insert(places.end(), {lanes, what, false});
     if (before(place) != nullptr) {
         lock.unlock();
         aside.emplace();
         lock.lock();
-        if (!changed.wait_until(lock, std::chrono::steady_clock::now() + patience,
-                                [&] { return before(place) == nullptr; })) {
+        if (!lanes_changed.wait_until(lock, std::chrono::steady_clock::now() + patience,
+                                      [&] { return before(place) == nullptr; })) {
             const Place with = *before(place);
             places.erase(place);
             lock.unlock();
-            changed.notify_all();
+            lanes_changed.notify_all();
             const unsigned common = with.lanes & lanes;
             throw Busy((common == kTurn ? "" : "camera " + std::to_string(std::countr_zero(common)) + " is ") +
                        "busy with " + with.what);
@@ -83,10 +83,10 @@ void take(unsigned lanes, const std::string& what, std::chrono::steady_clock::du
 void release(unsigned lanes)
 {
     own_lanes &= ~lanes;
-    std::unique_lock lock(mutex);
+    std::unique_lock lock(lanes_mutex);
     places.erase(std::ranges::find_if(places, [&](const Place& p) { return p.holds && p.lanes == lanes; }));
     lock.unlock();
-    changed.notify_all();
+    lanes_changed.notify_all();
 }
 
 } // namespace

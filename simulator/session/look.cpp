@@ -19,7 +19,7 @@ namespace session
 namespace
 {
 
-std::mutex mutex;
+std::mutex scenes_mutex;
 struct InFront {
     sim::picture::SceneRef scene;
     bool moving;
@@ -28,7 +28,7 @@ std::array<InFront, kCameras> scenes;
 
 InFront in_front_of(int camera)
 {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(scenes_mutex);
     return scenes[static_cast<std::size_t>(camera)];
 }
 
@@ -47,14 +47,14 @@ std::array<Metered, kCameras> metered; // by the thread that runs the frames
 
 void reset_scenes()
 {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(scenes_mutex);
     scenes.fill({sim::picture::find_scene("chart"), false});
     metered = {};
 }
 
 void put_scene(int camera, sim::picture::SceneRef scene, bool moving)
 {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(scenes_mutex);
     scenes[static_cast<std::size_t>(camera)] = {std::move(scene), moving};
 }
 

@@ -41,7 +41,7 @@ struct Mark {
 };
 
 // Rows come from the frame clock's thread, everything else from that of the command.
-std::mutex mutex;
+std::mutex run_mutex;
 struct Recording {
     int file = -1;
     std::string name;
@@ -106,7 +106,7 @@ void judge(Settling& settling, std::span<const double> seconds, std::span<const 
 void start_recording(const std::string& path, const std::vector<int>& cameras)
 {
     stop_recording();
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(run_mutex);
     const int file = sim::host::open_regular(path, O_WRONLY | O_CREAT);
     if (file < 0 || ftruncate(file, 0) != 0) {
         const int error = errno;
@@ -135,7 +135,7 @@ void start_recording(const std::string& path, const std::vector<int>& cameras)
 
 std::vector<Settling> stop_recording()
 {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(run_mutex);
     if (run.file < 0) {
         return {};
     }
@@ -159,7 +159,7 @@ std::vector<Settling> stop_recording()
 
 void record_frame()
 {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(run_mutex);
     if (run.file < 0 || !run.failure.empty()) {
         return;
     }
@@ -193,7 +193,7 @@ void record_frame()
 
 void mark_recording(const std::string& words)
 {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(run_mutex);
     if (run.file >= 0) {
         if (run.new_mark.size() + words.size() > kLongestMark) {
             throw BadInput("the marks of a frame have at most " + std::to_string(kLongestMark) + " bytes");

@@ -22,7 +22,7 @@ struct Tried {
     bool varied = false;
 };
 
-std::mutex mutex;
+std::mutex trials_mutex;
 std::array<std::optional<Tried>, kCameras> trials;
 
 std::optional<Tried>& trial_of(int camera)
@@ -34,7 +34,7 @@ std::optional<Tried>& trial_of(int camera)
 
 Trial::Trial(int camera) : camera_(camera)
 {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(trials_mutex);
     if (trial_of(camera)) {
         throw Busy("camera " + std::to_string(camera) + " is busy with trying values");
     }
@@ -47,7 +47,7 @@ Trial::~Trial()
 {
     try {
         const Lanes lane({camera_}, "putting settings back");
-        const std::lock_guard lock(mutex);
+        const std::lock_guard lock(trials_mutex);
         const Tried& tried = *trial_of(camera_);
         if (tried.varied) {
             kiv_isp_param_s record = sim::host::stored_record(camera_);
@@ -60,7 +60,7 @@ Trial::~Trial()
     } catch (const Busy& busy) {
         std::cerr << "isp-sim: settings that were tried stay: " << busy.what() << '\n';
     }
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(trials_mutex);
     trial_of(camera_).reset();
 }
 
@@ -68,7 +68,7 @@ int Trial::set(const sim::host::Setting& setting, int value)
 {
     const Lanes lane({camera_}, "trying " + std::string(setting.name));
     const kiv_isp_param_s before = sim::host::stored_record(camera_);
-    const std::lock_guard lock(mutex); // nobody is shown a value before it is known to be tried
+    const std::lock_guard lock(trials_mutex); // nobody is shown a value before it is known to be tried
     const int result = apply(camera_, setting, value);
     const kiv_isp_param_s after = sim::host::stored_record(camera_);
     trial_of(camera_)->varied = true;
@@ -87,13 +87,13 @@ int Trial::set(const sim::host::Setting& setting, int value)
 
 bool on_trial(int camera)
 {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(trials_mutex);
     return trial_of(camera).has_value();
 }
 
 kiv_isp_param_s shown_settings(int camera)
 {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(trials_mutex);
     kiv_isp_param_s record = sim::host::stored_record(camera);
     if (trial_of(camera)) {
         take_back(trial_of(camera)->change, record);

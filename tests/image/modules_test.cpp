@@ -12,9 +12,9 @@ using namespace bench;
 namespace
 {
 
-constexpr int kCamera = 3;
+constexpr int kPanorama = 3;
 
-using Modules = Running<kCamera>;
+using Modules = Running<kPanorama>;
 
 template <std::size_t Size>
 void fill(float (&steps)[Size], double value)
@@ -34,7 +34,7 @@ TEST_F(Modules, SharpnessIsOnePerLevelWithTwoWiderSteps)
 {
     auto block = sim::engine::initial<rk_aiq_sharp_attrib_v4_t>();
     block.eMode = ASHARP4_OP_MODE_OFF; // and stays so
-    expect_levels(kCamera, "sharpness", Sharpness_Auto, block, [](auto& sharp, int level) {
+    expect_levels(kPanorama, "sharpness", Sharpness_Auto, block, [](auto& sharp, int level) {
         if (level == Sharpness_Auto) {
             fill(sharp.stAuto.stParams.sharp_ratio, {6.5F, 6.5F, 6.35F, 6.2F, 3.75F});
         } else {
@@ -45,7 +45,7 @@ TEST_F(Modules, SharpnessIsOnePerLevelWithTwoWiderSteps)
 
 TEST_F(Modules, CompressionIsAFlatGain)
 {
-    expect_levels(kCamera, "drc", 8, sim::engine::initial<drc_attrib_t>(), [](auto& drc, int level) {
+    expect_levels(kPanorama, "drc", 8, sim::engine::initial<drc_attrib_t>(), [](auto& drc, int level) {
         drc.Version = ADRC_VERSION_3588;
         drc.opMode = DRC_OPMODE_AUTO;
         fill(drc.stAutoV30.DrcTuningPara.DrcGain.DrcGain, 1.0 + 0.15 * level);
@@ -54,25 +54,26 @@ TEST_F(Modules, CompressionIsAFlatGain)
 
 TEST_F(Modules, SpatialNoiseReduction)
 {
-    expect_levels(kCamera, "nr2d", 9, sim::engine::initial<rk_aiq_bayer2dnr_attrib_v2_t>(), [](auto& nr2d, int level) {
-        RK_Bayer2dnr_Params_V2_t& params = nr2d.stAuto.st2DParams;
-        nr2d.eMode = ABAYER2DNR_OP_MODE_AUTO;
-        params.enable = 1;        // "off" is strength 0
-        if (level == NR2D_AUTO) { // doubles with each sensitivity step
-            fill(params.filter_strength, {1.0F, 2.0F, 4.0F, 8.0F, 16.0F});
-            fill(params.edgesofts, {1.0F, 2.0F, 4.0F, 8.0F, 16.0F});
-        } else { // half a triangular number up to level 3, then 2 per level; edges 2 per level within 0 to 16
-            fill(params.filter_strength, level <= 3 ? level * (level + 1) / 4.0 : 2.0 * level - 3.0);
-            fill(params.edgesofts, std::clamp(2 * level - 1, 0, 16));
-        }
-    });
+    expect_levels(
+        kPanorama, "nr2d", 9, sim::engine::initial<rk_aiq_bayer2dnr_attrib_v2_t>(), [](auto& nr2d, int level) {
+            RK_Bayer2dnr_Params_V2_t& params = nr2d.stAuto.st2DParams;
+            nr2d.eMode = ABAYER2DNR_OP_MODE_AUTO;
+            params.enable = 1;        // "off" is strength 0
+            if (level == NR2D_AUTO) { // doubles with each sensitivity step
+                fill(params.filter_strength, {1.0F, 2.0F, 4.0F, 8.0F, 16.0F});
+                fill(params.edgesofts, {1.0F, 2.0F, 4.0F, 8.0F, 16.0F});
+            } else { // half a triangular number up to level 3, then 2 per level; edges 2 per level within 0 to 16
+                fill(params.filter_strength, level <= 3 ? level * (level + 1) / 4.0 : 2.0 * level - 3.0);
+                fill(params.edgesofts, std::clamp(2 * level - 1, 0, 16));
+            }
+        });
 }
 
 TEST_F(Modules, TemporalNoiseReduction)
 {
     auto block = sim::engine::initial<rk_aiq_bayertnr_attrib_v2_t>();
     block.stAuto.st3DParams.enable = 0; // and stays so
-    expect_levels(kCamera, "nr3d", 11, block, [](auto& nr3d, int level) {
+    expect_levels(kPanorama, "nr3d", 11, block, [](auto& nr3d, int level) {
         RK_Bayertnr_Params_V2_t& params = nr3d.stAuto.st3DParams;
         nr3d.eMode = ABAYERTNRV2_OP_MODE_AUTO;
         for (float(*band)[RK_AIQ_ISO_STEPS] : {&params.lo_filter_strength, &params.hi_filter_strength}) {
@@ -122,7 +123,7 @@ TEST_F(Modules, AToneLevelLoadsItsCurve)
                                                  {ISP_GAMMA_0_50, gamma_haisi}, {ISP_GAMMA_0_56, gamma_1_5},
                                                  {ISP_GAMMA_0_63, gamma_1_6},   {ISP_GAMMA_0_42, gamma_ext}};
     auto expected = sim::engine::initial<rk_aiq_gamma_attrib_V2_t>();
-    expect_levels(kCamera, "gamma", 5, expected, [&](auto& gamma, int level) {
+    expect_levels(kPanorama, "gamma", 5, expected, [&](auto& gamma, int level) {
         gamma.atrrV30.mode = GAMMA_MODE_MANUAL;
         gamma.atrrV30.stManual.Gamma_en = true;
         gamma.atrrV30.stManual.Gamma_out_offset = 0;
@@ -133,14 +134,14 @@ TEST_F(Modules, AToneLevelLoadsItsCurve)
     // A host may draw a curve of its own.
     gamma_1_4[48] = 4000;
     std::ranges::copy(gamma_1_4, expected.atrrV30.stManual.Gamma_curve);
-    EXPECT_EQ(KIV_Set_gamma(kCamera, ISP_GAMMA_0_48), 0);
+    EXPECT_EQ(KIV_Set_gamma(kPanorama, ISP_GAMMA_0_48), 0);
     gamma_1_4[48] = 4095;
-    expect_engine(kCamera, expected);
+    expect_engine(kPanorama, expected);
 
     // A level without a curve that the store's maximum lets pass is neither stored nor sent.
     sim::host::set_maximum(setting("gamma"), 7);
     for (const int level : {6, 7, INT_MAX}) {
-        EXPECT_THAT(names_of_calls([&] { EXPECT_EQ(KIV_Set_gamma(kCamera, Gamma_Level_E{level}), -1); }),
+        EXPECT_THAT(names_of_calls([&] { EXPECT_EQ(KIV_Set_gamma(kPanorama, Gamma_Level_E{level}), -1); }),
                     testing::Each(testing::Eq("para_get_isp_gamma_max")));
     }
 }

@@ -107,7 +107,7 @@ TEST_F(HostTest, MisuseIsNoted)
     para_set_isp_hue_cur(0, 15);
     para_set_isp_hue_cur(0, -1);
     para_set_isp_temperature_cur(0, -29); // stored as passed, so no misuse
-    EXPECT_THAT(misuses(),
+    EXPECT_THAT(sim::host::misuses(),
                 ElementsAre("para_get_isp_hue_cur: no record 8", "para_set_isp_hue_cur: no record -1",
                             "para_get_isp_style_param: no record 9", "get_vin_fps: no camera 8",
                             "para_set_isp_hue_cur: record 0, level 15", "para_set_isp_hue_cur: record 0, level -1"));

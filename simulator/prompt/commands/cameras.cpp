@@ -92,7 +92,7 @@ void list(const Words& /*words*/)
     answer({{"cameras", cameras}});
 }
 
-constexpr Command kCommands[] = {
+constexpr Command kLifecycle[] = {
     {"start", "CAM...", "start engines and restore their settings", 1, kMany, start},
     {"stop", "CAM...", "stop engines", 1, kMany, for_cameras<session::stop_camera>},
     {"reload", "CAM...", "reload the engines' tuning", 1, kMany, for_cameras<session::reload_camera>},
@@ -103,6 +103,6 @@ constexpr Command kCommands[] = {
 
 } // namespace
 
-const Group kCameraCommands = {"Cameras", kCommands};
+const Group kCameraCommands = {"Cameras", kLifecycle};
 
 } // namespace prompt

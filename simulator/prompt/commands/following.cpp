@@ -82,7 +82,7 @@ void balance(const Words& words)
     }
 }
 
-constexpr Command kCommands[] = {
+constexpr Command kFollowing[] = {
     {"roles", "PANORAMA FEATURE", "choose the panorama camera (leads) and the feature camera (follows)", 2, 2, roles},
     {"calibrate", "d65|a", "measure a reference light (cameras 0, 2, 3)", 1, 1, calibrate},
     {"follow", "wb on|off", "cameras 0 and 2 follow camera 3's white balance", 2, 2, follow},
@@ -91,6 +91,6 @@ constexpr Command kCommands[] = {
 
 } // namespace
 
-const Group kFollowingCommands = {"Calibration and following", kCommands};
+const Group kFollowingCommands = {"Calibration and following", kFollowing};
 
 } // namespace prompt

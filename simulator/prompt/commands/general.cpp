@@ -15,7 +15,6 @@ namespace
 
 using sim::host::Setting;
 
-constexpr int kNameWidth = 24;
 constexpr int kUsageWidth = 33;
 
 void echo(const Words& words)
@@ -125,7 +124,7 @@ void source(const Words& words)
     answer({{"script", words[0]}});
 }
 
-constexpr Command kCommands[] = {
+constexpr Command kGeneral[] = {
     {"source", "FILE", "run a script", 1, 1, source},
     {"json", "on|off", "answer in JSON, one object a command", 1, 1, json, Kind::looks},
     {"echo", "TEXT...", "print a line", 0, kMany, echo, Kind::looks},
@@ -136,6 +135,6 @@ constexpr Command kCommands[] = {
 
 } // namespace
 
-const Group kGeneralCommands = {"The program", kCommands};
+const Group kGeneralCommands = {"The program", kGeneral};
 
 } // namespace prompt

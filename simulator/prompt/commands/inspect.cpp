@@ -66,7 +66,7 @@ std::string grid_text(const std::vector<Value>& values)
     return text.str();
 }
 
-Json json_of(const std::vector<Value>& values)
+Json values_json(const std::vector<Value>& values)
 {
     Json array = Json::array();
     for (const Value& value : values) {
@@ -93,7 +93,7 @@ void block(const Words& words)
     Json object = Json::object();
     for (const Field& field : fields) {
         out() << words[1] << '.' << field.name << " = " << grid_text(field.values) << '\n';
-        object[field.name] = json_of(field.values);
+        object[field.name] = values_json(field.values);
     }
     answer({{"camera", camera}, {"block", words[1]}, {"fields", object}});
 }
@@ -106,7 +106,7 @@ void changes(const Words& words)
     for (const Field& field : sim::engine::changes(session::remembered(camera), now)) {
         out() << field.name << " = " << short_text(field.values);
         out() << (field.before.empty() ? "" : "  (was " + short_text(field.before) + ")") << '\n';
-        object[field.name] = {{"now", json_of(field.values)}, {"was", json_of(field.before)}};
+        object[field.name] = {{"now", values_json(field.values)}, {"was", values_json(field.before)}};
     }
     answer({{"camera", camera}, {"changes", object}});
 }
@@ -149,7 +149,7 @@ void fault(const Words& words)
                       number<int>(words[2], -32768, 32767, "a code"), words.size() == 4);
 }
 
-constexpr Command kCommands[] = {
+constexpr Command kInspecting[] = {
     {"block", "CAM BLOCK [FIELD]", "what an engine holds", 2, 3, block, Kind::looks},
     {"changes", "CAM", "what the last command changed in an engine", 1, 1, changes, Kind::looks},
     {"expect", "CAM BLOCK FIELD VALUE", "fail unless an engine holds this", 4, 4, expect, Kind::looks},
@@ -161,6 +161,6 @@ constexpr Command kCommands[] = {
 
 const std::span<const std::string_view> kCalledFunctions = kFunctions;
 
-const Group kEngineCommands = {"Looking inside", kCommands};
+const Group kEngineCommands = {"Looking inside", kInspecting};
 
 } // namespace prompt

@@ -109,7 +109,7 @@ void graph(const Words& words)
     wrote(words[1]);
 }
 
-constexpr Command kCommands[] = {
+constexpr Command kDrawing[] = {
     {"render", "CAM... FILE.png|.jpg [--frames N]",
      "what cameras show, side by side: the frame of this moment, or the mean of N", 2, 11, render, Kind::looks},
     {"measure", "CAM [X Y W H] [FILE.csv]",
@@ -213,6 +213,6 @@ void write_sheet(const std::string& path, const std::vector<sim::picture::Panel>
     wrote(path);
 }
 
-const Group kPictureCommands = {"Pictures", kCommands};
+const Group kPictureCommands = {"Pictures", kDrawing};
 
 } // namespace prompt

@@ -20,8 +20,6 @@ using sim::host::Setting;
 namespace
 {
 
-constexpr int kNameWidth = 24;
-
 void set(const Words& words)
 {
     const int camera = camera_id(words[0]);

@@ -166,7 +166,7 @@ void plot(const Words& words)
     wrote(words[1]);
 }
 
-constexpr Command kCommands[] = {
+constexpr Command kTime[] = {
     {"run", "TIME", "let simulated time pass", 1, 1, run_for},
     {"speed", "FACTOR|virtual", "pace of simulated time", 1, 1, speed},
     {"wait", "settled [SECONDS]", "until exposure and white balance have converged", 1, 2, wait_settled},
@@ -179,6 +179,6 @@ constexpr Command kCommands[] = {
 
 } // namespace
 
-const Group kTimeCommands = {"Time and recordings", kCommands};
+const Group kTimeCommands = {"Time and recordings", kTime};
 
 } // namespace prompt

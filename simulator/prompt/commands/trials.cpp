@@ -267,7 +267,7 @@ void sweep(const Words& words)
     write_down(plan, points);
 }
 
-constexpr Command kCommands[] = {
+constexpr Command kTrials[] = {
     {"compare", "CAM SETTING A B... FILE.png|.jpg", "values of a setting side by side", 5, 12, compare},
     {"styles", "CAM FILE.png|.jpg", "contact sheet of all image styles", 2, 2, styles},
     {"sweep", "CAM SETTING A..B|V,V... [SETTING ...] [OPTION...] FILE.csv [FILE.png]",
@@ -278,6 +278,6 @@ constexpr Command kCommands[] = {
 
 } // namespace
 
-const Group kTrialCommands = {"Trying values", kCommands};
+const Group kTrialCommands = {"Trying values", kTrials};
 
 } // namespace prompt
