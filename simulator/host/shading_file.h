@@ -42,8 +42,8 @@ ShadingFile model_shading();
 /// Writes them. Returns what went wrong, or nothing.
 std::string write_shading_file(const std::string& path, const ShadingFile& file = model_shading());
 
-/// Judges a file: its size, gains from 1.0 to just under 16.0, the lowest within two cells of the middle, and from
-/// there outwards in eight directions no fall of more than 3 %. Returns what is wrong in one line, or nothing.
+/// Judges a file: its size, gains from 1.0 to just under 16.0, and no fall of more than 3 % from within two cells of
+/// the middle outwards. Returns what is wrong in one line, or nothing.
 std::string check_shading_file(const std::string& path);
 
 } // namespace sim::host

@@ -319,7 +319,7 @@ TEST_F(HostTest, ShadingFileIsJudged)
         {11, 16, 16, 16384, "A blue, row 16, column 16: 16384 is outside 1024 to 16383"},
         {5, 8, 0, 1024, "CWF green on red rows, row 8, column 0: falls from "},
         {7, 6, 8, 1100, "CWF blue, row 5, column 8: falls from 1100 to "},
-        {3, 4, 3, 1024, ""}, // equal to the middle, on no way out that is looked at
+        {3, 4, 3, 1024, "D65 blue, row 4, column 3: falls from 1281 to 1024 on the way out"},
     };
     const auto expect_judged = [&path](const ShadingFile& shading, const std::string& wrong) {
         EXPECT_EQ(write_shading_file(path, shading), "");
@@ -334,7 +334,7 @@ TEST_F(HostTest, ShadingFileIsJudged)
     }
     // A lens that sits off the sensor's middle.
     for (const auto& [offset, wrong] :
-         {std::pair(2, ""), {3, "D65 green on blue rows, row 8, column 11: the lowest gain is not in the middle"}}) {
+         {std::pair(2, ""), {3, "D65 green on blue rows, row 3, column 10: falls from 1189 to 1147"}}) {
         ShadingFile changed = model_shading();
         for (int i = kShadingCells - 1; i >= 0; --i) {
             changed.gain[2][i] = changed.gain[2][i - std::min(i % kShadingSide, offset)];
