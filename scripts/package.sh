@@ -3,7 +3,8 @@
 # build/packages, for this machine and, with the cross compiler, for 64-bit Arm. The same commit makes the same bytes.
 #   scripts/package.sh [--check] [amd64] [arm64]     for both when none is named
 # --check: lintian finds no error in them, what they need can be had, and the example host, built and linked with what
-# they hold, runs.
+# they hold, runs. BUILD=FOLDER takes another build for this machine than that of the preset `package`, made with
+# -DISP_CTRL_PACKAGES=ON.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 check=0
@@ -101,11 +102,14 @@ for architecture in "${architectures[@]}"; do
         emulator=(qemu-aarch64 -L "$PWD/build/sysroot-$architecture")
         make_sysroot "$architecture" "$PWD/build/sysroot-$architecture"
     fi
-    cmake --preset "$preset" >/dev/null
-    cmake --build --preset "$preset" | tail -n 1
-    rm -f "build/$preset"/packages/*.*deb build/packages/*_"$architecture".deb
-    (cd "build/$preset" && cpack >cpack.log 2>&1) || { cat "build/$preset/cpack.log" && exit 1; }
-    for package in "build/$preset"/packages/*.*deb; do
+    build=${BUILD-build/$preset}
+    if [[ $build == "build/$preset" ]]; then
+        cmake --preset "$preset" >/dev/null
+    fi
+    cmake --build "$build" | tail -n 1
+    rm -f "$build"/packages/*.*deb build/packages/*_"$architecture".deb
+    (cd "$build" && cpack >cpack.log 2>&1) || { cat "$build/cpack.log" && exit 1; }
+    for package in "$build"/packages/*.*deb; do
         finish "$package" "$strip"
     done
     packages=(build/packages/*_"$architecture".deb)

@@ -71,7 +71,11 @@ build_and_test() { # PRESET [CMAKE ARGUMENT...]
     echo "${summary:-no test ran} ($((SECONDS - start)) s)"
 }
 
-build_and_test release -DISP_CTRL_BENCHMARKS="$([[ ${1-} == --all ]] && echo ON || echo OFF)"
+options=()
+if [[ ${1-} == --all ]]; then
+    options=(-DISP_CTRL_BENCHMARKS=ON -DISP_CTRL_PACKAGES=ON) # what is tested is what is packed
+fi
+build_and_test release "${options[@]}"
 if [[ ${1-} == --all ]]; then
     # Mostly waits: beside the builds that follow.
     ctest --test-dir build/release -L page --no-tests=error --output-on-failure >"$logs/test-page.log" 2>&1 &
@@ -86,7 +90,7 @@ if [[ ${1-} == --all ]]; then
     check "the live page in a browser" wait "$page" || tail -n 60 "$logs/test-page.log"
     check "lines, branches and conditions" scripts/coverage.sh
     check "instructions per setter" env BUILD=build/release scripts/count-instructions.sh --check
-    check "Debian packages" scripts/package.sh --check "$(dpkg --print-architecture)"
+    check "Debian packages" env BUILD=build/release scripts/package.sh --check "$(dpkg --print-architecture)"
     check "documents of the headers" scripts/docs.sh
     check "clang-format, clang-tidy, shellcheck" scripts/lint.sh RK3588S_PTZ
 fi
