@@ -21,7 +21,7 @@ threads() {
 }
 
 style() {
-    cmake --preset release && scripts/lint.sh
+    scripts/lint.sh
 }
 
 packages() {

@@ -6,7 +6,6 @@
 #include "host/lens.h"
 #include "isp_auto_iris.h"
 
-#include <arpa/inet.h>
 #include <cerrno>
 #include <cmath>
 #include <cstdint>

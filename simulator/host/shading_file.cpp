@@ -8,7 +8,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <iterator>
-#include <system_error>
 
 namespace sim::host
 {

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <memory>
-#include <system_error>
 
 namespace sim::picture
 {

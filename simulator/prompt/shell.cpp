@@ -4,7 +4,6 @@
 #include "prompt/completion.h"
 #include "prompt/interrupt.h"
 #include "prompt/line_reader.h"
-#include "session/bad_input.h"
 #include "session/calibration_check.h"
 #include "session/files.h"
 #include "session/lanes.h"

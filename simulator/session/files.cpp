@@ -1,7 +1,6 @@
 #include "session/files.h"
 
 #include "host/durable_file.h"
-#include "host/settings.h"
 #include "host/shading_file.h"
 #include "host/store.h"
 #include "host/vendor_storage.h"

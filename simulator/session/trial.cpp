@@ -8,6 +8,7 @@
 #include <array>
 #include <iostream>
 #include <mutex>
+#include <optional>
 
 namespace session
 {

@@ -8,10 +8,6 @@
 
 #include "host/settings.h"
 
-#include "session/change.h"
-
-#include <optional>
-
 namespace session
 {
 

@@ -5,7 +5,6 @@
 #include "prompt/commands.h"
 #include "prompt/json.h"
 #include "prompt/plots.h"
-#include "session/cameras.h"
 #include "session/figures.h"
 #include "session/look.h"
 

@@ -1,6 +1,5 @@
 // Changing and showing settings, and keeping them in files.
 #include "host/store.h"
-#include "isp_ctrl.h"
 #include "prompt/camera_line.h"
 #include "prompt/commands.h"
 #include "session/cameras.h"

@@ -4,7 +4,6 @@
 #include "isp_ctrl.h"
 #include "prompt/commands.h"
 #include "prompt/commands/pictures.h"
-#include "session/cameras.h"
 #include "session/look.h"
 #include "session/trial.h"
 
@@ -13,7 +12,6 @@
 #include <cmath>
 #include <map>
 #include <ostream>
-#include <ranges>
 
 namespace prompt
 {
