@@ -15,13 +15,14 @@
 #include "isp_ctrl/core/seam.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <iterator>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -172,11 +173,13 @@ std::vector<std::string> traces_of(Action action)
     action();
     sim::host::stop_log_capture();
     sim::host::set_module_level(0);
-    static const std::regex kLine(R"(\[module (\w+) \+\d+ *\]([^]*))");
     std::vector<std::string> traces;
     for (const sim::host::LogLine& line : sim::host::captured_log()) {
-        if (std::smatch match; line.level == 6 && std::regex_match(line.text, match, kLine)) {
-            traces.push_back(match.str(1) + ": " + match.str(2));
+        std::array<char, 64> name{};
+        int end = 0;
+        std::sscanf(line.text.c_str(), "[module %63[A-Za-z0-9_] +%*d ]%n", name.data(), &end);
+        if (line.level == 6 && end > 0) {
+            traces.push_back(std::string(name.data()) + ": " + line.text.substr(static_cast<std::size_t>(end)));
         }
     }
     return traces;
