@@ -74,7 +74,7 @@ int main(int argc, char** argv)
                                      {"pipeline/temporal_filter", filtered},
                                      {"pipeline/and_something_moves", moving},
                                      {"pipeline/all", all}}) {
-        add(name, [look = look] { return render(look, kWidth, kHeight).pixels.size(); });
+        add(name, [shown = look] { return render(shown, kWidth, kHeight).pixels.size(); });
     }
     const Image image = render(all, kWidth, kHeight);
     add("metering", [all] { return metering(all)[0]; });
