@@ -92,17 +92,18 @@ check_packages() { # ARCHITECTURE COMPILER EMULATOR... : of $packages
 mkdir -p build/packages
 for architecture in "${architectures[@]}"; do
     preset=package
+    build=${BUILD-build/package}
     compiler=gcc
     strip="strip"
     emulator=()
     if [[ $architecture != "$native" ]]; then
         preset=package-$architecture
+        build=build/$preset
         compiler=aarch64-linux-gnu-gcc
         strip=aarch64-linux-gnu-strip
         emulator=(qemu-aarch64 -L "$PWD/build/sysroot-$architecture")
         make_sysroot "$architecture" "$PWD/build/sysroot-$architecture"
     fi
-    build=${BUILD-build/$preset}
     if [[ $build == "build/$preset" ]]; then
         cmake --preset "$preset" >/dev/null
     fi

@@ -43,7 +43,7 @@ std::string check_range(std::size_t grid, const std::uint16_t* gain)
     return {};
 }
 
-/// From each value straight to the middle nothing is higher.
+/// From each value straight to the middle nothing is higher, but for noise.
 std::string check_rise(std::size_t grid, const std::uint16_t* gain)
 {
     for (int i = 0; i < kShadingCells; ++i) {
