@@ -2,30 +2,27 @@
 """Counts which small changes to the library the tests notice.
 
 Changes one place at a time (a constant, a comparison, a sign, the order of two rows or calls, a dropped call) in a copy
-of the tree, builds the library and then the test programs there, one after the other, and runs them until a test fails.
-A change that does not compile is no mutant. The copies, one for each job, stay in build/mutate for the next time.
-Prints what nobody noticed; tests/golden/survivors.txt lists, with the reason, what is known to make no difference.
+of the tree, build/mutate, builds library and test programs there and runs these until a test fails. A change that does
+not compile is no mutant. Prints what nobody noticed; tests/golden/survivors.txt lists, with the reason, what is known
+to make no difference.
 """
 
 import argparse
-import concurrent.futures
 import dataclasses
 import filecmp
 import functools
-import json
 import os
-import queue
 import random
 import re
 import shutil
-import signal
 import subprocess
 import sys
-import xml.etree.ElementTree
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 LIBRARY = "RK3588S_PTZ"
+COPY = ROOT / "build/mutate"
+BUILD = COPY / "build/release"
 SURVIVORS = ROOT / "tests/golden/survivors.txt"
 
 # Text that is no code: comments, strings, preprocessor lines, and traces, whose texts tests need not repeat.
@@ -114,89 +111,39 @@ def mutants_of(root, path):
     return found
 
 
-class Copy:
-    """One job's copy of the tree with its build."""
-
-    def __init__(self, number):
-        self.tree = ROOT / "build/mutate" / str(number)
-        self.build = self.tree / "build/release"
-        listed = output("git", "-C", ROOT, "ls-files", "-z", "--cached", "--others", "--exclude-standard")
-        for source in (ROOT / name for name in listed.split("\0") if name):
-            copy = self.tree / source.relative_to(ROOT)
-            if source.exists() and not (copy.exists() and filecmp.cmp(source, copy, shallow=False)):
-                copy.parent.mkdir(parents=True, exist_ok=True)
-                shutil.copy(source, copy)
-        output("cmake", "--preset", "release", "-S", self.tree, "-DISP_CTRL_APP=OFF", "-DCMAKE_BUILD_TYPE=Release",
-               "-DCMAKE_CXX_FLAGS_RELEASE=-O1", "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld")
-        output("ninja", "-j1", "-C", self.build)
-
-    def tests(self):
-        """The tests of each test program, with their arguments."""
-        found = {}
-        for test in json.loads(output("ctest", "--test-dir", self.build, "--show-only=json-v1"))["tests"]:
-            program, *arguments = test["command"]
-            if Path(program).is_relative_to(self.build / "tests"):
-                found.setdefault(str(Path(program).relative_to(self.build)), {})[test["name"]] = tuple(arguments)
-        return found
-
-    def usual_times(self):
-        """Of each test that passes on the unchanged library, in seconds."""
-        result = self.build / "unchanged.xml"
-        subprocess.run(["ctest", "--test-dir", self.build, "--output-junit", result], stdout=subprocess.DEVNULL)
-        return {case.get("name"): float(case.get("time")) for case in xml.etree.ElementTree.parse(result).iter("testcase")
-                if case.get("status") == "run"}
-
-    def noticed(self, mutant, plan):
-        """Whether a test fails; None if the library cannot be built."""
-        source = self.tree / mutant.path
-        source.write_text(mutant.text[:mutant.begin] + mutant.new + mutant.text[mutant.end:])
-        try:
-            if not self.runs(300, "ninja", "-j1", "-C", self.build, "libisp_ctrl.a", "libisp_ctrl.so"):
-                return None
-            for program in plan.order(mutant.path):
-                if not self.runs(300, "ninja", "-j1", "-C", self.build, program) or not all(
-                        self.runs(5 * usual + 5, self.build / program, *arguments)
-                        for arguments, usual in plan.times[program].items()):
-                    plan.struck(mutant.path, program)
-                    return True
-            return False
-        finally:
-            source.write_text(mutant.text)
-
-    def runs(self, limit, *words):
-        process = subprocess.Popen(words, cwd=self.build / "tests", stdout=subprocess.DEVNULL,
-                                   stderr=subprocess.DEVNULL, start_new_session=True)
-        try:
-            return process.wait(limit) == 0
-        except subprocess.TimeoutExpired:
-            os.killpg(process.pid, signal.SIGKILL)
-            return process.wait() == 0
+def make_copy():
+    listed = output("git", "-C", ROOT, "ls-files", "-z", "--cached", "--others", "--exclude-standard")
+    for source in (ROOT / name for name in listed.split("\0") if name):
+        copy = COPY / source.relative_to(ROOT)
+        if source.exists() and not (copy.exists() and filecmp.cmp(source, copy, shallow=False)):
+            copy.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(source, copy)
+    output("cmake", "--preset", "release", "-S", COPY, "-DISP_CTRL_APP=OFF", "-DCMAKE_BUILD_TYPE=Release",
+           "-DCMAKE_CXX_FLAGS_RELEASE=-O1", "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld")
 
 
-class Plan:
-    """Which tests are run, and in which order: the program that noticed the last change to a file, then the quick."""
+def builds(*targets):
+    return succeeds("ninja", "-C", BUILD, *targets)
 
-    def __init__(self, copy, options):
-        usual = copy.usual_times()
-        self.times = {}  # program -> {arguments of a test: seconds}
-        self.last = {}
-        for program, tests in copy.tests().items():
-            if options.tests and not any(text in program for text in options.tests):
-                continue
-            if failing := [name for name in tests if name not in usual]:
-                print("left out, fail on the unchanged library:", *failing, flush=True)
-            times = {arguments: usual[name] for name, arguments in tests.items() if name in usual}
-            if sum(times.values()) > options.longest:
-                print(f"left out, takes longer than {options.longest} s: {program}", flush=True)
-            else:
-                self.times[program] = times
 
-    def order(self, path):
-        return sorted(self.times, key=lambda program: (program != self.last.get(path),
-                                                       sum(self.times[program].values())))
+def passes():
+    """Whether the test programs do; scripts that look at the library as a file take long. What failed last is run first."""
+    return builds() and succeeds("ctest", "--test-dir", BUILD, "--exclude-regex", r"^library\.", "--stop-on-failure",
+                                 "--timeout", "60", "--parallel", str(max(2, os.cpu_count())))
 
-    def struck(self, path, program):
-        self.last[path] = program
+
+def noticed(mutant):
+    """Whether a test fails; None if the library cannot be built."""
+    source = COPY / mutant.path
+    source.write_text(mutant.text[:mutant.begin] + mutant.new + mutant.text[mutant.end:])
+    try:
+        return not passes() if builds("libisp_ctrl.a", "libisp_ctrl.so") else None
+    finally:
+        source.write_text(mutant.text)
+
+
+def succeeds(*words):
+    return subprocess.run(words, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode == 0
 
 
 def output(*words):
@@ -210,12 +157,7 @@ def main():
            help="try N mutants that are not known to make no difference, the same ones at every run")
     option("--seed", type=int, default=1, metavar="N", help="of the sample")
     option("--files", nargs="+", metavar="TEXT", help="only source files whose path holds one of these")
-    option("--tests", nargs="+", metavar="TEXT", help="only test programs whose path holds one of these")
-    option("--again", type=Path, metavar="OUTPUT",
-           help="only those that nobody noticed in an earlier run with this output")
-    option("--longest", type=float, default=20.0, metavar="SECONDS", help="leave out test programs that take longer")
     option("--strict", action="store_true", help="fail when one that is not noticed is no known survivor")
-    option("--jobs", type=int, default=os.cpu_count(), metavar="N")
     options = parser.parse_args()
 
     return work(options, *choose(options))
@@ -229,9 +171,6 @@ def choose(options):
              (not options.files or any(text in str(p) for text in options.files))]
     mutants = [m for p in paths for m in mutants_of(ROOT, p)]
     total = len(mutants)
-    if options.again:
-        unnoticed = options.again.read_text().splitlines()
-        mutants = [m for m in mutants if f"unnoticed  {m}" in unnoticed]
     if options.sample:
         mutants = [m for m in mutants if not m.known()]
     if options.sample and options.sample < len(mutants):
@@ -241,33 +180,21 @@ def choose(options):
 
 
 def work(options, mutants, total):
-    copies = queue.SimpleQueue()
-    with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
-        made = list(pool.map(Copy, range(options.jobs)))
-    plan = Plan(made[0], options)
-    seconds = sum(sum(tests.values()) for tests in plan.times.values())
-    print(f"{len(plan.times)} test programs, {seconds:.0f} s; {len(mutants)} of {total} mutants", flush=True)
-    for copy in made:
-        copies.put(copy)
-
-    def attempt(mutant):
-        copy = copies.get()
-        try:
-            return mutant, copy.noticed(mutant, plan)
-        finally:
-            copies.put(copy)
-
+    make_copy()
+    if not passes():
+        sys.exit(f"the tests fail on the unchanged library: {BUILD}/Testing/Temporary/LastTest.log")
+    print(f"{len(mutants)} of {total} mutants", flush=True)
     counts, unknown = {}, 0
-    with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
-        for mutant, noticed in pool.map(attempt, mutants):
-            if noticed is None:
-                continue
-            made, caught = counts.get(mutant.kind, (0, 0))
-            counts[mutant.kind] = (made + 1, caught + noticed)
-            if not noticed:
-                reason = mutant.known()
-                unknown += reason is None
-                print(f"{'unnoticed' if reason is None else 'known    '}  {mutant}", flush=True)
+    for mutant in mutants:
+        caught = noticed(mutant)
+        if caught is None:
+            continue
+        made, before = counts.get(mutant.kind, (0, 0))
+        counts[mutant.kind] = (made + 1, before + caught)
+        if not caught:
+            reason = mutant.known()
+            unknown += reason is None
+            print(f"{'unnoticed' if reason is None else 'known    '}  {mutant}", flush=True)
 
     made, caught = map(sum, zip(*counts.values())) if counts else (0, 0)
     for kind, (m, c) in sorted(counts.items()):
