@@ -95,8 +95,8 @@ std::FILE* __wrap_popen(const char*, const char* mode)
 {
     static char answer[] = "SR1053-50IRC-8M-F20\n";
     // One stream a thread, made at its first call: later ones allocate nothing.
-    thread_local const std::unique_ptr<std::FILE, decltype(&std::fclose)> stream(
-        fmemopen(answer, sizeof answer - 1, "r"), std::fclose);
+    thread_local const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(fmemopen(answer, sizeof answer - 1, "r"),
+                                                                              std::fclose);
     std::rewind(stream.get());
     return fails("popen", ENOMEM, -1, number_of(mode)) ? nullptr : stream.get();
 }
