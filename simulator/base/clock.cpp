@@ -288,12 +288,6 @@ void await_waiting(int threads)
     }
 }
 
-int waiting_threads()
-{
-    const Lock lock(clock.mutex);
-    return static_cast<int>(clock.waiters.size());
-}
-
 int taking_part()
 {
     const Lock lock(clock.mutex);

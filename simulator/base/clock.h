@@ -37,9 +37,7 @@ void step_aside();
 /// a minute in which they did not come.
 void await_waiting(int threads);
 
-/// How many threads are waiting here, and how many take part at all.
-int waiting_threads();
-int taking_part();
+int taking_part(); ///< how many threads do
 
 /// Runs `tick` every `period` of simulated time, before threads that wake at the same moment. Returns a handle. A tick
 /// never waits here. After cancel() it is not running any more (unless it cancels itself).

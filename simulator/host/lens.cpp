@@ -64,13 +64,6 @@ void move_zoom_to(int position)
     g_lens.zoom_target = between_stops(position, kZoomLongest);
 }
 
-void put_zoom(int position)
-{
-    const std::lock_guard lock(g_mutex);
-    g_lens.zoom_target = between_stops(position, kZoomLongest);
-    g_lens.zoom = g_lens.zoom_target;
-}
-
 void set_lens_calibration_flag(int flag)
 {
     g_calibration_flag.store(flag, std::memory_order_relaxed);

@@ -33,7 +33,6 @@ void reset_lens(); ///< also the calibration flag, to 0
 void move_iris_to(int position);
 void move_iris_by(int steps); ///< from where it is now; positive opens
 void move_zoom_to(int position);
-void put_zoom(int position); ///< at once
 
 /// What get_lens_calibration_flag() returns, 0 at first; 4 asks the library's threads to end.
 void set_lens_calibration_flag(int flag);

@@ -6,6 +6,7 @@
 #include "host/lens.h"
 #include "isp_auto_iris.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cmath>
 #include <cstdint>
@@ -13,7 +14,6 @@
 #include <fcntl.h>
 #include <iterator>
 #include <netinet/in.h>
-#include <poll.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -26,11 +26,25 @@ namespace
 {
 
 constexpr ssize_t kCommandSize = 8;
-constexpr int kPeriodMs = 5;
 
 int little_endian_16(const unsigned char* bytes)
 {
     return static_cast<std::int16_t>(bytes[0] | bytes[1] << 8);
+}
+
+/// Whether the iris moves.
+bool obey(const unsigned char* bytes, ssize_t size)
+{
+    if (size != kCommandSize || bytes[0] != 0x77 || bytes[1] != 0x17 || bytes[2] > 1 || bytes[3] != 0 ||
+        !lens_state().iris_automatic) {
+        return false;
+    }
+    if (bytes[2] == 1) {
+        move_iris_to(little_endian_16(bytes + 4));
+    } else {
+        move_iris_by(little_endian_16(bytes + 6));
+    }
+    return true;
 }
 
 void set_field(std::int16_t& field, double value)
@@ -91,7 +105,6 @@ std::string LensService::open(const std::string& record_path, int port)
 
 void LensService::close()
 {
-    stop();
     if (socket_ >= 0) {
         ::close(socket_);
     }
@@ -112,7 +125,7 @@ int LensService::port() const
 
 int LensService::poll()
 {
-    int taken = 0;
+    int moves = 0;
     unsigned char bytes[kCommandSize];
     while (true) {
         // With MSG_TRUNC the result is the datagram's own length, also when it is longer than a command.
@@ -121,29 +134,10 @@ int LensService::poll()
             continue;
         }
         if (size < 0) {
-            return taken;
+            return moves;
         }
-        take(bytes, size);
-        ++taken;
+        moves += obey(bytes, size) ? 1 : 0;
     }
-}
-
-void LensService::take(const unsigned char* bytes, long size)
-{
-    if (size != kCommandSize || bytes[0] != 0x77 || bytes[1] != 0x17 || bytes[2] > 1 || bytes[3] != 0) {
-        malformed_.fetch_add(1, std::memory_order_relaxed);
-        return;
-    }
-    if (!lens_state().iris_automatic) {
-        held_.fetch_add(1, std::memory_order_relaxed);
-        return;
-    }
-    if (bytes[2] == 1) {
-        move_iris_to(little_endian_16(bytes + 4));
-    } else {
-        move_iris_by(little_endian_16(bytes + 6));
-    }
-    moved_.fetch_add(1, std::memory_order_relaxed);
 }
 
 void LensService::publish()
@@ -160,36 +154,6 @@ void LensService::publish()
     for (std::size_t i = 0; i < std::size(record_->irisStep); ++i) {
         set_field(record_->irisStep[i], kIrisCalibration[i]);
     }
-}
-
-void LensService::start()
-{
-    if (socket_ < 0 || thread_.joinable()) {
-        return;
-    }
-    stopping_.store(false, std::memory_order_relaxed);
-    thread_ = std::thread([this] {
-        while (!stopping_.load(std::memory_order_relaxed)) {
-            pollfd waiting{socket_, POLLIN, 0};
-            ::poll(&waiting, 1, kPeriodMs);
-            poll();
-            publish();
-        }
-    });
-}
-
-void LensService::stop()
-{
-    if (thread_.joinable()) {
-        stopping_.store(true, std::memory_order_relaxed);
-        thread_.join();
-    }
-}
-
-LensService::Counts LensService::counts() const
-{
-    return {moved_.load(std::memory_order_relaxed), held_.load(std::memory_order_relaxed),
-            malformed_.load(std::memory_order_relaxed)};
 }
 
 } // namespace sim::host

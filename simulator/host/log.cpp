@@ -1,7 +1,6 @@
 // The log sink: callback, standard error and a capture of the last lines.
 #include "host/log.h"
 
-#include "base/calls.h"
 #include "base/lib_dbgout.h"
 
 #include <atomic>
@@ -24,30 +23,19 @@ std::atomic<bool> g_capturing{false};
 // Never destroyed: threads may still write while the process ends.
 std::mutex g_capture_mutex;
 std::deque<LogLine>& g_lines = *new std::deque<LogLine>;
-std::size_t g_capacity = 0;
-bool g_note_calls = false;
 
-void capture(const char* function, int level, const char* text)
+void capture(int level, const char* text)
 {
-    bool note = false;
-    {
-        const std::lock_guard lock(g_capture_mutex);
-        if (!g_capturing.load(std::memory_order_relaxed) || g_capacity == 0) {
-            return;
-        }
-        if (g_lines.size() == g_capacity) {
-            g_lines.pop_front();
-        }
-        g_lines.push_back({level, text});
-        note = g_note_calls;
-    }
-    if (note) {
-        note_call(function, -1, level);
+    constexpr std::size_t kKept = 10000;
+    const std::lock_guard lock(g_capture_mutex);
+    g_lines.push_back({level, text});
+    if (g_lines.size() > kKept) {
+        g_lines.pop_front();
     }
 }
 
 // The length of the line, or 0 when nobody wants it.
-__attribute__((format(printf, 3, 0))) int write_line(const char* function, int level, const char* format, va_list args)
+__attribute__((format(printf, 2, 0))) int write_line(int level, const char* format, va_list args)
 {
     const auto callback = std::atomic_ref(dbgout_profile.log_cb).load(std::memory_order_relaxed);
     const bool capturing = g_capturing.load(std::memory_order_relaxed);
@@ -64,7 +52,7 @@ __attribute__((format(printf, 3, 0))) int write_line(const char* function, int l
         callback(level, text);
     }
     if (capturing) {
-        capture(function, level, text);
+        capture(level, text);
     }
     if (to_stderr) {
         std::fputs(text, stderr);
@@ -94,18 +82,15 @@ void set_log_to_stderr(bool on)
     g_to_stderr.store(on, std::memory_order_relaxed);
 }
 
-void start_log_capture(std::size_t lines, bool note_calls)
+void start_log_capture()
 {
     const std::lock_guard lock(g_capture_mutex);
     g_lines.clear();
-    g_capacity = lines;
-    g_note_calls = note_calls;
     g_capturing.store(true, std::memory_order_relaxed);
 }
 
 void stop_log_capture()
 {
-    const std::lock_guard lock(g_capture_mutex);
     g_capturing.store(false, std::memory_order_relaxed);
 }
 
@@ -121,7 +106,7 @@ int kiv_traceout(int level, const char* format, ...)
 {
     va_list args;
     va_start(args, format);
-    const int length = sim::host::write_line("kiv_traceout", level, format, args);
+    const int length = sim::host::write_line(level, format, args);
     va_end(args);
     return length;
 }
@@ -130,7 +115,7 @@ int kiv_log_debug(const char* format, ...)
 {
     va_list args;
     va_start(args, format);
-    const int length = sim::host::write_line("kiv_log_debug", sim::host::kDebugLevel, format, args);
+    const int length = sim::host::write_line(sim::host::kDebugLevel, format, args);
     va_end(args);
     return length;
 }

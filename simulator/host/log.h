@@ -2,7 +2,6 @@
 // formatted.
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -15,8 +14,6 @@ inline constexpr int kControlLevel = 7; // of what the control protocol's servic
 struct LogLine {
     int level;
     std::string text; // as written, prefix and line feeds included, cut at 1023 bytes
-
-    bool operator==(const LogLine&) const = default;
 };
 
 /// Sets dbgout_profile.module_level, 0 at first: trace lines are written above 5. Any thread.
@@ -29,9 +26,8 @@ bool has_log_callback();
 /// Writes every line to standard error; off at first. Any thread.
 void set_log_to_stderr(bool on);
 
-/// Keeps the last `lines` lines from now until it is stopped. With `note_calls`, each line is noted as a call too, so
-/// that a record of calls shows where it was written. Any thread.
-void start_log_capture(std::size_t lines = 10000, bool note_calls = false);
+/// Keeps the last 10,000 lines from now until it is stopped. Any thread.
+void start_log_capture();
 void stop_log_capture();
 std::vector<LogLine> captured_log(); ///< oldest first
 

@@ -122,11 +122,6 @@ void store_record(int camera, const kiv_isp_param_s& record)
     }
 }
 
-int maximum(const Setting& setting)
-{
-    return g_maxima.at[index_of(setting)].load(std::memory_order_relaxed);
-}
-
 void set_maximum(const Setting& setting, int value)
 {
     g_maxima.at[index_of(setting)].store(value, std::memory_order_relaxed);

@@ -26,7 +26,6 @@ kiv_isp_param_s stored_record(int camera);
 void store_record(int camera, const kiv_isp_param_s& record);
 
 /// The maximum that the store reports for every camera; only for settings that have one. Any thread.
-int maximum(const Setting& setting);
 void set_maximum(const Setting& setting, int value);
 
 /// Wrong uses of the store's interface so far, oldest first, one line each, at most 1000: a record id outside 0 to 7; a

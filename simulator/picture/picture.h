@@ -120,9 +120,8 @@ Image render(const Look& look, int width, int height);
 /// Gives up the drawings of scenes that are kept for the next picture, some 100 MB at most. Any thread.
 void forget_drawings();
 
-/// The mean of so many frames, of which the look's is the first; and the n-th picture taken into those before it.
+/// The mean of so many frames, of which the look's is the first.
 Image render_mean(const Look& look, int frames, int width, int height);
-void add_to_mean(Image& mean, Image image, int n);
 
 /// What exposure metering sees, row by row: luma after lens and shading correction at exposure 1, without noise,
 /// relative to kReferenceLevel, and at rest what may move.

@@ -395,24 +395,17 @@ Image render(const Look& look, int width, int height)
     return image;
 }
 
-void add_to_mean(Image& mean, Image image, int n)
-{
-    if (n <= 1) {
-        mean = std::move(image);
-        return;
-    }
-    const float part = 1.0F / static_cast<float>(n);
-    for (std::size_t p = 0; p < mean.pixels.size(); ++p) {
-        mean.pixels[p] = mean.pixels[p] + (image.pixels[p] - mean.pixels[p]) * part;
-    }
-}
-
 Image render_mean(const Look& look, int frames, int width, int height)
 {
-    Image mean;
+    Image mean = render(look, width, height);
     Look next = look;
-    for (int i = 1; i <= frames; ++i, ++next.frame) {
-        add_to_mean(mean, render(next, width, height), i);
+    for (int n = 2; n <= frames; ++n) {
+        ++next.frame;
+        const Image image = render(next, width, height);
+        const float part = 1.0F / static_cast<float>(n);
+        for (std::size_t p = 0; p < mean.pixels.size(); ++p) {
+            mean.pixels[p] = mean.pixels[p] + (image.pixels[p] - mean.pixels[p]) * part;
+        }
     }
     return mean;
 }

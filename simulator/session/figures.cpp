@@ -81,22 +81,19 @@ Figures figures_in(const Image& image, const std::optional<Area>& region, bool c
 
 } // namespace
 
-Figures figures_of(int camera, const std::optional<Area>& region, int frames, Image* shown)
+Figures figures_of(int camera, const std::optional<Area>& region, int frames)
 {
     Look look = look_of(camera);
     const bool chart = look.scene->name == "chart";
     Figures mean;
     for (int i = 1; i <= frames; ++i, ++look.frame) {
-        Image image = render(look, kPictureWidth, kPictureHeight);
-        const Figures figures = figures_in(image, region, chart, look.magnification);
+        const Figures figures =
+            figures_in(render(look, kPictureWidth, kPictureHeight), region, chart, look.magnification);
         if (i == 1) {
             mean = figures;
         }
         for (std::size_t f = 0; f < mean.size(); ++f) {
             mean[f].second += (figures[f].second - mean[f].second) / i;
-        }
-        if (shown != nullptr) {
-            add_to_mean(*shown, std::move(image), i);
         }
     }
     const sim::engine::Readings live = readings_of(camera);

@@ -22,8 +22,7 @@ namespace session
 ///   exposure_time, gain    in seconds and times
 using Figures = std::vector<std::pair<std::string_view, double>>;
 
-/// The mean of the figures of so many frames from the present one on, and, if `shown` is given, the mean of the frames.
-Figures figures_of(int camera, const std::optional<sim::picture::Area>& region = {}, int frames = 1,
-                   sim::picture::Image* shown = nullptr);
+/// The mean of the figures of so many frames from the present one on.
+Figures figures_of(int camera, const std::optional<sim::picture::Area>& region = {}, int frames = 1);
 
 } // namespace session

@@ -106,7 +106,8 @@ TEST_F(AeFollow, WritesWhatHasChangedTheGainGrowingWithTheZoomInThousandths)
         wanted.AecOpType = RK_AIQ_OP_MODE_AUTO;
         wanted.stManual.LinearAE.ManualGainEn = wanted.stManual.LinearAE.ManualTimeEn = false;
         sim::engine::poke(rkipc_aiq_get_ctx(0), wanted);
-        sim::host::put_zoom(zoom);
+        sim::host::move_zoom_to(zoom);
+        sim::host::step_lens(100.0);
         measure(again, time);
         EXPECT_EQ(cycles(), kWrites);
         EXPECT_EQ(cycles(2), kLooksTwice);

