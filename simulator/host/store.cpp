@@ -177,7 +177,5 @@ kiv_isp_param_s* para_get_isp_style_param(int id, int style)
 
 int para_isp_style_excute_by_arm(void)
 {
-    const int applies = sim::host::host_applies_styles() ? 1 : 0;
-    const int fault = sim::note_call(__func__, -1, applies);
-    return fault != 0 ? fault : applies;
+    return sim::note_call(__func__); // the library applies styles, unless a fault of 1 is asked for
 }

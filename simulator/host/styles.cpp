@@ -4,7 +4,6 @@
 #include "host/settings.h"
 
 #include <array>
-#include <atomic>
 
 namespace sim::host
 {
@@ -79,43 +78,17 @@ constexpr std::array<kiv_isp_param_s, kStyles> kDelivered = delivered();
 
 // Handed out as pointers that could be written through, hence a copy.
 std::array<kiv_isp_param_s, kStyles> g_presets = kDelivered;
-std::array<bool, kStyles> g_removed{};
-std::atomic<bool> g_host_applies{false};
 
 } // namespace
 
-void set_preset(int style, const kiv_isp_param_s& preset)
-{
-    g_presets[static_cast<std::size_t>(style)] = preset;
-    g_removed[static_cast<std::size_t>(style)] = false;
-}
-
-void remove_preset(int style)
-{
-    g_removed[static_cast<std::size_t>(style)] = true;
-}
-
 kiv_isp_param_s* preset_of(int style)
 {
-    const bool there = 0 <= style && style < kStyles && !g_removed[static_cast<std::size_t>(style)];
-    return there ? &g_presets[static_cast<std::size_t>(style)] : nullptr;
-}
-
-void set_host_applies_styles(bool applies)
-{
-    g_host_applies.store(applies, std::memory_order_relaxed);
-}
-
-bool host_applies_styles()
-{
-    return g_host_applies.load(std::memory_order_relaxed);
+    return 0 <= style && style < kStyles ? &g_presets[static_cast<std::size_t>(style)] : nullptr;
 }
 
 void reset_presets()
 {
     g_presets = kDelivered;
-    g_removed = {};
-    set_host_applies_styles(false);
 }
 
 } // namespace sim::host

@@ -13,7 +13,7 @@ using Style = Running<kCamera>;
 
 TEST_F(Style, AHostThatAppliesStylesGetsOnlyTheRecord)
 {
-    sim::host::set_host_applies_styles(true);
+    sim::inject_fault("para_isp_style_excute_by_arm", 1, 1);
     EXPECT_THAT(names_of_calls([] { EXPECT_EQ(KIV_Set_style(kCamera, style_food), ISP_EXCUTE_BYARM); }),
                 ElementsAre("para_get_isp_style_param", "para_set_isp_style_cur", "para_isp_style_excute_by_arm"));
     EXPECT_EQ(stored(kCamera, "style"), style_food);
@@ -24,7 +24,7 @@ TEST_F(Style, AHostThatAppliesStylesGetsOnlyTheRecord)
 
 TEST_F(Style, AMissingPresetChangesNothing)
 {
-    sim::host::remove_preset(style_pc);
+    sim::inject_fault("para_get_isp_style_param", 1, -1);
     for (const int style : {int{style_pc}, -1, 14, INT_MAX, INT_MIN}) {
         std::vector<std::string> traces;
         EXPECT_THAT(names_of_calls([&] {

@@ -66,7 +66,7 @@ public:
         sim::inject_fault("pthread_create", 1, EAGAIN);
         KIV_Set_exposure_mode(0, SMART_EXPOSURE); // from here on its thread may run
         sim::clear_faults();
-        sim::host::set_preset(style_default, telling_record());
+        *sim::host::preset_of(style_default) = telling_record();
         cycles = 0;
         set_awb_follow_pano(1);
         isp::seam.sleep = [](unsigned) { return 0U; };
