@@ -1,10 +1,8 @@
-// Sheets of pictures with their titles and captions, drawn with cairo, 8 bits per channel.
+// Sheets of pictures with their titles and captions; cairo draws the text.
 #include "picture/colour.h"
 
 #include <algorithm>
 #include <cairo.h>
-#include <cstdint>
-#include <cstring>
 #include <memory>
 
 namespace sim::picture
@@ -23,50 +21,8 @@ constexpr double kTitleSize = 17.0;
 constexpr int kLineHeight = 17; // of a caption
 constexpr double kCaptionSize = 12.5;
 
-/// cairo's error surface when it has no memory.
-Surface to_surface(const Image& image)
-{
-    Surface surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, image.width, image.height), cairo_surface_destroy);
-    if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) {
-        return surface;
-    }
-    const auto byte = [](float level) { return static_cast<std::uint32_t>(to_byte(level)); };
-    cairo_surface_flush(surface.get());
-    unsigned char* row = cairo_image_surface_get_data(surface.get());
-    const int stride = cairo_image_surface_get_stride(surface.get());
-    auto pixel = image.pixels.begin();
-    for (int y = 0; y < image.height; ++y, row += stride) {
-        for (int x = 0; x < image.width; ++x, ++pixel) {
-            const std::uint32_t word = (byte(pixel->red) << 16U) | (byte(pixel->green) << 8U) | byte(pixel->blue);
-            std::memcpy(row + 4 * x, &word, sizeof word);
-        }
-    }
-    cairo_surface_mark_dirty(surface.get());
-    return surface;
-}
-
-Image from_surface(cairo_surface_t* surface)
-{
-    cairo_surface_flush(surface);
-    Image image{cairo_image_surface_get_width(surface), cairo_image_surface_get_height(surface), {}};
-    const unsigned char* row = cairo_image_surface_get_data(surface);
-    const int stride = cairo_image_surface_get_stride(surface);
-    const auto level = [](std::uint32_t word, unsigned shift) {
-        return static_cast<float>((word >> shift) & 0xFFU) / 255.0F;
-    };
-    image.pixels.reserve(static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height));
-    for (int y = 0; y < image.height; ++y, row += stride) {
-        for (int x = 0; x < image.width; ++x) {
-            std::uint32_t word = 0;
-            std::memcpy(&word, row + 4 * x, sizeof word);
-            image.pixels.push_back({level(word, 16), level(word, 8), level(word, 0)});
-        }
-    }
-    return image;
-}
-
-/// A line with its baseline start at (x, y); one that is wider than `width` is cut with an ellipsis.
-void draw_text(cairo_t* context, const std::string& text, double x, double y, double size, double width)
+/// A line with its baseline start at (x, y), so dark; one that is wider than `width` is cut with an ellipsis.
+void draw_text(cairo_t* context, const std::string& text, double x, double y, double size, double width, double dark)
 {
     const auto width_of = [context](const std::string& line) {
         cairo_text_extents_t extents;
@@ -75,30 +31,16 @@ void draw_text(cairo_t* context, const std::string& text, double x, double y, do
     };
     cairo_select_font_face(context, "DejaVu Sans", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
     cairo_set_font_size(context, size);
+    cairo_set_source_rgba(context, 0.0, 0.0, 0.0, dark);
     std::string shown = text;
-    for (std::size_t length = text.size(); length > 0 && width_of(shown) > width; --length) {
-        shown = text.substr(0, length - 1) + "\u2026";
+    for (std::size_t length = text.size(); length > 0 && width_of(shown) > width;) {
+        do { // a character is several bytes long
+            --length;
+        } while ((static_cast<unsigned char>(text[length]) & 0xC0U) == 0x80);
+        shown = text.substr(0, length) + "\u2026";
     }
     cairo_move_to(context, x, y);
     cairo_show_text(context, shown.c_str());
-}
-
-void draw_panel(cairo_t* context, const Panel& panel, int x, int y, int width, int title_height)
-{
-    cairo_set_source_rgb(context, 0.08, 0.08, 0.08);
-    draw_text(context, panel.title, x, y + title_height - 9, kTitleSize, width);
-    y += title_height;
-    if (!panel.image.pixels.empty()) {
-        const Surface picture = to_surface(panel.image);
-        cairo_set_source_surface(context, picture.get(), x, y);
-        cairo_paint(context);
-    }
-    y += panel.image.height;
-    cairo_set_source_rgb(context, 0.25, 0.25, 0.25);
-    for (const std::string& line : panel.caption) {
-        y += kLineHeight;
-        draw_text(context, line, x, y - 1, kCaptionSize, width);
-    }
 }
 
 } // namespace
@@ -122,16 +64,36 @@ Image contact_sheet(const std::vector<Panel>& panels, int columns)
     if (width < 1 || columns > kMaxSide / step_x || rows > kMaxSide / step_y) {
         return {};
     }
-    const Surface sheet(cairo_image_surface_create(CAIRO_FORMAT_RGB24, columns * step_x + kGap, rows * step_y + kGap),
-                        cairo_surface_destroy);
-    const Context context(cairo_create(sheet.get()), cairo_destroy);
-    cairo_set_source_rgb(context.get(), 0.96, 0.96, 0.96);
-    cairo_paint(context.get());
+    Image sheet{columns * step_x + kGap, rows * step_y + kGap, {}};
+    sheet.pixels.assign(index_of(0, sheet.height, sheet.width), grey(0.96F));
+    const Surface text(cairo_image_surface_create(CAIRO_FORMAT_A8, sheet.width, sheet.height), cairo_surface_destroy);
+    const Context context(cairo_create(text.get()), cairo_destroy);
     for (int i = 0; i < count; ++i) {
-        draw_panel(context.get(), panels[static_cast<std::size_t>(i)], kGap + i % columns * step_x,
-                   i / columns * step_y, width, title_height);
+        const Panel& panel = panels[static_cast<std::size_t>(i)];
+        const int x = kGap + i % columns * step_x;
+        int y = i / columns * step_y + title_height;
+        draw_text(context.get(), panel.title, x, y - 9, kTitleSize, width, 0.92);
+        for (int row = 0; row < panel.image.height; ++row, ++y) {
+            std::copy_n(panel.image.pixels.data() + index_of(0, row, panel.image.width), panel.image.width,
+                        sheet.pixels.data() + index_of(x, y, sheet.width));
+        }
+        for (const std::string& line : panel.caption) {
+            y += kLineHeight;
+            draw_text(context.get(), line, x, y - 1, kCaptionSize, width, 0.74);
+        }
     }
-    return cairo_status(context.get()) == CAIRO_STATUS_SUCCESS ? from_surface(sheet.get()) : Image{};
+    if (cairo_status(context.get()) != CAIRO_STATUS_SUCCESS) {
+        return {};
+    }
+    cairo_surface_flush(text.get());
+    const unsigned char* row = cairo_image_surface_get_data(text.get());
+    for (int y = 0; y < sheet.height; ++y, row += cairo_image_surface_get_stride(text.get())) {
+        for (int x = 0; x < sheet.width; ++x) {
+            Colour& pixel = sheet.pixels[index_of(x, y, sheet.width)];
+            pixel = pixel * (1.0F - static_cast<float>(row[x]) / 255.0F);
+        }
+    }
+    return sheet;
 }
 
 } // namespace sim::picture
