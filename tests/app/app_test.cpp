@@ -9,8 +9,8 @@
 #include "session/calibration_check.h"
 #include "session/files.h"
 #include "session/recording.h"
-#include "session/session.h"
 #include "support/bench.h"
+#include "support/session.h"
 
 #include <cmath>
 #include <csignal>
@@ -32,30 +32,15 @@ constexpr bool kSanitizesThreads = false;
 
 using bench::stored;
 
-/// A session in a folder of its own. One per process.
-class App : public ::testing::Test
+class App : public bench::OpenSession
 {
 protected:
-    App()
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "isp_app_XXXXXX").string();
-        folder = mkdtemp(pattern.data());
-        session::open_session(folder);
-    }
-
-    ~App() override
-    {
-        std::filesystem::remove_all(folder);
-    }
-
     std::string script(const std::string& text)
     {
         const std::string path = folder + "/script.isp";
         std::ofstream(path) << text;
         return path;
     }
-
-    std::string folder;
 };
 
 std::string refusal(const std::string& line)

@@ -5,8 +5,8 @@
 #include "prompt/json.h"
 #include "session/bad_input.h"
 #include "session/look.h"
-#include "session/session.h"
 #include "support/bench.h"
+#include "support/session.h"
 
 #include <climits>
 #include <cmath>
@@ -21,18 +21,13 @@ namespace
 
 using namespace sim::picture;
 
-/// A camera that runs, in a session of its own folder. One per process.
-class AppLook : public testing::Test
+/// A camera that runs.
+class AppLook : public bench::OpenSession
 {
 protected:
     AppLook()
     {
-        session::open_session(mkdtemp(pattern.data()));
         run("start 0");
-    }
-    ~AppLook() override
-    {
-        std::filesystem::remove_all(pattern);
     }
 
     void run(const std::string& line)
@@ -70,7 +65,6 @@ protected:
         return mean_luma(image, {0, 8, 160, 120});
     }
 
-    std::string pattern = (std::filesystem::temp_directory_path() / "isp_look_XXXXXX").string();
     std::ostringstream said;
     prompt::RunOptions options{.output = &said};
 };
@@ -135,7 +129,7 @@ TEST_F(AppLook, ScenesAreMeteredWhereAndAsTheLensShowsThem)
 
 TEST_F(AppLook, ComparingStopsWhereASetterFailsAndPutsBack)
 {
-    const std::string path = pattern + "/c.png";
+    const std::string path = folder + "/c.png";
     run("set 0 meter smart");
     run("fault rk_aiq_user_api2_ae_setExpSwAttr 2 -1");
     EXPECT_THROW(run("compare 0 meter average top " + path), session::BadInput);
@@ -246,9 +240,9 @@ TEST_F(AppLook, SettingsAreShownAsTheListSays)
 
 TEST_F(AppLook, ASweepMeasuresEveryCombinationTheSameAtEveryRunAndPutsBack)
 {
-    const std::string csv = pattern + "/s.csv";
+    const std::string csv = folder + "/s.csv";
     const auto swept = [&](const std::string& what) {
-        return answer("sweep 0 " + what + " " + csv + " " + pattern + "/s.png")["points"];
+        return answer("sweep 0 " + what + " " + csv + " " + folder + "/s.png")["points"];
     };
     run("scene 0 10");
     const prompt::Json points = swept("nr3d off,3,8 nr2d 0 gamma 0.45,0.63 --frames 2 --by noise");
@@ -261,7 +255,7 @@ TEST_F(AppLook, ASweepMeasuresEveryCombinationTheSameAtEveryRunAndPutsBack)
     EXPECT_NEAR(noise(4) / noise(0), 1.0 / std::sqrt(1.0 + 6.0), 0.08);
     EXPECT_EQ(bench::stored(0, "nr3d"), NR3D_AUTO);
     EXPECT_EQ(session::caption_of(0).back().find("nr3d"), std::string::npos);
-    EXPECT_GT(std::filesystem::file_size(pattern + "/s.png"), 1000U);
+    EXPECT_GT(std::filesystem::file_size(folder + "/s.png"), 1000U);
     for (const char* wrong : {"hue 0..14 drc 0..8 gamma 0..5 nr3d 0..8", "hue 3..99", "gamma", "hotpixel 1",
                               "hue 3 --by x", "hue 3 region 600 0 100 10", "hue 3 --frames"}) {
         EXPECT_THROW(swept(wrong), session::BadInput) << wrong;
@@ -271,7 +265,7 @@ TEST_F(AppLook, ASweepMeasuresEveryCombinationTheSameAtEveryRunAndPutsBack)
 
 TEST_F(AppLook, ARecordedRunTellsHowExposureSettled)
 {
-    const std::string csv = pattern + "/run.csv";
+    const std::string csv = folder + "/run.csv";
     run("run 2s");
     run("record " + csv + " 0");
     run("run 2s");
@@ -295,10 +289,10 @@ TEST_F(AppLook, ARecordedRunTellsHowExposureSettled)
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     for (const std::string& drawn : {"plot " + csv, std::string("histogram 0"), std::string("waveform 0")}) {
-        run(drawn + " " + pattern + "/drawn.svg");
-        EXPECT_GT(std::filesystem::file_size(pattern + "/drawn.svg"), 10000U) << drawn;
-        std::filesystem::remove(pattern + "/drawn.svg");
-        EXPECT_THROW(run(drawn + " " + pattern + "/missing/drawn.png"), session::BadInput) << drawn;
+        run(drawn + " " + folder + "/drawn.svg");
+        EXPECT_GT(std::filesystem::file_size(folder + "/drawn.svg"), 10000U) << drawn;
+        std::filesystem::remove(folder + "/drawn.svg");
+        EXPECT_THROW(run(drawn + " " + folder + "/missing/drawn.png"), session::BadInput) << drawn;
     }
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");

@@ -4,8 +4,8 @@
 #include "session/bad_input.h"
 #include "session/cameras.h"
 #include "session/files.h"
-#include "session/session.h"
 #include "support/bench.h"
+#include "support/session.h"
 #include "support/threads.h"
 
 #include <nlohmann/json.hpp>
@@ -52,16 +52,13 @@ struct Reply {
     }
 };
 
-/// A session with camera 0, served. One per process. A busy machine must not make a good client look like a bad one, so
-/// its limits are wide.
-class Live : public testing::Test
+/// A session with camera 0, served. A busy machine must not make a good client look like a bad one, so its limits are
+/// wide.
+class Live : public bench::OpenSession
 {
 protected:
     explicit Live(const live::Limits& limits = {.request = 60s, .idle = 60s, .stall = 60s})
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "isp_live_XXXXXX").string();
-        folder = mkdtemp(pattern.data());
-        session::open_session(folder);
         session::keep_time_paced();
         EXPECT_TRUE(session::start_camera(0));
         const std::string url = live::start_serving(session::address_of("0"), limits);
@@ -73,24 +70,12 @@ protected:
     {
         live::stop_serving();
         sim::use_virtual_time(); // in which nothing more happens
-        std::filesystem::remove_all(folder);
     }
 
-    /// A connection whose bytes the test chooses; it gives up reading after twenty seconds.
+    /// A connection whose bytes the test chooses.
     int connect_raw(int receive_buffer = 0) const
     {
-        const int sock = socket(AF_INET, SOCK_STREAM, 0);
-        const timeval patience{.tv_sec = 20, .tv_usec = 0};
-        setsockopt(sock, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-        if (receive_buffer > 0) {
-            setsockopt(sock, SOL_SOCKET, SO_RCVBUF, &receive_buffer, sizeof receive_buffer);
-        }
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(static_cast<std::uint16_t>(port));
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        EXPECT_EQ(connect(sock, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-        return sock;
+        return bench::client_of(port, SOCK_STREAM, receive_buffer);
     }
 
     static void send_raw(int sock, const std::string& bytes)
@@ -182,7 +167,6 @@ protected:
         return sim::host::stored(0, *sim::host::find_setting(name));
     }
 
-    std::string folder;
     int port = 0;
 };
 

@@ -6,12 +6,10 @@
 #include "session/change.h"
 #include "session/lanes.h"
 #include "session/look.h"
-#include "session/session.h"
 #include "support/bench.h"
+#include "support/session.h"
 #include "support/threads.h"
 #include "visca/codec.h"
-
-#include <netinet/in.h>
 
 namespace
 {
@@ -19,64 +17,58 @@ namespace
 using sim::host::find_setting;
 using visca::Bytes;
 
-/// A session with camera 0 in virtual time, served. One per process.
-class Control : public testing::Test
+/// A session with camera 0 in virtual time, served.
+class Control : public bench::OpenSession
 {
 protected:
     Control()
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "isp_control_XXXXXX").string();
-        folder = mkdtemp(pattern.data());
-        session::open_session(folder);
         EXPECT_TRUE(session::start_camera(0));
         port = control::start_service(session::address_of("0"));
     }
     ~Control() override
     {
         control::stop_service();
-        std::filesystem::remove_all(folder);
     }
 
-    /// A client that gives up reading after ten seconds.
     int client(int camera = 0, int type = SOCK_STREAM) const
     {
-        const int sock = socket(AF_INET, type, 0);
-        const timeval patience{.tv_sec = 10, .tv_usec = 0};
-        setsockopt(sock, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(static_cast<std::uint16_t>(port + camera));
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        EXPECT_EQ(connect(sock, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-        return sock;
+        return bench::client_of(port + camera, type);
     }
 
-    /// What comes until so many bytes FF, or the end of the connection; of datagrams, so many with a mark between them.
-    static std::string hear(int sock, int replies, bool datagrams = false)
+    /// What comes until it is as long as expected, or the connection ends; with a mark between datagrams.
+    static std::string hear(int sock, std::size_t length)
     {
+        int type = 0;
+        socklen_t size = sizeof type;
+        getsockopt(sock, SOL_SOCKET, SO_TYPE, &type, &size);
         std::string heard;
-        for (Bytes more(64); replies > 0;) {
+        for (Bytes more(64); heard.size() < length; more.resize(64)) {
             const ssize_t count = TEMP_FAILURE_RETRY(recv(sock, more.data(), more.size(), 0));
             if (count <= 0) {
                 return heard + " end";
             }
-            const Bytes bytes(more.begin(), more.begin() + count);
-            heard += (heard.empty() ? "" : datagrams ? " | " : " ") + visca::text_of(bytes);
-            replies -= datagrams ? 1 : static_cast<int>(std::count(bytes.begin(), bytes.end(), 0xFF));
+            more.resize(static_cast<std::size_t>(count));
+            heard += (heard.empty() ? "" : type == SOCK_DGRAM ? " | " : " ") + visca::text_of(more);
         }
         return heard;
     }
 
-    static std::string ask(int sock, const std::string& text, int replies = 1, bool datagrams = false)
+    static std::string answer(int sock, const std::string& text, std::size_t length)
     {
         std::istringstream words(text);
         Bytes bytes;
-        for (std::string word; words >> word;) {
-            bytes.push_back(static_cast<std::uint8_t>(std::stoi(word, nullptr, 16)));
+        for (int byte = 0; words >> std::hex >> byte;) {
+            bytes.push_back(static_cast<std::uint8_t>(byte));
         }
         sim::step_aside(); // a command may wait
         send(sock, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        return hear(sock, replies, datagrams);
+        return hear(sock, length);
+    }
+
+    static void ask(int sock, const std::string& text, const std::string& replies)
+    {
+        EXPECT_EQ(answer(sock, text, replies.size()), replies) << text;
     }
 
     static std::string three(int code)
@@ -98,7 +90,7 @@ protected:
         return sim::picture::render(look, 160, 120);
     }
 
-    std::filesystem::path folder;
+    const std::string done = "90 41 FF 90 51 FF";
     int port = 0;
 };
 
@@ -106,22 +98,15 @@ TEST_F(Control, MessagesAreAnsweredAndStored)
 {
     const int clients[] = {client(), client(0, SOCK_DGRAM)};
     std::ifstream file(MESSAGES);
-    for (std::string line; std::getline(file, line);) {
-        const bool datagram = line.starts_with("udp ");
-        const std::size_t place = line.find(" >");
-        if (line.front() == '#' || place == std::string::npos) {
-            continue;
-        }
-        const std::size_t name = std::min(line.find_first_not_of("0123456789ABCDEF |", place + 2), line.size() + 1);
-        const std::string replies = line.substr(std::min(place + 3, line.size()), name - place - 4);
-        const auto count = std::count(replies.begin(), replies.end(), datagram ? '|' : 'F');
-        EXPECT_EQ(ask(clients[datagram], line.substr(datagram ? 4 : 0, place - (datagram ? 4 : 0)),
-                      static_cast<int>(datagram ? count + 1 : count / 2), datagram),
-                  replies)
-            << line;
-        if (const std::size_t equals = line.find('='); equals != std::string::npos) {
-            const sim::host::Setting& setting = *find_setting(line.substr(name, equals - name));
-            EXPECT_EQ(sim::host::stored(0, setting), std::stoi(line.substr(equals + 1))) << line;
+    for (std::string line, name; std::getline(file, line);) {
+        if (int value = 0; line.starts_with('=')) {
+            std::istringstream(line.substr(1)) >> name >> value;
+            EXPECT_EQ(bench::stored(0, name), value) << name;
+        } else if (!line.starts_with('#')) {
+            const bool datagram = line.starts_with("udp ");
+            const std::size_t place = line.find(" >");
+            ask(clients[datagram], line.substr(datagram ? 4 : 0, place - (datagram ? 4 : 0)),
+                line.substr(std::min(place + 3, line.size())));
         }
     }
 }
@@ -131,7 +116,6 @@ TEST_F(Control, EveryCommandIsAnsweredAndStoredAndShownAndSteppedToItsEnds)
     constexpr std::pair<std::string_view, int> kModes[] = {
         {"exposure_mode", 0}, {"expcomp_mode", 2}, {"exposure_mode", 3}, {"exposure_mode", 13},
         {"wb_mode", 0},       {"wb_mode", 5},      {"wb_mode", 32},      {"blackwhite_mode", 0}};
-    const std::string done = "90 41 FF 90 51 FF";
     const int sock = client();
     session::set_illuminant(0, "A");
     set("expcomp_mode", 2);
@@ -158,15 +142,17 @@ TEST_F(Control, EveryCommandIsAnsweredAndStoredAndShownAndSteppedToItsEnds)
             for (int shift = 4 * (std::abs(row.digits) - 1); shift >= 0; shift -= 4) {
                 data += " " + visca::text_of({static_cast<std::uint8_t>(row.digits < 0 ? byte : byte >> shift & 0x0F)});
             }
-            EXPECT_EQ(ask(sock, "81 " + three(row.command) + data + " FF", 2), done);
+            ask(sock, "81 " + three(row.command) + data + " FF", done);
             EXPECT_EQ(stored(), value);
-            EXPECT_TRUE(row.inquiry == 0 || ask(sock, "81 " + three(row.inquiry) + " FF") == "90 50" + data + " FF");
+            if (row.inquiry != 0) {
+                ask(sock, "81 " + three(row.inquiry) + " FF", "90 50" + data + " FF");
+            }
             pictures.push_back(picture());
         }
         const bool alike = row.command == 0x01043D || row.command == 0x01043E || row.command == 0x010423; // here
         EXPECT_TRUE(alike || !setting->shown || pictures[0].pixels != pictures[1].pixels);
         if (row.step != 0) {
-            const auto step = [&](const char* to) { EXPECT_EQ(ask(sock, "81 " + three(row.step) + to, 2), done); };
+            const auto step = [&](const char* to) { ask(sock, "81 " + three(row.step) + to, done); };
             step(" 02 FF");
             EXPECT_EQ(stored(), highest);
             for (int before = highest + 1; stored() < before;) {
@@ -187,9 +173,9 @@ TEST_F(Control, WithoutAThreadOnlyTheCommandFails)
     const std::string hue = "81 01 04 4F 00 00 00 03 FF";
     {
         const bench::NoThreads none;
-        EXPECT_EQ(ask(sock, hue, 2), "90 41 FF 90 61 41 FF");
+        ask(sock, hue, "90 41 FF 90 61 41 FF");
     }
-    EXPECT_EQ(ask(sock, hue, 2), "90 41 FF 90 51 FF");
+    ask(sock, hue, done);
 }
 
 TEST_F(Control, TwoCommandsAreUnderWayAtMostAndNobodyWaitsForThem)
@@ -198,50 +184,48 @@ TEST_F(Control, TwoCommandsAreUnderWayAtMostAndNobodyWaitsForThem)
     const int other = client();
     {
         const session::Lanes held({0}, "test");
-        EXPECT_EQ(ask(sock, "81 01 04 4F 00 00 00 03 FF 81 01 04 0F 02 FF 81 01 04 0F 02 FF", 3),
-                  "90 41 FF 90 42 FF 90 60 03 FF");
-        EXPECT_EQ(ask(other, "81 01 04 00 03 FF"), "90 60 03 FF");
-        EXPECT_EQ(ask(other, "81 09 04 4D FF"), "90 50 00 00 00 05 FF");
-        EXPECT_EQ(ask(sock, "81 09 04 4F FF"), "90 50 00 00 00 04 FF"); // its own value, before it is there
-        EXPECT_EQ(sim::host::stored(0, *find_setting("hue")), 7);
+        ask(sock, "81 01 04 4F 00 00 00 03 FF 81 01 04 0F 02 FF 81 01 04 0F 02 FF", "90 41 FF 90 42 FF 90 60 03 FF");
+        ask(other, "81 01 04 00 03 FF", "90 60 03 FF");
+        ask(other, "81 09 04 4D FF", "90 50 00 00 00 05 FF");
+        ask(sock, "81 09 04 4F FF", "90 50 00 00 00 04 FF"); // its own value, before it is there
+        EXPECT_EQ(bench::stored(0, "hue"), 7);
     }
-    EXPECT_EQ(hear(sock, 2), "90 51 FF 90 52 FF");
-    EXPECT_EQ(sim::host::stored(0, *find_setting("hue")), 4);
+    EXPECT_EQ(hear(sock, 17), "90 51 FF 90 52 FF");
+    EXPECT_EQ(bench::stored(0, "hue"), 4);
     {
         const session::Lanes held({0}, "test");
-        EXPECT_EQ(ask(sock, "81 01 04 4F 00 00 00 09 FF 81 01 00 01 FF", 2),
-                  "90 41 FF 90 50 FF"); // forgotten, yet done
-        EXPECT_EQ(ask(sock, "81 01 04 0F 02 FF"), "90 41 FF");
+        ask(sock, "81 01 04 4F 00 00 00 09 FF 81 01 00 01 FF", "90 41 FF 90 50 FF"); // forgotten, yet done
+        ask(sock, "81 01 04 0F 02 FF", "90 41 FF");
     }
-    EXPECT_EQ(hear(sock, 1), "90 51 FF");
-    EXPECT_EQ(sim::host::stored(0, *find_setting("hue")), 10);
+    EXPECT_EQ(hear(sock, 8), "90 51 FF");
+    EXPECT_EQ(bench::stored(0, "hue"), 10);
 
-    EXPECT_EQ(ask(sock, "81 01 04 35 03 FF 81 01 04 10 05 FF", 4), "90 41 FF 90 42 FF 90 51 FF 90 52 FF"); // begun
-    EXPECT_EQ(ask(sock, "81 01 04 10 05 FF", 2), "90 41 FF 90 61 41 FF");
-    while (ask(sock, "81 01 04 10 05 FF", 2) != "90 41 FF 90 51 FF") { // until the first has ended
+    ask(sock, "81 01 04 35 03 FF 81 01 04 10 05 FF", "90 41 FF 90 42 FF 90 51 FF 90 52 FF"); // begun
+    ask(sock, "81 01 04 10 05 FF", "90 41 FF 90 61 41 FF");
+    while (answer(sock, "81 01 04 10 05 FF", done.size()) != done) { // until the first has ended
         sim::wait(1'000'000);
     }
-    EXPECT_EQ(ask(sock, "81 01 04 47 02 00 00 00 FF 81 01 04 00 03 FF", 4).substr(0, 11), "90 41 FF 90");
+    EXPECT_THAT(answer(sock, "81 01 04 47 02 00 00 00 FF 81 01 04 00 03 FF", 35), testing::StartsWith("90 41 FF 90"));
     sim::wait(10'000'000);
-    EXPECT_EQ(ask(sock, "81 09 04 47 FF 81 09 04 00 FF", 2), "90 50 02 00 00 00 FF 90 50 03 FF");
-    EXPECT_EQ(ask(client(1), "81 01 04 07 02 FF", 2), "90 41 FF 90 61 41 FF"); // no motor
+    ask(sock, "81 09 04 47 FF 81 09 04 00 FF", "90 50 02 00 00 00 FF 90 50 03 FF");
+    ask(client(1), "81 01 04 07 02 FF", "90 41 FF 90 61 41 FF"); // no motor
 }
 
 TEST_F(Control, BadClientsCostOnlyThemselves)
 {
-    EXPECT_EQ(ask(client(), "50 4F 53 54 20 2F"), " end");
+    ask(client(), "50 4F 53 54 20 2F", " end");
     std::vector<int> clients;
     for (int i = 0; i < 8; ++i) {
         clients.push_back(client());
-        EXPECT_EQ(ask(clients.back(), "81 09 04 00 FF"), "90 50 02 FF");
+        ask(clients.back(), "81 09 04 00 FF", "90 50 02 FF");
     }
-    EXPECT_EQ(ask(client(), "81 09 04 00 FF"), " end"); // no room
-    EXPECT_EQ(ask(client(1), "81 09 04 00 FF"), "90 50 03 FF");
+    ask(client(), "81 09 04 00 FF", " end"); // no room
+    ask(client(1), "81 09 04 00 FF", "90 50 03 FF");
 
     const Bytes inquiries(64, 0xFF);                                                 // each FF is too short a message
     while (send(clients[0], inquiries.data(), inquiries.size(), MSG_NOSIGNAL) > 0) { // and never read
     }
-    EXPECT_EQ(ask(clients[2], "81 09 04 42 FF").substr(0, 14), "90 50 00 00 00");
+    EXPECT_THAT(answer(clients[2], "81 09 04 42 FF", 20), testing::StartsWith("90 50 00 00 00"));
 }
 
 TEST_F(Control, FourClientsAtOnce)
@@ -250,11 +234,11 @@ TEST_F(Control, FourClientsAtOnce)
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&, sock = client(i / 2)] {
             for (int n = 0; n < 100; ++n) {
-                const std::string reply = ask(sock, n % 2 == 0 ? "81 01 04 09 02 FF" : "81 01 04 02 03 FF", 2);
+                const std::string reply = answer(sock, n % 2 == 0 ? "81 01 04 09 02 FF" : "81 01 04 02 03 FF", 17);
                 EXPECT_THAT(reply, testing::MatchesRegex("90 4([12]) FF 90 5[12] FF"));
-                EXPECT_THAT(ask(sock, "81 09 7E 7E 03 FF").size(), 47U);
+                EXPECT_EQ(answer(sock, "81 09 7E 7E 03 FF", 47).size(), 47U);
             }
-            EXPECT_EQ(ask(sock, "81 09 04 49 FF"), "90 50 00 00 00 0E FF");
+            ask(sock, "81 09 04 49 FF", "90 50 00 00 00 0E FF");
             close(sock);
         });
     }
