@@ -4,9 +4,11 @@
 #include "host/durable_file.h"
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
 
 namespace sim::host
@@ -14,6 +16,8 @@ namespace sim::host
 
 namespace
 {
+
+static_assert(std::endian::native == std::endian::little, "files are written as they are in memory");
 
 constexpr int kMiddle = kShadingSide / 2;
 constexpr int kOffCentre = 2;       // cells by which a lens may sit off the sensor's middle
@@ -85,15 +89,7 @@ ShadingFile model_shading()
 
 std::string write_shading_file(const std::string& path, const ShadingFile& file)
 {
-    std::string bytes;
-    bytes.reserve(sizeof file);
-    for (const auto& grid : file.gain) {
-        for (const std::uint16_t gain : grid) {
-            bytes += static_cast<char>(gain & 0xff);
-            bytes += static_cast<char>(gain >> 8);
-        }
-    }
-    return write_durably(path, bytes);
+    return write_durably(path, {reinterpret_cast<const char*>(&file), sizeof file});
 }
 
 std::string check_shading_file(const std::string& path)
@@ -107,15 +103,11 @@ std::string check_shading_file(const std::string& path)
         return path + ": " + (error == EFBIG ? "more than" : std::to_string(bytes.size()) + " instead of") + " " +
                std::to_string(sizeof(ShadingFile)) + " bytes";
     }
+    ShadingFile file{};
+    std::memcpy(&file, bytes.data(), sizeof file);
     for (std::size_t grid = 0; grid < std::size(kShadingGrids); ++grid) {
-        std::uint16_t gain[kShadingCells];
-        for (std::size_t i = 0; i < kShadingCells; ++i) {
-            const std::size_t at = (grid * kShadingCells + i) * 2;
-            gain[i] = static_cast<std::uint16_t>(static_cast<unsigned char>(bytes[at]) |
-                                                 static_cast<unsigned char>(bytes[at + 1]) << 8);
-        }
         for (const auto check : {check_range, check_rise}) {
-            if (const std::string wrong = check(grid, gain); !wrong.empty()) {
+            if (const std::string wrong = check(grid, file.gain[grid]); !wrong.empty()) {
                 return path + ": " + wrong;
             }
         }
