@@ -6,64 +6,44 @@
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit
 
-mutants() { # another sample at every commit
-    scripts/mutate.py --sample 150 --seed $((16#$(git rev-parse --short=7 HEAD))) --strict
+all=(mutants fuzzers threads style packages guide builds bookworm trixie)
+
+run() { # PART
+    case $1 in
+    mutants) # another sample at every commit
+        scripts/mutate.py --sample 150 --seed $((16#$(git rev-parse --short=7 HEAD))) --strict ;;
+    fuzzers) scripts/fuzz.sh 180 ;;
+    threads)
+        cmake --preset tsan && cmake --build --preset tsan &&
+            ISP_RELEASES=3000 TSAN_OPTIONS=report_thread_leaks=0 \
+                ctest --test-dir build/tsan -j 2 -R 'Torture|Release' --output-on-failure ;;
+    style) scripts/lint.sh ;;
+    packages) scripts/package.sh --check arm64 ;;
+    guide) # its commands as they stand in it, with the packages that it names, and the example that they make possible
+        # shellcheck disable=SC2016 # for the shell in the bare installation
+        scripts/bare-root.sh bookworm 'apt-get -qq update && apt-get -qq -y install cmake g++ make pkg-config python3 >/dev/null &&
+            sed -n "/^## Building/,/ldconfig/s/^    //p" docs/integration.md >/tmp/commands && bash -e /tmp/commands &&
+            make -C examples/host host test && tests/library/run_example.sh examples/host/host' ;;
+    builds) scripts/bare-root.sh bookworm scripts/builds.sh && scripts/bare-root.sh trixie scripts/builds.sh ;;
+    bookworm | trixie) scripts/bare-root.sh "$1" 'scripts/demo.sh && scripts/test.sh' ;;
+    esac
 }
 
-fuzzers() {
-    scripts/fuzz.sh 180
-}
-
-threads() {
-    cmake --preset tsan && cmake --build --preset tsan &&
-        ISP_RELEASES=3000 TSAN_OPTIONS=report_thread_leaks=0 \
-            ctest --test-dir build/tsan -j 2 -R 'Torture|Release' --output-on-failure
-}
-
-style() {
-    scripts/lint.sh
-}
-
-packages() {
-    scripts/package.sh --check arm64
-}
-
-# The guide's commands as they stand in it, with the packages that it names, and the example that they make possible.
-guide() {
-    # shellcheck disable=SC2016 # for the shell in the bare installation
-    scripts/bare-root.sh bookworm 'apt-get -qq update && apt-get -qq -y install cmake g++ make pkg-config python3 >/dev/null &&
-        sed -n "/^## Building/,/ldconfig/s/^    //p" docs/integration.md >/tmp/commands && bash -e /tmp/commands &&
-        make -C examples/host host test && tests/library/run_example.sh examples/host/host'
-}
-
-builds() {
-    scripts/bare-root.sh bookworm scripts/builds.sh && scripts/bare-root.sh trixie scripts/builds.sh
-}
-
-bookworm() {
-    scripts/bare-root.sh "${1:-bookworm}" 'scripts/demo.sh && scripts/test.sh'
-}
-
-trixie() {
-    bookworm trixie
-}
-
-parts=("$@")
-if ((${#parts[@]} == 0)); then
-    parts=(mutants fuzzers threads style packages guide builds bookworm trixie)
-fi
+parts=("${@:-${all[@]}}")
+for part in "${parts[@]}"; do
+    if [[ " ${all[*]} " != *" $part "* ]]; then
+        sed -n '5s/^#  */usage: /p' "$0" >&2
+        exit 2
+    fi
+done
 scripts/install-packages.sh --long || exit 1
 logs=build/logs
 mkdir -p "$logs"
 failed=0
 for part in "${parts[@]}"; do
-    if ! declare -F "$part" >/dev/null; then
-        sed -n '5s/^#  */usage: /p' "$0" >&2
-        exit 2
-    fi
     start=$SECONDS
     result=passed
-    "$part" >"$logs/long-$part.log" 2>&1 || { result=FAILED && failed=1; }
+    run "$part" >"$logs/long-$part.log" 2>&1 || { result=FAILED && failed=1; }
     echo "$result: $part ($((SECONDS - start)) s): $(tail -n 1 "$logs/long-$part.log")"
 done
 exit $failed
