@@ -150,6 +150,13 @@ def output(*words):
     return subprocess.run(words, check=True, stdout=subprocess.PIPE, text=True).stdout
 
 
+def mutants_in(files):
+    public = ("isp_ctrl.h", "isp_settings.h", "isp_auto_iris.h", "seam.cpp")  # declarations and device paths
+    paths = sorted(p.relative_to(ROOT) for p in (ROOT / LIBRARY).rglob("*") if p.suffix in (".cpp", ".h"))
+    return [m for p in paths if p.name not in public and (not files or any(text in str(p) for text in files))
+            for m in mutants_of(ROOT, p)]
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     option = parser.add_argument
@@ -160,26 +167,13 @@ def main():
     option("--strict", action="store_true", help="fail when one that is not noticed is no known survivor")
     options = parser.parse_args()
 
-    return work(options, *choose(options))
-
-
-def choose(options):
-    """The mutants to try, and how many there are."""
-    public = ("isp_ctrl.h", "isp_settings.h", "isp_auto_iris.h", "seam.cpp")  # declarations and device paths
-    paths = sorted(p.relative_to(ROOT) for p in (ROOT / LIBRARY).rglob("*") if p.suffix in (".cpp", ".h"))
-    paths = [p for p in paths if p.name not in public and
-             (not options.files or any(text in str(p) for text in options.files))]
-    mutants = [m for p in paths for m in mutants_of(ROOT, p)]
+    mutants = mutants_in(options.files)
     total = len(mutants)
     if options.sample:
         mutants = [m for m in mutants if not m.known()]
     if options.sample and options.sample < len(mutants):
         mutants = sorted(random.Random(options.seed).sample(mutants, options.sample),
                          key=lambda m: (str(m.path), m.begin))
-    return mutants, total
-
-
-def work(options, mutants, total):
     make_copy()
     if not passes():
         sys.exit(f"the tests fail on the unchanged library: {BUILD}/Testing/Temporary/LastTest.log")
