@@ -8,13 +8,10 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-case "${1-}" in
-"" | --update | --check) ;;
-*)
+if [[ ${1-} && $1 != --update && $1 != --check ]]; then
     echo "usage: ${0##*/} [--update | --check]" >&2
     exit 2
-    ;;
-esac
+fi
 
 table=tests/golden/instructions.txt
 if [[ -z ${BUILD-} ]]; then

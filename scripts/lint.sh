@@ -12,9 +12,7 @@ if [[ ${1-} == --staged || $0 == */pre-commit ]]; then
     exec git diff --cached --check
 fi
 cd "$(dirname "$0")/.."
-if (($# == 0)); then
-    set -- RK3588S_PTZ simulator
-fi
+(($# > 0)) || set -- RK3588S_PTZ simulator
 
 mapfile -t scripts < <(find scripts tests .ci examples -name '*.sh' -o -path .ci/run | sort)
 shellcheck --severity=warning "${scripts[@]}"

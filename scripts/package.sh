@@ -21,9 +21,7 @@ for word in "$@"; do
 done
 scripts/install-packages.sh --package
 native=$(dpkg --print-architecture)
-if ((${#architectures[@]} == 0)); then
-    mapfile -t architectures < <(printf '%s\n' "$native" arm64 | sort --unique)
-fi
+((${#architectures[@]} > 0)) || mapfile -t architectures < <(printf '%s\n' "$native" arm64 | sort --unique)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || stat --format=%Y CMakeLists.txt)}

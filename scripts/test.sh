@@ -6,13 +6,10 @@
 # What is random or takes long is in scripts/long.sh.
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit
-case "${1-}" in
-"" | --all) ;;
-*)
+if [[ ${1-} && $1 != --all ]]; then
     echo "usage: ${0##*/} [--all]" >&2
     exit 2
-    ;;
-esac
+fi
 
 scripts/install-packages.sh --ci || exit 1
 SECONDS=0

@@ -12,10 +12,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
 build=$root/build/release
-names=("$@")
-if (($# == 0)); then
-    names=(settings visca field-log abi instructions pictures)
-fi
+all=(settings visca field-log abi instructions pictures)
+names=("${@:-${all[@]}}")
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 

@@ -126,10 +126,6 @@ struct Setting {
     Negative negative;
     bool shown;
 
-    constexpr bool has_max() const
-    {
-        return access == Access::all || access == Access::bound;
-    }
     constexpr bool as_passed() const
     {
         return access == Access::cur;

@@ -210,7 +210,7 @@ Json put_record(int camera, const Json& body)
     const session::Undoable undoable(camera, "all settings");
     session::put_settings(camera, now.settings);
     if (now.csc_mode) {
-        session::apply(camera, known_setting("csc_mode"), *now.csc_mode);
+        KIV_Set_csc_mode(camera, CSC_Mode_E{*now.csc_mode});
     }
     now.settings = sim::host::stored_record(camera);
     now.csc_mode = session::csc_mode_of(camera);

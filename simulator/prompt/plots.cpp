@@ -2,6 +2,7 @@
 
 #include "host/durable_file.h"
 #include "session/bad_input.h"
+#include "session/text.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -48,10 +49,9 @@ set ylabel 'zoom, steps'; name = 'zoom'; @lens
 unset multiplot
 )gnuplot";
 
-// Needs $levels, a row per level, and title. A root keeps rare levels visible, and the scale leaves black and white
+// Needs $levels, a row per level. A root keeps rare levels visible, and the scale leaves black and white
 // out, which would dwarf all others.
 constexpr const char* kHistogram = R"gnuplot(
-set title title
 set nonlinear y via sqrt(y) inverse y**2
 stats [1:254] $levels using 0:(column(2) > column(1) ? column(2) : column(1)) nooutput
 set yrange [0:STATS_max_y * 1.1 + 0.01]
@@ -66,9 +66,8 @@ plot $levels using 0:1 with filledcurves y=0 linecolor rgb '#d52a1e' title 'red'
      '' using 0:4 with lines linewidth 1.5 linecolor rgb '#222222' title 'luma'
 )gnuplot";
 
-// Needs $levels, a row per column of the image, and title.
+// Needs $levels, a row per column of the image.
 constexpr const char* kWaveform = R"gnuplot(
-set title title
 set palette defined (0 '#16161a', 0.01 '#1f4a2a', 1 '#a0ffb0')
 set cbrange [0:4]
 unset colorbox
@@ -144,6 +143,11 @@ void draw(const std::string& script, int width, int height, const std::string& p
     }
 }
 
+void draw_levels(const std::string& title, const std::string& rows, const char* script, const std::string& picture)
+{
+    draw("set title " + in_quotes(title) + "\n$levels << end\n" + rows + "end\n" + script, 848, 464, picture);
+}
+
 } // namespace
 
 void plot_run(const std::string& csv_name, const std::string& picture)
@@ -159,30 +163,29 @@ void plot_run(const std::string& csv_name, const std::string& picture)
 void plot_histogram(const sim::picture::Image& image, const std::string& title, const std::string& picture)
 {
     const sim::picture::Histogram levels = histogram(image);
-    std::ostringstream script;
-    script << "title = " << in_quotes(title) << ".sprintf('  ·  black %.1f %%, clipped %.1f %%', "
-           << 100.0 * levels.black << ", " << 100.0 * levels.clipped << ")\n$levels << end\n";
+    std::ostringstream rows;
     for (std::size_t level = 0; level < 256; ++level) {
         for (const auto& count : levels.count) {
-            script << 100.0 * count[level] / static_cast<double>(image.pixels.size()) << ' ';
+            rows << 100.0 * count[level] / static_cast<double>(image.pixels.size()) << ' ';
         }
-        script << '\n';
+        rows << '\n';
     }
-    draw(script.str() + "end\n" + kHistogram, 848, 464, picture);
+    draw_levels(session::format("%s  ·  black %.1f %%, clipped %.1f %%", title.c_str(), 100.0 * levels.black,
+                                100.0 * levels.clipped),
+                rows.str(), kHistogram, picture);
 }
 
 void plot_waveform(const sim::picture::Image& image, const std::string& title, const std::string& picture)
 {
-    std::ostringstream script;
-    script << "title = " << in_quotes(title) << "\n$levels << end\n";
+    std::ostringstream rows;
     for (int x = 0; x < image.width; ++x) {
         const sim::picture::Histogram levels = histogram(image, {x, 0, x + 1, image.height});
         for (const int count : levels.count[3]) {
-            script << 100.0 * count / image.height << ' ';
+            rows << 100.0 * count / image.height << ' ';
         }
-        script << '\n';
+        rows << '\n';
     }
-    draw(script.str() + "end\n" + kWaveform, 848, 464, picture);
+    draw_levels(title, rows.str(), kWaveform, picture);
 }
 
 } // namespace prompt

@@ -10,29 +10,22 @@
 #include "session/files.h"
 #include "session/lanes.h"
 
-#include <array>
-#include <atomic>
 #include <numeric>
 #include <vector>
 
 namespace session
 {
 
-namespace
-{
-
-std::array<std::atomic<int>, kCameras> csc_modes{}; // one more than the mode; 0 while it is not set
-
-} // namespace
-
 bool start_camera(int camera)
 {
     const Lanes lane({camera}, "start");
-    note_csc_mode(camera, std::nullopt);
     if (rk_isp_init(camera, std::string(paths().folder).data()) != 0) {
         return false;
     }
     KIV_load_isp_para(camera);
+    if (const std::optional<int> mode = csc_mode_of(camera)) {
+        KIV_Set_csc_mode(camera, CSC_Mode_E{*mode});
+    }
     return true;
 }
 
@@ -56,13 +49,8 @@ int release_camera(int camera)
 
 std::optional<int> csc_mode_of(int camera)
 {
-    const int mode = csc_modes[static_cast<std::size_t>(camera)];
-    return mode != 0 ? std::optional(mode - 1) : std::nullopt;
-}
-
-void note_csc_mode(int camera, std::optional<int> mode)
-{
-    csc_modes[static_cast<std::size_t>(camera)] = mode ? *mode + 1 : 0;
+    const int mode = KIV_Get_csc_mode(camera);
+    return mode != 0 ? std::optional(mode) : std::nullopt;
 }
 
 const void* engine_of(int camera)

@@ -18,7 +18,8 @@ inline constexpr sim::Microseconds kFramePeriod = 33333;
 
 // Each holds the camera's lane (session/lanes.h) and may throw Busy.
 
-/// Starts a camera's engine and restores its settings from the store; false when the engine did not start.
+/// Starts a camera's engine and restores its settings from the store, and the colour-space mode, which no store keeps;
+/// false when the engine did not start.
 bool start_camera(int camera);
 
 /// Stops an engine, has it read its tuning again, or stops and releases it; the library's result.
@@ -31,9 +32,8 @@ bool has_engine(int camera);
 const void* engine_of(int camera);
 std::vector<int> cameras_with_engine();
 
-/// The colour-space mode, which no store keeps, as last set since the camera was started; nothing before. Any thread.
+/// The colour-space mode as last set; nothing before. Any thread.
 std::optional<int> csc_mode_of(int camera);
-void note_csc_mode(int camera, std::optional<int> mode);
 
 /// Changes the light on a camera: a colour temperature in kelvin or a named lamp. Throws BadInput for any other.
 void set_illuminant(int camera, const std::string& name);

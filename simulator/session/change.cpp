@@ -106,14 +106,6 @@ void note_change(const Change& change, bool goes_on)
 
 } // namespace
 
-int apply(int camera, const sim::host::Setting& setting, int value)
-{
-    if (setting.name == "csc_mode") {
-        note_csc_mode(camera, value);
-    }
-    return sim::host::set(camera, setting.name, value);
-}
-
 Outcome change_setting(int camera, const sim::host::Setting& setting, int value, Origin origin)
 {
     const std::string name(setting.name);
@@ -121,7 +113,7 @@ Outcome change_setting(int camera, const sim::host::Setting& setting, int value,
     remember_engine(camera);
     const Undoable undoable(camera, name, origin != Origin::prompt);
     Outcome outcome;
-    outcome.result = apply(camera, setting, value);
+    outcome.result = sim::host::set(camera, setting.name, value);
     if (setting.member != nullptr) {
         outcome.stored = sim::host::stored(camera, setting);
     }

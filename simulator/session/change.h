@@ -24,9 +24,6 @@ struct Outcome {
 /// The value is the caller's to check. Any thread. Throws Busy when the camera is not free in time.
 Outcome change_setting(int camera, const sim::host::Setting& setting, int value, Origin origin);
 
-/// Calls the setter of a setting or operation; the result is the setter's, 0 where it has none. For trials; no history.
-int apply(int camera, const sim::host::Setting& setting, int value);
-
 /// Notes what the engine of a camera holds, or what all hold: `changes` compares with it. Any thread.
 void remember_engine(int camera);
 void remember_engines();

@@ -3,12 +3,11 @@
 #include "base/number.h"
 #include "session/bad_input.h"
 
-#include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <netdb.h>
+#include <netinet/in.h>
 #include <unistd.h>
 
 namespace session
@@ -80,11 +79,8 @@ int listen_at(Address& address, int type)
     }
     sockaddr_storage own{};
     socklen_t length = sizeof own;
-    auto* const any = reinterpret_cast<sockaddr*>(&own);
-    std::array<char, NI_MAXSERV> port{};
-    getsockname(sock, any, &length);
-    getnameinfo(any, length, nullptr, 0, port.data(), port.size(), NI_NUMERICSERV);
-    address.port = std::atoi(port.data());
+    getsockname(sock, reinterpret_cast<sockaddr*>(&own), &length);
+    address.port = ntohs(reinterpret_cast<const sockaddr_in&>(own).sin_port); // at the same place for IPv6
     return sock;
 }
 

@@ -1,6 +1,8 @@
 #include "session/trial.h"
 
+#include "host/setters.h"
 #include "host/store.h"
+#include "isp_ctrl.h"
 #include "session/cameras.h"
 #include "session/change.h"
 #include "session/lanes.h"
@@ -55,7 +57,7 @@ Trial::~Trial()
             take_back(tried.change, record);
             put_settings(camera_, record);
             if (tried.csc_mode && tried.csc_mode != csc_mode_of(camera_)) {
-                apply(camera_, *sim::host::find_setting("csc_mode"), *tried.csc_mode);
+                KIV_Set_csc_mode(camera_, CSC_Mode_E{*tried.csc_mode});
             }
         }
     } catch (const Busy& busy) {
@@ -70,7 +72,7 @@ int Trial::set(const sim::host::Setting& setting, int value)
     const Lanes lane({camera_}, "trying " + std::string(setting.name));
     const kiv_isp_param_s before = sim::host::stored_record(camera_);
     const std::lock_guard lock(trials_mutex); // nobody is shown a value before it is known to be tried
-    const int result = apply(camera_, setting, value);
+    const int result = sim::host::set(camera_, setting.name, value);
     const kiv_isp_param_s after = sim::host::stored_record(camera_);
     trial_of(camera_)->varied = true;
     Change& change = trial_of(camera_)->change;

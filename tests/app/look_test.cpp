@@ -49,16 +49,10 @@ protected:
     static double linear_mean()
     {
         const Look seen = session::look_of(0);
-        Look linear = neutral_look();
-        linear.scene = seen.scene;
-        linear.magnification = seen.magnification;
-        linear.exposure = seen.exposure;
-        linear.sensor_gain = seen.sensor_gain;
-        linear.vignetting = seen.vignetting;
+        Look linear = seen;
+        static_cast<EngineBlocks&>(linear) = neutral_look();
         linear.lsc = seen.lsc;
         linear.wb_gain = seen.wb_gain;
-        linear.neutral_red = seen.neutral_red;
-        linear.neutral_blue = seen.neutral_blue;
         linear.gamma.atrrV30.mode = GAMMA_MODE_MANUAL;
         linear.gamma.atrrV30.stManual.Gamma_en = false;
         const Image image = render(linear, 160, 120);

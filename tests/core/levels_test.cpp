@@ -123,7 +123,8 @@ TEST_F(Levels, ABoundedSettingIsStoredAndAppliedInRange)
     const auto exposure_modes = names_of(setting("exposure_mode"));
     const auto wb_modes = names_of(setting("wb_mode"));
     for (const sim::host::Setting& setting : sim::host::kSettings) {
-        if (setting.setter != sim::host::Setter::level || !setting.has_max()) {
+        const bool bounded = setting.access == sim::host::Access::all || setting.access == sim::host::Access::bound;
+        if (setting.setter != sim::host::Setter::level || !bounded) {
             continue;
         }
         prepare();

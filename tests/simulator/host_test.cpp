@@ -7,7 +7,7 @@
 #include "host/vin.h"
 
 #include "af/lens_ctrl.h"
-#include "isp_auto_iris.h"
+#include "support/session.h"
 #include "support/threads.h"
 #include "vin/vin.h"
 
@@ -18,10 +18,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <netinet/in.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -246,23 +244,13 @@ TEST_F(HostTest, LensMovesWithItsSpeedBetweenItsStops)
 
 // ---- Lens service
 
-void send(int port, const std::string& bytes)
-{
-    sockaddr_in to{};
-    to.sin_family = AF_INET;
-    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    to.sin_port = htons(static_cast<std::uint16_t>(port));
-    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
-    sendto(fd, bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&to), sizeof to);
-    close(fd);
-}
-
 const std::string kTo690("\x77\x17\x01\x00\xB2\x02\x00\x00", 8);
 
 TEST_F(HostTest, LensServiceTakesCommandsAndDropsTheRest)
 {
     LensService service;
     ASSERT_EQ(service.open(file("iris"), 0), "");
+    const int client = bench::client_of(service.port(), SOCK_DGRAM);
     constexpr double kDropped = -1.0;
     const std::pair<std::string, double> kDatagrams[] = {
         {kTo690, 690.0},
@@ -280,12 +268,12 @@ TEST_F(HostTest, LensServiceTakesCommandsAndDropsTheRest)
     };
     for (const auto& [bytes, target] : kDatagrams) {
         const double before = lens_state().iris_target;
-        send(service.port(), bytes);
+        send(client, bytes.data(), bytes.size(), 0);
         EXPECT_EQ(service.poll(), target == kDropped ? 0 : 1) << bytes.size();
         EXPECT_DOUBLE_EQ(lens_state().iris_target, target == kDropped ? before : target) << bytes.size();
     }
     iris_mode(0);
-    send(service.port(), kTo690);
+    send(client, kTo690.data(), kTo690.size(), 0);
     EXPECT_EQ(service.poll(), 0);
     EXPECT_DOUBLE_EQ(lens_state().iris_target, 0.0);
 

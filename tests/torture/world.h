@@ -36,7 +36,7 @@ inline kiv_isp_param_s telling_record()
 {
     kiv_isp_param_s record = sim::host::initial_record();
     for (int turn = 0; const sim::host::Setting& setting : sim::host::kSettings) {
-        if (setting.has_max()) {
+        if (setting.access == sim::host::Access::all || setting.access == sim::host::Access::bound) {
             record.*setting.member = setting.lowest + ++turn * 3 % (setting.highest - setting.lowest + 1);
         }
     }
