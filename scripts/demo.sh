@@ -40,8 +40,7 @@ cd build/demo
 for scenario in "${scenarios[@]}"; do
     echo
     echo "=== ${scenario##*/}"
-    name=${scenario##*/}
-    name=${name%.isp}
+    name=$(basename "$scenario" .isp)
     "$root/build/release/isp-sim" --state "state/${name%.restart}" "$scenario"
 done
 echo

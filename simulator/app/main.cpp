@@ -191,12 +191,6 @@ int main(int argc, char** argv)
         constexpr int kUsage = 2;
         return parser.exit(error) == 0 ? 0 : kUsage;
     }
-    for (const auto& [option, address] :
-         {std::pair("--serve", options.pages), std::pair("--visca", options.controllers)}) {
-        if (address && address->empty()) {
-            return report((std::string(option) + ": an address to serve at is [HOST:]PORT").c_str());
-        }
-    }
     std::set_terminate(end_of_thread);
     prompt::catch_signals();
     prompt::console().json = options.json;

@@ -261,4 +261,22 @@ void check(int result, const std::string& what)
                                                                   : ""));
 }
 
+std::optional<std::vector<int>> settle(const std::function<std::vector<int>()>& cameras, int frames, double most)
+{
+    const double started = session::seconds_now();
+    for (int quiet = 0; quiet < frames;) {
+        pass_time(session::kFramePeriod);
+        std::vector<int> moving = cameras();
+        std::erase_if(moving, [](int camera) {
+            const sim::engine::Readings live = session::readings_of(camera);
+            return (live.converged || !live.automatic) && live.wb_converged;
+        });
+        quiet = moving.empty() ? quiet + 1 : 0;
+        if (quiet < frames && session::seconds_now() - started > most) {
+            return moving;
+        }
+    }
+    return std::nullopt;
+}
+
 } // namespace prompt

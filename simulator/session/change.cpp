@@ -19,8 +19,6 @@ namespace session
 namespace
 {
 
-std::mutex history_mutex; // of everything here
-
 std::string outcome_text(int camera, const sim::host::Setting& setting, int value, int result)
 {
     const kiv_isp_param_s record = sim::host::stored_record(camera);
@@ -60,17 +58,17 @@ std::string outcome_text(int camera, const sim::host::Setting& setting, int valu
                   : "not stored: " + unused + " does not use it";
 }
 
-std::array<sim::engine::Snapshot, kCameras> engines_before;
-
-// ---- The history
-
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kMost = 1000; // changes that are kept
 constexpr std::chrono::seconds kGoesOn{1};
 
-std::deque<Change> history;
-Clock::time_point last_change;
+struct History {
+    std::mutex mutex;
+    std::deque<Change> changes;
+    Clock::time_point last; // change
+    std::array<sim::engine::Snapshot, kCameras> engines_before;
+} history;
 
 bool same(const kiv_isp_param_s& one, const kiv_isp_param_s& other)
 {
@@ -79,29 +77,29 @@ bool same(const kiv_isp_param_s& one, const kiv_isp_param_s& other)
 
 std::optional<Change> last()
 {
-    const std::lock_guard lock(history_mutex);
-    return history.empty() ? std::nullopt : std::optional(history.back());
+    const std::lock_guard lock(history.mutex);
+    return history.changes.empty() ? std::nullopt : std::optional(history.changes.back());
 }
 
 /// Adds a change to the history unless nothing differs.
 void note_change(const Change& change, bool goes_on)
 {
-    const std::lock_guard lock(history_mutex);
+    const std::lock_guard lock(history.mutex);
     const Clock::time_point now = Clock::now();
-    const bool same_slider = goes_on && !history.empty() && history.back().camera == change.camera &&
-                             history.back().what == change.what && now - last_change < kGoesOn;
+    const bool same_slider = goes_on && !history.changes.empty() && history.changes.back().camera == change.camera &&
+                             history.changes.back().what == change.what && now - history.last < kGoesOn;
     if (same_slider) {
-        history.back().after = change.after;
+        history.changes.back().after = change.after;
     } else if (!same(change.before, change.after)) {
-        history.push_back(change);
+        history.changes.push_back(change);
     }
-    if (!history.empty() && same(history.back().before, history.back().after)) {
-        history.pop_back();
+    if (!history.changes.empty() && same(history.changes.back().before, history.changes.back().after)) {
+        history.changes.pop_back();
     }
-    if (history.size() > kMost) {
-        history.pop_front();
+    if (history.changes.size() > kMost) {
+        history.changes.pop_front();
     }
-    last_change = now;
+    history.last = now;
 }
 
 } // namespace
@@ -124,8 +122,8 @@ Outcome change_setting(int camera, const sim::host::Setting& setting, int value,
 void remember_engine(int camera)
 {
     sim::engine::Snapshot now = has_engine(camera) ? sim::engine::snapshot(engine_of(camera)) : sim::engine::Snapshot();
-    const std::lock_guard lock(history_mutex);
-    engines_before[static_cast<std::size_t>(camera)] = std::move(now);
+    const std::lock_guard lock(history.mutex);
+    history.engines_before[static_cast<std::size_t>(camera)] = std::move(now);
 }
 
 void remember_engines()
@@ -137,8 +135,8 @@ void remember_engines()
 
 sim::engine::Snapshot remembered(int camera)
 {
-    const std::lock_guard lock(history_mutex);
-    return engines_before[static_cast<std::size_t>(camera)];
+    const std::lock_guard lock(history.mutex);
+    return history.engines_before[static_cast<std::size_t>(camera)];
 }
 
 void take_back(const Change& change, kiv_isp_param_s& record)
@@ -180,12 +178,12 @@ std::optional<Undone> undo_change()
         return std::nullopt;
     }
     const Lanes lane({seen->camera}, "undo");
-    std::unique_lock lock(history_mutex);
-    if (history.empty() || history.back().camera != seen->camera) { // no longer the one that was seen
+    std::unique_lock lock(history.mutex);
+    if (history.changes.empty() || history.changes.back().camera != seen->camera) { // no longer the one that was seen
         throw Busy("others change settings; undo again");
     }
-    const Change change = history.back();
-    history.pop_back();
+    const Change change = history.changes.back();
+    history.changes.pop_back();
     lock.unlock();
     const kiv_isp_param_s before = sim::host::stored_record(change.camera);
     kiv_isp_param_s record = before;

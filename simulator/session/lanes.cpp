@@ -33,9 +33,11 @@ struct Place {
     bool holds;
 };
 
-std::mutex lanes_mutex;
-std::condition_variable lanes_changed;
-std::list<Place> places; // in order of arrival, holders included
+struct Queue {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::list<Place> places; // in order of arrival, holders included
+} queue;
 
 thread_local unsigned own_lanes = 0;
 thread_local int acting = -1;
@@ -44,33 +46,34 @@ thread_local int acting = -1;
 const Place* before(std::list<Place>::const_iterator place)
 {
     const auto found =
-        std::find_if(places.cbegin(), place, [&](const Place& p) { return (p.lanes & place->lanes) != 0; });
+        std::find_if(queue.places.cbegin(), place, [&](const Place& p) { return (p.lanes & place->lanes) != 0; });
     return found != place ? &*found : nullptr;
 }
 
 /// What a lane is held for; empty while it is free.
 std::string held_for(unsigned lane)
 {
-    const std::lock_guard lock(lanes_mutex);
-    const auto found = std::ranges::find_if(places, [&](const Place& p) { return p.holds && (p.lanes & lane) != 0; });
-    return found != places.end() ? found->what : std::string();
+    const std::lock_guard lock(queue.mutex);
+    const auto found =
+        std::ranges::find_if(queue.places, [&](const Place& p) { return p.holds && (p.lanes & lane) != 0; });
+    return found != queue.places.end() ? found->what : std::string();
 }
 
 void take(unsigned lanes, const std::string& what, std::chrono::steady_clock::duration patience = kPatience)
 {
     std::optional<TurnAside> aside;
-    std::unique_lock lock(lanes_mutex);
-    const auto place = places.insert(places.end(), {lanes, what, false});
+    std::unique_lock lock(queue.mutex);
+    const auto place = queue.places.insert(queue.places.end(), {lanes, what, false});
     if (before(place) != nullptr) {
         lock.unlock();
         aside.emplace();
         lock.lock();
-        if (!lanes_changed.wait_until(lock, std::chrono::steady_clock::now() + patience,
+        if (!queue.changed.wait_until(lock, std::chrono::steady_clock::now() + patience,
                                       [&] { return before(place) == nullptr; })) {
             const Place with = *before(place);
-            places.erase(place);
+            queue.places.erase(place);
             lock.unlock();
-            lanes_changed.notify_all();
+            queue.changed.notify_all();
             const unsigned common = with.lanes & lanes;
             throw Busy((common == kTurn ? "" : "camera " + std::to_string(std::countr_zero(common)) + " is ") +
                        "busy with " + with.what);
@@ -83,10 +86,10 @@ void take(unsigned lanes, const std::string& what, std::chrono::steady_clock::du
 void release(unsigned lanes)
 {
     own_lanes &= ~lanes;
-    std::unique_lock lock(lanes_mutex);
-    places.erase(std::ranges::find_if(places, [&](const Place& p) { return p.holds && p.lanes == lanes; }));
+    std::unique_lock lock(queue.mutex);
+    queue.places.erase(std::ranges::find_if(queue.places, [&](const Place& p) { return p.holds && p.lanes == lanes; }));
     lock.unlock();
-    lanes_changed.notify_all();
+    queue.changed.notify_all();
 }
 
 } // namespace

@@ -19,18 +19,10 @@ namespace session
 namespace
 {
 
-std::mutex scenes_mutex;
 struct InFront {
     sim::picture::SceneRef scene;
     bool moving;
 };
-std::array<InFront, kCameras> scenes;
-
-InFront in_front_of(int camera)
-{
-    const std::lock_guard lock(scenes_mutex);
-    return scenes[static_cast<std::size_t>(camera)];
-}
 
 /// What the samples in force were made from.
 struct Metered {
@@ -41,21 +33,31 @@ struct Metered {
     bool operator==(const Metered&) const = default;
 };
 
-std::array<Metered, kCameras> metered; // by the thread that runs the frames
+struct Scenes {
+    std::mutex mutex;
+    std::array<InFront, kCameras> in_front;
+    std::array<Metered, kCameras> metered; // of the thread that runs the frames
+} scenes;
+
+InFront in_front_of(int camera)
+{
+    const std::lock_guard lock(scenes.mutex);
+    return scenes.in_front[static_cast<std::size_t>(camera)];
+}
 
 } // namespace
 
 void reset_scenes()
 {
-    const std::lock_guard lock(scenes_mutex);
-    scenes.fill({sim::picture::find_scene("chart"), false});
-    metered = {};
+    const std::lock_guard lock(scenes.mutex);
+    scenes.in_front.fill({sim::picture::find_scene("chart"), false});
+    scenes.metered = {};
 }
 
 void put_scene(int camera, sim::picture::SceneRef scene, bool moving)
 {
-    const std::lock_guard lock(scenes_mutex);
-    scenes[static_cast<std::size_t>(camera)] = {std::move(scene), moving};
+    const std::lock_guard lock(scenes.mutex);
+    scenes.in_front[static_cast<std::size_t>(camera)] = {std::move(scene), moving};
 }
 
 sim::picture::SceneRef scene_of(int camera)
@@ -135,7 +137,7 @@ float magnification_of(int camera)
 void meter_scenes()
 {
     for (const int camera : cameras_with_engine()) {
-        Metered& last = metered[static_cast<std::size_t>(camera)];
+        Metered& last = scenes.metered[static_cast<std::size_t>(camera)];
         Metered now{scene_of(camera), magnification_of(camera), {}};
         now.blocks.lsc = sim::engine::peek<rk_aiq_lsc_attrib_t>(engine_of(camera));
         now.blocks.wb_gain = sim::engine::readings(camera).wb_gain;

@@ -25,19 +25,21 @@ struct Tried {
     bool varied = false;
 };
 
-std::mutex trials_mutex;
-std::array<std::optional<Tried>, kCameras> trials;
+struct Trials {
+    std::mutex mutex;
+    std::array<std::optional<Tried>, kCameras> of_cameras;
+} trials;
 
 std::optional<Tried>& trial_of(int camera)
 {
-    return trials[static_cast<std::size_t>(camera)];
+    return trials.of_cameras[static_cast<std::size_t>(camera)];
 }
 
 } // namespace
 
 Trial::Trial(int camera) : camera_(camera)
 {
-    const std::lock_guard lock(trials_mutex);
+    const std::lock_guard lock(trials.mutex);
     if (trial_of(camera)) {
         throw Busy("camera " + std::to_string(camera) + " is busy with trying values");
     }
@@ -50,7 +52,7 @@ Trial::~Trial()
 {
     try {
         const Lanes lane({camera_}, "putting settings back");
-        const std::lock_guard lock(trials_mutex);
+        const std::lock_guard lock(trials.mutex);
         const Tried& tried = *trial_of(camera_);
         if (tried.varied) {
             kiv_isp_param_s record = sim::host::stored_record(camera_);
@@ -63,7 +65,7 @@ Trial::~Trial()
     } catch (const Busy& busy) {
         std::cerr << "isp-sim: settings that were tried stay: " << busy.what() << '\n';
     }
-    const std::lock_guard lock(trials_mutex);
+    const std::lock_guard lock(trials.mutex);
     trial_of(camera_).reset();
 }
 
@@ -71,7 +73,7 @@ int Trial::set(const sim::host::Setting& setting, int value)
 {
     const Lanes lane({camera_}, "trying " + std::string(setting.name));
     const kiv_isp_param_s before = sim::host::stored_record(camera_);
-    const std::lock_guard lock(trials_mutex); // nobody is shown a value before it is known to be tried
+    const std::lock_guard lock(trials.mutex); // nobody is shown a value before it is known to be tried
     const int result = sim::host::set(camera_, setting.name, value);
     const kiv_isp_param_s after = sim::host::stored_record(camera_);
     trial_of(camera_)->varied = true;
@@ -90,13 +92,13 @@ int Trial::set(const sim::host::Setting& setting, int value)
 
 bool on_trial(int camera)
 {
-    const std::lock_guard lock(trials_mutex);
+    const std::lock_guard lock(trials.mutex);
     return trial_of(camera).has_value();
 }
 
 kiv_isp_param_s shown_settings(int camera)
 {
-    const std::lock_guard lock(trials_mutex);
+    const std::lock_guard lock(trials.mutex);
     kiv_isp_param_s record = sim::host::stored_record(camera);
     if (trial_of(camera)) {
         take_back(trial_of(camera)->change, record);

@@ -214,7 +214,7 @@ TEST(Program, LosesNothingAndSaysWhy)
         {"eval \"$TRAP\"; ulimit -f 0; echo set 0 hue 8 | $SIM", "*File too large\n1"},
         {"head -n 9 $DIR/settings.ini >$DIR/cut; mv $DIR/cut $DIR/settings.ini; : | $SIM", "*:10: the file was cut*1"},
         {"sed -i 1d $DIR/settings.ini; : | $SIM", "0"}, // a file without the heading may end anywhere
-        {"$SIM --serve ''", "*is [[]HOST:]PORT\n1"},
+        {"$SIM --serve ''", "*is [[]HOST:]PORT, not \n1"},
     };
     std::string folder = (std::filesystem::temp_directory_path() / "isp_program_XXXXXX").string();
     ASSERT_NE(mkdtemp(folder.data()), nullptr);
