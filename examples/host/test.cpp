@@ -53,7 +53,6 @@ int main()
     sim::wait(1); // this thread takes part
     expect(store_load("/nonexistent/settings") == 0, "a first start has initial values");
     expect(cameras_start(1) == 0, "the cameras start");
-    sim::await_waiting(2); // the new threads, exposure following and iris loop, take part once they wait
 
     sim::engine::set_luminance(PANORAMA, 4.0, 60.0);
     for (int i = 0; i < 10; ++i) {
@@ -69,7 +68,6 @@ int main()
     sim::wait(30'000'000);
     expect(!follows(), "a failed query ends exposure following");
     cameras_each_second();
-    sim::await_waiting(2);
     minute();
     expect(follows(), "a second later it follows again");
 
@@ -91,7 +89,8 @@ int main()
     // One-push measures for four seconds on a thread of its own; the camera's other settings are refused meanwhile.
     expect_reply("set 1 wb_mode onepush", "ok");
     expect_reply("set 1 wb_mode_onepush", "ok, measuring");
-    sim::await_waiting(3);
+    while (sim::taking_part() < 4) { // which takes part once it waits; the library's threads do from their creation
+    }
     expect_reply("set 1 hue 3", "error: busy");
     sim::wait(5'000'000);
     expect_reply("set 1 hue 3", "ok");

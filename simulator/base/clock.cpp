@@ -6,13 +6,12 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
-#include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -28,7 +27,6 @@ using Lock = std::unique_lock<std::mutex>;
 // Paced time that lags further behind the real clock than this (an overloaded machine, a halted process) does not
 // try to catch up.
 constexpr std::chrono::milliseconds kMaxLag{20};
-constexpr std::chrono::seconds kLongestAwaited{60};
 
 struct Waiter {
     Microseconds due;
@@ -49,7 +47,6 @@ struct Clock {
     Microseconds time = 0; // of the last event; in paced time, never ahead of an event that has not happened yet
     int taking_part = 0;
     std::multimap<Microseconds, Waiter*> waiters; // of the same moment: in the order of going to sleep
-    std::condition_variable waiters_changed;
 
     std::vector<Tick> ticks; // in order of registration
     int handles = 0;
@@ -206,6 +203,8 @@ struct Part {
 };
 thread_local Part part;
 
+using Start = std::pair<void* (*)(void*), void*>; // of a thread: its body and what that is given
+
 } // namespace
 
 void use_paced_time(double speed)
@@ -251,7 +250,6 @@ void wait(Microseconds duration)
     part.take();
     Waiter self{.due = clock.now() + std::max<Microseconds>(duration, 0), .wake = {}};
     clock.waiters.emplace(self.due, &self);
-    clock.waiters_changed.notify_all();
     if (clock.paced) {
         clock.pacer_wake.notify_one();
     } else {
@@ -272,20 +270,27 @@ void wait(Microseconds duration)
     }
 }
 
+int create_thread(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* argument)
+{
+    const auto take_part = [](void* given) -> void* {
+        const auto [run, with] = *std::unique_ptr<Start>(static_cast<Start*>(given));
+        part.taken = true;
+        return run(with);
+    };
+    auto start = std::make_unique<Start>(body, argument);
+    Lock lock(clock.mutex);
+    const int failed = pthread_create(thread, attributes, take_part, start.get());
+    if (failed == 0) {
+        ++clock.taking_part;
+        static_cast<void>(start.release()); // the thread's now
+    }
+    return failed;
+}
+
 void step_aside()
 {
     const Lock lock(clock.mutex);
     part.leave();
-}
-
-void await_waiting(int threads)
-{
-    Lock lock(clock.mutex);
-    const auto enough = [&] { return static_cast<int>(clock.waiters.size()) >= threads; };
-    if (!clock.waiters_changed.wait_for(lock, kLongestAwaited, enough)) {
-        std::fprintf(stderr, "await_waiting(%d): no more than %zu threads wait\n", threads, clock.waiters.size());
-        std::abort();
-    }
 }
 
 int taking_part()

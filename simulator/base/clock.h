@@ -9,13 +9,14 @@
 
 #include <cstdint>
 #include <functional>
+#include <pthread.h>
 
 namespace sim
 {
 
 using Microseconds = std::int64_t;
 
-/// Points the library's waits here and starts virtual time at 0. Once, before the library is used.
+/// Points the library's waits and threads here and starts virtual time at 0. Once, before the library is used.
 void install_clock();
 
 /// Follows the real clock `speed` times as fast, or returns to virtual time.
@@ -29,13 +30,12 @@ Microseconds now();
 /// ends; a test's main thread drives time simply by waiting.
 void wait(Microseconds duration);
 
+/// As pthread_create(), for a thread that takes part from its creation: the library's do.
+int create_thread(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* argument);
+
 /// The calling thread takes no part until its next wait: before it blocks on something else that needs time to pass,
 /// such as joining a thread that waits here.
 void step_aside();
-
-/// Blocks, in real time, until `threads` threads are waiting here, such as those just created. Ends the process after
-/// a minute in which they did not come.
-void await_waiting(int threads);
 
 int taking_part(); ///< how many threads do
 

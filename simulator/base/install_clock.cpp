@@ -22,6 +22,7 @@ void install_clock()
         wait(Microseconds{seconds} * 1'000'000);
         return 0U;
     };
+    isp::seam.create_thread = create_thread;
     isp::seam.usleep = [](useconds_t microseconds) {
         wait(Microseconds{microseconds});
         return 0;

@@ -83,7 +83,6 @@ void set_auto_iris_on(bool on)
             throw BadInput("the iris loop does not start");
         }
         state.iris_loop_started = true;
-        sim::await_waiting(1);
     }
     state.iris_on = on;
     iris_mode(on ? 1 : 0);

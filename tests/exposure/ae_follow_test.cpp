@@ -63,7 +63,7 @@ protected:
     static void follow()
     {
         EXPECT_EQ(KIV_Set_exposure_mode(0, SMART_EXPOSURE), 0);
-        sim::await_waiting(1);
+        sim::wait(0);
     }
 
     /// The engine calls of the cycles that run while this thread waits.
@@ -209,7 +209,7 @@ TEST_F(AeFollow, WithoutAThreadTheModeIsTakenAllTheSame)
         EXPECT_EQ(cam_ae_follow_pano_thread(), -1);
         sim::clear_faults();
         ASSERT_EQ(start(), 0);
-        sim::await_waiting(1);
+        sim::wait(0);
         EXPECT_THAT(calls_of([] { EXPECT_EQ(cam_ae_follow_pano_thread(), 0); }), IsEmpty());
         EXPECT_EQ(running(), 1);
         KIV_Set_exposure_mode(0, AUTO_EXPOSURE);

@@ -50,7 +50,7 @@ protected:
     static void start()
     {
         ASSERT_EQ(init_auto_iris_control(receive_first), 0);
-        sim::await_waiting(1);
+        sim::wait(0); // until it waits
         sim::wait(kStart);
         ASSERT_THAT(first_received, IsEmpty());
     }
@@ -93,7 +93,7 @@ protected:
         EXPECT_TRUE(eventually([&] { return threads() == threads_before; }));
         sim::host::set_lens_calibration_flag(0);
         ASSERT_EQ(on_thread<auto_iris_control_main>(false), 0);
-        sim::await_waiting(1);
+        sim::wait(0);
         sim::wait(kStart);
     }
 

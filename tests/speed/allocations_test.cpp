@@ -41,6 +41,7 @@ protected:
         sim::host::write_shading_file(shading_file);
         isp::seam.usleep = [](useconds_t) { return 0; };
         isp::seam.sleep = [](unsigned) { return 0U; };
+        isp::seam.create_thread = pthread_create;
         bench::start_camera(0);
         KIV_Get_Len_Types(); // makes the stream that answers
         sim::inject_fault("pthread_create", 1, 1, true);

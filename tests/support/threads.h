@@ -1,6 +1,8 @@
 // Threads of this process as the kernel counts them, for tests of the threads that the library starts.
 #pragma once
 
+#include "base/clock.h"
+
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -102,7 +104,7 @@ int on_thread(bool may_return)
         }
         return nullptr;
     };
-    return pthread_create(&thread, nullptr, start, may_return ? nullptr : &thread) == 0 ? 0 : -1;
+    return sim::create_thread(&thread, nullptr, start, may_return ? nullptr : &thread) == 0 ? 0 : -1;
 }
 
 /// Waits in real time until `holds`, ten seconds at the most; whether it came to hold.

@@ -51,7 +51,7 @@ protected:
         set_awb_follow_pano(1);
         return line_of([] {
             EXPECT_EQ(cam_awb_follow_pano_thread(), 0);
-            sim::await_waiting(1);
+            sim::wait(0);
         });
     }
 
@@ -244,7 +244,7 @@ TEST_F(AwbFollow, OneThreadPerProcess)
     for (std::thread& starter : starters) {
         starter.join();
     }
-    sim::await_waiting(1);
+    sim::wait(0);
     EXPECT_EQ(running(), 1);
     EXPECT_EQ(pass(), kNothing);
     set_awb_follow_pano(0);

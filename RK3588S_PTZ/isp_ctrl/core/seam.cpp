@@ -13,6 +13,7 @@ Seam seam = {
     .lens_service_port = 6789,
     .sleep = ::sleep,
     .usleep = ::usleep,
+    .create_thread = ::pthread_create,
 };
 
 } // namespace isp

@@ -1,4 +1,4 @@
-// What ties the library to the device: fixed paths and port, the vendor-storage command and the waits. All of it is
+// What ties the library to the device: fixed paths and port, the vendor-storage command, waits and threads. All of it is
 // reached through this one record, which a program that links the static library may change before it calls the
 // library. The shared library does not export it. A test on a workstation:
 //
@@ -8,6 +8,7 @@
 //     init_auto_iris_control(callback);
 #pragma once
 
+#include <pthread.h>
 #include <unistd.h>
 
 namespace isp
@@ -22,6 +23,7 @@ struct Seam {
     unsigned short lens_service_port; // of UDP, on this machine
     unsigned (*sleep)(unsigned seconds);
     int (*usleep)(useconds_t microseconds);
+    int (*create_thread)(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* argument);
 };
 
 extern Seam seam;

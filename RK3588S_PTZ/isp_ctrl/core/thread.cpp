@@ -27,7 +27,7 @@ bool isp::create_thread(pthread_t& thread, void* (*body)(void*))
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &before); // a thread begins with its creator's mask
     pthread_t created;
-    const bool done = pthread_create(&created, nullptr, body, nullptr) == 0;
+    const bool done = seam.create_thread(&created, nullptr, body, nullptr) == 0;
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     if (done) {
         stay_mapped();
