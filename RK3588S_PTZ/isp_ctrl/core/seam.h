@@ -1,5 +1,5 @@
-// What ties the library to the device: fixed paths and port, the vendor-storage command, waits and threads. All of it is
-// reached through this one record, which a program that links the static library may change before it calls the
+// What ties the library to the device: fixed paths and port, the vendor-storage command, waits and threads. All of it
+// is reached through this one record, which a program that links the static library may change before it calls the
 // library. The shared library does not export it. A test on a workstation:
 //
 //     isp::seam.iris_device = "/tmp/test/iris";
