@@ -1,5 +1,6 @@
 // Simulated time: order and determinism of virtual time, paced time, switching.
 #include "base/clock.h"
+#include "support/threads.h"
 
 #include <gtest/gtest.h>
 
@@ -40,14 +41,6 @@ protected:
     }
 };
 
-// Until so many threads take part, and wait if they have just begun.
-void await(int threads)
-{
-    while (sim::taking_part() < threads) {
-        std::this_thread::yield();
-    }
-}
-
 void ms(int milliseconds)
 {
     sim::wait(sim::Microseconds{milliseconds} * 1000);
@@ -75,9 +68,9 @@ TEST_F(ClockTest, EventsHappenInOrderAtEveryRun)
             });
         };
         std::thread a = waiter("a", 10, 3);
-        await(2);
+        EXPECT_TRUE(bench::eventually([] { return sim::taking_part() >= 2; }));
         std::thread b = waiter("b", 15, 2);
-        await(3);
+        EXPECT_TRUE(bench::eventually([] { return sim::taking_part() >= 3; }));
         for (int i = 0; i < 1000; ++i) {
             std::this_thread::yield(); // time stands still while this thread works
         }
@@ -131,7 +124,7 @@ TEST_F(ClockTest, SwitchingLosesNoWakeUp)
     }
     std::atomic<int> ticks{0};
     const int tick = sim::every(3000, [&] { ++ticks; });
-    await(5);
+    EXPECT_TRUE(bench::eventually([] { return sim::taking_part() >= 5; }));
     sim::Microseconds last = sim::now();
     for (int i = 0; i < 40; ++i) {
         const int before = waits;
